@@ -1,0 +1,81 @@
+/// The file calls, each under the name and with the outcome that it has on Windows; a failure stands in `GetLastError`.
+/// Paths are terminated 16-bit text. On Linux the file system stands as drive `Z:` whose root is `/`: both separators are
+/// taken, the prefix `\\?\` too, and so are paths that begin with a separator and relative ones. Another drive letter is
+/// error 3. Text becomes UTF-8 at this edge; an unpaired surrogate or an empty path is error 123 (empty: 3).
+/// No call retries, none takes a lock of this process; all are as safe from several threads as the system's own.
+#pragma once
+
+#include <component/platform/types.h>
+
+namespace platform {
+
+inline constexpr std::uint32_t kGenericRead = 0x80000000;
+inline constexpr std::uint32_t kGenericWrite = 0x40000000;
+inline constexpr std::uint32_t kShareRead = 1;
+inline constexpr std::uint32_t kShareWrite = 2;
+inline constexpr std::uint32_t kShareDelete = 4;
+inline constexpr std::uint32_t kCreateNew = 1;
+inline constexpr std::uint32_t kCreateAlways = 2;
+inline constexpr std::uint32_t kOpenExisting = 3;
+inline constexpr std::uint32_t kOpenAlways = 4;
+inline constexpr std::uint32_t kTruncateExisting = 5;
+inline constexpr std::uint32_t kAttributeReadOnly = 0x1;
+inline constexpr std::uint32_t kAttributeDirectory = 0x10;
+inline constexpr std::uint32_t kAttributeNormal = 0x80;
+inline constexpr std::uint32_t kAttributeReparsePoint = 0x400;
+inline constexpr std::uint32_t kInvalidAttributes = 0xFFFFFFFF;
+inline constexpr std::uint32_t kMoveReplaceExisting = 1;
+inline constexpr std::uint32_t kMoveCopyAllowed = 2;
+inline constexpr std::uint32_t kMoveWriteThrough = 8;
+
+/// The record that stands before a new handle: its own length (12 on 32 bits), no descriptor, no inheritance.
+struct SecurityAttributes {
+    std::uint32_t length = sizeof(SecurityAttributes);
+    void* descriptor = nullptr;
+    std::int32_t inherit = 0;
+};
+
+/// Opens or makes a file. The handle is the caller's to close. `kInvalidHandle` on a failure.
+/// Sharing is kept among openers of this layer in all processes: who asks for what an earlier opener doesn't share, or
+/// doesn't share what an earlier opener has, sees error 32. On Linux these are advisory locks.
+[[nodiscard]] Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t share,
+                                 const SecurityAttributes* security, std::uint32_t creation, std::uint32_t flags,
+                                 Handle pattern);
+
+/// One system call at the file's position, no loop. `done` gets the bytes moved; fewer than `size` is a success.
+[[nodiscard]] bool ReadFile(Handle file, void* buffer, std::uint32_t size, std::uint32_t* done);
+[[nodiscard]] bool WriteFile(Handle file, const void* buffer, std::uint32_t size, std::uint32_t* done);
+
+[[nodiscard]] bool GetFileSizeEx(Handle file, std::uint64_t* sizeBytes);
+
+/// When it returns true, what was written through `file` is on the disk.
+[[nodiscard]] bool FlushFileBuffers(Handle file);
+
+/// Closes a file or a semaphore. Null and `kInvalidHandle` are error 6.
+bool CloseHandle(Handle handle);
+
+/// The attribute bits of the file or folder, or `kInvalidAttributes`. A symbolic link to a folder has both
+/// `kAttributeDirectory` and `kAttributeReparsePoint`; a missing file is error 2, a missing folder on the way error 3.
+[[nodiscard]] std::uint32_t GetFileAttributesW(const char16_t* path);
+
+/// An existing file or folder of that name is error 183, a missing parent error 3.
+[[nodiscard]] bool CreateDirectoryW(const char16_t* path, const SecurityAttributes* security);
+
+/// Copies the contents. With `failIfExists` an existing target is error 80 and stays as it was. An open source or target
+/// that isn't shared is error 32. A target that could not be written whole does not stay behind.
+[[nodiscard]] bool CopyFileW(const char16_t* source, const char16_t* target, bool failIfExists);
+
+/// Renames, by the three flags above. With write-through the new name is on the disk when the call returns true. On a
+/// failure `source` is whole and `target` as it was. A target that exists is error 183 without `kMoveReplaceExisting`,
+/// and error 5 where it is a folder, is read-only or is held open unshared; a source that is held open unshared is
+/// error 32.
+[[nodiscard]] bool MoveFileExW(const char16_t* source, const char16_t* target, std::uint32_t flags);
+
+/// A missing file is error 2, a folder or a read-only file error 5, a file held open unshared error 32.
+[[nodiscard]] bool DeleteFileW(const char16_t* path);
+
+/// Writes the current folder, on Linux in drive form (`Z:\home\me`), with its terminator, and gives the length without it.
+/// A buffer too short gives the size needed, terminator counted, and writes nothing; 0 is a failure.
+[[nodiscard]] std::uint32_t GetCurrentDirectoryW(std::uint32_t sizeChars, char16_t* buffer);
+
+}   // namespace platform
