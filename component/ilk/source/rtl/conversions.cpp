@@ -1,0 +1,132 @@
+#include <component/ilk/rtl/conversions.h>
+
+#include <climits>
+#include <cwchar>
+#include <typeinfo>
+
+namespace ilk {
+namespace {
+
+constexpr char32_t kFirstPair = 0x10000;   // the code points from here on take two UTF-16 units
+constexpr char32_t kNoCodePoint = 0x110000;
+
+bool IsHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
+bool IsLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
+
+/// Hands the code points of `source` to `each` in order. False at the first bytes that are no character.
+template <class Each>
+bool ForEachNarrow(std::string_view source, Each each) {
+    while (!source.empty()) {
+        std::mbstate_t state{};
+        wchar_t wide = 0;
+        const std::size_t length = std::mbrtowc(&wide, source.data(), source.size(), &state);
+        if (length > source.size()) return false;   // its two error results are the largest numbers
+        const auto point = static_cast<char32_t>(wide);
+        if (point >= kNoCodePoint) return false;
+        each(point);
+        source.remove_prefix(length != 0 ? length : 1);   // 0 is a NUL
+    }
+    return true;
+}
+
+/// Hands the code points of `source` to `each` in order, an unpaired surrogate as itself.
+template <class Each>
+void ForEachWide(std::u16string_view source, Each each) {
+    for (std::size_t index = 0; index < source.size(); ++index) {
+        char32_t point = source[index];
+        if (IsHighSurrogate(point) && index + 1 < source.size() && IsLowSurrogate(source[index + 1])) {
+            point = kFirstPair + ((point - 0xD800) << 10) + (source[++index] - 0xDC00u);
+        }
+        each(point);
+    }
+}
+
+constexpr std::size_t WideLength(char32_t point) { return point < kFirstPair ? 1 : 2; }
+
+char16_t* WriteWide(char16_t* out, char32_t point) {
+    if (point < kFirstPair) {
+        *out++ = static_cast<char16_t>(point);
+        return out;
+    }
+    *out++ = static_cast<char16_t>(0xD800 + ((point - kFirstPair) >> 10));
+    *out++ = static_cast<char16_t>(0xDC00 + (point & 0x3FF));
+    return out;
+}
+
+constexpr std::size_t Utf8Length(char32_t point) {
+    if (point < 0x80) return 1;
+    if (point < 0x800) return 2;
+    return point < kFirstPair ? 3 : 4;
+}
+
+char* WriteUtf8(char* out, char32_t point) {
+    constexpr unsigned char kLead[] = {0, 0x00, 0xC0, 0xE0, 0xF0};
+    const std::size_t length = Utf8Length(point);
+    for (std::size_t index = length - 1; index > 0; --index) {
+        out[index] = static_cast<char>(0x80 | (point & 0x3F));
+        point >>= 6;
+    }
+    out[0] = static_cast<char>(kLead[length] | point);
+    return out + length;
+}
+
+template <class char_type>
+ResultCode ResizeTo(basic_string_t<char_type>& target, std::size_t size) noexcept {
+    try {
+        target.resize(size);
+        return ResultOk;
+    } catch (...) {
+        return ResultOutOfMemory;   // too long is out of memory here
+    }
+}
+
+}   // namespace
+
+ResultCode Widen(std::string_view source, basic_string_t<char16_t>& target, std::size_t offset) {
+    std::size_t length = 0;
+    if (!ForEachNarrow(source, [&](char32_t point) { length += WideLength(point); })) return ResultInvalidArgument;
+    const ResultCode code = ResizeTo(target, offset + length);
+    if (IsFailure(code)) return code;
+    char16_t* out = target.data() + offset;
+    ForEachNarrow(source, [&](char32_t point) { out = WriteWide(out, point); });
+    return ResultOk;
+}
+
+ResultCode ToUtf8(std::u16string_view source, basic_string_t<char>& target) {
+    std::size_t length = 0;
+    ForEachWide(source, [&](char32_t point) { length += Utf8Length(point); });
+    const std::size_t offset = target.size();
+    const ResultCode code = ResizeTo(target, offset + length);
+    if (IsFailure(code)) return code;
+    char* out = target.data() + offset;
+    ForEachWide(source, [&](char32_t point) { out = WriteUtf8(out, point); });
+    return ResultOk;
+}
+
+basic_string_t<char16_t> WideFromNarrow(std::string_view source) {
+    basic_string_t<char16_t> wide;
+    const ResultCode code = Widen(source, wide, 0);
+    if (code == ResultOutOfMemory) ThrowBadAlloc();
+    if (IsFailure(code)) throw std::bad_cast();
+    return wide;
+}
+
+bool NarrowCharacter(char32_t character, char& narrow) noexcept {
+    if (character > static_cast<char32_t>(WCHAR_MAX)) return false;
+    char bytes[MB_LEN_MAX];
+    std::mbstate_t state{};
+    if (std::wcrtomb(bytes, static_cast<wchar_t>(character), &state) != 1) return false;
+    narrow = bytes[0];
+    return true;
+}
+
+bool WidenCharacter(char narrow, char16_t& wide) noexcept {
+    bool one = false;
+    const bool whole = ForEachNarrow(std::string_view(&narrow, 1), [&](char32_t point) {
+        one = WideLength(point) == 1;
+        wide = static_cast<char16_t>(point);
+    });
+    return whole && one;
+}
+
+}   // namespace ilk

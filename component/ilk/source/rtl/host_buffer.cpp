@@ -1,0 +1,60 @@
+#include <component/ilk/rtl/host_buffer.h>
+
+#include <utility>
+
+namespace ilk {
+
+HostBuffer::HostBuffer(const kernel::MethodTable* systemFace)
+    : face_(systemFace != nullptr ? systemFace : &kernel::HostRoot->SystemFace) {}
+
+HostBuffer::~HostBuffer() { HostBuffer::Release(); }
+
+void* HostBuffer::Acquire(std::uint32_t sizeBytes, bool keep) {
+    if (sizeBytes == kSameSize) return data_;
+    if (sizeBytes > capacity_) {
+        Exchange(sizeBytes, keep);
+        return data_;
+    }
+    size_ = sizeBytes;
+    return data_;
+}
+
+void* HostBuffer::Fit(std::uint32_t sizeBytes, bool keep) {
+    const std::uint32_t wanted = sizeBytes >= kSameSize - 1 ? size_ : sizeBytes;
+    if (wanted == 0) {
+        Release();
+    } else if (wanted > capacity_) {
+        Acquire(wanted, keep);
+    } else if (wanted < capacity_) {
+        Exchange(wanted, keep);
+    }
+    return data_;
+}
+
+void HostBuffer::Release() {
+    if (data_ != nullptr) kernel::SlotOf<kernel::HostFreeCall>(*face_, kernel::kHostFreeSlot)(face_, data_);
+    data_ = nullptr;
+    size_ = 0;
+    capacity_ = 0;
+}
+
+/// Exchanges the block for one of `sizeBytes`. The pointer tells the outcome, so the host's code says nothing more.
+void HostBuffer::Exchange(std::uint32_t sizeBytes, bool keep) {
+    void* block = nullptr;
+    if (keep && data_ != nullptr) {
+        const auto realloc = kernel::SlotOf<kernel::HostReallocCall>(*face_, kernel::kHostReallocSlot);
+        static_cast<void>(realloc(face_, &block, data_, sizeBytes));
+        if (block != nullptr) data_ = nullptr;   // the host has moved it
+        Release();
+    } else {
+        Release();
+        const auto alloc = kernel::SlotOf<kernel::HostAllocCall>(*face_, kernel::kHostAllocSlot);
+        static_cast<void>(alloc(face_, &block, sizeBytes));
+    }
+    if (block == nullptr) return;
+    data_ = block;
+    size_ = sizeBytes;
+    capacity_ = sizeBytes;
+}
+
+}   // namespace ilk
