@@ -1,8 +1,10 @@
 /// The file calls, each under the name and with the outcome that it has on Windows; a failure stands in `GetLastError`.
-/// Paths are terminated 16-bit text. On Linux the file system stands as drive `Z:` whose root is `/`: both separators are
-/// taken, the prefix `\\?\` too, and so are paths that begin with a separator and relative ones. Another drive letter is
-/// error 3. Text becomes UTF-8 at this edge; an unpaired surrogate or an empty path is error 123 (empty: 3).
-/// No call retries, none takes a lock of this process; all are as safe from several threads as the system's own.
+/// Paths are terminated 16-bit text. On Linux the file system stands as drive `Z:` whose root is `/`: both separators
+/// are taken, the prefix `\\?\` too, and so are paths that begin with a separator and relative ones. Another drive
+/// letter is error 3, as is an empty path, and a share of a server (two leading backslashes) is error 53. Text becomes
+/// UTF-8 at this edge; an unpaired surrogate is error 123. A name too long is error 123, a path too long error 206. No
+/// call waits for another opener, none takes a lock of this process; all are as safe from several threads as the
+/// system's own.
 #pragma once
 
 #include <component/platform/types.h>
@@ -11,6 +13,8 @@ namespace platform {
 
 inline constexpr std::uint32_t kGenericRead = 0x80000000;
 inline constexpr std::uint32_t kGenericWrite = 0x40000000;
+inline constexpr std::uint32_t kGenericExecute = 0x20000000;
+inline constexpr std::uint32_t kAccessDelete = 0x00010000;
 inline constexpr std::uint32_t kShareRead = 1;
 inline constexpr std::uint32_t kShareWrite = 2;
 inline constexpr std::uint32_t kShareDelete = 4;
@@ -20,10 +24,17 @@ inline constexpr std::uint32_t kOpenExisting = 3;
 inline constexpr std::uint32_t kOpenAlways = 4;
 inline constexpr std::uint32_t kTruncateExisting = 5;
 inline constexpr std::uint32_t kAttributeReadOnly = 0x1;
+inline constexpr std::uint32_t kAttributeHidden = 0x2;
+inline constexpr std::uint32_t kAttributeSystem = 0x4;
 inline constexpr std::uint32_t kAttributeDirectory = 0x10;
+inline constexpr std::uint32_t kAttributeArchive = 0x20;
 inline constexpr std::uint32_t kAttributeNormal = 0x80;
 inline constexpr std::uint32_t kAttributeReparsePoint = 0x400;
 inline constexpr std::uint32_t kInvalidAttributes = 0xFFFFFFFF;
+inline constexpr std::uint32_t kFlagBackupSemantics = 0x02000000;
+inline constexpr std::uint32_t kFlagSequentialScan = 0x08000000;
+inline constexpr std::uint32_t kFlagRandomAccess = 0x10000000;
+inline constexpr std::uint32_t kFlagNoBuffering = 0x20000000;
 inline constexpr std::uint32_t kMoveReplaceExisting = 1;
 inline constexpr std::uint32_t kMoveCopyAllowed = 2;
 inline constexpr std::uint32_t kMoveWriteThrough = 8;
@@ -37,7 +48,9 @@ struct SecurityAttributes {
 
 /// Opens or makes a file. The handle is the caller's to close. `kInvalidHandle` on a failure.
 /// Sharing is kept among openers of this layer in all processes: who asks for what an earlier opener doesn't share, or
-/// doesn't share what an earlier opener has, sees error 32. On Linux these are advisory locks.
+/// doesn't share what an earlier opener has, sees error 32. On Linux these are advisory locks of the open file, which
+/// the system drops with the process. A file that is refused is neither emptied nor changed. A read-only file is error
+/// 5 for writing, and so is a folder without `kFlagBackupSemantics`. On Linux the other flags are taken and do nothing.
 [[nodiscard]] Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t share,
                                  const SecurityAttributes* security, std::uint32_t creation, std::uint32_t flags,
                                  Handle pattern);
@@ -61,21 +74,22 @@ bool CloseHandle(Handle handle);
 /// An existing file or folder of that name is error 183, a missing parent error 3.
 [[nodiscard]] bool CreateDirectoryW(const char16_t* path, const SecurityAttributes* security);
 
-/// Copies the contents. With `failIfExists` an existing target is error 80 and stays as it was. An open source or target
-/// that isn't shared is error 32. A target that could not be written whole does not stay behind.
+/// Copies the contents. With `failIfExists` an existing target is error 80 and stays as it was. An open source or
+/// target that isn't shared is error 32. A target that could not be written whole does not stay behind.
 [[nodiscard]] bool CopyFileW(const char16_t* source, const char16_t* target, bool failIfExists);
 
 /// Renames, by the three flags above. With write-through the new name is on the disk when the call returns true. On a
 /// failure `source` is whole and `target` as it was. A target that exists is error 183 without `kMoveReplaceExisting`,
 /// and error 5 where it is a folder, is read-only or is held open unshared; a source that is held open unshared is
-/// error 32.
+/// error 32. A disk that fails in the very last step, the sync of the folder, is reported after the new name stands. A
+/// source that was copied to another volume and can't be removed stays, and the move is a success.
 [[nodiscard]] bool MoveFileExW(const char16_t* source, const char16_t* target, std::uint32_t flags);
 
 /// A missing file is error 2, a folder or a read-only file error 5, a file held open unshared error 32.
 [[nodiscard]] bool DeleteFileW(const char16_t* path);
 
-/// Writes the current folder, on Linux in drive form (`Z:\home\me`), with its terminator, and gives the length without it.
-/// A buffer too short gives the size needed, terminator counted, and writes nothing; 0 is a failure.
+/// Writes the current folder, on Linux in drive form (`Z:\home\me`), with its terminator, and gives the length without
+/// it. A buffer too short gives the size needed, terminator counted, and writes nothing; 0 is a failure.
 [[nodiscard]] std::uint32_t GetCurrentDirectoryW(std::uint32_t sizeChars, char16_t* buffer);
 
 }   // namespace platform

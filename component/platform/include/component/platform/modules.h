@@ -12,8 +12,8 @@ inline constexpr std::uint32_t kModuleFromAddress = 4;
 /// An address in no image is error 126.
 [[nodiscard]] bool GetModuleHandleExA(std::uint32_t flags, const void* address, Handle* module);
 
-/// The image's path in the narrow form, up to `size` bytes with the terminator, and its length. A path that doesn't fit is
-/// cut, gives `size` and error 122; 0 is a failure.
+/// The image's path in the narrow form, up to `size` bytes with the terminator, and its length. A path that doesn't fit
+/// is cut, gives `size` and error 122; 0 is a failure.
 [[nodiscard]] std::uint32_t GetModuleFileNameA(Handle module, char* path, std::uint32_t size);
 
 /// The loaded library of that name, or null; nothing is loaded. On Linux "ntdll.dll" and "kernel32.dll" are the layer
@@ -23,8 +23,8 @@ inline constexpr std::uint32_t kModuleFromAddress = 4;
 /// The function of that name, or null.
 [[nodiscard]] void* GetProcAddress(Handle module, const char* name);
 
-/// The return addresses of the calling thread, innermost first, without the first `skip`; gives their number. The type is
-/// that of the function that `GetProcAddress` gives under the name "RtlCaptureStackBackTrace".
+/// The return addresses of the calling thread, innermost first, without the first `skip`; gives their number. The type
+/// is that of the function that `GetProcAddress` gives under the name "RtlCaptureStackBackTrace".
 using CaptureStackBackTrace = std::uint16_t(
 #if defined(_WIN32) && !defined(_WIN64)
     __attribute__((stdcall))

@@ -1,0 +1,10 @@
+#include <component/platform/faults.h>
+
+namespace platform {
+
+std::uint32_t CallGuarded(void (*touch)(void* context), void* context) {
+    touch(context);
+    return 0;
+}
+
+}   // namespace platform

@@ -1,0 +1,80 @@
+#include <component/platform/files.h>
+
+#include "native_path.h"
+#include "open_file.h"
+#include "system_error.h"
+#include "unicode.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+namespace platform {
+namespace {
+
+/// `path` is a symbolic link: what its target adds to the attributes.
+std::uint32_t AttributesOfTarget(const NativePath& path) {
+    struct stat target {};
+    return stat(path.Text(), &target) == 0 && S_ISDIR(target.st_mode) ? kAttributeDirectory : kAttributeArchive;
+}
+
+std::uint32_t AttributesOf(const NativePath& path, mode_t mode) {
+    if (S_ISLNK(mode)) return kAttributeReparsePoint | AttributesOfTarget(path);
+    if (S_ISDIR(mode)) return kAttributeDirectory;
+    if (!S_ISREG(mode)) return kAttributeNormal;
+    return IsReadOnly(mode) ? kAttributeArchive | kAttributeReadOnly : kAttributeArchive;
+}
+
+/// Writes valid text in UTF-16 and gives the number of words; 0 for malformed text. UTF-16 never takes more words than
+/// UTF-8 takes bytes, so that a target of as many fits.
+std::size_t Widen(std::string_view text, std::span<char16_t> target) {
+    std::size_t lengthChars = 0;
+    while (!text.empty()) {
+        const char32_t character = TakeUtf8(text);
+        char16_t words[2];
+        if (character == kNoCharacter) return 0;
+        for (const char16_t word : std::span(words, PutUtf16(character, words))) target[lengthChars++] = word;
+    }
+    return lengthChars;
+}
+
+}   // namespace
+
+std::uint32_t GetFileAttributesW(const char16_t* path) {
+    NativePath native;
+    if (!native.Assign(path)) return kInvalidAttributes;
+    struct stat status {};
+    if (lstat(native.Text(), &status) == 0) return AttributesOf(native, status.st_mode);
+    FailAt(native, errno);
+    return kInvalidAttributes;
+}
+
+bool CreateDirectoryW(const char16_t* path, const SecurityAttributes* /*security*/) {
+    NativePath native;
+    if (!native.Assign(path)) return false;
+    if (mkdir(native.Text(), 0777) == 0) return true;
+    return errno == EEXIST ? FailWith(kErrorAlreadyExists) : FailAt(native, errno);
+}
+
+std::uint32_t GetCurrentDirectoryW(std::uint32_t sizeChars, char16_t* buffer) {
+    char native[PATH_MAX];
+    if (getcwd(native, sizeof(native)) == nullptr) {
+        FailWithErrno(errno);
+        return 0;
+    }
+    char narrow[kDriveFormBytes];
+    char16_t wide[kDriveFormBytes];
+    const std::size_t lengthChars = Widen({narrow, ToDriveForm(native, narrow)}, wide);
+    if (lengthChars == 0) {
+        SetLastError(kErrorInvalidName);
+        return 0;
+    }
+    if (lengthChars >= sizeChars) return static_cast<std::uint32_t>(lengthChars + 1);
+    std::copy_n(wide, lengthChars, buffer);
+    buffer[lengthChars] = u'\0';
+    return static_cast<std::uint32_t>(lengthChars);
+}
+
+}   // namespace platform

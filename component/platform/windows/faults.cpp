@@ -1,0 +1,77 @@
+#include <component/platform/faults.h>
+
+#include <windows.h>
+
+static_assert(sizeof(void*) == 4, "the chain of frames below is that of 32-bit Windows");
+static_assert(platform::kExceptionInPageError == static_cast<DWORD>(EXCEPTION_IN_PAGE_ERROR));
+
+extern "C" {
+
+/// Runs `touch(context)` under a frame whose handler is `FilterFault`. Gives 0, or what `LeaveForFrame` was given.
+std::uint32_t RunUnderFrame(void (*touch)(void* context), void* context);
+
+/// Ends `RunUnderFrame` from inside its handler: all younger frames are unwound, and it returns `code`.
+[[noreturn]] void LeaveForFrame(void* frame, EXCEPTION_RECORD* exception, std::uint32_t code);
+
+EXCEPTION_DISPOSITION FilterFault(EXCEPTION_RECORD* exception, void* frame, CONTEXT* context, void* dispatcher);
+}
+
+// A frame is two words on the stack, the next older frame and the handler, and the thread's register `fs` leads to the
+// youngest one. So the guard is the thread's own and lasts exactly as long as the call. The saved registers lie above
+// the frame: whoever has the frame's address can take up the function at its end.
+asm(R"(
+    .text
+    .p2align 4
+    .globl _RunUnderFrame
+_RunUnderFrame:
+    pushl %ebp
+    movl %esp, %ebp
+    pushl %ebx
+    pushl %esi
+    pushl %edi
+    pushl $_FilterFault
+    pushl %fs:0
+    movl %esp, %fs:0
+    pushl 12(%ebp)
+    call *8(%ebp)
+    addl $4, %esp
+    xorl %eax, %eax
+endOfFrame:
+    popl %fs:0
+    addl $4, %esp
+    popl %edi
+    popl %esi
+    popl %ebx
+    popl %ebp
+    ret
+
+    .p2align 4
+    .globl _LeaveForFrame
+_LeaveForFrame:
+    pushl $0
+    pushl 12(%esp)
+    pushl $unwound
+    pushl 16(%esp)
+    call _RtlUnwind@16
+unwound:
+    cld
+    movl 12(%esp), %eax
+    movl 4(%esp), %esp
+    jmp endOfFrame
+)");
+
+EXCEPTION_DISPOSITION FilterFault(EXCEPTION_RECORD* exception, void* frame, CONTEXT* /*context*/,
+                                  void* /*dispatcher*/) {
+    constexpr DWORD kUnwinding = 0x2 | 0x4;   // an older frame is being returned to: nothing of ours is left to do
+    if ((exception->ExceptionFlags & kUnwinding) != 0) return ExceptionContinueSearch;
+    const std::uint32_t code = exception->ExceptionCode;
+    if (code != platform::kExceptionInPageError && code != platform::kExceptionFileCorrupt)
+        return ExceptionContinueSearch;
+    LeaveForFrame(frame, exception, code);
+}
+
+namespace platform {
+
+std::uint32_t CallGuarded(void (*touch)(void* context), void* context) { return RunUnderFrame(touch, context); }
+
+}   // namespace platform
