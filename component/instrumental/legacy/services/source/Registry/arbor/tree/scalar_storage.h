@@ -1,0 +1,149 @@
+/// How the types of fixed size keep their datum, print it and read it: one trait for each storage class. A trait has
+/// the type of the datum and the two conversions.
+#pragma once
+
+#include "tree/number_text.h"
+#include "tree/value_buffer.h"
+
+#include <charconv>
+#include <string_view>
+
+namespace arbor {
+
+/// Room for any number's text; one beyond it isn't printed. The last byte is kept for a terminator that never comes.
+inline constexpr std::size_t kScratchBytes = 256;
+
+/// Eight to 32 bits are read within 32 bits, and then what lies above the type's range is refused; what lies below
+/// wraps.
+template <class Int>
+struct IntegerStorage {
+    using Type = Int;
+    using Wide32 = std::conditional_t<std::is_signed_v<Int>, std::int32_t, std::uint32_t>;
+    using Number = std::conditional_t<sizeof(Int) == 8, Int, Wide32>;
+
+    static ResultCode ToText(Int datum, void* dst, std::uint32_t cap, std::uint32_t* size) {
+        char scratch[kScratchBytes];
+        const char* const end = std::to_chars(scratch, scratch + sizeof scratch, static_cast<Number>(datum)).ptr;
+        return DeliverBytes(scratch, static_cast<std::uint64_t>(end - scratch), dst, cap, size);
+    }
+
+    /// Decimal if it is decimal to its end, else hexadecimal; there the ends of the range count as an overflow.
+    static ResultCode FromText(const char* text, Int& datum) {
+        if (text == nullptr) return kInvalidArgument;
+        ParsedInteger<Number> parsed = ParseInteger<10, Number>(text);
+        if (*parsed.stop != '\0') {
+            parsed = ParseInteger<16, Number>(text);
+            if (*parsed.stop != '\0' || IsEndOfRange(parsed.value)) return kInvalidArgument;
+        }
+        if (parsed.value > static_cast<Number>(std::numeric_limits<Int>::max())) return kInvalidArgument;
+        datum = static_cast<Int>(parsed.value);
+        return kDone;
+    }
+
+private:
+    static constexpr bool IsEndOfRange(Number number) {
+        if (number == std::numeric_limits<Number>::max()) return true;
+        return std::is_signed_v<Number> && number == std::numeric_limits<Number>::min();
+    }
+};
+
+using Signed8 = IntegerStorage<std::int8_t>;
+using Unsigned8 = IntegerStorage<std::uint8_t>;
+using Signed16 = IntegerStorage<std::int16_t>;
+using Unsigned16 = IntegerStorage<std::uint16_t>;
+using Signed32 = IntegerStorage<std::int32_t>;
+using Unsigned32 = IntegerStorage<std::uint32_t>;
+using SignedLong = Signed32;   // a long of the store has 32 bits everywhere
+using UnsignedLong = Unsigned32;
+using Signed64 = IntegerStorage<std::int64_t>;
+using Unsigned64 = IntegerStorage<std::uint64_t>;
+using DateTime = Unsigned64;   // a number like any other: the store knows no calendar
+
+struct FloatingPoint {
+    using Type = double;
+
+    /// A text that the scratch has no room for is `kBufferTooSmall`, with a need of 0: no buffer would help.
+    static ResultCode ToText(double datum, void* dst, std::uint32_t cap, std::uint32_t* size) {
+        char scratch[kScratchBytes];
+        const char* const end = PrintDouble(scratch, scratch + sizeof scratch - 1, datum);
+        if (end == nullptr) {
+            if (size != nullptr) *size = 0;
+            return kBufferTooSmall;
+        }
+        return DeliverBytes(scratch, static_cast<std::uint64_t>(end - scratch), dst, cap, size);
+    }
+
+    /// Only a text without anything in it is refused: one that holds no number leaves the datum as it is.
+    static ResultCode FromText(const char* text, double& datum) {
+        if (text == nullptr) return kInvalidArgument;
+        return ScanDouble(text, datum) == ScanResult::Nothing ? kInvalidArgument : kDone;
+    }
+};
+
+/// Any number, of which all but 0 print as 1.
+struct TruthValue {
+    using Type = std::uint32_t;
+
+    static ResultCode ToText(std::uint32_t datum, void* dst, std::uint32_t cap, std::uint32_t* size) {
+        return DeliverBytes(datum != 0 ? "1" : "0", 2, dst, cap, size);
+    }
+
+    static ResultCode FromText(const char* text, std::uint32_t& datum) {
+        if (text == nullptr) return kInvalidArgument;
+        const std::string_view word = FirstWord(text);
+        if (word == "true" || word == "false") {
+            datum = word == "true" ? 1 : 0;
+            return kDone;
+        }
+        if (*text < '0' || *text > '9') return kInvalidArgument;
+        datum = LeadingNumber(text);
+        return kDone;
+    }
+
+private:
+    static std::string_view FirstWord(const char* text) {
+        const char* const first = SkipBlanks(text);
+        const char* last = first;
+        while (*last != '\0' && !IsBlank(*last)) ++last;
+        return {first, static_cast<std::size_t>(last - first)};
+    }
+
+    /// In the base that its beginning tells, as C writes numbers.
+    static std::uint32_t LeadingNumber(const char* text) {
+        if (*text != '0') return ParseInteger<10, std::uint32_t>(text).value;
+        const bool hexadecimal = (text[1] | 0x20) == 'x';
+        return hexadecimal ? ParseInteger<16, std::uint32_t>(text).value : ParseInteger<8, std::uint32_t>(text).value;
+    }
+};
+
+struct Character {
+    using Type = char;
+
+    static ResultCode ToText(char datum, void* dst, std::uint32_t cap, std::uint32_t* size) {
+        return DeliverBytes(&datum, 1, dst, cap, size);
+    }
+
+    static ResultCode FromText(const char* text, char& datum) {
+        if (text == nullptr) return kInvalidArgument;
+        datum = *text;
+        return kDone;
+    }
+};
+
+/// Has no text form: one 16-bit unit needn't be a character.
+struct WideCharacter {
+    using Type = char16_t;
+
+    static ResultCode ToText(char16_t, void*, std::uint32_t, std::uint32_t*) { return kUnspecified; }
+    static ResultCode FromText(const char*, char16_t&) { return kUnspecified; }
+};
+
+/// The address of a function means nothing in a document: its text is empty, and reading gives none back.
+struct FunctionWord {
+    using Type = std::uint32_t;
+
+    static ResultCode ToText(std::uint32_t, void*, std::uint32_t, std::uint32_t* size) { return DeliverNothing(size); }
+    static ResultCode FromText(const char*, std::uint32_t&) { return kDone; }
+};
+
+}   // namespace arbor

@@ -1,0 +1,62 @@
+#include "tree/utf8.h"
+
+namespace arbor {
+namespace {
+
+constexpr std::uint8_t kReplacement = '?';
+
+constexpr char16_t Unit(unsigned bits) { return static_cast<char16_t>(bits); }
+
+}   // namespace
+
+std::int32_t DecodeUtf8(const char* source, std::uint32_t size, char16_t* target, std::uint32_t limit) {
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(source);
+    std::uint32_t count = 0;
+    for (std::uint32_t at = 0; at < size; ++count) {
+        if (count == limit) return -1;
+        const unsigned lead = bytes[at];
+        const std::uint32_t left = size - at;
+        if (lead < 0x80) {
+            target[count] = Unit(lead);
+            at += 1;
+        } else if ((lead & 0xE0) == 0xC0) {
+            const unsigned next = left > 1 ? bytes[at + 1] : kReplacement;
+            target[count] = Unit((lead & 0x1F) << 6 | (next & 0x3F));
+            at += left > 1 ? 2 : 1;
+        } else if ((lead & 0xF0) == 0xE0) {
+            const bool whole = left > 2;
+            target[count] = whole ? Unit((lead & 0x0F) << 12 | (bytes[at + 1] & 0x3FU) << 6 | (bytes[at + 2] & 0x3FU))
+                                  : kReplacement;
+            at += whole ? 3 : left;
+        } else {
+            target[count] = kReplacement;
+            at += 1;
+        }
+    }
+    return static_cast<std::int32_t>(count);
+}
+
+std::uint64_t Utf8Length(const char16_t* source, std::uint32_t length) {
+    std::uint64_t bytes = length;
+    for (std::uint32_t i = 0; i < length; ++i) bytes += (source[i] >= 0x80 ? 1U : 0U) + (source[i] >= 0x800 ? 1U : 0U);
+    return bytes;
+}
+
+char* EncodeUtf8(const char16_t* source, std::uint32_t length, char* target) {
+    for (std::uint32_t i = 0; i < length; ++i) {
+        const unsigned unit = source[i];
+        if (unit < 0x80) {
+            *target++ = static_cast<char>(unit);
+        } else if (unit < 0x800) {
+            *target++ = static_cast<char>(0xC0 | unit >> 6);
+            *target++ = static_cast<char>(0x80 | (unit & 0x3F));
+        } else {
+            *target++ = static_cast<char>(0xE0 | unit >> 12);
+            *target++ = static_cast<char>(0x80 | (unit >> 6 & 0x3F));
+            *target++ = static_cast<char>(0x80 | (unit & 0x3F));
+        }
+    }
+    return target;
+}
+
+}   // namespace arbor

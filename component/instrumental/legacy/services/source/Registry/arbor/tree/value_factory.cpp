@@ -1,0 +1,89 @@
+#include "tree/value_holder.h"
+
+#include <component/kernel/value_types.h>
+
+#include <array>
+#include <new>
+
+namespace arbor {
+namespace {
+
+template <class... Classes>
+struct ClassList {};
+
+// The types that can be stored, with the storage class that keeps each.
+// clang-format off
+using StoredTypes = ClassList<
+    TypedValue<tVOID, Nothing>,
+    TypedValue<tBYTE, Unsigned8>,
+    TypedValue<tWORD, Unsigned16>,
+    TypedValue<tDWORD, Unsigned32>,
+    TypedValue<tQWORD, Unsigned64>,
+    TypedValue<tBOOL, TruthValue>,
+    TypedValue<tCHAR, Character>,
+    TypedValue<tWCHAR, WideCharacter>,
+    TypedValue<tSTRING, ByteString>,
+    TypedValue<tWSTRING, WideString>,
+    TypedValue<tERROR, Signed32>,
+    TypedValue<tPTR, ByteBlock>,
+    TypedValue<tINT, Signed32>,
+    TypedValue<tUINT, Unsigned32>,
+    TypedValue<tSBYTE, Signed8>,
+    TypedValue<tSHORT, Signed16>,
+    TypedValue<tLONG, SignedLong>,
+    TypedValue<tLONGLONG, Signed64>,
+    TypedValue<tIID, Unsigned32>,
+    TypedValue<tPID, Unsigned32>,
+    TypedValue<tORIG_ID, Unsigned32>,
+    TypedValue<tOS_ID, Unsigned32>,
+    TypedValue<tVID, Unsigned32>,
+    TypedValue<tPROPID, Unsigned32>,
+    TypedValue<tVERSION, Unsigned32>,
+    TypedValue<tCODEPAGE, UnsignedLong>,
+    TypedValue<tLCID, Unsigned32>,
+    TypedValue<tDATA, Unsigned32>,
+    TypedValue<tDATETIME, DateTime>,
+    TypedValue<tFUNC_PTR, FunctionWord>,
+    TypedValue<tDOUBLE, FloatingPoint>,
+    TypedValue<tBINARY, ByteBlock>,
+    TypedValue<tTYPE_ID, Unsigned32>>;
+// clang-format on
+
+struct Maker {
+    std::uint32_t sizeBytes = 0;
+    Value* (*construct)(void* memory, const HostObject* host) = nullptr;   // null for a type that can't be stored
+};
+
+using MakerTable = std::array<Maker, tTYPE_ID + 1>;
+
+template <class Class>
+Value* Construct(void* memory, const HostObject* host) {
+    return ::new (memory) Class(host);
+}
+
+template <TypeCode... Codes, class... Storages>
+constexpr MakerTable MakersOf(ClassList<TypedValue<Codes, Storages>...>) {
+    static_assert(sizeof...(Codes) == 33);
+    MakerTable makers{};
+    ((makers[Codes] = {sizeof(TypedValue<Codes, Storages>), Construct<TypedValue<Codes, Storages>>}), ...);
+    return makers;
+}
+
+constexpr MakerTable kMakers = MakersOf(StoredTypes{});
+
+}   // namespace
+
+Value* CreateValue(const HostObject* host, TypeCode code) {
+    if (code >= kMakers.size() || kMakers[code].construct == nullptr) return nullptr;
+    void* memory = nullptr;
+    if (IsFailure(HostAlloc(host, &memory, kMakers[code].sizeBytes))) return nullptr;
+    return kMakers[code].construct(memory, host);
+}
+
+void ReleaseValue(const HostObject* host, Value* value) {
+    if (value == nullptr) return;
+    value->~Value();
+    HostFree(host, value);
+}
+
+}   // namespace arbor

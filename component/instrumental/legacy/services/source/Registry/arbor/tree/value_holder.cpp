@@ -1,0 +1,174 @@
+#include "tree/value_holder.h"
+
+#include "tree/number_text.h"
+#include "tree/utf8.h"
+
+#include <algorithm>
+#include <string>
+
+namespace arbor {
+namespace {
+
+using Units = std::char_traits<char16_t>;
+
+constexpr std::uint32_t kMostBytes = std::numeric_limits<std::uint32_t>::max();
+
+/// Counts that 32 bits can't say stop at their end, from where `TakeBlock` refuses them.
+std::uint32_t ClampBytes(std::uint64_t bytes) {
+    return bytes < kMostBytes ? static_cast<std::uint32_t>(bytes) : kMostBytes;
+}
+
+/// A zeroed block for `bytes` bytes of text and the unit that ends it, also where the bytes end within a unit.
+ResultCode TakeWideBlock(const HostObject* host, std::uint32_t bytes, HostBlock<char16_t>& block) {
+    return TakeBlock(host, bytes, bytes % 2 == 0 ? 2 : 3, block);
+}
+
+/// The two digits at `digits` as a byte, or a number above 255.
+unsigned HexByte(const char* digits) {
+    const unsigned high = DigitValue(digits[0]);
+    const unsigned low = DigitValue(digits[1]);
+    return high < 16 && low < 16 ? high << 4 | low : 0x100;
+}
+
+/// A block of the bytes that `text` spells, two digits each. `kInvalidArgument` for any other text.
+ResultCode ParseHex(const HostObject* host, const char* text, HostBlock<std::uint8_t>& block, std::uint32_t& size) {
+    const std::uint32_t length = ClampBytes(std::strlen(text));
+    if (length % 2 != 0) return kInvalidArgument;
+    const ResultCode code = TakeBlock(host, length / 2, 0, block);
+    if (IsFailure(code)) return code;
+    size = length / 2;
+    for (std::uint32_t i = 0; i < size; ++i) {
+        const unsigned byte = HexByte(text + std::size_t{2} * i);
+        if (byte > 0xFF) return kInvalidArgument;
+        block[i] = static_cast<std::uint8_t>(byte);
+    }
+    return kDone;
+}
+
+void PrintHex(const std::uint8_t* data, std::uint32_t size, char* target) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    for (std::uint32_t i = 0; i < size; ++i) {
+        *target++ = kDigits[data[i] >> 4];
+        *target++ = kDigits[data[i] & 0x0F];
+    }
+}
+
+}   // namespace
+
+ResultCode ValueHolder<ByteString>::Get(void* dst, std::uint32_t cap, std::uint32_t* size) const {
+    if (text == nullptr || *text == '\0') return DeliverBytes(nullptr, 0, dst, cap, size);
+    return DeliverBytes(text, std::uint64_t{std::strlen(text)} + 1, dst, cap, size);
+}
+
+ResultCode ValueHolder<ByteString>::Set(const void* data, std::uint32_t size) {
+    if (data == nullptr) return kInvalidArgument;
+    HostBlock<char> block;
+    const ResultCode code = TakeBlock(host, size, 1, block);
+    if (IsFailure(code)) return code;
+    std::memcpy(block.get(), data, size);
+    block[size] = '\0';
+    if (text != nullptr && std::strcmp(text, block.get()) == 0) return ResultUnchanged;
+    HostFree(host, text);
+    text = block.release();
+    return kDone;
+}
+
+ResultCode TextValue<ByteString>::FromText(const char* source) {
+    return Set(source, source != nullptr ? ClampBytes(std::strlen(source)) : 0);
+}
+
+ResultCode ValueHolder<WideString>::Get(void* dst, std::uint32_t cap, std::uint32_t* size) const {
+    if (text == nullptr || *text == u'\0') return DeliverBytes(nullptr, 0, dst, cap, size);
+    return DeliverBytes(text, (std::uint64_t{Units::length(text)} + 1) * sizeof(char16_t), dst, cap, size);
+}
+
+ResultCode ValueHolder<WideString>::Set(const void* source, std::uint32_t size) {
+    if (source == nullptr) return kInvalidArgument;
+    HostBlock<char16_t> block;
+    const ResultCode code = TakeWideBlock(host, size, block);
+    if (IsFailure(code)) return code;
+    std::memcpy(block.get(), source, size);
+    if (text != nullptr) {
+        const std::size_t length = Units::length(text);
+        if (length == Units::length(block.get()) && Units::compare(text, block.get(), length) == 0)
+            return ResultUnchanged;
+    }
+    Replace(block);
+    return kDone;
+}
+
+ResultCode ValueHolder<WideString>::SetFromUtf8(const char* source) {
+    const std::size_t length = std::strlen(source);
+    HostBlock<char16_t> block;
+    const ResultCode code = TakeWideBlock(host, ClampBytes(std::uint64_t{length} * sizeof(char16_t)), block);
+    if (IsFailure(code)) return code;
+    const std::int32_t count = DecodeUtf8(source, static_cast<std::uint32_t>(length), block.get(), kNoLimit);
+    block[static_cast<std::size_t>(count)] = u'\0';
+    Replace(block);
+    return kDone;
+}
+
+void ValueHolder<WideString>::Replace(HostBlock<char16_t>& block) {
+    HostFree(host, text);
+    text = block.release();
+}
+
+ResultCode TextValue<WideString>::ToText(void* dst, std::uint32_t cap, std::uint32_t* size) const {
+    if (text == nullptr || *text == u'\0') return DeliverBytes(nullptr, 0, dst, cap, size);
+    const auto length = static_cast<std::uint32_t>(Units::length(text));
+    return Deliver(Utf8Length(text, length) + 1, dst, cap, size,
+                   [&](char* target) { *EncodeUtf8(text, length, target) = '\0'; });
+}
+
+ResultCode TextValue<WideString>::FromText(const char* source) {
+    HostBlock<std::uint8_t> bytes;
+    std::uint32_t size = 0;
+    const ResultCode parsed = ParseHex(host, source, bytes, size);
+    if (IsFailure(parsed) && parsed != kInvalidArgument) return parsed;
+    if (IsFailure(parsed)) size = 0;
+    HostBlock<char16_t> block;
+    const ResultCode code = TakeWideBlock(host, size, block);
+    if (IsFailure(code)) return code;
+    if (size != 0) std::memcpy(block.get(), bytes.get(), size);
+    Replace(block);
+    return kDone;
+}
+
+ResultCode ValueHolder<ByteBlock>::Get(void* dst, std::uint32_t cap, std::uint32_t* needed) const {
+    return DeliverBytes(data, size, dst, cap, needed);
+}
+
+ResultCode ValueHolder<ByteBlock>::Set(const void* source, std::uint32_t sizeBytes) {
+    if (source == nullptr && sizeBytes != 0) return kInvalidArgument;
+    if (data != nullptr && sizeBytes == size && size != 0 && std::memcmp(data, source, size) == 0)
+        return ResultUnchanged;
+    HostBlock<std::uint8_t> block;
+    if (sizeBytes != 0) {
+        const ResultCode code = TakeBlock(host, sizeBytes, 0, block);
+        if (IsFailure(code)) return code;
+        std::memcpy(block.get(), source, sizeBytes);
+    }
+    Replace(block, sizeBytes);
+    return kDone;
+}
+
+void ValueHolder<ByteBlock>::Replace(HostBlock<std::uint8_t>& block, std::uint32_t sizeBytes) {
+    HostFree(host, data);
+    data = block.release();
+    size = sizeBytes;
+}
+
+ResultCode TextValue<ByteBlock>::ToText(void* dst, std::uint32_t cap, std::uint32_t* needed) const {
+    return Deliver(std::uint64_t{size} * 2 + 1, dst, cap, needed, [&](char* target) { PrintHex(data, size, target); });
+}
+
+ResultCode TextValue<ByteBlock>::FromText(const char* source) {
+    HostBlock<std::uint8_t> block;
+    std::uint32_t length = 0;
+    const ResultCode code = ParseHex(host, source, block, length);
+    if (IsFailure(code)) return code;
+    Replace(block, length);
+    return kDone;
+}
+
+}   // namespace arbor
