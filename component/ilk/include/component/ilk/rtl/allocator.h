@@ -52,7 +52,8 @@ private:
     Allocator* allocator = nullptr;
 };
 
-/// Keeps the block that a growing container has left, until what is copied from it has been copied.
+/// Owner of one block: of the one that a growing container has left, until what is copied from it has been copied, or
+/// of the new one, until its contents stand.
 class BlockHolder {
 public:
     BlockHolder() = default;
@@ -63,10 +64,13 @@ public:
     }
 
     /// Takes over one block; called once at most.
-    void Hold(const AllocatorRef& from, void* old) noexcept {
+    void Hold(const AllocatorRef& from, void* held) noexcept {
         allocator = from;
-        block = old;
+        block = held;
     }
+
+    /// Leaves the block to whoever has taken it over.
+    void Drop() noexcept { block = nullptr; }
 
 private:
     AllocatorRef allocator;

@@ -1,0 +1,128 @@
+#include <component/ilk/rtl/vector.h>
+
+#include "counting_allocator.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace {
+
+using ilk_test::CountingAllocator;
+using ilk_test::MessageOf;
+
+/// Throws from its copies once the allowance is used up, counts its objects and owns memory, so that a lost one is a
+/// leak.
+template <bool kMoves>
+class Fussy {
+public:
+    explicit Fussy(int number = 0) : value(std::make_unique<int>(number)) { ++living; }
+    Fussy(const Fussy& other) : value(std::make_unique<int>(*other.value)) {
+        if (copiesLeft-- == 0) throw std::runtime_error("copy");
+        ++living;
+    }
+    Fussy(Fussy&& other) noexcept requires kMoves : value(std::move(other.value)) { ++living; }
+    Fussy& operator=(Fussy&& other) noexcept requires kMoves = default;
+    ~Fussy() { --living; }
+
+    static inline int living = 0;
+    static inline int copiesLeft = -1;
+    std::unique_ptr<int> value;
+};
+
+template <class Vector>
+std::vector<int> Numbers(const Vector& vector) {
+    std::vector<int> numbers;
+    for (const auto& element : vector) numbers.push_back(*element.value);
+    return numbers;
+}
+
+struct GrowthCase {
+    std::uint32_t size, extra, capacity;
+};
+constexpr GrowthCase kGrowth[] = {{0, 1, 4}, {10, 1, 20}, {3, 5, 8}, {1, 1, 4}, {5, 5, 10}, {5, 6, 11}};
+
+TEST(VectorTest, CapacityFollowsTheRequest) {
+    for (const GrowthCase& row : kGrowth) {
+        ilk::vector_t<int> vector(row.size);
+        const std::vector<int> more(row.extra, 7);
+        vector.append(more.data(), row.extra);
+        EXPECT_EQ(vector.capacity(), row.capacity) << row.size << " + " << row.extra;
+        EXPECT_EQ(vector.size(), row.size + row.extra);
+    }
+}
+
+TEST(VectorTest, RefusesWhatPassesTheLargestSize) {
+    struct Page {
+        std::byte bytes[4096];
+    };
+    constexpr std::size_t kTooMany = ilk::vector_t<Page>::kLargestSize + std::size_t{1};
+    EXPECT_EQ(kTooMany, 0x100000u);
+    ilk::vector_t<Page> pages(1);
+    const auto text = [](auto act) { return MessageOf<std::length_error>(act); };
+    EXPECT_EQ(text([&] { ilk::vector_t<Page> more(kTooMany); }), "construct");
+    EXPECT_EQ(text([&] { pages.reserve(kTooMany); }), "vector::reserve");
+    EXPECT_EQ(text([&] { pages.append(pages.begin(), kTooMany - 1); }), "vector::append");
+    EXPECT_EQ(text([&] { pages.insert(pages.begin(), pages.begin(), kTooMany - 1); }), "vector::insert");
+    EXPECT_EQ(pages.size(), 1u);
+}
+
+/// Every range of itself at every place, with and without a new block, for both ways of making room; and each of its
+/// copies failing in turn.
+template <bool kMoves>
+void InsertsRangesOfItselfOrNothing() {
+    CountingAllocator allocator;
+    for (std::uint32_t room : {0u, 16u}) {
+        for (std::uint32_t at = 0; at <= 4; ++at) {
+            for (std::uint32_t from = 0; from <= 4; ++from) {
+                SCOPED_TRACE(testing::Message() << "room " << room << ", " << from << " into " << at);
+                ilk::vector_t<Fussy<kMoves>> vector{ilk::AllocatorRef(&allocator)};
+                for (int number = 0; number < 4; ++number) vector.append(Fussy<kMoves>(number));
+                vector.reserve(room);
+                std::vector<int> expected = {0, 1, 2, 3};
+                int copies = 0;
+                for (;; ++copies) {
+                    Fussy<kMoves>::copiesLeft = copies;
+                    try {
+                        vector.insert(vector.begin() + at, vector.begin() + from, 4 - from);
+                        break;
+                    } catch (const std::runtime_error&) {
+                        ASSERT_EQ(Numbers(vector), expected);
+                        ASSERT_EQ(Fussy<kMoves>::living, 4);
+                    }
+                }
+                Fussy<kMoves>::copiesLeft = -1;
+                EXPECT_GE(copies, static_cast<int>(4 - from));
+                const std::vector<int> source = expected;
+                expected.insert(expected.begin() + at, source.begin() + from, source.end());
+                ASSERT_EQ(Numbers(vector), expected);
+            }
+        }
+    }
+    EXPECT_EQ(Fussy<kMoves>::living, 0);
+    EXPECT_EQ(allocator.blocks, 0);
+    EXPECT_EQ(allocator.references, 0);
+}
+
+TEST(VectorTest, InsertsRangesOfItselfOrNothing) {
+    InsertsRangesOfItselfOrNothing<true>();
+    InsertsRangesOfItselfOrNothing<false>();
+}
+
+TEST(VectorTest, AFailedConstructionLeavesNothing) {
+    CountingAllocator allocator;
+    ilk::vector_t<Fussy<true>> vector(3, &allocator);
+    Fussy<true>::copiesLeft = 2;
+    EXPECT_THROW(ilk::vector_t<Fussy<true>> copy(vector), std::runtime_error);
+    Fussy<true>::copiesLeft = -1;
+    EXPECT_EQ(Fussy<true>::living, 3);
+    EXPECT_EQ(allocator.blocks, 1);
+    allocator.failFromNow = true;
+    EXPECT_THROW(vector.append(Fussy<true>()), std::bad_alloc);
+    EXPECT_EQ(vector.size(), 3u);
+    vector = ilk::vector_t<Fussy<true>>();
+    EXPECT_EQ(Fussy<true>::living, 0);
+    EXPECT_EQ(allocator.blocks, 0);
+}
+
+}   // namespace
