@@ -3,7 +3,7 @@
 #pragma once
 
 #include "tree/number_text.h"
-#include "tree/value_buffer.h"
+#include "tree/buffer_contract.h"
 
 #include <charconv>
 #include <string_view>

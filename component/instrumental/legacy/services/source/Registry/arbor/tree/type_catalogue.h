@@ -4,13 +4,11 @@
 /// Constant data, open to any thread.
 #pragma once
 
-#include <component/kernel/types.h>
+#include "tree/contract.h"
 
 #include <string_view>
 
 namespace arbor {
-
-using namespace kernel;
 
 /// The type of exactly that name, letter case included; 0 if there is none. The name needs no terminator.
 [[nodiscard]] TypeCode TypeCodeFromName(std::string_view name);

@@ -5,15 +5,11 @@
 /// throws, and one that fails leaves the datum as it was.
 #pragma once
 
-#include <component/kernel/host_object.h>
-#include <component/kernel/result_codes.h>
-#include <component/kernel/types.h>
+#include "tree/contract.h"
 
 #include <cstdint>
 
 namespace arbor {
-
-using namespace kernel;
 
 /// The success of a `Set` that found the same datum already there.
 inline constexpr ResultCode ResultUnchanged = 71;

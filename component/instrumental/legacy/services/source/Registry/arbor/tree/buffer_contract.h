@@ -1,7 +1,7 @@
-/// The caller's side of a value's reads, written once: measure, refuse, then write.
+/// How every read answers into a caller's buffer, written once: tell the need, refuse, then write.
 #pragma once
 
-#include "tree/value.h"
+#include "tree/contract.h"
 
 #include <cstring>
 #include <limits>
@@ -25,6 +25,11 @@ inline ResultCode DeliverBytes(const void* bytes, std::uint64_t needed, void* ds
     return Deliver(needed, dst, cap, size, [&](char* target) {
         if (needed != 0) std::memcpy(target, bytes, static_cast<std::size_t>(needed));
     });
+}
+
+/// A text with its terminator; a null text needs nothing.
+inline ResultCode DeliverText(const char* text, void* dst, std::uint32_t cap, std::uint32_t* size) {
+    return DeliverBytes(text, text != nullptr ? std::uint64_t{std::strlen(text)} + 1 : 0, dst, cap, size);
 }
 
 /// What a type that needs no bytes answers, whatever the buffer.

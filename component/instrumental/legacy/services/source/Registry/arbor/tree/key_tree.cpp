@@ -1,0 +1,49 @@
+#include "tree/key_tree.h"
+
+namespace arbor {
+
+KeyTree::~KeyTree() {
+    if (owner != nullptr && top != nullptr) HostDelete<Key>{owner}(top);
+}
+
+ResultCode KeyTree::Start(const HostObject* object) {
+    if (owner != nullptr) return kNotInitialised;
+    owner = object;
+    top = MakeInHost<Key>(owner, owner, std::string_view()).release();   // the destructor takes it down
+    current = top;
+    return top != nullptr ? kDone : kOutOfMemory;
+}
+
+ResultCode KeyTree::MoveCurrentTo(const char* path) {
+    if (top == nullptr) return kNotInitialised;
+    if (path == nullptr) return kInvalidArgument;
+    Key* found = *path == '\0' ? top : top->FindPath(path, nullptr);
+    if (found == nullptr) return kNoSuchEntry;
+    current = found;
+    return kDone;
+}
+
+ResultCode KeyTree::MoveCurrentTo(KeyHandle handle) {
+    if (top == nullptr) return kNotInitialised;
+    if (handle == 0) {
+        current = top;
+        return kDone;
+    }
+    Key* wanted = reinterpret_cast<Key*>(handle);
+    const Key* parent = nullptr;
+    const ResultCode code = top->ParentOf(wanted, parent);
+    if (code == kUnspecified) return kNoSuchEntry;
+    if (IsSuccess(code)) current = wanted;
+    return code;
+}
+
+ResultCode KeyTree::LeaveSubtree(const Key* doomed) {
+    if (doomed == nullptr || current == top) return kDone;
+    const Key* parent = nullptr;
+    const ResultCode code = doomed->ParentOf(current, parent);
+    if (code == kUnspecified) return kDone;
+    if (IsSuccess(code)) current = top;
+    return code;
+}
+
+}   // namespace arbor

@@ -1,0 +1,47 @@
+/// The tree of an object: the root key, and the current root that callers can move.
+#pragma once
+
+#include "tree/contract.h"
+#include "tree/key.h"
+
+#include <string>
+
+namespace arbor {
+
+/// Owns the root and with it the whole tree. All three pointers are null until `Start`. `current` stands at or below
+/// `top`. No lock here.
+struct KeyTree {
+    KeyTree() = default;
+    ~KeyTree();
+    KeyTree(const KeyTree&) = delete;
+    KeyTree& operator=(const KeyTree&) = delete;
+
+    /// Makes the root, with an empty name. `kNotInitialised` if there is a tree already, `kOutOfMemory`.
+    ResultCode Start(const HostObject* object);
+
+    /// Moves `current` to the key at `path` below `top`; an empty path means `top`.
+    /// `kNotInitialised` without a tree, `kInvalidArgument` for a null path, `kNoSuchEntry`.
+    ResultCode MoveCurrentTo(const char* path);
+
+    /// Moves `current` to the key that `handle` names, 0 being `top`. The handle is looked up in the whole tree.
+    /// `kNotInitialised` without a tree, `kNoSuchEntry`, `kOutOfMemory` if the search has no memory.
+    ResultCode MoveCurrentTo(KeyHandle handle);
+
+    /// Called before `doomed` goes with all below it: a `current` in there moves to `top`. Null is no key.
+    /// Returns 0, or `kOutOfMemory` if that can't be told.
+    ResultCode LeaveSubtree(const Key* doomed);
+
+    /// Appends the whole document to `output`. `kNotInitialised` without a tree, `kOutOfMemory`, or what a value's text
+    /// form fails with: then `output` is of no use.
+    ResultCode SaveDocument(std::string& output) const;
+
+    /// Adds the keys and values of an XML text without a byte order mark: the native form, or any other mapped onto
+    /// keys and texts. On a failure the tree keeps what was added before it.
+    ResultCode LoadDocument(const char* data, std::uint32_t sizeBytes);
+
+    const HostObject* owner = nullptr;
+    Key* top = nullptr;
+    Key* current = nullptr;
+};
+
+}   // namespace arbor
