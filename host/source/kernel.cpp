@@ -1,0 +1,194 @@
+#include <host/kernel.h>
+#include <host/result_text.h>
+#include <host/text.h>
+
+#include <array>
+#include <new>
+#include <utility>
+
+namespace host {
+namespace {
+
+/// What the functions without an object work for.
+std::atomic<Kernel*> running{nullptr};
+
+}   // namespace
+
+/// The functions that the module calls; no exception leaves them.
+struct Kernel::Slots {
+    static bool IsSystemFace(const kernel::MethodTable* face) { return face != nullptr && *face == SystemTable(); }
+
+    static kernel::ResultCode Alloc(const kernel::MethodTable* face, void** block, std::uint32_t bytes) {
+        if (!IsSystemFace(face)) return kernel::kInvalidArgument;
+        return running.load()->memory.Take(block, bytes);
+    }
+
+    static kernel::ResultCode Realloc(const kernel::MethodTable* face, void** block, void* old, std::uint32_t bytes) {
+        if (!IsSystemFace(face)) return kernel::kInvalidArgument;
+        return running.load()->memory.Resize(block, old, bytes);
+    }
+
+    static void Free(const kernel::MethodTable* face, void* block) {
+        if (IsSystemFace(face)) running.load()->memory.GiveBack(block);
+    }
+
+    static kernel::ResultCode NotOffered() { return kNotOffered; }
+
+    static kernel::ResultCode RegisterInterface(kernel::HostObject* object, kernel::HostWord interfaceNumber,
+                                                kernel::HostWord moduleNumber, kernel::HostWord fourth,
+                                                kernel::HostWord fifth, kernel::HostWord sixth, void* const* internal,
+                                                kernel::HostWord internalCount, void* const* methods,
+                                                kernel::HostWord methodCount, const kernel::PropertyRow* properties,
+                                                kernel::HostWord propertyCount, kernel::HostWord dataAreaBytes,
+                                                kernel::HostWord last) {
+        return reinterpret_cast<Face*>(object)->self->Register({interfaceNumber,
+                                                                moduleNumber,
+                                                                {fourth, fifth, sixth},
+                                                                internal,
+                                                                internalCount,
+                                                                methods,
+                                                                methodCount,
+                                                                properties,
+                                                                propertyCount,
+                                                                dataAreaBytes,
+                                                                last});
+    }
+
+    struct Import {
+        std::uint32_t kind;
+        std::uint32_t number;
+        std::uint32_t mode;
+        void* function;
+    };
+
+    static kernel::ResultCode BindImport(kernel::HostObject* object, void** function, std::uint32_t kind,
+                                         std::uint32_t number, std::uint32_t mode) {
+        static const Import imports[] = {
+            {kernel::kTraceImportKind, kernel::kTraceImportNumber, kernel::kTraceImportMode,
+             reinterpret_cast<void*>(&Trace)},
+            {kernel::kTextImportKind, kernel::kTextImportNumber, kernel::kTextImportMode,
+             reinterpret_cast<void*>(&ImportHostText)},
+        };
+        if (function == nullptr) return kernel::kInvalidArgument;
+        if (!reinterpret_cast<Face*>(object)->self->offerImports) return kNotOffered;
+        for (const Import& import : imports) {
+            if (import.kind != kind || import.number != number || import.mode != mode) continue;
+            *function = import.function;
+            return kernel::kDone;
+        }
+        return kNotOffered;
+    }
+
+    static kernel::ResultCode Trace(const kernel::HostObject* object, std::uint32_t level, const char* format,
+                                    std::va_list arguments) {
+        return running.load()->WriteLine(object, level, format, arguments);
+    }
+
+    static kernel::ResultCode ImportHostText(kernel::HostString* text, std::uint32_t from, std::uint32_t count,
+                                             const void* source, std::uint32_t sizeBytes, std::uint32_t codePage) {
+        return ImportText(running.load()->memory, text, from, count, source, sizeBytes, codePage);
+    }
+
+    static kernel::MethodTable RootTable() {
+        static const auto table = [] {
+            std::array<void*, kernel::kBindImportSlot + 1> slots;
+            slots.fill(reinterpret_cast<void*>(&NotOffered));
+            slots[kernel::kRegisterInterfaceSlot] = reinterpret_cast<void*>(&RegisterInterface);
+            slots[kernel::kBindImportSlot] = reinterpret_cast<void*>(&BindImport);
+            return slots;
+        }();
+        return table.data();
+    }
+
+    static kernel::MethodTable SystemTable() {
+        static const auto table = [] {
+            std::array<void*, kernel::kSystemSlots> slots;
+            slots.fill(reinterpret_cast<void*>(&NotOffered));
+            slots[kernel::kHostAllocSlot] = reinterpret_cast<void*>(&Alloc);
+            slots[kernel::kHostReallocSlot] = reinterpret_cast<void*>(&Realloc);
+            slots[kernel::kHostFreeSlot] = reinterpret_cast<void*>(&Free);
+            return slots;
+        }();
+        return table.data();
+    }
+};
+
+Kernel::Kernel(KernelOptions options)
+    : memory(options.trackBlocks),
+      traceLevel(options.traceLevel),
+      traceSink(std::move(options.traceSink)),
+      offerImports(options.offerImports),
+      root{{Slots::RootTable(), Slots::SystemTable()}, this} {
+    Kernel* none = nullptr;
+    if (!running.compare_exchange_strong(none, this))
+        throw std::logic_error("a process holds one host kernel at a time");
+}
+
+Kernel::~Kernel() {
+    file.reset();   // what runs at its unloading may still call
+    running.store(nullptr);
+}
+
+void Kernel::LoadModule(const std::filesystem::path& path) {
+    auto loaded = std::make_unique<ModuleFile>(path);
+    Start(loaded->Entry());
+    file = std::move(loaded);
+}
+
+void Kernel::Start(const EntryPoint& entry) {
+    const std::uint32_t before = registrations;
+    kernel::ResultCode code = kernel::kUnexpected;
+    const int answer = entry(&root, kernel::kHostStartReason, &code);
+    if (kernel::IsFailure(code)) throw ModuleError("the module didn't start: " + Describe(code));
+    if (answer == 0) throw ModuleError("the module didn't start: its entry answers 0");
+    if (registrations == before) throw ModuleError("the module didn't start: it registered no interface");
+}
+
+kernel::ResultCode Kernel::Register(const Registration& offered) {
+    if (kernel::IsFailure(registrationAnswer)) return registrationAnswer;
+    if (offered.interfaceNumber != kernel::kRegistryInterface) return kNotOffered;
+    if (offered.internal == nullptr || offered.internalCount != kernel::kInternalSlots || offered.methods == nullptr ||
+        offered.methodCount != kernel::kRegistryMethods || offered.properties == nullptr) {
+        return kernel::kInvalidArgument;
+    }
+    registration = offered;
+    ++registrations;
+    return registrationAnswer;
+}
+
+kernel::ResultCode Kernel::WriteLine(const kernel::HostObject* object, std::uint32_t level, const char* format,
+                                     std::va_list arguments) {
+    if (format == nullptr) return kernel::kInvalidArgument;
+    if (level > traceLevel.load(std::memory_order_relaxed)) return kernel::kDone;
+    try {
+        TraceLine line{level, FormatTrace(format, arguments), object};
+        const std::scoped_lock lock(traceMutex);
+        if (traceSink) {
+            traceSink(line);
+        } else {
+            lines.push_back(std::move(line));
+        }
+        return kernel::kDone;
+    } catch (const std::bad_alloc&) {
+        return kernel::kOutOfMemory;
+    } catch (...) {
+        return kernel::kUnexpected;
+    }
+}
+
+std::vector<TraceLine> Kernel::TakeLines() {
+    const std::scoped_lock lock(traceMutex);
+    return std::exchange(lines, {});
+}
+
+std::string Kernel::LeakReport() const {
+    std::string report = std::to_string(memory.LiveBlocks()) + " blocks of host memory not given back, " +
+                         std::to_string(memory.LiveBytes()) + " bytes, after " + std::to_string(memory.Requests()) +
+                         " requests\n";
+    for (const LeakedBlock& block : memory.Leaks()) {
+        report += "  request " + std::to_string(block.request) + ": " + std::to_string(block.sizeBytes) + " bytes\n";
+    }
+    return report;
+}
+
+}   // namespace host

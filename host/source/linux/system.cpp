@@ -1,0 +1,56 @@
+#include <host/module_file.h>
+#include <host/system.h>
+
+#include <dlfcn.h>
+#include <elf.h>
+#include <link.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace host {
+namespace {
+
+using EntryCall = int (*)(void* first, std::uint32_t reason, void* third);
+
+/// The entry that the file's header names, or null. The header is the start of the first segment.
+EntryCall FindEntry(void* handle) {
+    const link_map* map = nullptr;
+    if (dlinfo(handle, RTLD_DI_LINKMAP, static_cast<void*>(&map)) != 0) return nullptr;
+    const auto* header = reinterpret_cast<const ElfW(Ehdr)*>(map->l_addr);
+    if (header == nullptr || std::memcmp(header->e_ident, ELFMAG, SELFMAG) != 0 || header->e_entry == 0) return nullptr;
+    return reinterpret_cast<EntryCall>(map->l_addr + header->e_entry);
+}
+
+}   // namespace
+
+ModuleFile::ModuleFile(const std::filesystem::path& path) {
+    const std::filesystem::path file = std::filesystem::absolute(path);
+    handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) throw ModuleError("can't load the module: " + std::string(dlerror()));
+    const EntryCall call = FindEntry(handle);
+    if (call == nullptr) {
+        dlclose(handle);
+        throw ModuleError("can't start the module: " + file.string() + ": its header names no entry");
+    }
+    entry = call;
+}
+
+ModuleFile::~ModuleFile() { dlclose(handle); }
+
+/// The file system is drive Z.
+std::u16string DocumentName(const std::filesystem::path& path) {
+    std::u16string name = u"Z:" + std::filesystem::absolute(path).lexically_normal().u16string();
+    std::replace(name.begin(), name.end(), u'/', u'\\');
+    return name;
+}
+
+std::filesystem::path ProgramFolder() { return std::filesystem::read_symlink("/proc/self/exe").parent_path(); }
+
+const char* ModuleEnding() { return ".so"; }
+
+std::vector<std::string> ProgramArguments(int count, const char* const* values) {
+    return {values + std::min(count, 1), values + count};
+}
+
+}   // namespace host

@@ -1,0 +1,149 @@
+#include <host/kernel.h>
+#include <host/text.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace host {
+namespace {
+
+constexpr std::uint32_t kCodePageUtf8 = 65001;
+constexpr std::uint32_t kCodePageOfSystem = 0;
+constexpr char32_t kReplacement = 0xFFFD;
+
+void AppendUtf8(std::string& text, char32_t point) {
+    const auto put = [&](char32_t byte) { text += static_cast<char>(static_cast<unsigned char>(byte)); };
+    if (point < 0x80) return put(point);
+    if (point < 0x800) {
+        put(0xC0 | point >> 6);
+    } else {
+        if (point < 0x10000) {
+            put(0xE0 | point >> 12);
+        } else {
+            put(0xF0 | point >> 18);
+            put(0x80 | (point >> 12 & 0x3F));
+        }
+        put(0x80 | (point >> 6 & 0x3F));
+    }
+    put(0x80 | (point & 0x3F));
+}
+
+void AppendUtf16(std::u16string& text, char32_t point) {
+    if (point < 0x10000) {
+        text += static_cast<char16_t>(point);
+        return;
+    }
+    text += static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10));
+    text += static_cast<char16_t>(0xDC00 + ((point - 0x10000) & 0x3FF));
+}
+
+bool IsHighHalf(char16_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
+bool IsLowHalf(char16_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
+
+struct Decoded {
+    char32_t point;
+    std::size_t bytes;
+};
+
+/// The character at the start of `text`, which isn't empty.
+Decoded DecodeUtf8(std::string_view text) {
+    struct Form {
+        unsigned char mask, lead;
+        std::size_t bytes;
+        char32_t least;
+    };
+    static constexpr Form kForms[] = {
+        {0x80, 0x00, 1, 0x0},
+        {0xE0, 0xC0, 2, 0x80},
+        {0xF0, 0xE0, 3, 0x800},
+        {0xF8, 0xF0, 4, 0x10000},
+    };
+    const auto lead = static_cast<unsigned char>(text[0]);
+    for (const Form& form : kForms) {
+        if ((lead & form.mask) != form.lead) continue;
+        if (text.size() < form.bytes) break;
+        char32_t point = lead & static_cast<unsigned char>(~form.mask);
+        for (std::size_t i = 1; i < form.bytes; ++i) {
+            const auto byte = static_cast<unsigned char>(text[i]);
+            if ((byte & 0xC0) != 0x80) return {kReplacement, 1};
+            point = point << 6 | (byte & 0x3F);
+        }
+        const bool half = point >= 0xD800 && point < 0xE000;
+        if (point < form.least || point > 0x10FFFF || half) break;
+        return {point, form.bytes};
+    }
+    return {kReplacement, 1};
+}
+
+/// Puts `source` into the string's block, or into a larger one.
+kernel::ResultCode Store(Memory& memory, kernel::HostString& text, std::u16string_view source) {
+    const auto size = static_cast<std::uint32_t>(source.size());
+    if (text.text == nullptr || text.capacity < size) {
+        void* block = nullptr;
+        const kernel::ResultCode code = memory.Take(&block, (size + 1) * sizeof(char16_t));
+        if (kernel::IsFailure(code)) return code;
+        memory.GiveBack(text.text);
+        text.text = static_cast<char16_t*>(block);
+        text.capacity = size;
+    }
+    std::copy(source.begin(), source.end(), text.text);
+    text.text[size] = u'\0';
+    text.size = size;
+    return kernel::kDone;
+}
+
+}   // namespace
+
+std::string ToUtf8(std::u16string_view text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char32_t point = text[i];
+        if (IsHighHalf(text[i]) && i + 1 < text.size() && IsLowHalf(text[i + 1])) {
+            point = 0x10000 + ((point - 0xD800) << 10) + (text[++i] - char32_t{0xDC00});
+        } else if (IsHighHalf(text[i]) || IsLowHalf(text[i])) {
+            point = kReplacement;
+        }
+        AppendUtf8(result, point);
+    }
+    return result;
+}
+
+std::u16string ToUtf16(std::string_view text) {
+    std::u16string result;
+    while (!text.empty()) {
+        const Decoded character = DecodeUtf8(text);
+        AppendUtf16(result, character.point);
+        text.remove_prefix(character.bytes);
+    }
+    return result;
+}
+
+kernel::ResultCode ImportText(Memory& memory, kernel::HostString* text, std::uint32_t from, std::uint32_t count,
+                              const void* source, std::uint32_t sizeBytes, std::uint32_t codePage) {
+    if (text == nullptr || source == nullptr || from != 0 || count != kernel::kWholeText)
+        return kernel::kInvalidArgument;
+    std::u16string units;
+    try {
+        if (codePage == kernel::kCodePageUtf16) {
+            if (sizeBytes % sizeof(char16_t) != 0) return kernel::kInvalidArgument;
+            units.resize(sizeBytes / sizeof(char16_t));
+            std::memcpy(units.data(), source, sizeBytes);   // the source may stand at any address
+        } else if (codePage == kCodePageUtf8 || codePage == kCodePageOfSystem) {
+            units = ToUtf16({static_cast<const char*>(source), sizeBytes});
+        } else {
+            return kNotOffered;
+        }
+    } catch (const std::bad_alloc&) {
+        return kernel::kOutOfMemory;
+    }
+    return Store(memory, *text, std::u16string_view(units).substr(0, units.find(u'\0')));
+}
+
+Text::~Text() { kernel.HostMemory().GiveBack(string.text); }
+
+kernel::ResultCode Text::Set(std::u16string_view text) {
+    return ImportText(kernel.HostMemory(), &string, 0, kernel::kWholeText, text.data(),
+                      static_cast<std::uint32_t>(text.size() * sizeof(char16_t)), kernel::kCodePageUtf16);
+}
+
+}   // namespace host

@@ -1,0 +1,71 @@
+#include <host/module_file.h>
+#include <host/system.h>
+#include <host/text.h>
+
+#include <windows.h>
+
+#include <shellapi.h>
+
+namespace host {
+namespace {
+
+using EntryCall = BOOL(__stdcall*)(void* first, DWORD reason, void* third);
+
+/// The entry that the image's header names, or null.
+EntryCall FindEntry(void* image) {
+    auto* base = static_cast<unsigned char*>(image);
+    const auto* start = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+    const auto* header = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + start->e_lfanew);
+    const DWORD entry = header->OptionalHeader.AddressOfEntryPoint;
+    return entry == 0 ? nullptr : reinterpret_cast<EntryCall>(base + entry);
+}
+
+std::u16string_view Units(const wchar_t* text) { return reinterpret_cast<const char16_t*>(text); }
+
+}   // namespace
+
+ModuleFile::ModuleFile(const std::filesystem::path& path) {
+    const std::filesystem::path file = std::filesystem::absolute(path);
+    handle = LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    if (handle == nullptr) {
+        const DWORD error = GetLastError();
+        throw ModuleError("can't load the module: " + ToUtf8(file.u16string()) + ": system error " +
+                          std::to_string(error));
+    }
+    const EntryCall call = FindEntry(handle);
+    if (call == nullptr) {
+        FreeLibrary(static_cast<HMODULE>(handle));
+        throw ModuleError("can't start the module: " + ToUtf8(file.u16string()) + ": its header names no entry");
+    }
+    entry = call;
+}
+
+ModuleFile::~ModuleFile() { FreeLibrary(static_cast<HMODULE>(handle)); }
+
+std::u16string DocumentName(const std::filesystem::path& path) {
+    return std::filesystem::absolute(path).lexically_normal().make_preferred().u16string();
+}
+
+std::filesystem::path ProgramFolder() {
+    std::wstring path(MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+        if (length < path.size()) return std::filesystem::path(path.substr(0, length)).parent_path();
+        path.resize(path.size() * 2);
+    }
+}
+
+const char* ModuleEnding() { return ".dll"; }
+
+/// The system keeps the command line in UTF-16; what `main` gets has lost characters.
+std::vector<std::string> ProgramArguments(int, const char* const*) {
+    SetConsoleOutputCP(CP_UTF8);
+    int count = 0;
+    wchar_t** values = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::string> arguments;
+    for (int i = 1; i < count; ++i) arguments.push_back(ToUtf8(Units(values[i])));
+    LocalFree(values);
+    return arguments;
+}
+
+}   // namespace host

@@ -1,0 +1,89 @@
+#include <host/io_object.h>
+#include <host/kernel.h>
+
+#include <fstream>
+#include <memory>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+enum class Home {
+    Memory,
+    File,
+};
+
+class IoObjectTest : public testing::TestWithParam<Home> {
+protected:
+    IoObjectTest() {
+        if (GetParam() == Home::Memory) {
+            io = std::make_unique<host::MemoryIo>(host, "0123456789");
+        } else {
+            std::ofstream(path, std::ios::binary) << "0123456789";
+            io = std::make_unique<host::FileIo>(host, path);
+        }
+    }
+    ~IoObjectTest() override { std::filesystem::remove(path); }
+
+    std::string Read(std::uint32_t size) {
+        std::string buffer(size, '?');
+        std::uint32_t count = 0;
+        EXPECT_EQ(kernel::IoRead(io->Get(), &count, buffer.data(), size), kernel::kDone);
+        return buffer.substr(0, count);
+    }
+    std::uint64_t Size() {
+        std::uint64_t size = 0;
+        EXPECT_EQ(kernel::IoSize(io->Get(), &size), kernel::kDone);
+        return size;
+    }
+
+    const std::filesystem::path path = std::filesystem::path(testing::TempDir()) / "arbor_io_object_test.xml";
+    host::Kernel host;
+    std::unique_ptr<host::IoObject> io;
+};
+
+TEST_P(IoObjectTest, ReadsFromTheStartAndAWriteReplacesAll) {
+    EXPECT_EQ(Size(), 10U);
+    EXPECT_EQ(Read(4), "0123");
+    EXPECT_EQ(Read(20), "0123456789");
+    EXPECT_EQ(kernel::IoWrite(io->Get(), "abc", 3), kernel::kDone);
+    kernel::IoComplete(io->Get());
+    EXPECT_EQ(Size(), 3U);
+    EXPECT_EQ(Read(20), "abc");
+    EXPECT_EQ(io->Writes(), 1U);
+    EXPECT_EQ(io->Completions(), 1U);
+}
+
+TEST_P(IoObjectTest, FaultsAnswerTheirCodeAndDoNothing) {
+    std::uint64_t size = 7;
+    std::uint32_t count = 7;
+    char buffer[16];
+    io->FailSize(kernel::kMediaError);
+    EXPECT_EQ(kernel::IoSize(io->Get(), &size), kernel::kMediaError);
+    io->FailRead(kernel::kAccessDenied);
+    EXPECT_EQ(kernel::IoRead(io->Get(), &count, buffer, sizeof buffer), kernel::kAccessDenied);
+    EXPECT_EQ(count, 0U);
+    io->FailWrite(kernel::kUnspecified);
+    EXPECT_EQ(kernel::IoWrite(io->Get(), "abc", 3), kernel::kUnspecified);
+    io->FailRead(kernel::kDone);
+    io->ShortenReads(2);
+    EXPECT_EQ(Read(20), "01");
+}
+
+INSTANTIATE_TEST_SUITE_P(Homes, IoObjectTest, testing::Values(Home::Memory, Home::File),
+                         [](const auto& home) { return home.param == Home::Memory ? "Memory" : "File"; });
+
+TEST(FileIoTest, AMissingFileIsNoDocumentUntilItIsWritten) {
+    const std::filesystem::path path = std::filesystem::path(testing::TempDir()) / "arbor_file_io_test.xml";
+    std::filesystem::remove(path);
+    host::Kernel host;
+    host::FileIo io(host, path);
+    std::uint64_t size = 0;
+    EXPECT_EQ(kernel::IoSize(io.Get(), &size), kernel::kNoDocument);
+    EXPECT_EQ(kernel::IoWrite(io.Get(), "abc", 3), kernel::kDone);
+    EXPECT_EQ(std::filesystem::file_size(path), 3U);
+    std::filesystem::remove(path);
+    EXPECT_EQ(kernel::IoWrite(host::FileIo(host, path / "below").Get(), "abc", 3), kernel::kMediaError);
+}
+
+}   // namespace

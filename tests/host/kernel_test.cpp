@@ -1,0 +1,250 @@
+#include <host/kernel.h>
+#include <host/object.h>
+#include <host/system.h>
+
+#include <algorithm>
+#include <fstream>
+#include <new>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+/// A module of a few lines: it notes what is done to its object, and holds a block from its construction to its end.
+struct FakeObject {
+    kernel::MethodTable MethodFace;
+    kernel::MethodTable SystemFace;
+    kernel::HostWord hostWord;
+    std::uint32_t number;
+    void* block;
+    std::uint8_t narrow;
+
+    kernel::HostObject* Header() { return reinterpret_cast<kernel::HostObject*>(this); }
+};
+constexpr std::size_t kDataArea = sizeof(FakeObject) - 3 * sizeof(kernel::HostWord);
+
+std::vector<std::string> calls;
+std::string text;
+kernel::ResultCode constructionAnswer = kernel::kDone;
+
+FakeObject& Of(kernel::HostObject* object) { return *reinterpret_cast<FakeObject*>(object); }
+
+kernel::ResultCode OwnClean(kernel::HostObject*) {
+    calls.emplace_back("own Clean");
+    return kernel::kDone;
+}
+
+kernel::ResultCode ForwardedClean(kernel::HostObject* object) {
+    calls.emplace_back("registered Clean");
+    return kernel::Registry(object).Clean(object);
+}
+
+void* ownMethods[kernel::kRegistryMethods];
+void* methods[kernel::kRegistryMethods];
+void* placeholders[kernel::kSystemSlots];
+
+kernel::ResultCode ObjectNew(kernel::HostObject* object, std::uint32_t construct) {
+    calls.emplace_back(construct != 0 ? "construct" : "destroy");
+    if (construct == 0) {
+        kernel::HostFree(object, Of(object).block);
+        return kernel::kDone;
+    }
+    const auto* bytes = reinterpret_cast<const unsigned char*>(object);
+    EXPECT_TRUE(std::all_of(bytes, bytes + sizeof(FakeObject), [](unsigned char byte) { return byte == 0; }));
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(object) % 16, 0U);
+    Of(object).MethodFace = ownMethods;
+    Of(object).SystemFace = placeholders;
+    return constructionAnswer;
+}
+
+kernel::ResultCode ObjectReady(kernel::HostObject* object) {
+    calls.emplace_back("ready");
+    return kernel::HostAlloc(object, &Of(object).block, 8);
+}
+
+kernel::ResultCode ObjectClosing(kernel::HostObject*) {
+    calls.emplace_back("closing");
+    return kernel::kDone;
+}
+
+kernel::ResultCode ReadText(kernel::HostObject*, std::uint32_t* count, std::uint32_t, void* buffer,
+                            std::uint32_t size) {
+    *count = static_cast<std::uint32_t>(text.copy(static_cast<char*>(buffer), size));
+    return kernel::kDone;
+}
+
+kernel::ResultCode WriteText(kernel::HostObject*, std::uint32_t* count, std::uint32_t, void* buffer,
+                             std::uint32_t size) {
+    *count = 0;
+    text.assign(static_cast<const char*>(buffer), size);
+    return kernel::kDone;
+}
+
+int FakeEntry(void* first, std::uint32_t reason, void* third) {
+    if (reason != kernel::kHostStartReason) return 1;
+    static void* internal[kernel::kInternalSlots];
+    internal[kernel::kObjectNewSlot] = reinterpret_cast<void*>(&ObjectNew);
+    internal[kernel::kObjectReadySlot] = reinterpret_cast<void*>(&ObjectReady);
+    internal[kernel::kObjectClosingSlot] = reinterpret_cast<void*>(&ObjectClosing);
+    const auto clean = static_cast<std::size_t>(kernel::Method::Clean);
+    ownMethods[clean] = reinterpret_cast<void*>(&OwnClean);
+    methods[clean] = reinterpret_cast<void*>(&ForwardedClean);
+    static const char description[] = "fake";
+    static const kernel::PropertyRow properties[] = {
+        {kernel::PropertyInterfaceVersion, 1, 4, 4, 0, 0},
+        {kernel::PropertyDescription, reinterpret_cast<kernel::HostWord>(description), sizeof description, 0x0C, 0, 0},
+        {kernel::PropertyOpenFlags, 0, 4, 0x23, 0, 0},
+        {kernel::PropertyBackupMode, offsetof(FakeObject, narrow) - 3 * sizeof(kernel::HostWord), 1, 3, 0, 0},
+        {kernel::PropertyRootPoint, 0, 0, 0, reinterpret_cast<kernel::HostWord>(&ReadText),
+         reinterpret_cast<kernel::HostWord>(&WriteText)},
+    };
+    auto* root = static_cast<kernel::HostObject*>(first);
+    const auto call = kernel::SlotOf<kernel::RegisterInterfaceCall>(root->MethodFace, kernel::kRegisterInterfaceSlot);
+    auto* code = static_cast<kernel::ResultCode*>(third);
+    *code = call(root, kernel::kRegistryInterface, kernel::kRegistryModule, 0, 1, 0x55, internal, std::size(internal),
+                 methods, std::size(methods), properties, std::size(properties), kDataArea, 0);
+    return kernel::IsSuccess(*code) ? 1 : 0;
+}
+
+class KernelTest : public testing::Test {
+protected:
+    KernelTest() {
+        calls.clear();
+        text.clear();
+        constructionAnswer = kernel::kDone;
+    }
+    void TearDown() override { EXPECT_EQ(host.LiveBlocks(), 0U) << host.LeakReport(); }
+
+    host::Kernel host;
+};
+
+/// What starting or loading says when it fails; empty if it didn't.
+template <class Work>
+std::string Refusal(Work work) {
+    try {
+        work();
+        return {};
+    } catch (const host::ModuleError& error) {
+        return error.what();
+    }
+}
+
+TEST_F(KernelTest, AnObjectGoesThroughItsWholeLifeInOrder) {
+    host.Start(FakeEntry);
+    {
+        host::Object object(host);
+        EXPECT_EQ(object.Ready(), kernel::kDone);
+        EXPECT_EQ(host.LiveBlocks(), 1U);
+        EXPECT_EQ(object.Methods().Clean(object.Get()), kernel::kDone);
+        EXPECT_EQ(object.OwnMethods().Clean(object.Get()), kernel::kDone);
+    }
+    EXPECT_THAT(calls,
+                ElementsAre("construct", "ready", "registered Clean", "own Clean", "own Clean", "closing", "destroy"));
+}
+
+TEST_F(KernelTest, WhatWasNotReadyIsNotClosedAndClosingHappensOnce) {
+    host.Start(FakeEntry);
+    { const host::Object never(host); }
+    EXPECT_THAT(calls, ElementsAre("construct", "destroy"));
+    calls.clear();
+    {
+        host::Object closed(host);
+        EXPECT_EQ(closed.Ready(), kernel::kDone);
+        EXPECT_EQ(closed.Close(), kernel::kDone);
+    }
+    EXPECT_THAT(calls, ElementsAre("construct", "ready", "closing", "destroy"));
+}
+
+TEST_F(KernelTest, PropertiesGoByTheirRows) {
+    host.Start(FakeEntry);
+    host::Object object(host);
+    EXPECT_EQ(object.Number(kernel::PropertyInterfaceVersion), 1U);
+    EXPECT_EQ(object.SetNumber(kernel::PropertyInterfaceVersion, 2), kernel::kAccessDenied);
+    char buffer[8] = {};
+    std::uint32_t count = 0;
+    EXPECT_EQ(object.GetProperty(kernel::PropertyDescription, &count, buffer, 4), kernel::kBufferTooSmall);
+    EXPECT_EQ(count, 5U);
+    EXPECT_EQ(object.GetProperty(kernel::PropertyDescription, &count, buffer, 8), kernel::kDone);
+    EXPECT_STREQ(buffer, "fake");
+
+    EXPECT_EQ(object.SetNumber(kernel::PropertyOpenFlags, 0xA1B2C3D4), kernel::kDone);
+    EXPECT_EQ(Of(object.Get()).number, 0xA1B2C3D4);
+    EXPECT_EQ(object.SetProperty(kernel::PropertyOpenFlags, "12345", 5), kernel::kInvalidArgument);
+    EXPECT_EQ(object.SetNumber(kernel::PropertyBackupMode, 2), kernel::kDone);
+    EXPECT_EQ(Of(object.Get()).narrow, 2U);
+    EXPECT_EQ(object.Number(kernel::PropertyBackupMode), 2U);
+
+    EXPECT_EQ(object.SetRootPoint("a/b"), kernel::kDone);
+    EXPECT_EQ(object.GetProperty(kernel::PropertyRootPoint, &count, buffer, 8), kernel::kDone);
+    EXPECT_EQ(std::string(buffer, count), "a/b");
+    EXPECT_EQ(object.SetNumber(kernel::PropertyReadOnly, 1), kernel::MakeResult(0x80000180));
+}
+
+TEST_F(KernelTest, ModulesThatDoNotStartSayWhy) {
+    EXPECT_THAT(Refusal([&] { host::Object object(host); }), HasSubstr("no module has registered"));
+    EXPECT_THAT(Refusal([&] { host.Start([](void*, std::uint32_t, void*) { return 1; }); }), HasSubstr("unexpected"));
+    EXPECT_THAT(
+        Refusal([&] { host.Start([](void*, std::uint32_t, void* code) { return *static_cast<int*>(code) = 0; }); }),
+        HasSubstr("its entry answers 0"));
+    EXPECT_THAT(Refusal([&] {
+                    host.Start([](void*, std::uint32_t, void* code) {
+                        *static_cast<int*>(code) = 0;
+                        return 1;
+                    });
+                }),
+                HasSubstr("registered no interface"));
+    host.AnswerRegistration(kernel::kAccessDenied);
+    EXPECT_THAT(Refusal([&] { host.Start(FakeEntry); }), HasSubstr("0x80000045: access denied"));
+    EXPECT_EQ(host.Interface(), nullptr);
+    host.AnswerRegistration(kernel::kKeyCreated);
+    host.Start(FakeEntry);
+    ASSERT_NE(host.Interface(), nullptr);
+    EXPECT_EQ(host.Interface()->fixed[2], 0x55U);
+
+    constructionAnswer = kernel::kUnexpected;
+    EXPECT_THAT(Refusal([&] { host::Object object(host); }), HasSubstr("0x80000040"));
+}
+
+TEST_F(KernelTest, FilesThatAreNoModulesAreRefused) {
+    const std::filesystem::path path = std::filesystem::path(testing::TempDir()) / "arbor_no_module.txt";
+    std::filesystem::remove(path);
+    EXPECT_THAT(Refusal([&] { host.LoadModule(path); }), HasSubstr(path.filename().string()));
+    std::ofstream(path) << "plain text";
+    EXPECT_THAT(Refusal([&] { host.LoadModule(path); }), HasSubstr(path.filename().string()));
+    std::filesystem::remove(path);
+}
+
+TEST_F(KernelTest, OneKernelLivesAtATime) { EXPECT_THROW(host::Kernel second, std::logic_error); }
+
+TEST_F(KernelTest, LinesAreKeptUpToTheLevel) {
+    kernel::HostRoot = host.Root();
+    host.SetTraceLevel(300);
+    EXPECT_EQ(kernel::Trace(host.Root(), kernel::TraceFailure, "kept %d", 1), kernel::kDone);
+    EXPECT_EQ(kernel::Trace(nullptr, kernel::TraceWarning, "dropped"), kernel::kDone);
+    EXPECT_EQ(kernel::Trace(nullptr, kernel::TraceRegistration, "kept too"), kernel::kDone);
+    const std::vector<host::TraceLine> lines = host.TakeLines();
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0].text, "kept 1");
+    EXPECT_EQ(lines[0].level, 300U);
+    EXPECT_EQ(lines[0].object, host.Root());
+    EXPECT_EQ(lines[1].object, nullptr);
+    EXPECT_TRUE(host.TakeLines().empty());
+    kernel::HostRoot = nullptr;
+}
+
+TEST_F(KernelTest, UnknownImportsAreNotBound) {
+    EXPECT_EQ((kernel::BindImport<void (*)()>(host.Root(), 2, kernel::kTraceImportNumber, 2)), nullptr);
+}
+
+TEST(DocumentNameTest, IsAbsoluteAndHasADrive) {
+    const std::u16string name = host::DocumentName("folder/../store.xml");
+    EXPECT_EQ(name.substr(1, 2), u":\\");
+    EXPECT_EQ(name.substr(name.size() - 10), u"\\store.xml");
+    EXPECT_EQ(name.find(u".."), std::u16string::npos);
+    EXPECT_EQ(name.find(u'/'), std::u16string::npos);
+}
+
+}   // namespace

@@ -1,0 +1,102 @@
+#include <host/kernel.h>
+
+#include <algorithm>
+#include <cstring>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class MemoryTest : public testing::Test {
+protected:
+    /// A block by the module's way; null if there is none.
+    void* Take(std::uint32_t bytes) {
+        void* block = nullptr;
+        const kernel::ResultCode code = kernel::HostAlloc(host.Root(), &block, bytes);
+        EXPECT_EQ(code, block == nullptr ? kernel::kOutOfMemory : kernel::kDone);
+        return block;
+    }
+    void GiveBack(void* block) { kernel::HostFree(host.Root(), block); }
+
+    host::Kernel host{{.trackBlocks = true}};
+};
+
+TEST_F(MemoryTest, BlocksAreZeroedAlignedCountedAndGrowInPlaceOfTheOld) {
+    for (const std::uint32_t bytes : {0U, 1U, 15U, 16U, 100000U}) {
+        auto* block = static_cast<unsigned char*>(Take(bytes));
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0U);
+        EXPECT_TRUE(std::all_of(block, block + bytes, [](unsigned char byte) { return byte == 0; }));
+        EXPECT_EQ(host.HostMemory().LiveBytes(), bytes);
+        std::memset(block, 0xEE, bytes);
+        void* grown = nullptr;
+        ASSERT_EQ(kernel::HostRealloc(host.Root(), &grown, block, bytes + 8), kernel::kDone);
+        EXPECT_TRUE(std::all_of(static_cast<unsigned char*>(grown), static_cast<unsigned char*>(grown) + bytes,
+                                [](unsigned char byte) { return byte == 0xEE; }));
+        EXPECT_EQ(host.LiveBlocks(), 1U);
+        GiveBack(grown);
+        EXPECT_EQ(host.LiveBlocks(), 0U);
+    }
+    GiveBack(nullptr);
+}
+
+TEST_F(MemoryTest, FailuresComeByCountAndLeaveTheOldBlock) {
+    host.FailAllocation(2);
+    void* first = Take(4);
+    EXPECT_FALSE(host.AllocationFailed());
+    void* block = first;
+    EXPECT_EQ(kernel::HostRealloc(host.Root(), &block, first, 8), kernel::kOutOfMemory);
+    EXPECT_EQ(block, nullptr);
+    EXPECT_TRUE(host.AllocationFailed());
+    GiveBack(first);
+    GiveBack(Take(4));
+
+    host.FailAllocation(2, host::Failing::FromThereOn);
+    GiveBack(Take(4));
+    EXPECT_EQ(Take(4), nullptr);
+    EXPECT_EQ(Take(4), nullptr);
+    host.FailAllocation(0);
+    EXPECT_FALSE(host.AllocationFailed());
+    GiveBack(Take(4));
+}
+
+TEST_F(MemoryTest, TheReportTellsEachBlockThatIsOut) {
+    void* first = Take(3);
+    GiveBack(Take(5));
+    void* third = Take(7);
+    EXPECT_EQ(host.LeakReport(),
+              "2 blocks of host memory not given back, 10 bytes, after 3 requests\n"
+              "  request 1: 3 bytes\n"
+              "  request 3: 7 bytes\n");
+    GiveBack(first);
+    GiveBack(third);
+}
+
+TEST_F(MemoryTest, AWrongFaceReachesNoMemory) {
+    kernel::HostObject placeholder{host.Root()->MethodFace, host.Root()->MethodFace};
+    const auto alloc = kernel::SlotOf<kernel::HostAllocCall>(host.Root()->SystemFace, kernel::kHostAllocSlot);
+    void* block = nullptr;
+    EXPECT_EQ(alloc(&placeholder.SystemFace, &block, 8), kernel::kInvalidArgument);
+    EXPECT_EQ(block, nullptr);
+}
+
+TEST_F(MemoryTest, WhatIsNoBlockEndsTheProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    void* inside = static_cast<char*>(Take(64)) + 32;
+    EXPECT_DEATH(GiveBack(inside), "isn't a live block");
+    GiveBack(static_cast<char*>(inside) - 32);
+}
+
+TEST_F(MemoryTest, ThreadsShareOneHeap) {
+    const auto work = [this] {
+        for (std::uint32_t i = 0; i < 2000; ++i) GiveBack(Take(i % 64));
+    };
+    std::thread other(work);
+    work();
+    other.join();
+    EXPECT_EQ(host.LiveBlocks(), 0U);
+    EXPECT_EQ(host.HostMemory().Requests(), 4000U);
+}
+
+}   // namespace
