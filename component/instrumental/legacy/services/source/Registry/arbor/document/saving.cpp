@@ -1,0 +1,177 @@
+// Saving: never into the document itself. A temporary file beside it takes the new text and is flushed, backups are
+// made, and one final move puts the new text in the document's place: whatever fails, a complete document stands on the
+// disk.
+
+#include "object/arbor.h"
+
+#include <component/ilk/error/result_code.h>
+#include <component/ilk/system/file/file.h>
+#include <component/ilk/system/file/detail/filesystem_impl.h>
+#include <component/ilk/system/file/path.h>
+#include <component/kernel/io_object.h>
+#include <component/kernel/trace.h>
+#include <component/platform/threads.h>
+
+#include <charconv>
+#include <limits>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace arbor {
+
+namespace {
+
+enum BackupModes : std::uint8_t {
+    BackupNone = 0,
+    BackupRotate = 1,
+    BackupFirstThenRotate = 2,
+};
+
+constexpr int kMoveAttempts = 3;
+constexpr std::uint32_t kMoveRetryMilliseconds = 200;
+
+/// A document of this name always keeps its second backup.
+bool IsDefaultFileName(std::u16string_view path) { return path.ends_with(u"profiles.xml"); }
+
+/// The calling thread's number, as the names of its files have it.
+std::u16string ThreadSuffix() {
+    char digits[8];
+    const auto end = std::to_chars(digits, digits + sizeof digits, platform::GetCurrentThreadId(), 16).ptr;
+    return std::u16string(digits, end);
+}
+
+}   // namespace
+
+/// The files beside a document, made before the first of them is touched.
+struct Arbor::DocumentFiles {
+    explicit DocumentFiles(const Text& name)
+        : temporary(Beside(name, u".tmp" + ThreadSuffix())),
+          firstBackup(Beside(name, u".bak")),
+          secondBackup(Beside(name, u".bak2")),
+          scrap(Beside(name, u".bak2" + ThreadSuffix())) {}
+
+    static Text Beside(const Text& name, std::u16string_view ending) {
+        Text path = name;
+        path.append(ending.data(), static_cast<std::uint32_t>(ending.size()));
+        return path;
+    }
+
+    Text temporary;      // the new document while it is being written
+    Text firstBackup;    // written once
+    Text secondBackup;   // the document as it stood before the latest save
+    Text scrap;          // the old second backup, for the moment before its removal
+};
+
+ResultCode Arbor::Save(HostWord) {
+    if (!HasChanges()) {
+        Trace(this, TraceProgress, "arbor\tskip saving because data wasn`t changed");
+        return kDone;
+    }
+    ResultCode code = kDone;
+    if (!Name.empty()) {
+        code = SaveToFile();
+    } else if (IoObject != nullptr) {
+        code = WriteToIoObject(IoObject);
+    }
+    if (IsSuccess(code)) ForgetChanges();
+    return code;
+}
+
+ResultCode Arbor::SaveToFile() {
+    try {
+        const DocumentFiles files(Name);
+        Trace(this, TraceProgress, "arbor\tsave to temporary file %S, backup mode: %u", files.temporary.data(),
+              std::uint32_t{BackupMode});
+        const ResultCode code = WriteTemporaryFile(files.temporary.data());
+        if (IsFailure(code)) {
+            Trace(this, TraceFailure, "arbor\tcannot write file %S : %terr", NameOrNone(), code);
+            return code;
+        }
+        if (BackupMode == BackupFirstThenRotate) MakeFirstBackup(files);
+        if (IsDefaultFileName({Name.data(), Name.size()}) || BackupMode == BackupRotate) MakeSecondBackup(files);
+        return MoveToDocument(files.temporary.data());
+    } catch (const std::exception&) {   // the names of the files had no room
+        const ResultCode code = kOutOfMemory;
+        Trace(this, TraceFailure, "arbor\tcannot write file %S : %terr", NameOrNone(), code);
+        return code;
+    }
+}
+
+ResultCode Arbor::WriteTemporaryFile(const char16_t* path) {
+    ilk::File file;
+    const ResultCode code = ilk::ToHostResult(file.Open(path, ilk::kFileWrite, ilk::kFileCreateAlways, 0));
+    return IsSuccess(code) ? WriteToFile(file) : code;
+}
+
+ResultCode Arbor::WriteToFile(ilk::File& file) {
+    std::string document;
+    ResultCode code = Serialise(document);
+    if (IsFailure(code)) return code;
+    std::uint32_t done = 0;
+    code = ilk::ToHostResult(file.Write(document.data(), static_cast<std::uint32_t>(document.size()), done));
+    if (IsSuccess(code) && done != document.size()) code = kNotMatched;
+    static_cast<void>(file.Flush());   // the write's code decides
+    return code;
+}
+
+ResultCode Arbor::WriteToIoObject(HostObject* io) {
+    std::string document;
+    ResultCode code = Serialise(document);
+    if (IsFailure(code)) return code;
+    code = IoWrite(io, document.data(), static_cast<std::uint32_t>(document.size()));
+    IoComplete(io);
+    return code;
+}
+
+ResultCode Arbor::Serialise(std::string& document) {
+    const LockGuard guard = LockGuard::Shared(lock, Synchronised);
+    const ResultCode code = tree.SaveDocument(document);
+    if (IsFailure(code)) return code;
+    // One write stores it, and that counts in 32 bits.
+    return document.size() <= std::numeric_limits<std::uint32_t>::max() ? kDone : ilk::ResultFileIsTooBig;
+}
+
+void Arbor::MakeFirstBackup(const DocumentFiles& files) {
+    Trace(this, TraceDetail, "arbor\ttrying to do first backup to %S", files.firstBackup.data());
+    const ResultCode code = ilk::ToHostResult(ilk::CopyFileTo(files.temporary.data(), files.firstBackup.data(), true));
+    if (IsFailure(code)) Trace(this, TraceFailure, "arbor\tcannot do first backup: %terr", code);
+    BackupMode = BackupRotate;
+}
+
+void Arbor::MakeSecondBackup(const DocumentFiles& files) {
+    const char16_t* backup = files.secondBackup.data();
+    const char16_t* scrap = files.scrap.data();
+    Trace(this, TraceDetail, "arbor\ttrying to back up to %S", backup);
+    if (ilk::ToHostResult(ilk::PathExists(backup)) == kDone) {
+        const ResultCode moved = ilk::ToHostResult(ilk::MoveFileTo(backup, scrap));
+        if (IsFailure(moved)) {
+            Trace(this, TraceFailure, "arbor\tcannot move profiles.xml.bak2 to %S: %terr", scrap, moved);
+        }
+        const ResultCode removed = ilk::RemoveFile(scrap);
+        if (IsFailure(removed)) Trace(this, TraceFailure, "arbor\tcannot remove %S: %terr", scrap, removed);
+    }
+    const ResultCode code = ilk::ToHostResult(ilk::MoveFileTo(Name.data(), backup));
+    if (IsFailure(code)) {
+        Trace(this, TraceFailure, "arbor\tcannot move original profiles.xml to backup file: %terr", code);
+    }
+}
+
+ResultCode Arbor::MoveToDocument(const char16_t* temporary) {
+    ResultCode code = kDone;
+    for (int attempt = 0; attempt < kMoveAttempts; ++attempt) {
+        if (attempt > 0) platform::Sleep(kMoveRetryMilliseconds);
+        code = ilk::ToHostResult(ilk::MoveFileTo(temporary, Name.data()));
+        if (code != kAccessDenied) break;   // somebody who looks at the document for a moment is worth a wait
+    }
+    if (IsFailure(code))
+        Trace(this, TraceFailure, "arbor\tcannot move temporary file to %S : %terr", NameOrNone(), code);
+    const ResultCode there = ilk::ToHostResult(ilk::PathExists(Name.data()));
+    if (there != kDone) Trace(this, TraceFailure, "arbor\tFile %S does not exist: %terr", NameOrNone(), there);
+    return code;
+}
+
+const char16_t* Arbor::NameOrNone() const { return Name.empty() ? u"<no name>" : Name.data(); }
+
+}   // namespace arbor

@@ -1,0 +1,162 @@
+/// The settings store: one tree of keys and values, the document that it was read from, and the interface `Registry` on
+/// both.
+///
+/// Lies in memory of the host, zeroed before construction; the host calls the lifecycle in order and alone. With
+/// `Synchronised` set before `ObjectReady` any thread may call the methods of the interface; the handlers of
+/// properties, and `SetRootKey` and `SetRootStr`, take no lock. Methods are documented where callers find them, in the
+/// host's contract.
+#pragma once
+
+#include "object/host_object_header.h"
+#include "object/readers_writer_lock.h"
+#include "tree/key_tree.h"
+
+#include <component/ilk/rtl/basic_string.h>
+#include <component/kernel/interface.h>
+
+namespace ilk {
+class File;
+}
+
+namespace arbor {
+
+class Arbor : public HostObjectHeader {
+public:
+    using Text = ilk::basic_string_t<char16_t>;
+
+    Arbor();
+    ~Arbor();
+    Arbor(const Arbor&) = delete;
+    Arbor& operator=(const Arbor&) = delete;
+
+    // Lifecycle: what the host calls between construction and destruction.
+
+    /// Makes the tree, loads the document and arms the lock. Returns the result of the load; a failed one clears
+    /// `SaveOnClose`, so that a document that couldn't be read is never overwritten at close.
+    ResultCode Ready();
+
+    /// Saves if `SaveOnClose` asks for it. Returns 0.
+    ResultCode Closing();
+
+    // The methods of `Registry`, in the order of their table.
+
+    ResultCode OpenKey(KeyHandle* answer, KeyHandle parent, const char* path, std::uint32_t create);
+    ResultCode OpenKeyByIndex(KeyHandle* answer, KeyHandle parent, std::uint32_t index);
+    ResultCode OpenNextKey(KeyHandle* answer, KeyHandle handle);
+    ResultCode CloseKey(KeyHandle handle);
+    ResultCode GetKeyName(std::uint32_t* count, KeyHandle handle, char* buffer, std::uint32_t size, std::uint32_t full);
+    ResultCode GetKeyNameByIndex(std::uint32_t* count, KeyHandle parent, std::uint32_t index, char* buffer,
+                                 std::uint32_t size, std::uint32_t full);
+    ResultCode GetValue(std::uint32_t* count, KeyHandle handle, const char* name, TypeCode* type, void* buffer,
+                        std::uint32_t size);
+    ResultCode GetValueByIndex(std::uint32_t* count, KeyHandle handle, std::uint32_t index, TypeCode* type,
+                               void* buffer, std::uint32_t size);
+    ResultCode GetValueNameByIndex(std::uint32_t* count, KeyHandle handle, std::uint32_t index, char* buffer,
+                                   std::uint32_t size);
+    ResultCode SetValue(KeyHandle handle, const char* name, TypeCode type, const void* data, std::uint32_t size,
+                        std::uint32_t create);
+    ResultCode SetValueByIndex(KeyHandle handle, std::uint32_t index, TypeCode type, const void* data,
+                               std::uint32_t size, std::uint32_t create);
+    ResultCode GetKeyCount(std::uint32_t* count, KeyHandle handle);
+    ResultCode GetValueCount(std::uint32_t* count, KeyHandle handle);
+    ResultCode DeleteKey(KeyHandle handle, const char* path);
+    ResultCode DeleteKeyByInd(KeyHandle handle, std::uint32_t index);
+    ResultCode DeleteValue(KeyHandle handle, const char* name);
+    ResultCode DeleteValueByInd(KeyHandle handle, std::uint32_t index);
+    ResultCode Clean();
+    ResultCode CopyKey(KeyHandle source, HostObject* destination, KeyHandle destinationKey);
+    ResultCode CopyKeyByName(const char* path, HostObject* destination);
+    ResultCode SetRootKey(KeyHandle handle);
+    ResultCode SetRootStr(const char* path);
+
+    /// Stores the tree if it has changed: by a temporary file, backups and one final move, or in `IoObject`. After a
+    /// failure a complete document stands on the disk and `Dirty` stays set. Takes the lock for the serialisation
+    /// alone.
+    ResultCode Save(HostWord unused);
+
+    // Property handlers. They take no lock; `count` gets the bytes or characters that the property tells, 0 after a
+    // write.
+
+    ResultCode getRootPoint(std::uint32_t* count, std::uint32_t id, void* buffer, std::uint32_t size);
+    ResultCode setRootPoint(std::uint32_t* count, std::uint32_t id, void* buffer, std::uint32_t size);
+    ResultCode getRootKey(std::uint32_t* count, std::uint32_t id, void* buffer, std::uint32_t size);
+    ResultCode setRootKey(std::uint32_t* count, std::uint32_t id, void* buffer, std::uint32_t size);
+    ResultCode getName(std::uint32_t* count, std::uint32_t id, void* buffer, std::uint32_t size);
+    ResultCode setName(std::uint32_t* count, std::uint32_t id, void* buffer, std::uint32_t size);
+
+private:
+    friend struct ArborLayout;
+
+    /// The key that a handle means: the current root for 0, nothing without a tree or for `kNoKey`. Not looked up.
+    [[nodiscard]] Key* ResolveKey(KeyHandle handle) const;
+
+    /// The shape of everything that changes the tree: refuses on a read-only object, resolves the key, does the work,
+    /// and notes the change if it succeeded. Under exclusive entry.
+    template <class Work>
+    ResultCode ChangeKey(KeyHandle handle, Work work);
+
+    void NoteChange();
+    void ForgetChanges();
+    [[nodiscard]] bool HasChanges() const;
+
+    // Keys, under entry
+    ResultCode OpenKeyLocked(KeyHandle& answer, KeyHandle parent, const char* path, bool create);
+    ResultCode OpenNextKeyLocked(KeyHandle& answer, KeyHandle handle) const;
+    ResultCode NameOfKey(std::uint32_t* count, const Key& key, char* buffer, std::uint32_t size, bool full) const;
+    ResultCode CopyLocked(KeyHandle source, HostObject* destination, KeyHandle destinationKey);
+
+    // Values, under entry
+    template <class Find>
+    ResultCode ReadValue(KeyHandle handle, std::uint32_t* count, TypeCode* type, void* buffer, std::uint32_t size,
+                         Find find);
+    template <class Add>
+    ResultCode WriteValue(Value* value, TypeCode type, const void* data, std::uint32_t size, std::uint32_t create,
+                          Add add);
+    ResultCode ConvertOnRead(const Value& value, std::uint32_t* count, TypeCode* type, void* buffer,
+                             std::uint32_t size);
+    ResultCode ConvertOnWrite(Value& value, TypeCode type, const void* data, std::uint32_t size);
+    ResultCode WriteDirectly(Value& value, const void* data, std::uint32_t size);
+    ResultCode AlignBinaryRequest(const Value* value, TypeCode* type, std::uint32_t size) const;
+
+    // Root properties
+    ResultCode TakeRootPath(const void* buffer, std::uint32_t size);
+    ResultCode ApplyPendingRootPath();
+
+    // Loading
+    ResultCode LoadFromFile();
+    ResultCode ReadDocumentFile();
+    ResultCode LoadFromIoObject();
+    ResultCode readFromBuffer(const char* data, std::uint64_t size);
+    ResultCode CreateMissingFile();
+
+    // Saving
+    struct DocumentFiles;
+    ResultCode SaveToFile();
+    ResultCode WriteTemporaryFile(const char16_t* path);
+    ResultCode WriteToFile(ilk::File& file);
+    ResultCode WriteToIoObject(HostObject* io);
+    ResultCode Serialise(std::string& document);
+    void MakeFirstBackup(const DocumentFiles& files);
+    void MakeSecondBackup(const DocumentFiles& files);
+    ResultCode MoveToDocument(const char16_t* temporary);
+    [[nodiscard]] const char16_t* NameOrNone() const;
+
+    // The host's property table names these places by their offsets. The plain words are zeroed by the host before
+    // construction, which leaves them alone.
+    KeyTree tree;
+    std::uint32_t ReadOnly;
+    std::uint32_t Option1002;
+    std::uint32_t Option1003;
+    std::uint32_t SaveOnClose;
+    Text Name;               // path of the document
+    char* PendingRootPath;   // a host block of this object's, or null: the root to move to after the load
+    std::uint32_t OpenFlags;
+    HostObject* IoObject;   // the host's
+    std::uint32_t Synchronised;
+    std::uint8_t BackupMode;
+    ReadersWriterLock lock;
+    std::uint32_t reserved;   // the host's layout leaves a word here
+    std::uint32_t Dirty;      // non-zero: the tree differs from the stored document
+};
+
+}   // namespace arbor

@@ -1,0 +1,144 @@
+#include "object/copy_key_tree.h"
+
+#include <component/kernel/interface.h>
+
+#include <new>
+#include <vector>
+
+namespace arbor {
+
+namespace {
+
+/// A buffer that starts with room of its own and grows from the host's memory when it must.
+class CopyBuffer {
+public:
+    explicit CopyBuffer(const HostObject* object) : host(object) {}
+
+    /// Room for `size` bytes; what was in it is lost when it grows.
+    ResultCode Fit(std::uint32_t size) {
+        if (size <= capacity) return kDone;
+        grown.reset();
+        capacity = sizeof own;
+        if (IsFailure(TakeBlock(host, size, 0, grown))) return kOutOfMemory;
+        capacity = size;
+        return kDone;
+    }
+
+    [[nodiscard]] char* Data() { return grown ? grown.get() : own; }
+    [[nodiscard]] std::uint32_t Capacity() const { return capacity; }
+
+private:
+    const HostObject* host;
+    char own[256] = {};
+    HostBlock<char> grown;
+    std::uint32_t capacity = sizeof own;
+};
+
+/// One copy: a walk down the source with a stack of its own.
+class TreeCopy {
+public:
+    TreeCopy(HostObject* sourceObject, HostObject* destinationObject)
+        : source(sourceObject),
+          destination(destinationObject),
+          from(sourceObject),
+          to(destinationObject),
+          name(sourceObject),
+          value(sourceObject) {}
+
+    ResultCode Run(KeyHandle sourceKey, KeyHandle destinationKey) {
+        ResultCode code = Enter(sourceKey, destinationKey);
+        while (IsSuccess(code) && !open.empty()) {
+            Level& level = open.back();
+            code = level.next < level.keyCount ? CopyNextKey(level) : Leave();
+        }
+        while (!open.empty()) static_cast<void>(Leave());   // the failure is the result
+        return code;
+    }
+
+private:
+    struct Level {
+        KeyHandle sourceKey;
+        KeyHandle destinationKey;
+        std::uint32_t keyCount;
+        std::uint32_t next;
+    };
+
+    ResultCode Enter(KeyHandle sourceKey, KeyHandle destinationKey) {
+        open.push_back({sourceKey, destinationKey, 0, 0});
+        const ResultCode code = CopyValues(sourceKey, destinationKey);
+        return IsSuccess(code) ? from.GetKeyCount(source, &open.back().keyCount, sourceKey) : code;
+    }
+
+    /// Closes a pair of keys that this copy opened; the first pair is the caller's.
+    ResultCode Leave() {
+        const Level done = open.back();
+        open.pop_back();
+        if (open.empty()) return kDone;
+        const ResultCode closed = to.CloseKey(destination, done.destinationKey);
+        return IsSuccess(closed) ? from.CloseKey(source, done.sourceKey) : closed;
+    }
+
+    ResultCode CopyNextKey(Level& level) {
+        const std::uint32_t index = level.next++;
+        std::uint32_t size = 0;
+        ResultCode code = from.GetKeyNameByIndex(source, &size, level.sourceKey, index, nullptr, 0, 0);
+        if (IsSuccess(code)) code = name.Fit(size);
+        if (IsSuccess(code)) {
+            code = from.GetKeyNameByIndex(source, &size, level.sourceKey, index, name.Data(), name.Capacity(), 0);
+        }
+        KeyHandle sourceChild = kNoKey;
+        KeyHandle destinationChild = kNoKey;
+        if (IsSuccess(code)) code = from.OpenKey(source, &sourceChild, level.sourceKey, name.Data(), 0);
+        if (IsFailure(code)) return code;
+        code = to.OpenKey(destination, &destinationChild, level.destinationKey, name.Data(), 1);
+        if (IsSuccess(code)) return Enter(sourceChild, destinationChild);
+        static_cast<void>(from.CloseKey(source, sourceChild));   // the open's code is the result
+        return code;
+    }
+
+    ResultCode CopyValues(KeyHandle sourceKey, KeyHandle destinationKey) {
+        std::uint32_t count = 0;
+        ResultCode code = from.GetValueCount(source, &count, sourceKey);
+        for (std::uint32_t index = 0; IsSuccess(code) && index < count; ++index) {
+            code = CopyValue(sourceKey, destinationKey, index);
+        }
+        return code;
+    }
+
+    ResultCode CopyValue(KeyHandle sourceKey, KeyHandle destinationKey, std::uint32_t index) {
+        std::uint32_t size = 0;
+        ResultCode code = from.GetValueNameByIndex(source, &size, sourceKey, index, nullptr, 0);
+        if (IsSuccess(code)) code = name.Fit(size);
+        if (IsSuccess(code)) {
+            code = from.GetValueNameByIndex(source, &size, sourceKey, index, name.Data(), name.Capacity());
+        }
+        if (IsSuccess(code)) code = from.GetValueByIndex(source, &size, sourceKey, index, nullptr, nullptr, 0);
+        if (IsSuccess(code)) code = value.Fit(size);
+        TypeCode type = 0;
+        if (IsSuccess(code)) {
+            code = from.GetValueByIndex(source, &size, sourceKey, index, &type, value.Data(), size);
+        }
+        if (IsFailure(code)) return code;
+        return to.SetValue(destination, destinationKey, name.Data(), type, value.Data(), size, 1);
+    }
+
+    HostObject* source;
+    HostObject* destination;
+    Registry from;
+    Registry to;
+    CopyBuffer name;
+    CopyBuffer value;
+    std::vector<Level> open;
+};
+
+}   // namespace
+
+ResultCode CopyKeyTree(HostObject* source, KeyHandle sourceKey, HostObject* destination, KeyHandle destinationKey) {
+    try {
+        return TreeCopy(source, destination).Run(sourceKey, destinationKey);
+    } catch (const std::bad_alloc&) {
+        return kOutOfMemory;
+    }
+}
+
+}   // namespace arbor

@@ -1,0 +1,60 @@
+#include "object/method_tables.h"
+
+#include "object/arbor.h"
+
+#include <utility>
+
+namespace arbor {
+
+namespace {
+
+template <auto... methods>
+struct MethodList {};
+
+using ArborMethods =
+    MethodList<&Arbor::OpenKey, &Arbor::OpenKeyByIndex, &Arbor::OpenNextKey, &Arbor::CloseKey, &Arbor::GetKeyName,
+               &Arbor::GetKeyNameByIndex, &Arbor::GetValue, &Arbor::GetValueByIndex, &Arbor::GetValueNameByIndex,
+               &Arbor::SetValue, &Arbor::SetValueByIndex, &Arbor::GetKeyCount, &Arbor::GetValueCount, &Arbor::DeleteKey,
+               &Arbor::DeleteKeyByInd, &Arbor::DeleteValue, &Arbor::DeleteValueByInd, &Arbor::Clean, &Arbor::CopyKey,
+               &Arbor::CopyKeyByName, &Arbor::SetRootKey, &Arbor::SetRootStr, &Arbor::Save>;
+
+template <auto method, std::size_t slot>
+struct Entry;
+
+template <class... Arguments, ResultCode (Arbor::*method)(Arguments...), std::size_t slot>
+struct Entry<method, slot> {
+    static ResultCode Call(HostObject* object, Arguments... arguments) {
+        return (static_cast<Arbor*>(object)->*method)(arguments...);
+    }
+    static ResultCode Forward(HostObject* object, Arguments... arguments) {
+        using Function = ResultCode (*)(HostObject*, Arguments...);
+        return SlotOf<Function>(object->MethodFace, slot)(object, arguments...);
+    }
+};
+
+template <auto... methods, std::size_t... slots>
+MethodAddresses Calls(MethodList<methods...>, std::index_sequence<slots...>) {
+    return {reinterpret_cast<void*>(&Entry<methods, slots>::Call)...};
+}
+
+template <auto... methods, std::size_t... slots>
+MethodAddresses Forwarders(MethodList<methods...>, std::index_sequence<slots...>) {
+    return {reinterpret_cast<void*>(&Entry<methods, slots>::Forward)...};
+}
+
+using Slots = std::make_index_sequence<kRegistryMethods>;
+
+}   // namespace
+
+const MethodAddresses& ObjectMethods() {
+    static const MethodAddresses table = Calls(ArborMethods(), Slots());
+    return table;
+}
+
+MethodAddresses MakeForwarders() {
+    MethodAddresses table = Forwarders(ArborMethods(), Slots());
+    table[static_cast<std::size_t>(Method::Save)] = nullptr;
+    return table;
+}
+
+}   // namespace arbor

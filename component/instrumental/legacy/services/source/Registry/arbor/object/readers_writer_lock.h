@@ -1,0 +1,72 @@
+/// The lock of one object: many readers or one writer, switched on per object.
+///
+/// A new reader goes in past waiting writers while readers are inside; at the moment of a release a waiting writer goes
+/// before waiting readers. Not recursive for a writer, and a thread that is inside shared must not ask for exclusive
+/// entry. A lock without gates does nothing and never fails an operation.
+#pragma once
+
+#include <component/platform/threads.h>
+
+#include <cstdint>
+
+namespace arbor {
+
+class ReadersWriterLock {
+public:
+    ReadersWriterLock();
+    ~ReadersWriterLock();
+    ReadersWriterLock(const ReadersWriterLock&) = delete;
+    ReadersWriterLock& operator=(const ReadersWriterLock&) = delete;
+
+    /// Makes the gates. If the system has none the lock stays without.
+    void Initialise();
+
+    [[nodiscard]] bool HasGates() const { return readersGate != platform::kInvalidHandle; }
+
+    void EnterShared();
+    void EnterExclusive();
+    void Release();
+
+private:
+    friend struct ArborLayout;
+
+    platform::CriticalSection section;   // guards the counts
+    platform::Handle readersGate;
+    platform::Handle writersGate;
+    std::int32_t readersWaiting;
+    std::int32_t writersWaiting;
+    std::int32_t active;   // readers inside, or -1: a writer
+};
+
+/// Holds the lock for a scope. Does nothing at either end if `synchronised` is 0 or the lock has no gates.
+class LockGuard {
+public:
+    static LockGuard Shared(ReadersWriterLock& lock, std::uint32_t synchronised) { return {lock, synchronised, false}; }
+    static LockGuard Exclusive(ReadersWriterLock& lock, std::uint32_t synchronised) {
+        return {lock, synchronised, true};
+    }
+
+    /// The form that `exclusive` chooses.
+    LockGuard(ReadersWriterLock& guarded, std::uint32_t synchronisedValue, bool exclusive)
+        : lock(guarded), synchronised(synchronisedValue) {
+        if (IsIdle()) return;
+        if (exclusive) {
+            lock.EnterExclusive();
+        } else {
+            lock.EnterShared();
+        }
+    }
+    ~LockGuard() {
+        if (!IsIdle()) lock.Release();
+    }
+    LockGuard(const LockGuard&) = delete;
+    LockGuard& operator=(const LockGuard&) = delete;
+
+private:
+    [[nodiscard]] bool IsIdle() const { return synchronised == 0 || !lock.HasGates(); }
+
+    ReadersWriterLock& lock;
+    std::uint32_t synchronised;
+};
+
+}   // namespace arbor

@@ -1,0 +1,31 @@
+/// The fixture of the tests that go through the module's file.
+#pragma once
+
+#include "support/store.h"
+
+#include <filesystem>
+
+namespace test {
+
+class StoreTest : public testing::Test {
+protected:
+    StoreTest() : kernel({.trackBlocks = true}) { kernel.LoadModule(ARBOR_MODULE); }
+
+    ~StoreTest() override {
+        store.reset();
+        EXPECT_EQ(kernel.LiveBlocks(), 0U) << kernel.LeakReport();
+    }
+
+    /// A ready object without a document.
+    Store& MakeStore(bool synchronised = false) {
+        store = std::make_unique<Store>(kernel);
+        EXPECT_EQ(store->object.SetNumber(PropertySynchronised, synchronised ? 1 : 0), kDone);
+        EXPECT_EQ(store->object.Ready(), kDone);
+        return *store;
+    }
+
+    host::Kernel kernel;
+    std::unique_ptr<Store> store;
+};
+
+}   // namespace test
