@@ -90,22 +90,26 @@ constexpr ReadCase kReads[] = {
      "<key name=\"a\"><key name=\"x\"></key><key name=\"y\"></key></key>"},
     {"values of one name both stay", "<arbor><tBYTE name='v'>1</tBYTE><tWORD name='V'>2</tWORD></arbor>",
      "<tBYTE name=\"v\">1</tBYTE><tWORD name=\"V\">2</tWORD>"},
-    {"stray text ends a key and hides what follows", "<arbor><key name='a'><key name='b'/>x<key name='c'/></key></arbor>",
+    {"stray text ends a key and hides what follows",
+     "<arbor><key name='a'><key name='b'/>x<key name='c'/></key></arbor>",
      "<key name=\"a\"><key name=\"b\"></key></key>"},
     {"an element ends a value's text", "<arbor><tSTRING name='v'>a<b>c</b>d</tSTRING></arbor>",
      "<tSTRING name=\"v\">a</tSTRING>"},
     {"comments join text, CDATA comes undecoded",
      "<arbor><tSTRING name='v'> a<!-- - -->b<?i?><![CDATA[&lt;]]> </tSTRING></arbor>",
      "<tSTRING name=\"v\"> ab&amp;lt; </tSTRING>"},
-    {"the first name counts, wherever it stands", "<arbor><key x='1' name='a' name='b'/></arbor>", "<key name=\"a\"></key>"},
+    {"the first name counts, wherever it stands", "<arbor><key x='1' name='a' name='b'/></arbor>",
+     "<key name=\"a\"></key>"},
     {"text behind the root is nobody's", "<arbor></arbor><tNONE", ""},
     {"attributes of the root are ignored", "<!-- c --><?xml?><arbor a='b'></arbor>", ""},
     {"wide text reads hexadecimal and goes out as text", "<arbor><tWSTRING name='w'>4100E900</tWSTRING></arbor>",
      "<tSTRING name=\"w\">A\xC3\xA9</tSTRING>"},
-    {"foreign: elements, attributes and text", "<?xml version='1.0'?><r a='1'><x>  text </x><x b='&lt;'/><!-- c --></r>",
+    {"foreign: elements, attributes and text",
+     "<?xml version='1.0'?><r a='1'><x>  text </x><x b='&lt;'/><!-- c --></r>",
      "<key name=\"r\"><key name=\"x\"><tSTRING name=\"noname\">text </tSTRING></key>"
      "<key name=\"x\"><tSTRING name=\"b\">&lt;</tSTRING></key><tSTRING name=\"a\">1</tSTRING></key>"},
-    {"foreign: what follows text is skipped", "<r>text<lost/></r>", "<key name=\"r\"><tSTRING name=\"noname\">text</tSTRING></key>"},
+    {"foreign: what follows text is skipped", "<r>text<lost/></r>",
+     "<key name=\"r\"><tSTRING name=\"noname\">text</tSTRING></key>"},
     {"foreign: blank CDATA is no text", "<r><![CDATA[  ]]></r>", "<key name=\"r\"></key>"},
     {"foreign: a second top element", "<r></r><s/>", "<key name=\"r\"></key><key name=\"s\"></key>"},
     {"names of elements go by letter case", "<Arbor><key name='x'></key></Arbor>",
@@ -213,7 +217,8 @@ TEST_F(ProfileFormatTest, ARandomTreeComesBackUnchanged) {
         };
         for (int i = 0; i < 200; ++i) {
             Key* key = tree->top;
-            while (key->ChildCount() != 0 && random() % 3 != 0) key = key->ChildByIndex(static_cast<std::uint32_t>(random() % key->ChildCount()));
+            while (key->ChildCount() != 0 && random() % 3 != 0)
+                key = key->ChildByIndex(static_cast<std::uint32_t>(random() % key->ChildCount()));
             if (random() % 3 == 0) {
                 ASSERT_NE(key->OpenPath(bytes(8, true), false, nullptr), nullptr);
                 continue;
@@ -222,7 +227,8 @@ TEST_F(ProfileFormatTest, ARandomTreeComesBackUnchanged) {
             constexpr TypeCode kTypes[] = {tDWORD, tSTRING, tBINARY, tQWORD, tBOOL, tLONGLONG, tVOID, tCHAR, tSHORT};
             const TypeCode type = kTypes[random() % std::size(kTypes)];
             const std::string padded = text + std::string(8, '\1');
-            const auto size = static_cast<std::uint32_t>(type == tSTRING || type == tBINARY ? text.size() : padded.size());
+            const auto size =
+                static_cast<std::uint32_t>(type == tSTRING || type == tBINARY ? text.size() : padded.size());
             ASSERT_EQ(key->AddValue(bytes(8, true).c_str(), type, padded.data(), size), kDone);
         }
         const std::string first = Saved();
