@@ -1,6 +1,7 @@
 /// The loaded images of the process, and the functions that they offer by name.
 #pragma once
 
+#include <component/platform/system_call.h>
 #include <component/platform/types.h>
 
 namespace platform {
@@ -25,10 +26,7 @@ inline constexpr std::uint32_t kModuleFromAddress = 4;
 
 /// The return addresses of the calling thread, innermost first, without the first `skip`; gives their number. The type
 /// is that of the function that `GetProcAddress` gives under the name "RtlCaptureStackBackTrace".
-using CaptureStackBackTrace = std::uint16_t(
-#if defined(_WIN32) && !defined(_WIN64)
-    __attribute__((stdcall))
-#endif
-    *)(std::uint32_t skip, std::uint32_t limit, void** frames, std::uint32_t* hash);
+using CaptureStackBackTrace =
+    SystemFunction<std::uint16_t(std::uint32_t skip, std::uint32_t limit, void** frames, std::uint32_t* hash)>;
 
 }   // namespace platform
