@@ -1,0 +1,120 @@
+#include <component/ilk/error/property_value.h>
+
+#include <component/ilk/error/type_script.h>
+
+#include "counting_allocator.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace {
+
+using ilk::PropertyValue;
+using ilk::TypeLayout;
+using Narrow = ilk::basic_string_t<char>;
+
+TEST(PropertyValueTest, PlainValuesAreCopiedAndToldByType) {
+    const PropertyValue value = ilk::MakeResultValue(ilk::ResultInvalidArgument);
+    PropertyValue copy = value;
+    ASSERT_NE(copy.GetAs<std::int32_t>(), nullptr);
+    EXPECT_EQ(*copy.GetAs<std::int32_t>(), ilk::ResultInvalidArgument);
+    EXPECT_NE(copy.GetAs<std::int32_t>(), value.GetAs<std::int32_t>()) << "a block of its own";
+    EXPECT_EQ(copy.GetAs<std::uint32_t>(), nullptr);
+    copy = ilk::MakePlatformErrorValue({5});
+    EXPECT_EQ(*copy.GetAs<std::uint32_t>(), 5u);
+    EXPECT_EQ(*value.GetAs<std::int32_t>(), ilk::ResultInvalidArgument);
+}
+
+/// What the scripts below describe, with more members than any of the rows uses.
+struct Record {
+    Narrow first{"a text that needs a block of its own"};
+    std::uint64_t number = 0x0123456789ABCDEF;
+    Narrow second{"another text that needs a block"};
+    PropertyValue nested = ilk::MakeResultValue(ilk::ResultLocked);
+};
+
+constexpr std::uint8_t kText = sizeof(Narrow);
+constexpr std::uint8_t kRecordScript[] = {2, 1, 8, 2, 5, 0};
+constexpr std::uint8_t kEnd[] = {0};
+
+TypeLayout StructuredLayout(const std::uint8_t* script, std::uint32_t size) {
+    TypeLayout layout;
+    layout.script = script;
+    layout.size = size;
+    layout.flags = 0;
+    return layout;
+}
+
+void ExpectCopiesWhole(const TypeLayout& layout) {
+    const Record record;
+    const PropertyValue value(layout, 40, &record);
+    const PropertyValue copy = value;
+    const PropertyValue holder(layout, ilk::PropertyNarrowText, &record);   // its first member is a text
+    EXPECT_EQ(*holder.GetAs<Narrow>(), record.first);
+    EXPECT_EQ(copy.TypeNumber(), 40u);
+}
+
+TEST(PropertyValueTest, StructuredValuesAreCopiedMemberByMember) {
+    TypeLayout layout = StructuredLayout(kRecordScript, sizeof(Record));
+    ExpectCopiesWhole(layout);
+    layout.members.text.append(std::string_view("\2\1\10\2", 4));   // the script begins inside the layout
+    layout.script = kRecordScript + 4;
+    ExpectCopiesWhole(layout);
+    layout.traits = 0;   // or elsewhere
+    layout.members.bytes = std::span(kRecordScript);
+    layout.script = nullptr;
+    ExpectCopiesWhole(layout);
+}
+
+struct RefusalCase {
+    const char* label;
+    std::vector<std::uint8_t> script;
+    std::uint32_t size;
+};
+const RefusalCase kRefusals[] = {
+    {"an opcode without a meaning", {6, 0}, 8},
+    {"an opcode that is none", {255, 0}, 8},
+    {"an end before the value's", {1, 4, 0}, 8},
+    {"bytes beyond the value", {1, 9, 0}, 8},
+    {"a text that doesn't fit", {2, 0}, kText - 1},
+    {"a text at a crooked place", {1, 1, 2, 1, 7, 0}, kText + 8},
+    {"an unknown member behind a known one", {2, 11, 0}, kText + 8},
+    {"no bytes, without end", {1, 0, 1, 0}, 8},
+    {"a number beyond five bytes", {1, 0x88, 0x80, 0x80, 0x80, 0x80, 0x00, 0}, 8},
+    {"a number beyond 32 bits", {1, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 0}, 8},
+};
+
+/// The values are null: touching one would be the end.
+TEST(PropertyValueTest, ScriptsThatArentUnderstoodAreRefused) {
+    for (const RefusalCase& row : kRefusals) {
+        SCOPED_TRACE(row.label);
+        const TypeLayout layout = StructuredLayout(row.script.data(), row.size);
+        EXPECT_THROW(ilk::CopyByScript(layout, nullptr, nullptr), std::invalid_argument);
+        EXPECT_THROW(PropertyValue(layout, 40, nullptr), std::invalid_argument);
+        ilk::DestroyByScript(layout, nullptr);
+    }
+    EXPECT_THROW(ilk::CopyByScript(StructuredLayout(kEnd, 8), nullptr, nullptr), std::invalid_argument);
+}
+
+TEST(PropertyValueTest, NumbersOfSeveralBytesAreRead) {
+    constexpr std::uint8_t kLong[] = {1, 0xAC, 0x82, 0x80, 0x80, 0x00, 0};   // 300, in as many bytes as there may be
+    const std::string source(300, 'x');
+    std::string target(300, '\0');
+    ilk::CopyByScript(StructuredLayout(kLong, 300), target.data(), source.data());
+    EXPECT_EQ(target, source);
+}
+
+/// The first text is copied before the second finds no memory.
+TEST(PropertyValueTest, ACopyThatFailsHalfWayLeavesNothing) {
+    ilk_test::CountingAllocator plenty, nothing;
+    Record record;
+    record.first = Narrow(record.first.view(), &plenty);
+    record.second = Narrow(record.second.view(), &nothing);
+    nothing.failFromNow = true;
+    EXPECT_THROW(PropertyValue(StructuredLayout(kRecordScript, sizeof(Record)), 40, &record), std::bad_alloc);
+    EXPECT_EQ(plenty.blocks, 1);
+    EXPECT_EQ(plenty.references, 1);
+}
+
+}   // namespace
