@@ -196,7 +196,8 @@ TEST_F(ValueTest, RandomTextsReadAsTheCLibraryReadsThem) {
 
         const Owned real = Make(tDOUBLE);
         ASSERT_EQ(real->FromText(decimal.c_str()), decimal.empty() ? kInvalidArgument : kDone);
-        ASSERT_EQ(Get(*real), Bytes(std::strtod(decimal.c_str(), nullptr)));
+        const double judged = std::strtod(decimal.c_str(), &stop);
+        ASSERT_EQ(Get(*real), Bytes(stop != decimal.c_str() ? judged : 0.0));
     }
 }
 
