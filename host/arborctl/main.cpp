@@ -1,1 +1,6 @@
-int main() {}
+/// arborctl: settings documents from the command line.
+#include "tool.h"
+
+#include <host/system.h>
+
+int main(int argc, char** argv) { return arborctl::RunTool(host::ProgramArguments(argc, argv)); }

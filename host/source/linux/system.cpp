@@ -1,5 +1,6 @@
 #include <host/module_file.h>
 #include <host/system.h>
+#include <host/text.h>
 
 #include <dlfcn.h>
 #include <elf.h>
@@ -40,7 +41,7 @@ ModuleFile::~ModuleFile() { dlclose(handle); }
 
 /// The file system is drive Z.
 std::u16string DocumentName(const std::filesystem::path& path) {
-    std::u16string name = u"Z:" + std::filesystem::absolute(path).lexically_normal().u16string();
+    std::u16string name = u"Z:" + ToUtf16(std::filesystem::absolute(path).lexically_normal().string());
     std::replace(name.begin(), name.end(), u'/', u'\\');
     return name;
 }

@@ -4,7 +4,9 @@
 
 #include <windows.h>
 
-#include <shellapi.h>
+/// The C runtime's parser of the command line in UTF-16; its headers don't declare it.
+extern "C" int __cdecl __wgetmainargs(int* count, wchar_t*** values, wchar_t*** environment, int expandWildcards,
+                                      int* newMode);
 
 namespace host {
 namespace {
@@ -57,14 +59,16 @@ std::filesystem::path ProgramFolder() {
 
 const char* ModuleEnding() { return ".dll"; }
 
-/// The system keeps the command line in UTF-16; what `main` gets has lost characters.
+/// What `main` gets has lost the characters that the system's code page lacks.
 std::vector<std::string> ProgramArguments(int, const char* const*) {
     SetConsoleOutputCP(CP_UTF8);
     int count = 0;
-    wchar_t** values = CommandLineToArgvW(GetCommandLineW(), &count);
+    int newMode = 0;
+    wchar_t** values = nullptr;
+    wchar_t** environment = nullptr;
+    __wgetmainargs(&count, &values, &environment, 0, &newMode);
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i) arguments.push_back(ToUtf8(Units(values[i])));
-    LocalFree(values);
     return arguments;
 }
 

@@ -1,0 +1,295 @@
+#include <arborctl/tool.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+using testing::UnorderedElementsAre;
+
+struct Outcome {
+    int exitCode;
+    std::string output;
+    std::string error;
+};
+
+/// Runs the tool in this process.
+Outcome RunTool(const std::vector<std::string>& arguments) {
+    std::ostringstream output;
+    std::ostringstream error;
+    std::streambuf* const realOutput = std::cout.rdbuf(output.rdbuf());
+    std::streambuf* const realError = std::cerr.rdbuf(error.rdbuf());
+    const int exitCode = arborctl::RunTool(arguments);
+    std::cout.rdbuf(realOutput);
+    std::cerr.rdbuf(realError);
+    return {exitCode, output.str(), error.str()};
+}
+
+std::string FileText(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+constexpr const char* kDocument =
+    "<arbor>\r\n"
+    "    <key name=\"Network\">\r\n"
+    "        <key name=\"Proxy\">\r\n"
+    "            <tBOOL name=\"Enabled\">1</tBOOL>\r\n"
+    "            <tDWORD name=\"Port\">8080</tDWORD>\r\n"
+    "        </key>\r\n"
+    "        <tSTRING name=\"Comment\">a &amp; b&#x9;&lt;c&gt;</tSTRING>\r\n"
+    "    </key>\r\n"
+    "    <tBINARY name=\"Blob\">0A0BFF</tBINARY>\r\n"
+    "    <tWSTRING name=\"Wide\">41004200</tWSTRING>\r\n"
+    "</arbor>\r\n";
+
+class ArborctlTest : public testing::Test {
+protected:
+    ArborctlTest() {
+        std::filesystem::remove_all(folder);
+        std::filesystem::create_directory(folder);
+        std::ofstream(folder / "d.xml", std::ios::binary) << kDocument;
+    }
+    ~ArborctlTest() override { std::filesystem::remove_all(folder); }
+
+    [[nodiscard]] std::string Path(const char* name) const { return (folder / name).string(); }
+
+    /// `options`, the document, `command`.
+    Outcome RunOn(const char* document, std::vector<std::string> command, std::vector<std::string> options = {}) {
+        options.push_back(Path(document));
+        options.insert(options.end(), command.begin(), command.end());
+        return RunTool(options);
+    }
+
+    [[nodiscard]] std::vector<std::string> Files() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            names.push_back(entry.path().filename().string());
+        }
+        return names;
+    }
+
+    const std::filesystem::path folder = std::filesystem::path(testing::TempDir()) / "arborctl_test";
+};
+
+TEST_F(ArborctlTest, ReadsShowValuesInTheirTypeOrAnother) {
+    struct Case {
+        const char* label;
+        std::vector<std::string> command;
+        const char* output;
+    };
+    const Case cases[] = {
+        {"own type", {"get", "Network/Proxy", "Port"}, "8080\n"},
+        {"path and name in any case", {"get", "network\\PROXY", "port"}, "8080\n"},
+        {"a number as text", {"get", "Network/Proxy", "Port", "--as", "tSTRING"}, "8080\n"},
+        {"a truth value as a number", {"get", "Network/Proxy", "Enabled", "--as", "tQWORD"}, "1\n"},
+        {"a number as wide text", {"get", "Network/Proxy", "Port", "--as", "tWSTRING"}, "8080\n"},
+        {"a text comes as it is", {"get", "Network", "Comment"}, "a & b\t<c>\n"},
+        {"a blob of the root", {"get", "", "Blob"}, "0A0BFF\n"},
+        {"a blob as text", {"get", "", "Blob", "--as", "tSTRING"}, "0A0BFF\n"},
+        {"a blob by its text", {"get", "", "Blob", "--as", "tDWORD"}, "658431\n"},
+        {"wide text", {"get", "", "Wide"}, "AB\n"},
+        {"a subtree", {"tree", "Network/Proxy"}, "Enabled: tBOOL 1\nPort: tDWORD 8080\n"},
+        {"the whole tree",
+         {"tree"},
+         "Blob: tBINARY 0A0BFF\nWide: tWSTRING \"AB\"\nNetwork/\n    Comment: tSTRING \"a & b\\x09<c>\"\n"
+         "    Proxy/\n        Enabled: tBOOL 1\n        Port: tDWORD 8080\n"},
+        {"no fault", {"check"}, "loads without a fault: 2 keys, 5 values\n"},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.label);
+        const Outcome outcome = RunOn("d.xml", row.command);
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_EQ(outcome.output, row.output);
+        EXPECT_THAT(outcome.error, IsEmpty());
+    }
+    EXPECT_EQ(RunOn("d.xml", {"get", "Proxy", "Port"}, {"--root", "Network"}).output, "8080\n");
+    EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
+}
+
+TEST_F(ArborctlTest, AChangeIsSavedAndReadsBack) {
+    struct Case {
+        const char* label;
+        std::vector<std::string> value;   // key, name
+        std::vector<std::string> given;   // type, text
+        const char* output;
+    };
+    const Case cases[] = {
+        {"wide text, before a save turns it into text", {"", "Wide"}, {"tSTRING", "B\u00e4r"}, "B\u00e4r\n"},
+        {"a change in the own type", {"Network/Proxy", "Port"}, {"tDWORD", "0xFF"}, "255\n"},
+        {"a change through a conversion", {"Network/Proxy", "Port"}, {"tSTRING", "77"}, "77\n"},
+        {"a new value in new keys", {"A/B\\C", "New"}, {"tSHORT", "-5"}, "-5\n"},
+        {"a text like an option", {"A", "Dash"}, {"tSTRING", "--", "-x"}, "-x\n"},
+        {"an empty text", {"A", "Empty"}, {"tSTRING", ""}, "\n"},
+        {"a blob in small letters", {"A", "Blob"}, {"tPTR", "00ff"}, "00FF\n"},
+        {"a blob as long as the text of its bytes", {"", "Blob"}, {"tBINARY", "ABCDEF"}, "ABCDEF\n"},
+        {"an empty blob", {"", "Blob"}, {"tBINARY", ""}, "\n"},
+        {"a floating number", {"A", "Double"}, {"tDOUBLE", "-1.5"}, "-1.500000\n"},
+        {"a truth value", {"A", "Bool"}, {"tBOOL", "true"}, "1\n"},
+        {"a character", {"A", "Char"}, {"tCHAR", "x"}, "x\n"},
+        {"a type without a text", {"A", "Void"}, {"tVOID", ""}, "\n"},
+        {"new wide text", {"A", "Wide"}, {"tWSTRING", "B\u00e4r"}, "B\u00e4r\n"},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.label);
+        std::vector<std::string> set{"set"};
+        set.insert(set.end(), row.value.begin(), row.value.end());
+        set.insert(set.end(), row.given.begin(), row.given.end());
+        const Outcome outcome = RunOn("d.xml", set);
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.error;
+        EXPECT_EQ(RunOn("d.xml", {"get", row.value[0], row.value[1]}).output, row.output);
+    }
+    EXPECT_THAT(FileText(folder / "d.xml"), HasSubstr("<tDWORD name=\"Port\">77</tDWORD>"));
+    EXPECT_EQ(RunOn("d.xml", {"rm", "Network", "Comment"}).exitCode, 0);
+    EXPECT_EQ(RunOn("d.xml", {"rm", "A"}).exitCode, 0);
+    EXPECT_EQ(RunOn("d.xml", {"tree"}).output,
+              "Blob: tBINARY\nWide: tSTRING \"B\u00e4r\"\nNetwork/\n    Proxy/\n        Enabled: tBOOL 1\n"
+              "        Port: tDWORD 77\n");
+}
+
+TEST_F(ArborctlTest, ARefusalTellsItsCodeAndLeavesTheDocument) {
+    std::ofstream(folder / "bad.xml") << "<arbor><key name=\"x\"></arbor>";
+    struct Case {
+        const char* label;
+        const char* document;
+        std::vector<std::string> options;
+        std::vector<std::string> command;
+        const char* error;
+    };
+    const Case cases[] = {
+        {"no key", "d.xml", {}, {"get", "Nowhere", "Port"}, "0x8000D002: no such key or value"},
+        {"no value", "d.xml", {}, {"get", "Network", "Port"}, "0x8000D002: no such key or value"},
+        {"no root", "d.xml", {"--root", "Nowhere"}, {"tree"}, "0x8000D002: no such key or value"},
+        {"no document", "none.xml", {}, {"tree"}, "0x800000C5: no such document"},
+        {"a malformed document", "bad.xml", {}, {"check"}, "0x800000C0: the document is malformed"},
+        {"a text that isn't of the type",
+         "d.xml",
+         {},
+         {"set", "New", "V", "tDWORD", "many"},
+         "0x80000046: invalid argument"},
+        {"half a byte", "d.xml", {}, {"set", "New", "V", "tBINARY", "ABC"}, "0x80000046: invalid argument"},
+        {"no digits", "d.xml", {}, {"set", "New", "V", "tBINARY", "0G"}, "0x80000046: invalid argument"},
+        {"a text that the old type refuses",
+         "d.xml",
+         {},
+         {"set", "Network/Proxy", "Port", "tSTRING", "x"},
+         "0x80000046"},
+        {"a type that no document holds", "d.xml", {}, {"set", "New", "V", "tWCHAR", "x"}, "0x8000004B"},
+        {"a conversion that fails", "d.xml", {}, {"get", "Network", "Comment", "--as", "tINT"}, "0x80000046"},
+        {"reading only",
+         "d.xml",
+         {"--read-only"},
+         {"set", "Network", "V", "tINT", "1"},
+         "0x800000C1: the document is open"},
+        {"reading only, removing", "d.xml", {"--read-only"}, {"rm", "Network"}, "0x800000C1: the document is open"},
+        {"the root itself", "d.xml", {}, {"rm", ""}, "0x80000046: invalid argument"},
+        {"no such source", "d.xml", {}, {"import", "none.xml"}, "0x800000C5: no such document"},
+        {"no module", "d.xml", {"--module", "none.so"}, {"tree"}, "can't load the module"},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.label);
+        const Outcome outcome = RunOn(row.document, row.command, row.options);
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_THAT(outcome.error, StartsWith(row.error));
+        EXPECT_THAT(outcome.output, IsEmpty());
+        EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
+    }
+    EXPECT_EQ(RunOn("d.xml", {"cp", "Nowhere", Path("new.xml")}).exitCode, 1);
+    EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "bad.xml"));
+}
+
+TEST_F(ArborctlTest, AWrongCommandLineEndsWithTwo) {
+    const std::vector<std::string> cases[] = {
+        {},
+        {"d.xml"},
+        {"d.xml", "grow"},
+        {"d.xml", "get", "Network"},
+        {"d.xml", "set", "Network", "V", "tFOO", "1"},
+        {"d.xml", "get", "Network", "V", "--as", "tOBJECT"},
+        {"--backup", "3", "d.xml", "tree"},
+        {"--trace", "loud", "d.xml", "tree"},
+        {"d.xml", "tree", "Network", "more"},
+    };
+    for (const std::vector<std::string>& arguments : cases) {
+        const Outcome outcome = RunTool(arguments);
+        EXPECT_EQ(outcome.exitCode, 2) << testing::PrintToString(arguments);
+        EXPECT_NE(outcome.error, "") << testing::PrintToString(arguments);
+    }
+    const Outcome help = RunTool({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_THAT(help.output, HasSubstr("import"));
+}
+
+TEST_F(ArborctlTest, BackupsStandBesideTheDocumentAsTheModeSays) {
+    const auto save = [&](const char* mode, const char* text) {
+        return RunOn("d.xml", {"set", "", "Title", "tSTRING", text}, {"--backup", mode}).exitCode;
+    };
+    EXPECT_EQ(save("0", "first"), 0);
+    EXPECT_THAT(Files(), UnorderedElementsAre("d.xml"));
+    const std::string first = FileText(folder / "d.xml");
+    EXPECT_EQ(save("1", "second"), 0);
+    EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "d.xml.bak2"));
+    EXPECT_EQ(FileText(folder / "d.xml.bak2"), first);
+    EXPECT_EQ(save("2", "third"), 0);
+    EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "d.xml.bak", "d.xml.bak2"));
+    EXPECT_EQ(FileText(folder / "d.xml.bak"), FileText(folder / "d.xml"));
+}
+
+TEST_F(ArborctlTest, ACopyStandsAtTheSamePlaceInTheTarget) {
+    ASSERT_EQ(RunOn("d.xml", {"cp", "Network/Proxy", Path("new.xml")}).exitCode, 0);
+    EXPECT_EQ(RunOn("new.xml", {"tree"}).output,
+              "Network/\n    Proxy/\n        Enabled: tBOOL 1\n        Port: tDWORD 8080\n");
+    ASSERT_EQ(RunOn("new.xml", {"set", "Network/Proxy", "Port", "tSTRING", "1"}).exitCode, 0);
+    ASSERT_EQ(RunOn("d.xml", {"cp", "", Path("new.xml")}).exitCode, 0);
+    EXPECT_EQ(RunOn("new.xml", {"get", "Network/Proxy", "Port"}).output, "8080\n");
+    EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
+}
+
+TEST_F(ArborctlTest, AKeyWithoutValuesIsCopiedAndSaved) {
+    std::ofstream(folder / "empty.xml") << "<arbor><key name=\"a\"><key name=\"b\"></key></key></arbor>";
+    std::ofstream(folder / "target.xml") << "<arbor><key name=\"a\"></key></arbor>";
+    ASSERT_EQ(RunOn("empty.xml", {"cp", "a/b", Path("target.xml")}).exitCode, 0);
+    EXPECT_EQ(RunOn("target.xml", {"tree"}).output, "a/\n    b/\n");
+}
+
+TEST_F(ArborctlTest, AnImportKeepsEveryElementAndIsTheSameTwice) {
+    std::ofstream(folder / "foreign.xml") << "<list a=\"1\"><item>one</item><ITEM n='2'/><item>three</item><t "
+                                             "m=\"![CDATA[\"><m>long</m></t></list>";
+    constexpr const char* kTree =
+        "list/\n    a: tSTRING \"1\"\n    item/\n        noname: tSTRING \"one\"\n    ITEM#2/\n        n: tSTRING "
+        "\"2\"\n"
+        "    item#3/\n        noname: tSTRING \"three\"\n"
+        "    t/\n        m: tSTRING \"![CDATA[\"\n        m/\n            noname: tSTRING \"long\"\n";
+    for (const char* round : {"first", "second"}) {
+        SCOPED_TRACE(round);
+        const Outcome outcome = RunOn("new.xml", {"import", Path("foreign.xml")}, {"--create"});
+        ASSERT_EQ(outcome.exitCode, 0) << outcome.error;
+        EXPECT_EQ(RunOn("new.xml", {"tree"}).output, kTree);
+        EXPECT_EQ(RunOn("new.xml", {"get", "list/t", "m"}).output, "long\n");
+    }
+}
+
+TEST_F(ArborctlTest, TheTraceAndTheLeakCountGoToStandardError) {
+    const Outcome outcome = RunOn("d.xml", {"get", "Network/Proxy", "Port"}, {"--trace", "600", "--leaks"});
+    EXPECT_EQ(outcome.output, "8080\n");
+    EXPECT_THAT(outcome.error, HasSubstr("600 arbor\tOpening key ?\\Network/Proxy: 0x00000000 (done)\n"));
+    EXPECT_THAT(outcome.error, HasSubstr("\n0 blocks of host memory not given back, 0 bytes"));
+}
+
+TEST_F(ArborctlTest, TheExamplesLoad) {
+    for (const char* name : {"settings.xml", "foreign.xml"}) {
+        const Outcome outcome = RunTool({(std::filesystem::path(ARBOR_EXAMPLES) / name).string(), "check"});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.error;
+    }
+}
+
+}   // namespace
