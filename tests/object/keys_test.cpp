@@ -234,8 +234,7 @@ TEST_F(KeysTest, TraceLines) {
     kernel.SetTraceLevel(600);
     const auto line = [&](ResultCode) {
         const std::vector<host::TraceLine> lines = kernel.TakeLines();
-        return lines.size() == 1 && lines[0].level == 600 ? lines[0].text.substr(0, lines[0].text.find("0x8"))
-                                                          : "(?)";
+        return lines.size() == 1 && lines[0].level == 600 ? lines[0].text.substr(0, lines[0].text.find("0x8")) : "(?)";
     };
     static_cast<void>(kernel.TakeLines());
     EXPECT_EQ(line(r.OpenKey(object, nullptr, 0, "a", 0)), "arbor\tOpening key ?\\a: ");

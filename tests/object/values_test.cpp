@@ -47,8 +47,9 @@ const ReadCase kReads[] = {
     {"too large a number", tDWORD, "256", tBYTE, kInvalidArgument, ""},
     {"a truth value as text", tBOOL, "true", tSTRING, kDone, "1\0"sv},
     {"a text as wide text", tSTRING, "\xC3\xA9", tWSTRING, kDone, "\xE9\0\0\0"sv},
-    {"wide text as text", tWSTRING, "\xE9\0A\0"sv, tSTRING, kDone, "\xC3\xA9"
-                                                                   "A\0"sv},
+    {"wide text as text", tWSTRING, "\xE9\0A\0"sv, tSTRING, kDone,
+     "\xC3\xA9"
+     "A\0"sv},
     {"a block as text", tBINARY, "\x0A\xFF"sv, tSTRING, kDone, "0AFF\0"sv},
     {"a block of the asked size is raw bytes", tBINARY, "\1\2\3\4"sv, tDWORD, kDone, "\1\2\3\4"sv},
     {"a block of another size goes through text", tBINARY, "\x12"sv, tDWORD, kDone, "\x0C\0\0\0"sv},

@@ -5,8 +5,8 @@
 
 #include <component/ilk/error/result_code.h>
 #include <component/ilk/rtl/host_buffer.h>
-#include <component/ilk/system/file/file.h>
 #include <component/ilk/system/file/detail/filesystem_impl.h>
+#include <component/ilk/system/file/file.h>
 #include <component/ilk/system/file/path.h>
 #include <component/kernel/io_object.h>
 #include <component/kernel/properties.h>

@@ -60,7 +60,7 @@ public:
             if (tag < 0) return kBadDocument;
             if (tag == XmlNone && open.IsEmpty()) return kDone;
             // Stray text ends a key's elements: what follows up to its end tag is skipped.
-            const ResultCode code = tag == XmlNone            ? open.Leave(reader)
+            const ResultCode code = tag == XmlNone                ? open.Leave(reader)
                                     : element.NameIs(kKeyElement) ? ReadKey(element)
                                                                   : ReadValue(element);
             if (IsFailure(code)) return code;

@@ -4,18 +4,16 @@
 
 #include "object/arbor.h"
 
+#include <component/ilk/error/exception.h>
 #include <component/ilk/error/result_code.h>
-#include <component/ilk/system/file/file.h>
 #include <component/ilk/system/file/detail/filesystem_impl.h>
-#include <component/ilk/system/file/path.h>
+#include <component/ilk/system/file/file.h>
 #include <component/kernel/io_object.h>
 #include <component/kernel/trace.h>
 #include <component/platform/threads.h>
 
 #include <charconv>
 #include <limits>
-#include <new>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -92,8 +90,8 @@ ResultCode Arbor::SaveToFile() {
         if (BackupMode == BackupFirstThenRotate) MakeFirstBackup(files);
         if (IsDefaultFileName({Name.data(), Name.size()}) || BackupMode == BackupRotate) MakeSecondBackup(files);
         return MoveToDocument(files.temporary.data());
-    } catch (const std::exception&) {   // the names of the files had no room
-        const ResultCode code = kOutOfMemory;
+    } catch (...) {   // the names of the files had no room
+        const ResultCode code = ilk::ToHostResult(ilk::ResultFromCurrentException());
         Trace(this, TraceFailure, "arbor\tcannot write file %S : %terr", NameOrNone(), code);
         return code;
     }

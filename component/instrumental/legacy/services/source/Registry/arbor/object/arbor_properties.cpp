@@ -3,11 +3,9 @@
 #include "object/arbor.h"
 #include "tree/buffer_contract.h"
 
+#include <component/ilk/error/exception.h>
 #include <component/ilk/error/result_code.h>
 #include <component/kernel/trace.h>
-
-#include <new>
-#include <stdexcept>
 
 namespace arbor {
 
@@ -92,10 +90,8 @@ ResultCode Arbor::setName(std::uint32_t* count, std::uint32_t, void* buffer, std
     try {
         // The terminator isn't taken. Nothing at all has none: the length comes out above the largest and is refused.
         Name = Text(static_cast<const char16_t*>(buffer), size / static_cast<std::uint32_t>(sizeof(char16_t)) - 1);
-    } catch (const std::length_error&) {
-        code = ilk::ResultInvalidSize;
-    } catch (const std::bad_alloc&) {
-        code = kOutOfMemory;
+    } catch (...) {
+        code = ilk::ToHostResult(ilk::ResultFromCurrentException());
     }
     Trace(this, TraceCall, "arbor\t%s : %terr", "Arbor::setName", code);
     return code;

@@ -1,0 +1,44 @@
+#include "document/xml_writer.h"
+
+#include "document/xml_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace arbor {
+namespace {
+
+TEST(XmlWriterTest, PiecesAppendTheirBytesAndNoMore) {
+    std::string output = "+";
+    XmlWriter writer(output);
+    writer.WriteIndent(-1, ' ');
+    writer.WriteIndent(2, ' ');
+    writer.OpenTag("key");
+    writer.WriteAttribute("name", "a<b>\"c\"&'d'", -1);
+    writer.WriteAttribute("none", "x", 0);
+    writer.CloseTag();
+    writer.WriteEscaped("\"<\0\t\x1F\r\n\x7F\xC3\xA9", 10);
+    writer.WriteEndTag("key");
+    writer.WriteLineEnd();
+    EXPECT_EQ(output,
+              "+  <key name=\"a&lt;b&gt;&quot;c&quot;&amp;&apos;d&apos;\" none=\"\">"
+              "&quot;&lt;&#x0;&#x9;&#x1F;\r\n\x7F\xC3\xA9</key>\r\n");
+}
+
+TEST(XmlWriterTest, WhatIsEscapedReadsBackTheSame) {
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937 random(seed);
+    for (int run = 0; run < 2000; ++run) {
+        std::string raw, escaped, back;
+        for (std::size_t size = random() % 300; raw.size() < size;) raw += static_cast<char>(random() % 255 + 1);
+        EscapeXml(raw.c_str(), -1, escaped);
+        EXPECT_EQ(escaped.find_first_of("<>\"'\t"), std::string::npos);
+        ASSERT_TRUE(DecodeEntities(escaped.c_str(), -1, back));
+        ASSERT_EQ(back, raw);
+    }
+}
+
+}   // namespace
+}   // namespace arbor

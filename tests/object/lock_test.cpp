@@ -1,0 +1,167 @@
+#include "object/readers_writer_lock.h"
+
+#include "store_test.h"
+
+#include <component/kernel/properties.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+
+namespace test {
+namespace {
+
+using arbor::LockGuard;
+using arbor::ReadersWriterLock;
+using namespace std::chrono_literals;
+
+/// A thread that takes a guard, says so, and holds it until it is told to let go.
+class Holder {
+public:
+    Holder(ReadersWriterLock& lock, bool exclusive)
+        : thread([this, &lock, exclusive] {
+              const LockGuard guard(lock, 1, exclusive);
+              inside.store(true);
+              inside.notify_all();
+              leave.wait(false);
+          }) {}
+    ~Holder() {
+        Leave();
+        thread.join();
+    }
+
+    void WaitInside() { inside.wait(false); }
+    /// Whether it got in within a time in which it would have, had it been let.
+    bool IsInside() {
+        std::this_thread::sleep_for(30ms);
+        return inside.load();
+    }
+    void Leave() {
+        leave.store(true);
+        leave.notify_all();
+    }
+
+private:
+    std::atomic<bool> inside{false};
+    std::atomic<bool> leave{false};
+    std::thread thread;
+};
+
+TEST(LockTest, AReaderPassesWaitingWritersWhileReadersAreInside) {
+    ReadersWriterLock lock;
+    lock.Initialise();
+    Holder first(lock, false);
+    Holder second(lock, false);
+    first.WaitInside();
+    second.WaitInside();
+    Holder writer(lock, true);
+    EXPECT_FALSE(writer.IsInside());
+    Holder third(lock, false);
+    third.WaitInside();
+    first.Leave();
+    second.Leave();
+    EXPECT_FALSE(writer.IsInside());
+    third.Leave();
+    writer.WaitInside();
+}
+
+TEST(LockTest, AReleasePrefersAWriterAndThenLetsAllReadersIn) {
+    ReadersWriterLock lock;
+    lock.Initialise();
+    Holder first(lock, true);
+    first.WaitInside();
+    Holder reader(lock, false);
+    Holder another(lock, false);
+    Holder third(lock, false);
+    EXPECT_FALSE(reader.IsInside());
+    Holder second(lock, true);
+    EXPECT_FALSE(second.IsInside());
+    first.Leave();
+    second.WaitInside();
+    EXPECT_FALSE(reader.IsInside() || another.IsInside() || third.IsInside());
+    second.Leave();
+    reader.WaitInside();
+    another.WaitInside();
+    third.WaitInside();
+    Holder last(lock, true);
+    EXPECT_FALSE(last.IsInside());
+    reader.Leave();
+    another.Leave();
+    third.Leave();
+    last.WaitInside();
+}
+
+TEST(LockTest, WithoutGatesOrWithoutTheSwitchItDoesNothing) {
+    ReadersWriterLock lock;
+    const LockGuard outer = LockGuard::Exclusive(lock, 1);
+    const LockGuard inner = LockGuard::Exclusive(lock, 1);
+    ReadersWriterLock armed;
+    armed.Initialise();
+    const LockGuard off = LockGuard::Exclusive(armed, 0);
+    const LockGuard on = LockGuard::Exclusive(armed, 1);
+    EXPECT_TRUE(armed.HasGates());
+    EXPECT_FALSE(lock.HasGates());
+}
+
+using SharedStoreTest = StoreTest;
+
+TEST_F(SharedStoreTest, ReadersNeverSeeHalfAChange) {
+    constexpr int kWriters = 2;
+    constexpr int kReaders = 3;
+    constexpr int kRounds = 300;
+    Store& s = MakeStore(true);
+    HostObject* object = s.object.Get();
+    const KeyHandle counters = s.Make("counters");
+    for (int i = 0; i < 16; ++i) s.SetNumber(counters, ("n" + std::to_string(i)).c_str(), tDWORD, 0U);
+    std::atomic<int> writing{kWriters};
+    std::vector<std::thread> threads;
+    for (int writer = 0; writer < kWriters; ++writer) {
+        threads.emplace_back([&, writer] {
+            const std::string own = "own" + std::to_string(writer);
+            for (int round = 0; round < kRounds; ++round) {
+                KeyHandle key = kNoKey;
+                EXPECT_TRUE(IsSuccess(s.methods.OpenKey(object, &key, 0, (own + "/below").c_str(), 1)));
+                const std::string text(static_cast<std::size_t>(round % 50), 'x');
+                EXPECT_EQ(s.methods.SetValue(object, counters, "text", tSTRING, text.data(),
+                                             static_cast<std::uint32_t>(text.size()), 1),
+                          kDone);
+                EXPECT_EQ(s.methods.SetValueByIndex(object, counters, static_cast<std::uint32_t>(round % 16), tDWORD,
+                                                    &round, sizeof round, 0),
+                          kDone);
+                EXPECT_EQ(s.methods.DeleteKey(object, 0, own.c_str()), kDone);
+            }
+            --writing;
+        });
+    }
+    for (int reader = 0; reader < kReaders; ++reader) {
+        threads.emplace_back([&] {
+            char text[64];
+            while (writing.load() != 0) {
+                std::uint32_t count = 0;
+                KeyHandle key = kNoKey;
+                for (std::uint32_t i = 0; IsSuccess(s.methods.OpenKeyByIndex(object, &key, 0, i)); ++i) {
+                }
+                const ResultCode code =
+                    s.methods.GetValue(object, &count, counters, "text", nullptr, text, sizeof text);
+                EXPECT_TRUE(code == kNoSuchEntry || count == 0 ||
+                            std::string(text, count - 1).find_first_not_of('x') == std::string::npos);
+                for (std::uint32_t i = 0; i < 16; ++i) {
+                    EXPECT_EQ(s.methods.GetValueByIndex(object, &count, counters, i, nullptr, text, 4), kDone);
+                }
+                EXPECT_EQ(s.methods.CloseKey(object, key), kDone);
+            }
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(s.KeyCount(), 1U);
+}
+
+TEST_F(SharedStoreTest, TheSwitchCountsBeforeTheObjectIsReady) {
+    Store& s = MakeStore(false);
+    EXPECT_EQ(s.object.SetNumber(PropertySynchronised, 1), kDone);
+    EXPECT_NE(s.Make("a"), kNoKey);
+}
+
+}   // namespace
+}   // namespace test

@@ -1,0 +1,329 @@
+#include "tree/utf8.h"
+#include "tree/value_holder.h"
+
+#include <component/kernel/value_types.h>
+#include <host/kernel.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <functional>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace arbor {
+namespace {
+
+/// Text with its 0 bytes, and 16-bit text as the bytes that callers exchange.
+std::string Bytes(const char16_t* text, std::size_t length) {
+    return {reinterpret_cast<const char*>(text), length * 2};
+}
+template <std::size_t N>
+std::string Bytes(const char (&text)[N]) {
+    return {text, N - 1};
+}
+template <std::size_t N>
+std::string Bytes(const char16_t (&text)[N]) {
+    return Bytes(text, N - 1);
+}
+template <class T>
+requires std::is_arithmetic_v<T> std::string Bytes(T number) {
+    return {reinterpret_cast<const char*>(&number), sizeof number};
+}
+
+class ValueTest : public testing::Test {
+protected:
+    struct Release {
+        const HostObject* host;
+        void operator()(Value* value) const { ReleaseValue(host, value); }
+    };
+    using Owned = std::unique_ptr<Value, Release>;
+
+    ~ValueTest() override { EXPECT_EQ(kernel.LiveBlocks(), 0U) << kernel.LeakReport(); }
+
+    Owned Make(TypeCode code) {
+        Owned value(CreateValue(kernel.Root(), code), Release{kernel.Root()});
+        EXPECT_NE(value, nullptr) << code;
+        return value;
+    }
+
+    static ResultCode Set(Value& value, const std::string& bytes) {
+        return value.Set(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+    }
+
+    /// What `read` delivers, through every case of the buffer contract on the way. `spare` bytes are asked for and not
+    /// written.
+    template <class Read>
+    static std::string Take(Read read, std::uint32_t spare = 0) {
+        std::uint32_t need = 12345;
+        EXPECT_EQ(read(nullptr, 0, &need), kDone);
+        std::uint32_t again = 0;
+        EXPECT_EQ(read(nullptr, need + 1, &again), kInvalidArgument);
+        EXPECT_EQ(again, need);
+        std::string buffer(need + 1, '~');
+        if (need != 0) {
+            again = 0;
+            EXPECT_EQ(read(buffer.data(), need - 1, &again), kBufferTooSmall);
+            EXPECT_EQ(again, need);
+            EXPECT_EQ(buffer, std::string(need + 1, '~'));
+        }
+        EXPECT_EQ(read(buffer.data(), need, nullptr), kDone);
+        EXPECT_EQ(buffer.substr(need - spare), std::string(spare + 1, '~')) << "written beyond the need";
+        return buffer.substr(0, need - spare);
+    }
+    static std::string Get(const Value& value) {
+        return Take([&](void* dst, std::uint32_t cap, std::uint32_t* size) { return value.Get(dst, cap, size); });
+    }
+    static std::string Text(const Value& value) {
+        const bool block = value.GetType() == tBINARY || value.GetType() == tPTR;
+        return Take([&](void* dst, std::uint32_t cap, std::uint32_t* size) { return value.ToText(dst, cap, size); },
+                    block ? 1 : 0);
+    }
+
+    host::Kernel kernel{{.trackBlocks = true}};
+};
+
+TEST_F(ValueTest, TheStorableTypesAreMadeEmptyAndNoOthers) {
+    for (TypeCode code = 0; code < 70; ++code) {
+        const bool gap = code == 0 || code == 16 || (code > 32 && code != 48 && code != 54);
+        kernel.FailAllocation(1);
+        EXPECT_EQ(CreateValue(kernel.Root(), code), nullptr) << code;
+        EXPECT_EQ(kernel.AllocationFailed(), !gap) << code;
+        kernel.FailAllocation(0);
+        Value* const value = CreateValue(kernel.Root(), code);
+        ASSERT_EQ(value == nullptr, gap) << code;
+        if (gap) continue;
+        EXPECT_EQ(value->GetType(), code);
+        ReleaseValue(kernel.Root(), value);
+    }
+}
+
+struct TextCase {
+    TypeCode type;
+    const char* in;
+    std::string bytes;   // the datum
+    std::string out;     // the text that it has then
+};
+/// Instead of a datum: the text is an invalid argument, and the old datum stays.
+const std::string kRefused = "(refused)";
+
+const TextCase kTexts[] = {
+    {tDWORD, "", Bytes(0U), "0"},
+    {tDWORD, " \t\n\v\f\r12", Bytes(12U), "12"},
+    {tDWORD, "12 ", kRefused, ""},
+    {tDWORD, "0x10", Bytes(16U), "16"},
+    {tDWORD, "-FF", Bytes(0xFFFFFF01U), "4294967041"},
+    {tDWORD, "-1", Bytes(0xFFFFFFFFU), "4294967295"},
+    {tDWORD, "4294967296", Bytes(0xFFFFFFFFU), "4294967295"},
+    {tDWORD, "FFFFFFFE", Bytes(0xFFFFFFFEU), "4294967294"},
+    {tDWORD, "FFFFFFFF", kRefused, ""},
+    {tDWORD, "-0x1", kRefused, ""},
+    {tINT, "2147483648", Bytes(0x7FFFFFFF), "2147483647"},
+    {tINT, "-2147483649", Bytes(std::numeric_limits<std::int32_t>::min()), "-2147483648"},
+    {tINT, "7FFFFFFF", kRefused, ""},
+    {tBYTE, "-1", kRefused, ""},
+    {tSBYTE, "128", kRefused, ""},
+    {tSBYTE, "-200", Bytes("\x38"), "56"},
+    {tSHORT, "-70000", Bytes(static_cast<std::int16_t>(-4464)), "-4464"},
+    {tBOOL, "true", Bytes(1U), Bytes("1\0")},
+    {tBOOL, "true x", Bytes(1U), Bytes("1\0")},
+    {tBOOL, "TRUE", kRefused, ""},
+    {tBOOL, " 1", kRefused, ""},
+    {tBOOL, "2", Bytes(2U), Bytes("1\0")},
+    {tBOOL, "0x10", Bytes(16U), Bytes("1\0")},
+    {tBOOL, "010", Bytes(8U), Bytes("1\0")},
+    {tBOOL, "5000000000", Bytes(0xFFFFFFFFU), Bytes("1\0")},
+    {tDOUBLE, "-1.5abc", Bytes(-1.5), "-1.500000"},
+    {tDOUBLE, "-0x.8", Bytes(-0.5), "-0.500000"},
+    {tDOUBLE, "1e999", Bytes(HUGE_VAL), "inf"},
+    {tDOUBLE, "-0.00001e400", Bytes(-HUGE_VAL), "-inf"},
+    {tDOUBLE, "-1000e-400", Bytes(-0.0), "-0.000000"},
+    {tDOUBLE, "0x1000p-2000", Bytes(0.0), "0.000000"},
+    {tDOUBLE, "4.9e-324", Bytes(std::numeric_limits<double>::denorm_min()), "0.000000"},
+    {tDOUBLE, "INFINITYx", Bytes(HUGE_VAL), "inf"},
+    {tDOUBLE, "", kRefused, ""},
+    {tCHAR, "xyz", Bytes("x"), "x"},
+    {tBINARY, "0aFf", Bytes("\x0A\xFF"), "0AFF"},
+    {tBINARY, "0AF", kRefused, ""},
+    {tBINARY, "0G", kRefused, ""},
+    {tWSTRING, "4100Ac20", Bytes(u"A\u20AC\0"), Bytes("A\xE2\x82\xAC\0")},
+    {tWSTRING, "410042", Bytes(u"AB\0"), Bytes("AB\0")},
+    {tWSTRING, "414", "", ""},
+    {tDOUBLE, "abc", Bytes(1.0), "1.000000"},
+    {tDOUBLE, "0xinf", Bytes(1.0), "1.000000"},
+    {tDOUBLE, "infi", Bytes(1.0), "1.000000"},
+};
+
+TEST_F(ValueTest, TextsAreReadAndPrintedByTheRulesOfTheirType) {
+    for (const TextCase& row : kTexts) {
+        SCOPED_TRACE(testing::Message() << "type " << row.type << " '" << row.in << "'");
+        const Owned value = Make(row.type);
+        static_cast<void>(value->FromText("1"));   // a block stays empty
+        const std::string before = Get(*value);
+        const bool refused = row.bytes == kRefused;
+        EXPECT_EQ(value->FromText(row.in), refused ? kInvalidArgument : kDone);
+        EXPECT_EQ(Get(*value), refused ? before : row.bytes);
+        if (!refused) {
+            EXPECT_EQ(Text(*value), row.out);
+        }
+    }
+}
+
+/// The C library's own reading of 64-bit numbers and of decimal floating point is the judge of ours.
+TEST_F(ValueTest, RandomTextsReadAsTheCLibraryReadsThem) {
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937 random(seed);
+    const auto pick = [&random](const std::string& letters) { return letters[random() % letters.size()]; };
+    using Limits = std::numeric_limits<std::int64_t>;
+    const Owned integer = Make(tLONGLONG);
+    for (int run = 0; run < 20000; ++run) {
+        std::string number, decimal;
+        for (std::size_t length = random() % 22; number.size() < length;) number += pick("00123456789999ABCDEFfx+- ");
+        for (std::size_t length = random() % 24; decimal.size() < length;) decimal += pick("0001234567899..e+-");
+        SCOPED_TRACE(number + "|" + decimal);
+        char* stop = nullptr;
+        std::int64_t wanted = std::strtoll(number.c_str(), &stop, 10);
+        const bool isDecimal = *stop == '\0';
+        if (!isDecimal) wanted = std::strtoll(number.c_str(), &stop, 16);
+        const bool isLimit = wanted == Limits::max() || wanted == Limits::min();
+        const bool refused = *stop != '\0' || (isLimit && !isDecimal);
+        ASSERT_EQ(integer->FromText(number.c_str()), refused ? kInvalidArgument : kDone);
+        ASSERT_TRUE(refused || Get(*integer) == Bytes(wanted));
+
+        const Owned real = Make(tDOUBLE);
+        ASSERT_EQ(real->FromText(decimal.c_str()), decimal.empty() ? kInvalidArgument : kDone);
+        const double judged = std::strtod(decimal.c_str(), &stop);
+        ASSERT_EQ(Get(*real), Bytes(stop != decimal.c_str() ? judged : 0.0));
+    }
+}
+
+TEST_F(ValueTest, ANumberWhoseTextIsTooLongForTheScratchIsRefusedWithinBounds) {
+    const Owned value = Make(tDOUBLE);
+    for (const auto& [number, length] : {std::pair{9e247, 255U}, {-9e246, 255U}, {9e248, 0U}, {-1.7e308, 0U}}) {
+        ASSERT_EQ(Set(*value, Bytes(number)), kDone);
+        char text[512];
+        std::uint32_t size = 1;
+        EXPECT_EQ(value->ToText(text, sizeof text, &size), length != 0 ? kDone : kBufferTooSmall) << number;
+        EXPECT_EQ(size, length) << number;
+    }
+}
+
+TEST_F(ValueTest, TypesWithoutATextAnswerWhateverTheBuffer) {
+    for (const TypeCode code : {tVOID, tFUNC_PTR, tWCHAR}) {
+        const Owned value = Make(code);
+        std::uint32_t size = 9;
+        EXPECT_EQ(value->ToText(nullptr, 7, &size), code == tWCHAR ? kUnspecified : kDone);
+        EXPECT_EQ(size, code == tWCHAR ? 9U : 0U);
+        EXPECT_EQ(value->FromText("8"), code == tWCHAR ? kUnspecified : kDone);
+        EXPECT_EQ(value->Get(nullptr, 7, &size), code == tVOID ? kDone : kInvalidArgument);
+        EXPECT_EQ(value->Set("\0\0\0", 4), ResultUnchanged) << "the text came in";
+    }
+}
+
+struct SetCase {
+    const char* label;
+    TypeCode type;
+    std::string first, second;
+    ResultCode code;     // of the second
+    std::string bytes;   // read back after it
+};
+const std::string kNaN = Bytes(std::numeric_limits<double>::quiet_NaN());
+const SetCase kSets[] = {
+    {"bytes beyond the width don't count", tDWORD, Bytes(7U), Bytes(std::uint64_t{7}), ResultUnchanged, Bytes(7U)},
+    {"a truth value has four bytes", tBOOL, Bytes(1U), "0", kInvalidArgument, Bytes(1U)},
+    {"a NaN equals itself", tDOUBLE, kNaN, kNaN, ResultUnchanged, kNaN},
+    {"a terminator changes no text", tSTRING, "abc", Bytes("abc\0"), ResultUnchanged, Bytes("abc\0")},
+    {"a text ends at its first 0 byte", tSTRING, "x", Bytes("ab\0cd"), kDone, Bytes("ab\0")},
+    {"the case of letters counts", tSTRING, "abc", "Abc", kDone, Bytes("Abc\0")},
+    {"a terminator changes no wide text", tWSTRING, Bytes(u"ab"), Bytes(u"ab\0"), ResultUnchanged, Bytes(u"ab\0")},
+    {"a wide text ends at its first 0 unit", tWSTRING, "x", Bytes(u"a\0b"), kDone, Bytes(u"a\0")},
+    {"an odd byte is a unit's lower half", tWSTRING, "", Bytes("a\0b"), kDone, Bytes(u"ab\0")},
+    {"empty blocks are no news, yet a change", tBINARY, "", "", kDone, ""},
+};
+
+TEST_F(ValueTest, SetTellsAChangeFromNoneAndRefusesWhatIsTooShort) {
+    for (const SetCase& row : kSets) {
+        SCOPED_TRACE(row.label);
+        const Owned value = Make(row.type);
+        ASSERT_EQ(Set(*value, row.first), kDone);
+        EXPECT_EQ(Set(*value, row.second), row.code);
+        EXPECT_EQ(Get(*value), row.bytes);
+        const bool block = row.type == tBINARY || row.type == tPTR;
+        EXPECT_EQ(value->Set(nullptr, 0), block ? kDone : kInvalidArgument);
+        EXPECT_EQ(value->Set(nullptr, 8), kInvalidArgument);
+    }
+    EXPECT_EQ(Make(tSTRING)->FromText(nullptr), kInvalidArgument);
+    EXPECT_EQ(Make(tDWORD)->FromText(nullptr), kInvalidArgument);
+}
+
+struct Utf8Case {
+    std::string bytes;
+    std::u16string units;
+};
+const Utf8Case kUtf8[] = {
+    {"\xC3+", u"\xEB"},
+    {"\xE2\x82\xAC", u"\u20AC"},
+    {"\xE2\x82", u"?"},
+};
+
+TEST_F(ValueTest, Utf8IsDecodedLenientlyAndEncodedUnitByUnit) {
+    for (const Utf8Case& row : kUtf8) {
+        SCOPED_TRACE(row.bytes);
+        const auto size = static_cast<std::uint32_t>(row.bytes.size());
+        const auto count = static_cast<std::uint32_t>(row.units.size());
+        const std::unique_ptr<char[]> exact(new char[size]);   // one byte too far is a report
+        std::memcpy(exact.get(), row.bytes.data(), size);
+        std::vector<char16_t> units(count);
+        EXPECT_EQ(DecodeUtf8(exact.get(), size, units.data(), count), static_cast<std::int32_t>(count));
+        EXPECT_EQ(std::u16string(units.data(), count), row.units);
+        EXPECT_EQ(DecodeUtf8(exact.get(), size, units.data(), count - 1), -1);
+
+        const Owned value = Make(tWSTRING);
+        EXPECT_EQ(static_cast<WideStringHolder*>(value.get())->SetFromUtf8(row.bytes.c_str()), kDone);
+        EXPECT_EQ(Get(*value), Bytes(row.units.c_str(), count + 1));
+    }
+    const Owned pair = Make(tWSTRING);
+    ASSERT_EQ(Set(*pair, Bytes(u"\x7FF\xD83D\xDE00")), kDone);
+    EXPECT_EQ(Text(*pair), Bytes("\xDF\xBF\xED\xA0\xBD\xED\xB8\x80\0"));
+}
+
+TEST_F(ValueTest, EveryFailedAllocationIsReportedAndLeavesTheOldDatum) {
+    const struct {
+        TypeCode type;
+        std::function<ResultCode(Value&)> change;
+    } kChanges[] = {
+        {tSTRING, [](Value& value) { return Set(value, "new"); }},
+        {tSTRING, [](Value& value) { return value.FromText("new"); }},
+        {tWSTRING, [](Value& value) { return Set(value, "new"); }},
+        {tWSTRING, [](Value& value) { return value.FromText("4100"); }},
+        {tWSTRING, [](Value& value) { return static_cast<WideStringHolder&>(value).SetFromUtf8("new"); }},
+        {tBINARY, [](Value& value) { return Set(value, "new"); }},
+        {tBINARY, [](Value& value) { return value.FromText("4100"); }},
+        {tSTRING,
+         [](Value& value) { return value.Set("", 0xFFFFFFFF); }},   // these three ask for more than 32 bits say
+        {tWSTRING, [](Value& value) { return value.Set("", 0xFFFFFFFE); }},
+        {tWSTRING, [](Value& value) { return value.Set("", 0xFFFFFFFD); }},
+    };
+    for (const auto& row : kChanges) {
+        const Owned value = Make(row.type);
+        ASSERT_EQ(Set(*value, Bytes(u"old")), kDone);
+        const std::string before = Get(*value);
+        ResultCode code = kOutOfMemory;
+        for (std::size_t failAt = 1; IsFailure(code) && failAt < 4; ++failAt) {
+            kernel.FailAllocation(failAt);
+            code = row.change(*value);
+            if (IsSuccess(code)) break;
+            EXPECT_EQ(code, kOutOfMemory);
+            EXPECT_EQ(Get(*value), before);
+        }
+        kernel.FailAllocation(0);
+        EXPECT_EQ(kernel.LiveBlocks(), 2U);
+    }
+}
+
+}   // namespace
+}   // namespace arbor
