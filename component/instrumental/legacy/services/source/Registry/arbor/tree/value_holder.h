@@ -21,10 +21,10 @@ public:
         return DeliverBytes(&value, sizeof value, dst, cap, size);
     }
 
-    /// Compares bytes, not numbers: a NaN equals itself, and the two zeros differ.
+    /// Compares bytes, not numbers, hence the plain pointer: a NaN equals itself, and the two zeros differ.
     ResultCode Set(const void* data, std::uint32_t size) override {
         if (data == nullptr || size < sizeof value) return kInvalidArgument;
-        if (std::memcmp(&value, data, sizeof value) == 0) return ResultUnchanged;
+        if (std::memcmp(static_cast<const void*>(&value), data, sizeof value) == 0) return ResultUnchanged;
         std::memcpy(&value, data, sizeof value);
         return kDone;
     }
