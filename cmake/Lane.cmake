@@ -15,6 +15,8 @@ if(WIN32)
     target_link_options(lane INTERFACE -static)
     # The module's entry points and handlers are cdecl; the stack of a host's thread is aligned to 4 bytes only.
     target_compile_options(lane INTERFACE -mstackrealign)
+    # The system walks a stack along its frame pointers.
+    target_compile_options(lane INTERFACE -fno-omit-frame-pointer)
 endif()
 
 # Headers of a package reach the lane through a folder that holds nothing else: a cross compiler must not see /usr/include.

@@ -30,10 +30,11 @@ public:
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder() {
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-            if (!entry.is_symlink()) MakeWritable(entry.path());
-        }
         std::error_code ignored;   // what a failed test left open stays behind
+        for (std::filesystem::recursive_directory_iterator entry(folder, ignored), end; entry != end;
+             entry.increment(ignored)) {
+            if (entry->is_regular_file(ignored)) MakeWritable(entry->path());
+        }
         std::filesystem::remove_all(folder, ignored);
     }
 
@@ -58,8 +59,9 @@ public:
         if (!file) throw std::runtime_error("can't write a test's file");
     }
 
-    /// The bytes of a file; of one that isn't there `kMissing`.
+    /// The bytes of a file, or one of the two words below.
     [[nodiscard]] std::string Read(std::u16string_view name) const {
+        if (std::filesystem::is_directory(Native(name))) return std::string(kFolder);
         std::ifstream file(Native(name), std::ios::binary);
         if (!file) return std::string(kMissing);
         return {std::istreambuf_iterator<char>(file), {}};
@@ -94,6 +96,7 @@ public:
     }
 
     static constexpr std::string_view kMissing = "<no such file>";
+    static constexpr std::string_view kFolder = "<a folder>";
 
 private:
     static constexpr std::filesystem::perms kWriteBits = std::filesystem::perms::owner_write |
@@ -108,7 +111,10 @@ private:
 
     /// A system whose paths have no drive shows all of them on drive `Z:`.
     static std::filesystem::path DriveForm(const std::filesystem::path& path) {
-        if constexpr (std::filesystem::path::preferred_separator == '\\') return path;
+        if constexpr (std::filesystem::path::preferred_separator == '\\') {
+            std::filesystem::path preferred = path;
+            return preferred.make_preferred();
+        }
         std::u16string text = u"Z:" + path.u16string();
         std::replace(text.begin(), text.end(), u'/', u'\\');
         return text;

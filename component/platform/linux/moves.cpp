@@ -20,24 +20,29 @@ namespace {
 constexpr std::uint32_t kAllShares = kShareRead | kShareWrite | kShareDelete;
 constexpr std::uint32_t kMoveFlags = kMoveReplaceExisting | kMoveCopyAllowed | kMoveWriteThrough;
 
+bool IsSameFile(const struct stat& one, const struct stat& other) {
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
 /// Opens an entry whose name is about to change, as somebody who deletes: whoever doesn't share that stands against it.
 /// What can't be opened, a link first of all, is held by nobody: `file` stays closed then.
 bool HoldName(const NativePath& path, Descriptor& file) {
     constexpr int kFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
-    file = Descriptor(open(path.Text(), O_RDONLY | kFlags));
-    if (!file.IsOpen()) file = Descriptor(open(path.Text(), O_WRONLY | kFlags));
-    struct stat status {};
-    if (!file.IsOpen() || fstat(file.Number(), &status) != 0 || !S_ISREG(status.st_mode)) return true;
-    return ClaimFile(file.Number(), kShareDelete, 0);
+    for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
+        file = Descriptor(open(path.Text(), O_RDONLY | kFlags));
+        if (!file.IsOpen()) file = Descriptor(open(path.Text(), O_WRONLY | kFlags));
+        struct stat opened {};
+        if (!file.IsOpen() || fstat(file.Number(), &opened) != 0 || !S_ISREG(opened.st_mode)) return true;
+        if (!ClaimFile(file.Number(), kShareDelete | kChangeName, kChangeName)) return false;
+        struct stat found {};
+        if (lstat(path.Text(), &found) == 0 && IsSameFile(opened, found)) return true;
+    }
+    return false;
 }
 
 bool IsFolderOrLinkToOne(const NativePath& path) {
     struct stat status {};
     return stat(path.Text(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-bool IsSameFile(const struct stat& one, const struct stat& other) {
-    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
 bool WriteWhole(int target, const char* bytes, std::size_t size) {
@@ -107,8 +112,8 @@ private:
     [[nodiscard]] bool Has(std::uint32_t flag) const { return (flags & flag) != 0; }
 
     bool LookAtSource() {
-        if (lstat(source.Text(), &sourceStatus) != 0) return FailAt(source, errno);
-        return HoldName(source, heldSource) || FailWith(kErrorSharingViolation);
+        if (!HoldName(source, heldSource)) return FailWith(kErrorSharingViolation);
+        return lstat(source.Text(), &sourceStatus) == 0 || FailAt(source, errno);
     }
 
     bool LookAtTarget() {
@@ -118,6 +123,7 @@ private:
         if (!Has(kMoveReplaceExisting)) return FailWith(kErrorAlreadyExists);
         const bool isFolder = S_ISDIR(sourceStatus.st_mode) || IsFolderOrLinkToOne(target);
         if (isFolder || IsReadOnly(targetStatus.st_mode)) return FailWith(kErrorAccessDenied);
+        if (IsSameFile(sourceStatus, targetStatus)) return true;   // another name of what is held already
         return HoldName(target, heldTarget) || FailWith(kErrorAccessDenied);
     }
 
@@ -138,7 +144,6 @@ private:
     [[nodiscard]] bool Rename(const NativePath& from) const {
         if (replaces) return rename(from.Text(), target.Text()) == 0;
         if (renameat2(AT_FDCWD, from.Text(), AT_FDCWD, target.Text(), RENAME_NOREPLACE) == 0) return true;
-        if (errno == EEXIST && Has(kMoveReplaceExisting)) return rename(from.Text(), target.Text()) == 0;
         if (errno != EINVAL && errno != ENOSYS) return false;
         return rename(from.Text(), target.Text()) == 0;   // no such call here: the look at the target has to do
     }
@@ -174,8 +179,10 @@ private:
         return !Has(kMoveWriteThrough) || sourceFolder.Sync();
     }
 
+    /// A target that was free a moment ago has an owner now, who may well be at work on it.
     bool FailAtTarget(int error) const {
-        return error == EEXIST ? FailWith(kErrorAlreadyExists) : FailAt(target, error);
+        if (error != EEXIST) return FailAt(target, error);
+        return FailWith(Has(kMoveReplaceExisting) ? kErrorAccessDenied : kErrorAlreadyExists);
     }
 
     const NativePath& source;

@@ -14,9 +14,6 @@
 namespace platform {
 namespace {
 
-/// A name that gets another file between the open and the look at it is opened anew, so many times.
-constexpr int kOpenAttempts = 16;
-
 constexpr std::uint32_t kAllShares = kShareRead | kShareWrite | kShareDelete;
 
 bool Empties(const OpenRequest& request) {

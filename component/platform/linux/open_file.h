@@ -44,6 +44,9 @@ struct OpenRequest {
 /// A regular file that nobody may write.
 [[nodiscard]] bool IsReadOnly(mode_t mode);
 
+/// A name that gets another file between the open and the look at it is opened anew, so many times.
+inline constexpr int kOpenAttempts = 16;
+
 inline constexpr mode_t kWriteBits = 0222;
 inline constexpr mode_t kNewFileMode = 0666;
 

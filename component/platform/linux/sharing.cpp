@@ -17,9 +17,10 @@ struct Right {
 
 constexpr off_t kFirstMark = 0x7FFFFFFFFFFFFF00;
 constexpr Right kRights[] = {
-    {kShareRead, kFirstMark + 0, kFirstMark + 3},
-    {kShareWrite, kFirstMark + 1, kFirstMark + 4},
-    {kShareDelete, kFirstMark + 2, kFirstMark + 5},
+    {kShareRead, kFirstMark + 0, kFirstMark + 4},
+    {kShareWrite, kFirstMark + 1, kFirstMark + 5},
+    {kShareDelete, kFirstMark + 2, kFirstMark + 6},
+    {kChangeName, kFirstMark + 3, kFirstMark + 7},
 };
 
 struct flock ByteLock(int type, off_t mark) {

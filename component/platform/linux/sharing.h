@@ -11,9 +11,13 @@
 
 namespace platform {
 
-/// Marks `descriptor` for an opener that uses and denies the given rights (`kShareRead` and its neighbours as bits) and
-/// looks for others. False, with its marks taken back: another opener stands against it. An opener that uses no right
-/// isn't looked at. A file system without such locks lets everybody in.
+/// A right beside those of opening, for whoever takes a name from the file or gives it one: they exclude each other, so
+/// that what one of them found under a name is still there when it acts.
+inline constexpr std::uint32_t kChangeName = 8;
+
+/// Marks `descriptor` for an opener that uses and denies the given rights (`kShareRead` and its neighbours, as bits)
+/// and looks for others. False, with its marks taken back: another opener stands against it. An opener that uses no
+/// right isn't looked at. A file system without such locks lets everybody in.
 [[nodiscard]] bool ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies);
 
 /// Takes back the marks of rights in use, as the opener itself goes on without them.
