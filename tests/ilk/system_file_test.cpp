@@ -1,3 +1,4 @@
+#include <component/ilk/error/exception.h>
 #include <component/ilk/system/file/detail/filesystem_impl.h>
 #include <component/ilk/system/file/file.h>
 #include <component/ilk/system/file/path.h>
@@ -91,6 +92,47 @@ TEST(PathTextTest, AbsoluteIsWhatHasTwoBackslashesOrADriveRoot) {
         EXPECT_FALSE(ilk::IsAbsolutePath(path));
     for (const std::u16string_view path : {u"\\\\?\\", u"\\\\.\\C:"}) EXPECT_TRUE(ilk::HasDevicePrefix(path));
     for (const std::u16string_view path : {u"\\\\?", u"//?/", u"\\\\a\\"}) EXPECT_FALSE(ilk::HasDevicePrefix(path));
+}
+
+constexpr PathCase kLongForms[] = {
+    {u"C:\\a", u"\\\\?\\C:\\a"},
+    {u"C:/a/../b/", u"\\\\?\\C:\\b"},
+    {u"\\\\server\\share\\..\\.", u"\\\\server\\share\\..\\."},
+    {u"\\\\?\\C:\\a\\..", u"\\\\?\\C:\\a\\.."},
+};
+
+TEST(LongPathTest, PutsThePrefixBeforeWhatHasADrive) {
+    for (const PathCase& row : kLongForms) EXPECT_EQ(ilk::ToLongPath(row.path).view(), row.outcome);
+    Text expected;
+    ASSERT_EQ(ilk::CurrentDirectory(expected), ilk::ResultOk);
+    expected.insert(0, u"\\\\?\\");
+    ilk::JoinPath(expected, u"b");
+    EXPECT_EQ(ilk::ToLongPath(u"a/../b"), expected);
+}
+
+TEST(LongPathTest, ThrowsWhereTheCurrentFolderIsGone) {
+    const TemporaryFolder folder;
+    const std::filesystem::path before = std::filesystem::current_path();
+    folder.MakeFolder(u"gone");
+    std::filesystem::current_path(folder.Native(u"gone"));
+    std::error_code error;
+    std::filesystem::remove(folder.Native(u"gone"), error);   // some systems keep a folder that is in use
+    std::string told;
+    ilk::ResultCode code = ilk::ResultOk;
+    try {
+        static_cast<void>(ilk::ToLongPath(u"a"));
+    } catch (const ilk::ResultCodeException& e) {
+        told = e.what();
+        code = ilk::ResultFromException(e);
+    }
+    const ilk::ResultCode codeOfMaking = error ? ilk::ResultOk : ilk::CreateDirectories(u"a");
+    std::filesystem::current_path(before);
+    if (error) GTEST_SKIP() << "can't be brought about here: " << error.message();
+    EXPECT_EQ(code, ilk::ResultFileNotFound);
+    EXPECT_EQ(codeOfMaking, ilk::ResultFileNotFound);
+    EXPECT_TRUE(
+        told.starts_with("component\\ilk\\include\\component\\ilk\\system\\file\\detail/filesystem_impl(233): "))
+        << told;
 }
 
 TEST(FillFromSystemTest, AsksAgainWithTheRoomThatItIsTold) {

@@ -1,5 +1,6 @@
 #include <component/ilk/system/file/detail/filesystem_impl.h>
 
+#include <component/ilk/error/exception.h>
 #include <component/ilk/system/file/path.h>
 #include <component/platform/files.h>
 
@@ -8,7 +9,12 @@ namespace {
 
 using Text = basic_string_t<char16_t>;
 
+constexpr std::u16string_view kTwoBackslashes = u"\\\\";
 constexpr std::u16string_view kLongPrefix = u"\\\\?\\";
+
+/// The place that the failure of the current folder is known by, wherever this file lies and however it changes.
+constexpr char kLongPathFile[] = "component\\ilk\\include\\component\\ilk\\system\\file\\detail/filesystem_impl";
+constexpr std::uint32_t kLongPathLine = 233;
 
 ResultCode ResultOf(bool succeeded) { return succeeded ? ResultOk : ResultFromLastError(); }
 
@@ -19,23 +25,6 @@ ResultCode HasFolderBits(const char16_t* path, std::uint32_t wanted) {
     const ResultCode code = GetAttributes(path, attributes);
     if (IsFailure(code)) return code;
     return (attributes & kFolderBits) == wanted ? ResultOk : ResultFalse;
-}
-
-/// The form of `path` that the system takes at any length: absolute, normalised, with the long prefix. A path with two
-/// backslashes in front comes back as it is. Throws what strings throw.
-ResultCode MakeLongPath(std::u16string_view path, Text& target) {
-    if (path.starts_with(u"\\\\")) {
-        JoinPath(target, path);
-        return ResultOk;
-    }
-    if (!IsAbsolutePath(path)) {
-        const ResultCode code = CurrentDirectory(target);
-        if (IsFailure(code)) return code;
-    }
-    if (!HasDevicePrefix(target)) target.insert(0, kLongPrefix);
-    JoinPath(target, path);
-    NormalizePath(target);
-    return ResultOk;
 }
 
 /// A path that is cut in place behind a part of it, and whole again when the cut goes.
@@ -131,12 +120,23 @@ ResultCode RemoveFile(const char16_t* path) { return ResultOf(platform::DeleteFi
 
 ResultCode CurrentDirectory(Text& target) { return FillFromSystem(platform::GetCurrentDirectoryW, target); }
 
+Text ToLongPath(std::u16string_view path) {
+    if (path.starts_with(kTwoBackslashes)) return Text(path);
+    Text result;
+    if (!IsAbsolutePath(path)) ThrowIfFail(kLongPathFile, kLongPathLine, CurrentDirectory(result));
+    if (!HasDevicePrefix(result)) result.insert(0, kLongPrefix);
+    JoinPath(result, path);
+    NormalizePath(result);
+    return result;
+}
+
 ResultCode CreateDirectories(std::u16string_view path) {
     if (path.empty()) return ResultInvalidArgument;
     Text text;
     try {
-        const ResultCode code = MakeLongPath(path, text);
-        if (IsFailure(code)) return code;
+        text = ToLongPath(path);
+    } catch (const ResultCodeException& e) {
+        return ResultFromException(e);
     } catch (...) {
         return ResultOutOfMemory;
     }

@@ -34,6 +34,11 @@ namespace ilk {
 /// The process's current folder; `target` is set on success only.
 [[nodiscard]] ResultCode CurrentDirectory(basic_string_t<char16_t>& target);
 
+/// The form of `path` that the system takes at any length: absolute, normalised, with the long prefix. A path with two
+/// backslashes in front comes back as it is. Throws what strings throw, and a `ResultCodeException` where the current
+/// folder can't be told.
+[[nodiscard]] basic_string_t<char16_t> ToLongPath(std::u16string_view path);
+
 /// Makes the folder and those that are missing on the way; what is there already is a success. Folders made before a
 /// failure stay. `ResultInvalidArgument` for an empty path, `ResultInvalidPathName` where something else than a folder
 /// has the name, `ResultPathNotFound` where the root is missing, `ResultAlreadyExists` for a link to a folder.
