@@ -79,7 +79,7 @@ struct CopyStep {
 
     std::string FreshName(const std::string& name) {
         for (std::uint32_t number = 1;; ++number) {
-            const std::string candidate = number == 1 ? name : name + '#' + std::to_string(number);
+            std::string candidate = number == 1 ? name : name + '#' + std::to_string(number);
             if (taken.insert(Lower(candidate)).second) return candidate;
         }
     }

@@ -143,7 +143,8 @@ kernel::ResultCode Object::SetRootPoint(std::string_view path) {
 }
 
 kernel::ResultCode Object::SetIoObject(kernel::HostObject* io) {
-    return SetProperty(kernel::PropertyIoObject, &io, sizeof io);
+    const auto address = reinterpret_cast<kernel::HostWord>(io);
+    return SetProperty(kernel::PropertyIoObject, &address, sizeof address);
 }
 
 }   // namespace host
