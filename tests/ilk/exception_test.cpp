@@ -167,6 +167,20 @@ TEST(StackTraceTest, EachModuleIsLookedUpOnce) {
               " 4# low.dll!ID,1!800\n 5# high.dll!!800\n");
 }
 
+/// This program's image has a debug entry where images are of the kind that is read.
+TEST(StackTraceTest, TheImageOfThisProgramIsToldOrRefused) {
+    const auto address = reinterpret_cast<std::uintptr_t>(&Outer);
+    ilk::StackModule module;
+    const ilk::ResultCode code = ilk::LookUpModule(address, module);
+    EXPECT_THAT(module.name.view(), HasSubstr("ilk_test"));
+    if (ilk::IsFailure(code)) {
+        EXPECT_EQ(code, ilk::ResultInvalidSignature);
+        return;
+    }
+    EXPECT_TRUE(module.base < address && address < module.base + module.size);
+    EXPECT_EQ(module.id.find(','), 36u) << module.id.view();
+}
+
 [[gnu::noinline]] ilk::StackTrace CaptureAtDepth(int depth) {
     ilk::StackTrace trace = depth == 0 ? ilk::Capture(0) : CaptureAtDepth(depth - 1);
     asm volatile("");

@@ -29,7 +29,7 @@ TEST(PropertyValueTest, PlainValuesAreCopiedAndToldByType) {
 /// What the scripts below describe, with more members than any of the rows uses.
 struct Record {
     Narrow first{"a text that needs a block of its own"};
-    std::uint64_t number = 0x0123456789ABCDEF;
+    std::uint32_t numbers[2] = {0x01234567, 0x89ABCDEF};
     Narrow second{"another text that needs a block"};
     PropertyValue nested = ilk::MakeResultValue(ilk::ResultLocked);
 };

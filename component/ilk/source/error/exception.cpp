@@ -3,6 +3,7 @@
 #include <component/ilk/error/exception_details.h>
 #include <component/ilk/rtl/format.h>
 
+#include <memory>
 #include <new>
 #include <stdexcept>
 #include <typeinfo>
@@ -81,7 +82,7 @@ DetailsRef::~DetailsRef() {
 }
 
 ExceptionDetails& DetailsRef::Make() {
-    if (details == nullptr) details = new ExceptionDetails;
+    if (details == nullptr) details = std::make_unique<ExceptionDetails>().release();
     return *details;
 }
 

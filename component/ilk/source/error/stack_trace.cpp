@@ -50,13 +50,21 @@ std::uint32_t ReadModuleName(Handle module, basic_string_t<char>& name) noexcept
     }
 }
 
+/// Whether the system's trace leaves out the function that asks for it, as Wine's does and that of Windows doesn't.
+[[gnu::noinline]] bool LeavesOutTheAsker(platform::CaptureStackBackTrace capture) {
+    void* first = nullptr;
+    return capture(0, 1, &first, nullptr) == 1 && first == __builtin_extract_return_addr(__builtin_return_address(0));
+}
+
 }   // namespace
 
 [[gnu::noinline]] StackTrace Capture(std::uint32_t skip, const NtFunctions& functions) {
     StackTrace trace;
-    if (functions.RtlCaptureStackBackTrace == nullptr) return trace;
+    const platform::CaptureStackBackTrace capture = functions.RtlCaptureStackBackTrace;
+    if (capture == nullptr) return trace;
+    if (skip > 0 && LeavesOutTheAsker(capture)) --skip;
     void* frames[kMostFrames];
-    const std::uint16_t count = functions.RtlCaptureStackBackTrace(skip, kMostFrames, frames, nullptr);
+    const std::uint16_t count = capture(skip, kMostFrames, frames, nullptr);
     trace.frames.reserve(count);
     for (const void* const frame : std::span(frames, count)) {
         if (frame != nullptr) trace.frames.append(reinterpret_cast<std::uintptr_t>(frame));
