@@ -192,6 +192,16 @@ TEST_F(SavingTest, ADeniedMoveIsTriedThreeTimes) {
     EXPECT_EQ(LinesOf(300).size(), 1U);
 }
 
+TEST_F(SavingTest, ATerminatorInsideTheNameEndsThePath) {
+    folder.Write(u"a.xml", kDocument);
+    Store& s = LoadStore(u"a.xml");
+    EXPECT_EQ(s.object.SetName(folder.Path(u"a.xml") + std::u16string(3, u'\0')), kDone);
+    EXPECT_EQ(s.object.SetNumber(PropertyBackupMode, 1), kDone);
+    s.SetNumber(0, "v", tDWORD, 2U);
+    EXPECT_EQ(s.Save(), kDone);
+    EXPECT_EQ(Files(), "a.xml=2 a.xml.bak2=1");
+}
+
 TEST_F(SavingTest, ClosingSavesWhereItIsAsked) {
     for (const std::uint32_t saveOnClose : {0U, 1U}) {
         folder.Write(u"a.xml", kDocument);

@@ -202,6 +202,7 @@ TEST_F(KeysTest, CopyingMergesThroughTheInterface) {
     EXPECT_EQ(s.methods.CopyKeyByName(s.object.Get(), "source", to.object.Get()), kDone);
     EXPECT_NE(to.Open("deep/deeper"), kNoKey);
     EXPECT_EQ(s.methods.CopyKeyByName(s.object.Get(), "missing", to.object.Get()), kNoSuchEntry);
+    EXPECT_EQ(s.methods.CopyKeyByName(s.object.Get(), nullptr, to.object.Get()), kInvalidArgument);
     EXPECT_EQ(s.methods.CopyKey(s.object.Get(), source, s.object.Get(), s.Open("source/deep")), kInvalidArgument);
     EXPECT_EQ(s.methods.CopyKey(s.object.Get(), s.Open("source/deep"), s.object.Get(), source), kDone);
     EXPECT_NE(s.Open("source/deeper"), kNoKey);

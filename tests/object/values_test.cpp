@@ -89,6 +89,9 @@ TEST_F(ValuesTest, WritesConvertIntoTheStoredTypeAndKeepIt) {
     EXPECT_FALSE(TakeDirty(kernel, s));
     EXPECT_EQ(s.SetText(0, "n", "1"), kDone);
     EXPECT_TRUE(TakeDirty(kernel, s)) << "a conversion doesn't compare";
+    s.SetText(0, "t", "12");
+    EXPECT_EQ(s.SetNumber(0, "t", tDWORD, 12U), kDone) << "nor is it told of an equal text";
+    EXPECT_TRUE(TakeDirty(kernel, s));
     EXPECT_EQ(s.SetText(0, "n", "words"), kInvalidArgument);
     EXPECT_FALSE(TakeDirty(kernel, s));
     EXPECT_EQ(s.Number<std::uint32_t>(0, "n", tDWORD), 1U);

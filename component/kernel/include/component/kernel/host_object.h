@@ -27,7 +27,7 @@ struct PropertyRow {
     HostWord writeHandler;
 };
 
-/// `count` gets the bytes read; after a write it is 0.
+/// `count` gets the bytes that the property needs, also where the buffer is too short; after a write it is 0.
 using PropertyHandler = ResultCode (*)(HostObject* object, std::uint32_t* count, std::uint32_t id, void* buffer,
                                        std::uint32_t size);
 

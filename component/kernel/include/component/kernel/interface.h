@@ -2,8 +2,8 @@
 ///
 /// Every method takes the object first and returns a `ResultCode`. Out arguments may be null. Texts are 8-bit with a
 /// terminator; paths take `\` and `/`. A read measures with a null buffer and size 0; a buffer too short is
-/// `kBufferTooSmall`, and the count says what is needed. An object that has `Synchronised` locks itself; a copy's source
-/// and destination must then be two objects.
+/// `kBufferTooSmall`, and the count says what is needed, the terminator of a full name left out. An object that has
+/// `Synchronised` locks itself; a copy's source and destination must then be two objects.
 #pragma once
 
 #include <component/kernel/host_object.h>
@@ -81,7 +81,8 @@ public:
                                  char* buffer, std::uint32_t size, std::uint32_t full) const {
         return Call<Method::GetKeyNameByIndex>(object, count, parent, index, buffer, size, full);
     }
-    /// A null `type`, or 0 there, asks for the value's own type (stored there); any other converts.
+    /// A null `type`, or 0 there, asks for the value's own type (stored there); any other converts, but for a block of just `size`
+    /// bytes, which comes as it is.
     ResultCode GetValue(HostObject* object, std::uint32_t* count, KeyHandle key, const char* name, TypeCode* type,
                         void* buffer, std::uint32_t size) const {
         return Call<Method::GetValue>(object, count, key, name, type, buffer, size);

@@ -39,7 +39,7 @@ struct MarkTest {
 }   // namespace
 
 ResultCode Arbor::LoadFromFile() {
-    if (std::u16string_view(Name.data(), Name.size()).find(u'%') != std::u16string_view::npos) {
+    if (DocumentPath().find(u'%') != std::u16string_view::npos) {
         Trace(this, TraceWarning,
               "arbor\t%S contains '%%' symbol, but environment variable expansion is currently not supported",
               Name.data());
@@ -82,8 +82,7 @@ ResultCode Arbor::ApplyPendingRootPath() {
 
 ResultCode Arbor::CreateMissingFile() {
     if (Name.empty()) return kInvalidArgument;
-    const std::u16string_view path(Name.data(), Name.size());
-    static_cast<void>(ilk::CreateDirectories(ilk::ParentPath(path)));   // the file's own code tells
+    static_cast<void>(ilk::CreateDirectories(ilk::ParentPath(DocumentPath())));   // the file's own code tells
     ilk::File file;
     return ilk::ToHostResult(file.Open(Name.data(), ilk::kFileWrite, ilk::kFileCreateAlways, 0));
 }

@@ -22,16 +22,16 @@ inline constexpr char kNameAttribute[] = "name";
 /// Blanks that each level of a written document is indented by.
 inline constexpr int kIndentStep = 4;
 
-/// Keys may lie this many levels below the root key in a document that loads.
+/// Elements with content may nest this deep in a document that loads.
 inline constexpr std::size_t kDeepestLevel = 2048;
 
 /// Writes the child keys of `root`, with all below them, and then its values, at `indent`. Returns 0 or what a value's
-/// text form fails with. Throws `std::bad_alloc`.
+/// text form fails with. Throws what a string's allocation throws.
 ResultCode WriteBody(const Key& root, XmlWriter& writer, int indent);
 
 /// Reads native elements into `root` up to the first place where none starts. `kBadDocument` for syntax,
 /// `kInvalidArgument` for an unknown element or a missing name, `kMediaError` for keys too deep, `kOutOfMemory`, or
-/// what a value says to its text. Throws `std::bad_alloc`.
+/// what a value says to its text. Throws what a string's allocation throws.
 ResultCode ReadChildren(Key& root, XmlReader& reader);
 
 /// Reads foreign elements into `root`, likewise.

@@ -44,15 +44,15 @@ std::u16string ThreadSuffix() {
 
 /// The files beside a document, made before the first of them is touched.
 struct Arbor::DocumentFiles {
-    explicit DocumentFiles(const Text& name)
+    explicit DocumentFiles(std::u16string_view name)
         : temporary(Beside(name, u".tmp" + ThreadSuffix())),
           firstBackup(Beside(name, u".bak")),
           secondBackup(Beside(name, u".bak2")),
           scrap(Beside(name, u".bak2" + ThreadSuffix())) {}
 
-    static Text Beside(const Text& name, std::u16string_view ending) {
-        Text path = name;
-        path.append(ending.data(), static_cast<std::uint32_t>(ending.size()));
+    static Text Beside(std::u16string_view name, std::u16string_view ending) {
+        Text path(name);
+        path.append(ending);
         return path;
     }
 
@@ -79,7 +79,7 @@ ResultCode Arbor::Save(HostWord) {
 
 ResultCode Arbor::SaveToFile() {
     try {
-        const DocumentFiles files(Name);
+        const DocumentFiles files(DocumentPath());
         Trace(this, TraceProgress, "arbor\tsave to temporary file %S, backup mode: %u", files.temporary.data(),
               std::uint32_t{BackupMode});
         const ResultCode code = WriteTemporaryFile(files.temporary.data());
@@ -88,7 +88,7 @@ ResultCode Arbor::SaveToFile() {
             return code;
         }
         if (BackupMode == BackupFirstThenRotate) MakeFirstBackup(files);
-        if (IsDefaultFileName({Name.data(), Name.size()}) || BackupMode == BackupRotate) MakeSecondBackup(files);
+        if (IsDefaultFileName(DocumentPath()) || BackupMode == BackupRotate) MakeSecondBackup(files);
         return MoveToDocument(files.temporary.data());
     } catch (...) {   // the names of the files had no room
         const ResultCode code = ilk::ToHostResult(ilk::ResultFromCurrentException());

@@ -120,8 +120,8 @@ public:
     /// Takes the bytes up to the next `<` or the end. Returns whether one of them isn't a blank.
     bool ReadRawText(ByteSlice& text);
 
-    /// Takes and decodes text, joined over comments and instructions, and over CDATA sections if `allowCData`. Returns
-    /// whether anything but blanks was read. Throws what the allocation throws.
+    /// Takes and decodes text up to the next `<`, with `allowCData` joined over comments, instructions and CDATA
+    /// sections. Returns whether anything but blanks was read. Throws what the allocation throws.
     bool ReadText(std::string& text, bool allowCData);
 
     /// Takes a comment, a CDATA section or an instruction; the slice is what stands between its marks. A comment's text
@@ -134,9 +134,8 @@ public:
     /// counted. `XmlMalformed`, with the position at the end, if there is none.
     std::int32_t ScanUntil(std::string_view terminator, std::uint32_t& length);
 
-    /// Moves to the end tag of an element whose start tag was read last. `*size`, if not null, gets the bytes of the
-    /// content, or 0. Takes no stack, whatever the nesting.
-    std::int32_t SkipContent(const XmlElement& element, std::uint32_t* size);
+    /// Moves to the end tag of `element` from a place in its own content. `*size`, if not null, gets the bytes walked.
+    Takes no stack, whatever the nesting.std::int32_t SkipContent(const XmlElement&element, std::uint32_t*size);
 
     /// Skips the rest of the element and takes its end tag; does nothing without content.
     std::int32_t CloseElement(const XmlElement& element);

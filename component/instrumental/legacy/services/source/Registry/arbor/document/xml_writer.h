@@ -9,8 +9,8 @@
 
 namespace arbor {
 
-/// Appends the bytes as text that a reader gives back unchanged, in attributes and between tags alike; a `length` of -1
-/// means up to the first 0 byte. Line ends and all bytes from 0x7F up stay as they are.
+/// Appends the bytes as text that a reader gives back unchanged, but for 0 bytes, in attributes and between tags alike;
+/// a `length` of -1 means up to the first 0 byte. Line ends and all bytes from 0x7F up stay as they are.
 void EscapeXml(const char* data, std::int32_t length, std::string& output);
 
 class XmlWriter {

@@ -14,6 +14,9 @@
 #include <component/ilk/rtl/basic_string.h>
 #include <component/kernel/interface.h>
 
+#include <string>
+#include <string_view>
+
 namespace ilk {
 class File;
 }
@@ -69,13 +72,13 @@ public:
     ResultCode SetRootKey(KeyHandle handle);
     ResultCode SetRootStr(const char* path);
 
-    /// Stores the tree if it has changed: by a temporary file, backups and one final move, or in `IoObject`. After a
-    /// failure a complete document stands on the disk and `Dirty` stays set. Takes the lock for the serialisation
-    /// alone.
+    /// Stores the tree if it has changed: in its file, by a temporary file, backups and one final move, or in
+    /// `IoObject`. After a failure a complete document stands on the disk and `Dirty` stays set. Takes the lock for the
+    /// serialisation alone. What a failed write leaves in `IoObject` is that object's care.
     ResultCode Save(HostWord unused);
 
-    // Property handlers. They take no lock; `count` gets the bytes or characters that the property tells, 0 after a
-    // write.
+    // Property handlers. They take no lock. `count` gets what the property needs, the root's path without its
+    // terminator; after a write it is 0.
 
     ResultCode getRootPoint(std::uint32_t* count, std::uint32_t id, void* buffer, std::uint32_t size);
     ResultCode setRootPoint(std::uint32_t* count, std::uint32_t id, void* buffer, std::uint32_t size);
@@ -140,6 +143,9 @@ private:
     void MakeSecondBackup(const DocumentFiles& files);
     ResultCode MoveToDocument(const char16_t* temporary);
     [[nodiscard]] const char16_t* NameOrNone() const;
+
+    /// The document's path as the system takes it: `Name` up to its first terminator, wherever a caller put that.
+    [[nodiscard]] std::u16string_view DocumentPath() const { return Name.data(); }
 
     // The host's property table names these places by their offsets. The plain words are zeroed by the host before
     // construction, which leaves them alone.

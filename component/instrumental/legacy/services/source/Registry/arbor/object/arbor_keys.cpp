@@ -180,6 +180,7 @@ ResultCode Arbor::CopyLocked(KeyHandle source, HostObject* destination, KeyHandl
 
 ResultCode Arbor::CopyKeyByName(const char* path, HostObject* destination) {
     const LockGuard guard = LockGuard::Shared(lock, Synchronised);
+    if (path == nullptr) return kInvalidArgument;
     KeyHandle source = kNoKey;
     const ResultCode opened = Registry(this).OpenKey(this, &source, 0, path, 0);
     return IsSuccess(opened) ? CopyLocked(source, destination, 0) : opened;

@@ -91,9 +91,9 @@ ResultCode Arbor::ConvertOnWrite(Value& value, TypeCode type, const void* data, 
     static_cast<void>(given->Set(data, size));   // what it refuses leaves it empty, and the text decides
     HostBlock<char> text;
     if (const ResultCode code = TakeText(this, *given, text); IsFailure(code)) return code;
-    const ResultCode code = value.FromText(text.get());
-    if (IsSuccess(code)) NoteChange();
-    return code;
+    if (const ResultCode code = value.FromText(text.get()); IsFailure(code)) return code;
+    NoteChange();   // also for the same text: only a write in the own type compares
+    return kDone;
 }
 
 ResultCode Arbor::WriteDirectly(Value& value, const void* data, std::uint32_t size) {

@@ -69,30 +69,38 @@ private:
         return IsSuccess(code) ? from.GetKeyCount(source, &open.back().keyCount, sourceKey) : code;
     }
 
-    /// Closes a pair of keys that this copy opened; the first pair is the caller's.
+    /// The first pair of keys is the caller's; all others were opened here.
     ResultCode Leave() {
         const Level done = open.back();
         open.pop_back();
-        if (open.empty()) return kDone;
-        const ResultCode closed = to.CloseKey(destination, done.destinationKey);
-        return IsSuccess(closed) ? from.CloseKey(source, done.sourceKey) : closed;
+        return open.empty() ? kDone : Close(done.sourceKey, done.destinationKey);
+    }
+
+    ResultCode Close(KeyHandle sourceKey, KeyHandle destinationKey) {
+        const ResultCode there = destinationKey != kNoKey ? to.CloseKey(destination, destinationKey) : kDone;
+        const ResultCode here = sourceKey != 0 ? from.CloseKey(source, sourceKey) : kDone;
+        return IsFailure(there) ? there : here;
     }
 
     ResultCode CopyNextKey(Level& level) {
         const std::uint32_t index = level.next++;
+        const KeyHandle sourceKey = level.sourceKey;
+        const KeyHandle destinationKey = level.destinationKey;
+        // No key is opened that couldn't be closed again.
+        if (open.size() == open.capacity()) open.reserve(2 * open.size());
         std::uint32_t size = 0;
-        ResultCode code = from.GetKeyNameByIndex(source, &size, level.sourceKey, index, nullptr, 0, 0);
+        ResultCode code = from.GetKeyNameByIndex(source, &size, sourceKey, index, nullptr, 0, 0);
         if (IsSuccess(code)) code = name.Fit(size);
         if (IsSuccess(code)) {
-            code = from.GetKeyNameByIndex(source, &size, level.sourceKey, index, name.Data(), name.Capacity(), 0);
+            code = from.GetKeyNameByIndex(source, &size, sourceKey, index, name.Data(), name.Capacity(), 0);
         }
+        if (IsFailure(code)) return code;
         KeyHandle sourceChild = kNoKey;
         KeyHandle destinationChild = kNoKey;
-        if (IsSuccess(code)) code = from.OpenKey(source, &sourceChild, level.sourceKey, name.Data(), 0);
-        if (IsFailure(code)) return code;
-        code = to.OpenKey(destination, &destinationChild, level.destinationKey, name.Data(), 1);
+        code = from.OpenKey(source, &sourceChild, sourceKey, name.Data(), 0);
+        if (IsSuccess(code)) code = to.OpenKey(destination, &destinationChild, destinationKey, name.Data(), 1);
         if (IsSuccess(code)) return Enter(sourceChild, destinationChild);
-        static_cast<void>(from.CloseKey(source, sourceChild));   // the open's code is the result
+        static_cast<void>(Close(sourceChild, destinationChild));   // the open's code is the result
         return code;
     }
 

@@ -2,7 +2,7 @@
 ///
 /// A new reader goes in past waiting writers while readers are inside; at the moment of a release a waiting writer goes
 /// before waiting readers. Not recursive for a writer, and a thread that is inside shared must not ask for exclusive
-/// entry. A lock without gates does nothing and never fails an operation.
+/// entry. Neither a missing gate nor a failed wait fails an operation.
 #pragma once
 
 #include <component/platform/threads.h>

@@ -1,5 +1,6 @@
 #include "tree/key.h"
 
+#include "tree/key_layout.h"
 #include "tree/path.h"
 
 #include <charconv>
@@ -66,23 +67,37 @@ Key* Key::AddChild(std::string_view childName) {
 }
 
 Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created) {
+    if (owner == nullptr) return nullptr;
     Key* key = this;
+    Key* firstMade = nullptr;
+    Key* homeOfFirst = nullptr;
+    bool startIsNew = false;
     PathCutter cutter(path);
-    for (bool first = true;; first = false) {
-        if (key->owner == nullptr) return nullptr;
-        if (cutter.AtEnd()) return key;
+    for (bool start = true; !cutter.AtEndOfNames(); start = false) {
         const bool last = cutter.AtLastComponent();
         const std::string_view component = cutter.Next();
         Key* child = nullptr;
-        if (!first || !alwaysNew) child = last ? key->FindChild(component) : key->FindPathRange(component, nullptr);
+        if (!start || !alwaysNew) child = last ? key->FindChild(component) : key->FindPathRange(component, nullptr);
         if (child == nullptr) {
             child = key->AddChild(component);
-            if (child == nullptr) return nullptr;
-            if (first && created != nullptr) *created = 1;
+            if (child == nullptr) {
+                // All that was made lies below the first: the tree becomes what it was.
+                if (firstMade != nullptr) homeOfFirst->RemoveChild(firstMade, !homeOfFirst->IsIndexed(*firstMade));
+                return nullptr;
+            }
+            if (firstMade == nullptr) {
+                firstMade = child;
+                homeOfFirst = key;
+            }
+            startIsNew = startIsNew || start;
         }
         key = child;
     }
+    if (startIsNew && created != nullptr) *created = 1;
+    return key;
 }
+
+bool Key::IsIndexed(const Key& child) const { return FindChild(child.name.View()) == &child; }
 
 template <class Cutter>
 Key* Key::WalkPath(Cutter path, Key** parent) const {
@@ -202,11 +217,11 @@ void Key::Clear() {
 
 // Values
 
-/// Takes an entry down again that couldn't be finished.
+/// Takes an entry down again that couldn't be finished; one that had no name yet leaves the index alone.
 class Key::EntryRemover {
 public:
     explicit EntryRemover(Key& key) : home(&key) {}
-    void operator()(ValueEntry* entry) const { home->RemoveEntry(entry, false); }
+    void operator()(ValueEntry* entry) const { home->RemoveEntry(entry, entry->name.IsEmpty()); }
 
 private:
     Key* home;
@@ -272,7 +287,7 @@ ResultCode Key::AddNewValue(const char* valueName, TypeCode code, const void* da
 ResultCode Key::AddValueAt(std::uint32_t index, TypeCode code, const void* data, std::uint32_t size) {
     if (ValueCount() < index) return kInvalidArgument;
     if (ValueCount() > index) return kAlreadyExists;
-    char made[sizeof kUnnamedValue + 10];
+    char made[sizeof kUnnamedValue + 11];
     std::memcpy(made, kUnnamedValue, sizeof kUnnamedValue - 1);
     // Printed as a signed number: what callers have stored goes by it.
     const auto number = static_cast<std::int32_t>(index);

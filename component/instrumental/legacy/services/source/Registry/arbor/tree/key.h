@@ -26,7 +26,8 @@ namespace arbor {
 class Key;
 using KeyList = boost::intrusive::list<Key, boost::intrusive::constant_time_size<true>>;
 
-/// Hash and equality of the two indexes: the hash is stored with the name and never computed anew.
+/// Hash and equality of the two indexes: the hash is stored with the name and not computed anew in a lookup or a
+/// rehash.
 struct StoredHash {
     std::size_t operator()(const HashedName& name) const { return name.hash; }
     std::size_t operator()(const ValueEntry* entry) const { return entry->hash; }
@@ -62,7 +63,7 @@ public:
 
     /// Opens the key at `path`, making what is missing; an empty path and one with a leading separator give this key.
     /// `alwaysNew` makes the path's first key even where its name exists. `*created` becomes 1 if the first key was
-    /// made, and stays otherwise. Null if the host or the heap has no memory: keys made on the way stay.
+    /// made, and stays otherwise. Null if the host or the heap has no memory: then the tree is as it was.
     Key* OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created);
 
     /// The key at `path`, or null. `*parent` gets the last key in which a name was looked up; an empty path leaves it
@@ -141,6 +142,7 @@ private:
     Key* FindChild(std::string_view childName) const;
     Key* AddChild(std::string_view childName);
     bool IndexChild(Key& child);
+    bool IsIndexed(const Key& child) const;
 
     template <class Cutter>
     Key* WalkPath(Cutter path, Key** parent) const;

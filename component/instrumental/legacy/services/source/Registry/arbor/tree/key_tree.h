@@ -16,7 +16,7 @@ struct KeyTree {
     KeyTree(const KeyTree&) = delete;
     KeyTree& operator=(const KeyTree&) = delete;
 
-    /// Makes the root, with an empty name. `kNotInitialised` if there is a tree already, `kOutOfMemory`.
+    /// Makes the root, with an empty name. `kNotInitialised` if it was started before, `kOutOfMemory`.
     ResultCode Start(const HostObject* object);
 
     /// Moves `current` to the key at `path` below `top`; an empty path means `top`.

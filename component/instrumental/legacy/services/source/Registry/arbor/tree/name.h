@@ -7,7 +7,7 @@
 
 namespace arbor {
 
-/// A name at rest: text with a terminator behind it and its length. Owns nothing; whoever holds it knows the block.
+/// A name and its length; one at rest has a terminator behind it. Owns nothing: whoever holds it knows the block.
 struct NameRange {
     const char* text = "";
     std::uint32_t length = 0;

@@ -17,7 +17,11 @@ class PathCutter {
 public:
     explicit PathCutter(std::string_view path) : rest(path), slash(path.find('/')) {}
 
-    [[nodiscard]] bool AtEnd() const { return EndsWalk(rest); }
+    /// True where a walk ends: nothing is left, or the next name would be empty.
+    [[nodiscard]] bool AtEnd() const { return rest.empty() || NextSeparator() == 0; }
+
+    /// The same for who makes keys: no name that is made begins with a separator of either kind.
+    [[nodiscard]] bool AtEndOfNames() const { return EndsWalk(rest); }
 
     /// True if no separator follows the next component.
     [[nodiscard]] bool AtLastComponent() const { return NextSeparator() == std::string_view::npos; }

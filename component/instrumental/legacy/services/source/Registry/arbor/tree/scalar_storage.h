@@ -2,8 +2,8 @@
 /// the type of the datum and the two conversions.
 #pragma once
 
-#include "tree/number_text.h"
 #include "tree/buffer_contract.h"
+#include "tree/number_text.h"
 
 #include <charconv>
 #include <string_view>

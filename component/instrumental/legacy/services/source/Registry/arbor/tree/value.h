@@ -17,6 +17,7 @@ inline constexpr ResultCode ResultUnchanged = 71;
 /// The reads share one contract: `*size` gets the bytes needed, even on a failure; a null `dst` with a `cap` of 0 only
 /// asks for that; a null `dst` with any other `cap` is `kInvalidArgument`, a `cap` below the need `kBufferTooSmall`
 /// with `dst` untouched. `size` may be null. A need that 32 bits can't say is `kOutOfMemory`, with `*size` all ones.
+/// A type that needs no bytes at all succeeds with any buffer.
 class Value {
 public:
     Value() = default;

@@ -75,9 +75,11 @@ constexpr MakerTable kMakers = MakersOf(StoredTypes{});
 
 Value* CreateValue(const HostObject* host, TypeCode code) {
     if (code >= kMakers.size() || kMakers[code].construct == nullptr) return nullptr;
-    void* memory = nullptr;
-    if (IsFailure(HostAlloc(host, &memory, kMakers[code].sizeBytes))) return nullptr;
-    return kMakers[code].construct(memory, host);
+    HostBlock<char> block;
+    if (IsFailure(TakeBlock(host, kMakers[code].sizeBytes, 0, block))) return nullptr;
+    Value* value = kMakers[code].construct(block.get(), host);
+    static_cast<void>(block.release());   // `ReleaseValue` takes it
+    return value;
 }
 
 void ReleaseValue(const HostObject* host, Value* value) {

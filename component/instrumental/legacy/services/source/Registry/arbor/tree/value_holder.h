@@ -103,7 +103,7 @@ public:
     ResultCode Get(void* dst, std::uint32_t cap, std::uint32_t* size) const override;
     ResultCode Set(const void* data, std::uint32_t size) override;
 
-    /// Takes UTF-8 leniently: what isn't UTF-8 becomes question marks. Returns 0 or the code of a failed allocation.
+    /// Takes UTF-8 by `DecodeUtf8`. Returns 0 or the code of a failed allocation.
     ResultCode SetFromUtf8(const char* source);
 
 protected:

@@ -1,0 +1,32 @@
+/// The order of the fields that debuggers' scripts and crash dumps of the 32-bit target are read by.
+#pragma once
+
+#include "tree/key.h"
+
+#include <cstddef>
+
+namespace arbor {
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"   // bases with fields: the compiler has the places all the same
+
+struct KeyLayout {
+    static constexpr bool KeyHoldsOnTarget() {
+        if (sizeof(void*) != 4) return true;
+        return offsetof(Key, owner) == 8 && offsetof(Key, name) == 12 && offsetof(Key, children) == 20 &&
+               offsetof(Key, childIndex) == 32 && offsetof(Key, childIndex) < offsetof(Key, values) &&
+               offsetof(Key, values) < offsetof(Key, valueIndex) && offsetof(Key, valueIndex) < offsetof(Key, cursor);
+    }
+    static constexpr bool EntryHoldsOnTarget() {
+        if (sizeof(void*) != 4) return true;
+        return offsetof(ValueEntry, name) == 8 && offsetof(ValueEntry, hash) == 16 &&
+               offsetof(ValueEntry, value) == 20 && sizeof(ValueEntry) == 24;
+    }
+};
+
+#pragma GCC diagnostic pop
+
+static_assert(KeyLayout::KeyHoldsOnTarget());
+static_assert(KeyLayout::EntryHoldsOnTarget());
+
+}   // namespace arbor
