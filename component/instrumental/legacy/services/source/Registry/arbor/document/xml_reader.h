@@ -135,7 +135,8 @@ public:
     std::int32_t ScanUntil(std::string_view terminator, std::uint32_t& length);
 
     /// Moves to the end tag of `element` from a place in its own content. `*size`, if not null, gets the bytes walked.
-    Takes no stack, whatever the nesting.std::int32_t SkipContent(const XmlElement&element, std::uint32_t*size);
+    /// Takes no stack, whatever the nesting.
+    std::int32_t SkipContent(const XmlElement& element, std::uint32_t* size);
 
     /// Skips the rest of the element and takes its end tag; does nothing without content.
     std::int32_t CloseElement(const XmlElement& element);
