@@ -48,7 +48,7 @@ std::optional<std::uint32_t> WholeRound(host::Kernel& kernel, const testing_supp
 TEST(KilledSaveTest, ACompleteDocumentStandsUnderOneOfItsNames) {
     std::mt19937 random(20261122);
     host::Kernel kernel;
-    kernel.LoadModule(ARBOR_MODULE);
+    kernel.LoadModule(ModulePath());
     int afterTheMove = 0;
     for (int kill = 0; kill < kKills; ++kill) {
         SCOPED_TRACE(kill);

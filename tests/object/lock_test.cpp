@@ -22,27 +22,27 @@ public:
     Holder(ReadersWriterLock& lock, bool exclusive)
         : thread([this, &lock, exclusive] {
               const LockGuard guard(lock, 1, exclusive);
-              inside.store(true);
-              inside.notify_all();
-              leave.wait(false);
+              inside = true;
+              WaitFor(leave);
           }) {}
     ~Holder() {
         Leave();
         thread.join();
     }
 
-    void WaitInside() { inside.wait(false); }
+    void WaitInside() const { WaitFor(inside); }
     /// Whether it got in within a time in which it would have, had it been let.
-    bool IsInside() {
+    [[nodiscard]] bool IsInside() const {
         std::this_thread::sleep_for(30ms);
-        return inside.load();
+        return inside;
     }
-    void Leave() {
-        leave.store(true);
-        leave.notify_all();
-    }
+    void Leave() { leave = true; }
 
 private:
+    static void WaitFor(const std::atomic<bool>& flag) {
+        while (!flag) std::this_thread::sleep_for(1ms);
+    }
+
     std::atomic<bool> inside{false};
     std::atomic<bool> leave{false};
     std::thread thread;

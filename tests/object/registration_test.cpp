@@ -56,7 +56,7 @@ TEST_F(StoreTest, TheModuleRegistersItsTables) {
 }
 
 TEST(EntryTest, OnlyTheHostsReasonStartsTheModule) {
-    const host::ModuleFile file(ARBOR_MODULE);
+    const host::ModuleFile file(ModulePath());
     for (const std::uint32_t reason : {0U, 1U, 2U, 3U, 99U, 101U}) {
         ResultCode result = 77;
         EXPECT_EQ(file.Entry()(nullptr, reason, &result), 1) << reason;
@@ -80,7 +80,7 @@ TEST(EntryTest, TheHostsAnswerToTheRegistrationIsPassedOn) {
         SCOPED_TRACE(row.label);
         host::Kernel kernel({.traceLevel = 600});
         kernel.AnswerRegistration(row.answer);
-        const host::ModuleFile file(ARBOR_MODULE);
+        const host::ModuleFile file(ModulePath());
         ResultCode result = 77;
         EXPECT_EQ(file.Entry()(kernel.Root(), 100, &result), row.returned);
         EXPECT_EQ(result, row.answer);
@@ -95,7 +95,7 @@ TEST(EntryTest, TheHostsAnswerToTheRegistrationIsPassedOn) {
 
 TEST(EntryTest, AHostWithoutImportsLosesTheLinesAndNothingElse) {
     host::Kernel kernel({.traceLevel = 600, .offerImports = false});
-    kernel.LoadModule(ARBOR_MODULE);
+    kernel.LoadModule(ModulePath());
     Store store(kernel);
     EXPECT_EQ(store.object.Ready(), kDone);
     EXPECT_NE(store.Make("a"), kNoKey);

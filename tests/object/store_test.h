@@ -9,7 +9,7 @@ namespace test {
 
 class StoreTest : public testing::Test {
 protected:
-    StoreTest() : kernel({.trackBlocks = true}) { kernel.LoadModule(ARBOR_MODULE); }
+    StoreTest() : kernel({.trackBlocks = true}) { kernel.LoadModule(ModulePath()); }
 
     ~StoreTest() override {
         store.reset();

@@ -6,10 +6,12 @@
 #include <component/kernel/value_types.h>
 #include <host/kernel.h>
 #include <host/object.h>
+#include <host/system.h>
 
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -19,6 +21,11 @@
 namespace test {
 
 using namespace kernel;
+
+/// The module's file, which the build puts beside the test programs.
+inline std::filesystem::path ModulePath() {
+    return host::ProgramFolder() / (std::string("arbor") + host::ModuleEnding());
+}
 
 /// One object, with `Methods` called on it.
 class Store {

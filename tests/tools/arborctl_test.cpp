@@ -1,4 +1,5 @@
 #include <arborctl/tool.h>
+#include <host/system.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -287,7 +288,7 @@ TEST_F(ArborctlTest, TheTraceAndTheLeakCountGoToStandardError) {
 
 TEST_F(ArborctlTest, TheExamplesLoad) {
     for (const char* name : {"settings.xml", "foreign.xml"}) {
-        const Outcome outcome = RunTool({(std::filesystem::path(ARBOR_EXAMPLES) / name).string(), "check"});
+        const Outcome outcome = RunTool({(host::ProgramFolder() / "examples" / name).string(), "check"});
         EXPECT_EQ(outcome.exitCode, 0) << outcome.error;
     }
 }
