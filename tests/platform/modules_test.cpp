@@ -2,7 +2,6 @@
 
 #include <component/platform/errors.h>
 #include <component/platform/faults.h>
-#include <component/platform/memory.h>
 
 #include "open_handle.h"
 
@@ -95,15 +94,6 @@ TEST(ModulesTest, StackBeginsInTheCallerAndSkipsFromThere) {
     }
     EXPECT_EQ(StackHere(0, 2).size(), 2U);
     EXPECT_TRUE(StackHere(1000, 62).empty());
-}
-
-TEST(MemoryTest, HeapGivesAlignedBlocksAndNullWhereThereIsNoRoom) {
-    const platform::Handle heap = platform::GetProcessHeap();
-    void* const block = platform::HeapAlloc(heap, 0, 100);
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % alignof(double), 0U);
-    EXPECT_TRUE(platform::HeapFree(heap, 0, block));
-    EXPECT_TRUE(platform::HeapFree(heap, 0, nullptr));
 }
 
 TEST(FaultsTest, GuardedCallRunsAndIsQuiet) {

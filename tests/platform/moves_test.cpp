@@ -148,7 +148,24 @@ TEST(MovesTest, MoveAcrossVolumesCopiesAndLeavesNothingBehind) {
     EXPECT_FALSE(here.folder.Exists(u"a"));
 }
 
+TEST(MovesTest, CopyThatBreaksOffLeavesNothingOfItself) {
+    if (IsLeftOut(Scope::OursOnly)) GTEST_SKIP();
+    const char16_t* const unreadable =
+        u"/proc/self/mem";   // opens, lies on another volume, and has nothing at its start
+    const TemporaryFolder folder;
+    const std::u16string target = folder.Path(u"target");
+    EXPECT_EQ(ErrorOf(platform::CopyFileW(unreadable, target.c_str(), true)), platform::kErrorIoDevice);
+    EXPECT_TRUE(folder.List().empty());
+    folder.Write(u"target", "old");
+    const std::uint32_t flags = kReplace | platform::kMoveCopyAllowed;
+    EXPECT_EQ(ErrorOf(platform::MoveFileExW(unreadable, target.c_str(), flags)), platform::kErrorIoDevice);
+    EXPECT_EQ(folder.List(), std::vector<std::string>{"target"});
+    EXPECT_EQ(folder.Read(u"target"), "old");
+}
+
 TEST(MovesTest, ReadersSeeTheOldOrTheNewFileWhileItIsReplaced) {
+    if (IsLeftOut(Scope::OursOnly))
+        GTEST_SKIP() << "an open file isn't replaced, and one reader or other is always there";
     const TemporaryFolder folder;
     const std::u16string target = folder.Path(u"target");
     folder.Write(u"target", std::string(5000, 'o'));
@@ -170,7 +187,7 @@ TEST(MovesTest, ReadersSeeTheOldOrTheNewFileWhileItIsReplaced) {
     }
     done = true;
     reader.join();
-    EXPECT_GT(moves, 0);
+    EXPECT_EQ(moves, 100);
 }
 
 struct CopyCase {

@@ -137,11 +137,4 @@ TEST(ThreadTest, HasItsOwnNumberAndItsOwnLastError) {
     EXPECT_NE(number, platform::GetCurrentThreadId());
 }
 
-TEST(ThreadTest, SleepsItsTime) {
-    const steady_clock::time_point start = steady_clock::now();
-    platform::Sleep(0);
-    platform::Sleep(60);
-    EXPECT_GE(steady_clock::now() - start, milliseconds(50));
-}
-
 }   // namespace

@@ -25,19 +25,20 @@ bool IsSameFile(const struct stat& one, const struct stat& other) {
 }
 
 /// Opens an entry whose name is about to change, as somebody who deletes: whoever doesn't share that stands against it.
-/// What can't be opened, a link first of all, is held by nobody: `file` stays closed then.
-bool HoldName(const NativePath& path, Descriptor& file) {
+/// What is there and can't be opened, a link first of all, is held by nobody: `file` stays closed then. Gives an error.
+std::uint32_t HoldName(const NativePath& path, Descriptor& file) {
     constexpr int kFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
         file = Descriptor(open(path.Text(), O_RDONLY | kFlags));
-        if (!file.IsOpen()) file = Descriptor(open(path.Text(), O_WRONLY | kFlags));
+        if (!file.IsOpen() && errno == EACCES) file = Descriptor(open(path.Text(), O_WRONLY | kFlags));
+        if (!file.IsOpen()) return errno == ENOENT ? ErrorAt(path, errno) : kErrorSuccess;
         struct stat opened {};
-        if (!file.IsOpen() || fstat(file.Number(), &opened) != 0 || !S_ISREG(opened.st_mode)) return true;
-        if (!ClaimFile(file.Number(), kShareDelete | kChangeName, kChangeName)) return false;
+        if (fstat(file.Number(), &opened) != 0 || !S_ISREG(opened.st_mode)) return kErrorSuccess;
+        if (!ClaimFile(file.Number(), kShareDelete | kChangeName, kChangeName)) break;
         struct stat found {};
-        if (lstat(path.Text(), &found) == 0 && IsSameFile(opened, found)) return true;
+        if (lstat(path.Text(), &found) == 0 && IsSameFile(opened, found)) return kErrorSuccess;
     }
-    return false;
+    return kErrorSharingViolation;
 }
 
 bool IsFolderOrLinkToOne(const NativePath& path) {
@@ -112,7 +113,8 @@ private:
     [[nodiscard]] bool Has(std::uint32_t flag) const { return (flags & flag) != 0; }
 
     bool LookAtSource() {
-        if (!HoldName(source, heldSource)) return FailWith(kErrorSharingViolation);
+        const std::uint32_t error = HoldName(source, heldSource);
+        if (error != kErrorSuccess) return FailWith(error);
         return lstat(source.Text(), &sourceStatus) == 0 || FailAt(source, errno);
     }
 
@@ -124,7 +126,10 @@ private:
         const bool isFolder = S_ISDIR(sourceStatus.st_mode) || IsFolderOrLinkToOne(target);
         if (isFolder || IsReadOnly(targetStatus.st_mode)) return FailWith(kErrorAccessDenied);
         if (IsSameFile(sourceStatus, targetStatus)) return true;   // another name of what is held already
-        return HoldName(target, heldTarget) || FailWith(kErrorAccessDenied);
+        const std::uint32_t error = HoldName(target, heldTarget);
+        if (error == kErrorSharingViolation) return FailWith(kErrorAccessDenied);
+        replaces = error == kErrorSuccess;   // else it has just gone
+        return true;
     }
 
     /// The bytes go to the disk before their new name does, so that the name never stands for less than all of them.
@@ -228,7 +233,8 @@ bool DeleteFileW(const char16_t* path) {
     if (lstat(native.Text(), &status) != 0) return FailAt(native, errno);
     if (IsFolderOrLinkToOne(native) || IsReadOnly(status.st_mode)) return FailWith(kErrorAccessDenied);
     Descriptor held;
-    if (!HoldName(native, held)) return FailWith(kErrorSharingViolation);
+    const std::uint32_t error = HoldName(native, held);
+    if (error != kErrorSuccess) return FailWith(error);
     return unlink(native.Text()) == 0 || FailAt(native, errno);
 }
 

@@ -103,10 +103,11 @@ void NativePath::CutTo(std::size_t lengthBytes) {
     text[length] = '\0';
 }
 
-bool FailAt(const NativePath& path, int error) {
-    if (error == ENOENT && !IsFolder(path.Parent().Text())) return FailWith(kErrorPathNotFound);
-    return FailWithErrno(error);
+std::uint32_t ErrorAt(const NativePath& path, int error) {
+    return error == ENOENT && !IsFolder(path.Parent().Text()) ? kErrorPathNotFound : ErrorFromErrno(error);
 }
+
+bool FailAt(const NativePath& path, int error) { return FailWith(ErrorAt(path, error)); }
 
 std::size_t ToDriveForm(std::string_view native, std::span<char> target) {
     const std::string_view drive = native.starts_with('/') ? kDriveText : std::string_view();

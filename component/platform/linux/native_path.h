@@ -36,8 +36,11 @@ private:
     char text[PATH_MAX] = {};
 };
 
-/// Fails with the number for `error`, which a call on `path` left: an entry that isn't there is another failure than a
-/// folder on the way that isn't.
+/// The number for `error`, which a call on `path` left: an entry that isn't there is another failure than a folder on
+/// the way that isn't.
+[[nodiscard]] std::uint32_t ErrorAt(const NativePath& path, int error);
+
+/// Makes it the thread's last error and gives false.
 bool FailAt(const NativePath& path, int error);
 
 /// Writes the layer's form of one of this system's paths: separators turned, the drive in front of an absolute one.
