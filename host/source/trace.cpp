@@ -95,7 +95,8 @@ private:
             case 'X':
                 return Print(conversion, "llX", Unsigned(conversion));
             case 'p':
-                return Print(conversion, "p", va_arg(arguments, const void*));
+                output += "0x";
+                return Print(conversion, "llx", Address());   // the runtimes' own "p" differ
             case 'f':
                 return Print(conversion, "f", va_arg(arguments, double));
             default:
@@ -111,6 +112,8 @@ private:
     unsigned long long Unsigned(const Conversion& conversion) {
         return conversion.wide ? va_arg(arguments, std::uint64_t) : va_arg(arguments, std::uint32_t);
     }
+
+    unsigned long long Address() { return reinterpret_cast<std::uintptr_t>(va_arg(arguments, const void*)); }
 
     template <class Value>
     void Print(const Conversion& conversion, const char* letters, Value value) {
