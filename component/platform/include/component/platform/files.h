@@ -3,8 +3,8 @@
 /// are taken, the prefix `\\?\` too, and so are paths that begin with a separator and relative ones. Another drive
 /// letter is error 3, as is an empty path, and a share of a server (two leading backslashes) is error 53. Text becomes
 /// UTF-8 at this edge; an unpaired surrogate is error 123. A name too long is error 123, a path too long error 206. No
-/// call waits for another opener, none takes a lock of this process; all are as safe from several threads as the
-/// system's own.
+/// call waits until another opener closes, and none takes a lock of this process; all are as safe from several threads
+/// as the system's own.
 #pragma once
 
 #include <component/platform/types.h>
