@@ -54,22 +54,6 @@ TEST_P(IoObjectTest, ReadsFromTheStartAndAWriteReplacesAll) {
     EXPECT_EQ(io->Completions(), 1U);
 }
 
-TEST_P(IoObjectTest, FaultsAnswerTheirCodeAndDoNothing) {
-    std::uint64_t size = 7;
-    std::uint32_t count = 7;
-    char buffer[16];
-    io->FailSize(kernel::kMediaError);
-    EXPECT_EQ(kernel::IoSize(io->Get(), &size), kernel::kMediaError);
-    io->FailRead(kernel::kAccessDenied);
-    EXPECT_EQ(kernel::IoRead(io->Get(), &count, buffer, sizeof buffer), kernel::kAccessDenied);
-    EXPECT_EQ(count, 0U);
-    io->FailWrite(kernel::kUnspecified);
-    EXPECT_EQ(kernel::IoWrite(io->Get(), "abc", 3), kernel::kUnspecified);
-    io->FailRead(kernel::kDone);
-    io->ShortenReads(2);
-    EXPECT_EQ(Read(20), "01");
-}
-
 INSTANTIATE_TEST_SUITE_P(Homes, IoObjectTest, testing::Values(Home::Memory, Home::File),
                          [](const auto& home) { return home.param == Home::Memory ? "Memory" : "File"; });
 

@@ -217,28 +217,6 @@ TEST_F(KernelTest, FilesThatAreNoModulesAreRefused) {
     std::filesystem::remove(path);
 }
 
-TEST_F(KernelTest, OneKernelLivesAtATime) { EXPECT_THROW(host::Kernel second, std::logic_error); }
-
-TEST_F(KernelTest, LinesAreKeptUpToTheLevel) {
-    kernel::HostRoot = host.Root();
-    host.SetTraceLevel(300);
-    EXPECT_EQ(kernel::Trace(host.Root(), kernel::TraceFailure, "kept %d", 1), kernel::kDone);
-    EXPECT_EQ(kernel::Trace(nullptr, kernel::TraceWarning, "dropped"), kernel::kDone);
-    EXPECT_EQ(kernel::Trace(nullptr, kernel::TraceRegistration, "kept too"), kernel::kDone);
-    const std::vector<host::TraceLine> lines = host.TakeLines();
-    ASSERT_EQ(lines.size(), 2U);
-    EXPECT_EQ(lines[0].text, "kept 1");
-    EXPECT_EQ(lines[0].level, 300U);
-    EXPECT_EQ(lines[0].object, host.Root());
-    EXPECT_EQ(lines[1].object, nullptr);
-    EXPECT_TRUE(host.TakeLines().empty());
-    kernel::HostRoot = nullptr;
-}
-
-TEST_F(KernelTest, UnknownImportsAreNotBound) {
-    EXPECT_EQ((kernel::BindImport<void (*)()>(host.Root(), 2, kernel::kTraceImportNumber, 2)), nullptr);
-}
-
 TEST(DocumentNameTest, IsAbsoluteAndHasADrive) {
     const std::u16string name = host::DocumentName("folder/../store.xml");
     EXPECT_EQ(name.substr(1, 2), u":\\");

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -71,32 +70,6 @@ TEST_F(MemoryTest, TheReportTellsEachBlockThatIsOut) {
               "  request 3: 7 bytes\n");
     GiveBack(first);
     GiveBack(third);
-}
-
-TEST_F(MemoryTest, AWrongFaceReachesNoMemory) {
-    kernel::HostObject placeholder{host.Root()->MethodFace, host.Root()->MethodFace};
-    const auto alloc = kernel::SlotOf<kernel::HostAllocCall>(host.Root()->SystemFace, kernel::kHostAllocSlot);
-    void* block = nullptr;
-    EXPECT_EQ(alloc(&placeholder.SystemFace, &block, 8), kernel::kInvalidArgument);
-    EXPECT_EQ(block, nullptr);
-}
-
-TEST_F(MemoryTest, WhatIsNoBlockEndsTheProcess) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    void* inside = static_cast<char*>(Take(64)) + 32;
-    EXPECT_DEATH(GiveBack(inside), "isn't a live block");
-    GiveBack(static_cast<char*>(inside) - 32);
-}
-
-TEST_F(MemoryTest, ThreadsShareOneHeap) {
-    const auto work = [this] {
-        for (std::uint32_t i = 0; i < 2000; ++i) GiveBack(Take(i % 64));
-    };
-    std::thread other(work);
-    work();
-    other.join();
-    EXPECT_EQ(host.LiveBlocks(), 0U);
-    EXPECT_EQ(host.HostMemory().Requests(), 4000U);
 }
 
 }   // namespace

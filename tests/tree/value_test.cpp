@@ -291,39 +291,5 @@ TEST_F(ValueTest, Utf8IsDecodedLenientlyAndEncodedUnitByUnit) {
     EXPECT_EQ(Text(*pair), Bytes("\xDF\xBF\xED\xA0\xBD\xED\xB8\x80\0"));
 }
 
-TEST_F(ValueTest, EveryFailedAllocationIsReportedAndLeavesTheOldDatum) {
-    const struct {
-        TypeCode type;
-        std::function<ResultCode(Value&)> change;
-    } kChanges[] = {
-        {tSTRING, [](Value& value) { return Set(value, "new"); }},
-        {tSTRING, [](Value& value) { return value.FromText("new"); }},
-        {tWSTRING, [](Value& value) { return Set(value, "new"); }},
-        {tWSTRING, [](Value& value) { return value.FromText("4100"); }},
-        {tWSTRING, [](Value& value) { return static_cast<WideStringHolder&>(value).SetFromUtf8("new"); }},
-        {tBINARY, [](Value& value) { return Set(value, "new"); }},
-        {tBINARY, [](Value& value) { return value.FromText("4100"); }},
-        {tSTRING,
-         [](Value& value) { return value.Set("", 0xFFFFFFFF); }},   // these three ask for more than 32 bits say
-        {tWSTRING, [](Value& value) { return value.Set("", 0xFFFFFFFE); }},
-        {tWSTRING, [](Value& value) { return value.Set("", 0xFFFFFFFD); }},
-    };
-    for (const auto& row : kChanges) {
-        const Owned value = Make(row.type);
-        ASSERT_EQ(Set(*value, Bytes(u"old")), kDone);
-        const std::string before = Get(*value);
-        ResultCode code = kOutOfMemory;
-        for (std::size_t failAt = 1; IsFailure(code) && failAt < 4; ++failAt) {
-            kernel.FailAllocation(failAt);
-            code = row.change(*value);
-            if (IsSuccess(code)) break;
-            EXPECT_EQ(code, kOutOfMemory);
-            EXPECT_EQ(Get(*value), before);
-        }
-        kernel.FailAllocation(0);
-        EXPECT_EQ(kernel.LiveBlocks(), 2U);
-    }
-}
-
 }   // namespace
 }   // namespace arbor
