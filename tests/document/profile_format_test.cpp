@@ -1,3 +1,4 @@
+#include "support/small_stack.h"
 #include "tree/key_tree.h"
 
 #include <host/kernel.h>
@@ -7,7 +8,6 @@
 #include <optional>
 #include <random>
 #include <string>
-#include <thread>
 
 namespace arbor {
 namespace {
@@ -190,7 +190,7 @@ TEST_F(ProfileFormatTest, NestingEndsAtItsLimitOnASmallStack) {
         if (!row.foreign) text += "</arbor>";
         NewTree();
         ResultCode code = kUnexpected;
-        std::thread([&] { code = Load(text); }).join();
+        testing_support::OnSmallStack([&] { code = Load(text); });
         EXPECT_EQ(code, row.code);
     }
 }

@@ -1,5 +1,6 @@
 #include "tree/key.h"
 
+#include "support/small_stack.h"
 #include "tree/key_tree.h"
 
 #include <host/kernel.h>
@@ -9,7 +10,6 @@
 #include <functional>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace arbor {
@@ -174,7 +174,7 @@ TEST_F(KeyTest, ADeepTreeTakesNoStack) {
         Root().Clear();
         EXPECT_EQ(Root().ChildCount(), 0U);
     };
-    std::thread(work).join();
+    testing_support::OnSmallStack(work);
 }
 
 TEST_F(KeyTest, EveryFailedAllocationLeavesTheTreeWhole) {

@@ -1,0 +1,117 @@
+#include "object/registration.h"
+#include "support/store.h"
+#include "support/temporary_folder.h"
+
+#include <component/kernel/properties.h>
+#include <host/io_object.h>
+
+#include <cstdlib>
+#include <functional>
+#include <new>
+
+namespace {
+
+/// Counts down with each request of the ordinary heap while it is above 0; the one that brings it to 0 fails.
+thread_local std::size_t requestsUntilFailure = 0;
+thread_local bool requestFailed = false;
+
+void* Take(std::size_t size) {
+    if (requestsUntilFailure != 0 && --requestsUntilFailure == 0) {
+        requestFailed = true;
+        throw std::bad_alloc();
+    }
+    void* block = std::malloc(size != 0 ? size : 1);
+    if (block == nullptr) throw std::bad_alloc();
+    return block;
+}
+
+}   // namespace
+
+void* operator new(std::size_t size) { return Take(size); }
+void* operator new[](std::size_t size) { return Take(size); }
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete[](void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+
+namespace test {
+namespace {
+
+constexpr char kDocument[] =
+    "<arbor><key name='home'><key name='below'/><tDWORD name='a name too long for a string to hold inline'>1</tDWORD>"
+    "</key></arbor>";
+constexpr ResultCode kBrokenAttributes = kBadDocument;   // what the reader makes of an attribute that had no memory
+
+class HeapFaultsTest : public testing::Test {
+protected:
+    HeapFaultsTest() { kernel.Start(&ModuleEntry); }
+    ~HeapFaultsTest() override { EXPECT_EQ(kernel.LiveBlocks(), 0U) << kernel.LeakReport(); }
+
+    testing_support::TemporaryFolder folder;
+    host::Kernel kernel;
+};
+
+struct Call {
+    const char* label;
+    std::function<ResultCode(Store&)> run;
+    bool changes;   // a failure must leave no trace of them
+};
+
+TEST_F(HeapFaultsTest, NoExceptionLeavesAMethodAndNothingIsHalfDone) {
+    Store target(kernel);
+    ASSERT_EQ(target.object.Ready(), kDone);
+    const Call calls[] = {
+        {"a new key", [](Store& s) { return s.Make("new/key") != kNoKey ? kDone : s.code; }, true},
+        {"a new value", [](Store& s) { return s.SetNumber(0, "new", tDWORD, 1U); }, true},
+        {"a place behind the last",
+         [](Store& s) { return s.methods.SetValueByIndex(s.object.Get(), 0, 0, tCHAR, "x", 1, 1); }, true},
+        {"the next key",
+         [](Store& s) {
+             KeyHandle next = 0;
+             return s.methods.OpenNextKey(s.object.Get(), &next, s.Open("home/below"));
+         },
+         false},
+        {"a full name",
+         [](Store& s) { return s.methods.GetKeyName(s.object.Get(), nullptr, s.Open("home/below"), nullptr, 0, 1); },
+         false},
+        {"a root by its handle", [](Store& s) { return s.methods.SetRootKey(s.object.Get(), s.Open("home")); }, false},
+        {"a copy", [&](Store& s) { return s.methods.CopyKey(s.object.Get(), 0, target.object.Get(), 0); }, false},
+        {"a save", [](Store& s) { return s.Save(); }, false},
+    };
+    for (const Call& call : calls) {
+        for (std::size_t failAt = 1;; ++failAt) {
+            SCOPED_TRACE(std::string(call.label) + ", request " + std::to_string(failAt));
+            folder.Write(u"a.xml", kDocument);
+            Store s(kernel);
+            ASSERT_EQ(s.object.SetName(folder.Path(u"a.xml")), kDone);
+            ASSERT_EQ(s.object.Ready(), kDone);
+            s.SetNumber(s.Open("home"), "changed", tDWORD, 1U);
+            requestFailed = false;
+            requestsUntilFailure = failAt;
+            const ResultCode code = call.run(s);
+            requestsUntilFailure = 0;
+            if (!requestFailed) break;
+            EXPECT_EQ(code, kOutOfMemory);
+            EXPECT_TRUE(!call.changes || (s.KeyCount() == 1 && s.ValueCount() == 0));
+            EXPECT_EQ(folder.Read(u"a.xml"), kDocument);
+        }
+    }
+}
+
+TEST_F(HeapFaultsTest, ALoadWithoutMemorySaysSo) {
+    host::MemoryIo io(kernel, kDocument);
+    for (std::size_t failAt = 1;; ++failAt) {
+        SCOPED_TRACE(failAt);
+        Store s(kernel);
+        ASSERT_EQ(s.object.SetIoObject(io.Get()), kDone);
+        requestFailed = false;
+        requestsUntilFailure = failAt;
+        const ResultCode code = s.object.Ready();
+        requestsUntilFailure = 0;
+        if (!requestFailed) break;
+        EXPECT_TRUE(code == kOutOfMemory || code == kBrokenAttributes) << std::hex << code;
+    }
+}
+
+}   // namespace
+}   // namespace test
