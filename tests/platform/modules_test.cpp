@@ -8,6 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csetjmp>
+#include <csignal>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -131,6 +133,22 @@ TEST(FaultsTest, GuardEndsTheCallThatFaultsAndNoOther) {
         EXPECT_EQ(outer.innerCode, platform::kExceptionFileCorrupt);
         EXPECT_FALSE(outer.ran || inner.ran);
     }
+}
+
+std::jmp_buf passedThrough;
+
+TEST(FaultsTest, AnotherFaultPassesThroughTheGuard) {
+    void* const raise = platform::GetProcAddress(platform::GetModuleHandleW(u"kernel32.dll"), "RaiseException");
+    if (raise == nullptr) GTEST_SKIP() << "no such exceptions here";
+    constexpr std::uint32_t kAccessViolation = 0xC0000005;
+    static Fault fault{reinterpret_cast<Raise>(raise), kAccessViolation, nullptr, 0, false};
+    std::signal(SIGSEGV, [](int) { std::longjmp(passedThrough, 1); });
+    if (setjmp(passedThrough) == 0) {
+        static_cast<void>(platform::CallGuarded(RaiseInside, &fault));
+        ADD_FAILURE() << "the guard took what isn't its own";
+    }
+    std::signal(SIGSEGV, SIG_DFL);
+    EXPECT_FALSE(fault.ran);
 }
 
 }   // namespace
