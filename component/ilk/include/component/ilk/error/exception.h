@@ -1,6 +1,7 @@
 /// The exceptions of this system. They carry the place of the throw, a message, the call stack at their construction
-/// and named properties, and tell all of it in `what()`. Copies share everything but the place. An exception belongs to
-/// the thread that handles it; only the sharing itself is safe between threads.
+/// and named properties, and tell all of it in `what()`. Copies share their details, that is all but the
+/// place and the description, which are each one's own. An exception belongs to the thread that handles it; only the
+/// sharing itself is safe between threads.
 #pragma once
 
 #include <component/ilk/error/result_code.h>

@@ -1,5 +1,6 @@
 /// Where the containers take their blocks from: an `Allocator` held by reference, or the process heap where there is
-/// none. Blocks are aligned for any scalar. Allocating never throws; what a null block means is the caller's decision.
+/// none. Nobody asks for an alignment: every block is aligned to two pointers, which does for any scalar. Allocating
+/// never throws; what a null block means is the caller's decision.
 #pragma once
 
 #include <component/platform/memory.h>

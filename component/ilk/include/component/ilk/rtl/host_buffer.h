@@ -22,8 +22,9 @@ public:
     /// is zero-filled otherwise. Returns the block; null if the host has no memory, and then the buffer is empty.
     virtual void* Acquire(std::uint32_t sizeBytes, bool keep);
 
-    /// As `Acquire`, but a block that is too large is exchanged for one of exactly `sizeBytes`. `kSameSize` and the
-    /// number below it stand for the present size; 0 is `Release`.
+    /// As `Acquire`, but a block that is too large is exchanged for one of exactly `sizeBytes`. For the
+    /// present capacity nothing changes, the size included. `kSameSize` and the number below it stand for the present
+    /// size; 0 is `Release`.
     virtual void* Fit(std::uint32_t sizeBytes, bool keep);
 
     /// Gives the block back.

@@ -1,5 +1,5 @@
-/// A growing array. What throws leaves it as it was, whichever constructor threw. Sizes are 32 bits wide on every
-/// target. Not for two threads at once.
+/// A growing array. What throws leaves it as it was, whichever constructor threw; that doesn't hold for the move of a
+/// type that can't be copied. Sizes are 32 bits wide on every target. Not for two threads at once.
 #pragma once
 
 #include <component/ilk/rtl/allocator.h>
@@ -15,7 +15,7 @@ namespace ilk {
 
 template <class T>
 class vector_t {
-    static_assert(alignof(T) <= 2 * sizeof(void*), "what the heap aligns to");
+    static_assert(alignof(T) <= 2 * sizeof(void*), "what every block is aligned to");
 
     /// Elements that move without throwing can be put in their places after the new ones stand.
     static constexpr bool kMovesInPlace = std::is_nothrow_move_constructible_v<T> && std::is_nothrow_swappable_v<T>;
