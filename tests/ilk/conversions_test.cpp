@@ -53,6 +53,7 @@ TEST_F(ConversionsTest, WidenFillsUpToTheOffset) {
     EXPECT_EQ(ilk::Widen("", target, 2), ilk::ResultOk);
     EXPECT_EQ(target, u"1\0"sv);
     EXPECT_EQ(ilk::Widen("a", target, Wide::kLargestSize), ilk::ResultOutOfMemory);
+    EXPECT_EQ(ilk::Widen("a", target, ~std::size_t{0}), ilk::ResultOutOfMemory) << "the sum would wrap";
     EXPECT_EQ(target, u"1\0"sv);
 }
 

@@ -135,13 +135,13 @@ TEST(ExceptionTest, TheCurrentExceptionBecomesACode) {
     EXPECT_EQ(CodeOf(5), MakeResult(0x80000072));
 }
 
-/// Two modules and a place where there is none. The byte behind an image counts as inside it.
+/// Two modules and one that is refused. The byte behind an image counts as inside it.
 int lookUps;
 ilk::ResultCode LookUp(std::uint64_t address, ilk::StackModule& module) {
     ++lookUps;
-    if (address >= 0x3000) return ilk::ResultInvalidSignature;
-    module.base = address < 0x2000 ? 0x1000 : 0x2100;
+    module.base = address < 0x2000 ? 0x1000 : address < 0x3000 ? 0x2100 : 0x3000;
     module.size = 0x800;
+    if (address >= 0x3000) return ilk::ResultInvalidSignature;
     module.name.append(address < 0x2000 ? "low.dll" : "high.dll");
     if (address < 0x2000) module.id.append("ID,1");
     return ilk::ResultOk;
@@ -149,7 +149,8 @@ ilk::ResultCode LookUp(std::uint64_t address, ilk::StackModule& module) {
 
 TEST(StackTraceTest, EachModuleIsLookedUpOnce) {
     ilk::StackTrace trace;
-    for (const std::uint64_t frame : {0x2200, 0x1010, 0x3000, 0x2101, 0x1800, 0x2900}) trace.frames.append(frame);
+    for (const std::uint64_t frame : {0x2200, 0x1010, 0x3000, 0x2101, 0x1800, 0x2900, 0x3010})
+        trace.frames.append(frame);
     lookUps = 0;
     ilk::ResolveModules(trace, &LookUp);
     EXPECT_EQ(lookUps, 3);
@@ -157,7 +158,7 @@ TEST(StackTraceTest, EachModuleIsLookedUpOnce) {
     ilk::PrintStack(trace, text);
     EXPECT_EQ(text.view(),
               " 0# high.dll!!100\n 1# low.dll!ID,1!10\n 2# 3000\n 3# high.dll!!1\n"
-              " 4# low.dll!ID,1!800\n 5# high.dll!!800\n");
+              " 4# low.dll!ID,1!800\n 5# high.dll!!800\n 6# 3010\n");
 }
 
 /// This program's image has a debug entry where images are of the kind that is read.

@@ -17,10 +17,10 @@ const StackModule* FirstNotBelow(const vector_t<StackModule>& modules, std::uint
                                 [frame](const StackModule& module) { return module.base + module.size < frame; });
 }
 
-/// The module that `frame` lies in, or null.
-const StackModule* ModuleOf(const StackTrace& trace, std::uint64_t frame) {
-    const StackModule* module = FirstNotBelow(trace.modules, frame);
-    return module != trace.modules.end() && frame >= module->base ? module : nullptr;
+/// The one of `modules` that `frame` lies in, or null.
+const StackModule* ModuleOf(const vector_t<StackModule>& modules, std::uint64_t frame) {
+    const StackModule* module = FirstNotBelow(modules, frame);
+    return module != modules.end() && frame >= module->base ? module : nullptr;
 }
 
 std::uint32_t ReadModulePath(Handle module, basic_string_t<char>& path, std::uint32_t sizeBytes) {
@@ -92,11 +92,14 @@ ResultCode LookUpModule(std::uint64_t address, StackModule& module) {
 
 void ResolveModules(StackTrace& trace, ModuleLookup lookUp) {
     trace.modules.reserve(kUsualModules);
+    vector_t<StackModule> refused;
     for (const std::uint64_t frame : trace.frames) {
-        if (ModuleOf(trace, frame) != nullptr) continue;
+        if (ModuleOf(trace.modules, frame) != nullptr || ModuleOf(refused, frame) != nullptr) continue;
         StackModule module;
-        if (IsFailure(lookUp(frame, module))) continue;
-        trace.modules.insert(FirstNotBelow(trace.modules, frame), std::move(module));
+        const bool isTold = IsSuccess(lookUp(frame, module));
+        if (!isTold && module.size == 0) continue;
+        vector_t<StackModule>& modules = isTold ? trace.modules : refused;
+        modules.insert(FirstNotBelow(modules, frame), std::move(module));
     }
 }
 
@@ -107,7 +110,7 @@ void PrintStack(const StackTrace& trace, CompactString& target) {
         const std::uint64_t frame = trace.frames[number];
         Print(target, kNumber, number);
         target.append("# ");
-        if (const StackModule* module = ModuleOf(trace, frame)) {
+        if (const StackModule* module = ModuleOf(trace.modules, frame)) {
             target.append(module->name).append('!').append(module->id).append('!');
             Print(target, kAddress, frame - module->base);
         } else {

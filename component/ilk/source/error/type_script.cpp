@@ -1,5 +1,6 @@
 #include <component/ilk/error/type_script.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
@@ -43,8 +44,10 @@ class ScriptWalker {
 public:
     explicit ScriptWalker(const TypeLayout& walked) : layout(walked) {
         const bool isInline = (layout.traits & TypeLayout::kMembersInline) != 0;
-        const auto* text = reinterpret_cast<const std::uint8_t*>(layout.members.text.data());
-        head = isInline ? std::span(text, layout.members.text.size()) : layout.members.bytes;
+        const auto& text = layout.members.text;
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+        const std::size_t room = sizeof(text) - 1;   // less than what a broken length byte says
+        head = isInline ? std::span(bytes, std::min(text.size(), room)) : layout.members.bytes;
     }
 
     /// The next member; false at the end and at what isn't understood.

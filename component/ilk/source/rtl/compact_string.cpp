@@ -42,6 +42,7 @@ CompactString& CompactString::operator=(CompactString&& source) noexcept {
 CompactString::~CompactString() { FreeBlock(); }
 
 bool CompactString::TryAppend(std::string_view text) noexcept {
+    if (text.empty()) return true;   // it may be null
     const std::uint32_t oldSize = size();
     if (text.size() > kLargestSize - oldSize) return false;
     const auto extra = static_cast<std::uint32_t>(text.size());

@@ -70,33 +70,39 @@ char* WriteUtf8(char* out, char32_t point) {
     return out + length;
 }
 
+/// Gives `target` the size `offset + length`. Too long is out of memory here.
 template <class char_type>
-ResultCode ResizeTo(basic_string_t<char_type>& target, std::size_t size) noexcept {
+ResultCode ResizeTo(basic_string_t<char_type>& target, std::size_t offset, std::uint64_t length) noexcept {
+    constexpr std::uint64_t kLargestSize = basic_string_t<char_type>::kLargestSize;
+    if (length > kLargestSize || offset > kLargestSize - length) return ResultOutOfMemory;
     try {
-        target.resize(size);
+        target.resize(offset + static_cast<std::size_t>(length));
         return ResultOk;
     } catch (...) {
-        return ResultOutOfMemory;   // too long is out of memory here
+        return ResultOutOfMemory;
     }
 }
 
 }   // namespace
 
 ResultCode Widen(std::string_view source, basic_string_t<char16_t>& target, std::size_t offset) {
-    std::size_t length = 0;
+    std::uint64_t length = 0;
     if (!ForEachNarrow(source, [&](char32_t point) { length += WideLength(point); })) return ResultInvalidArgument;
-    const ResultCode code = ResizeTo(target, offset + length);
+    const ResultCode code = ResizeTo(target, offset, length);
     if (IsFailure(code)) return code;
     char16_t* out = target.data() + offset;
-    ForEachNarrow(source, [&](char32_t point) { out = WriteWide(out, point); });
+    ForEachNarrow(source, [&](char32_t point) {
+        const auto room = static_cast<std::size_t>(target.end() - out);   // another thread may have changed the locale
+        if (WideLength(point) <= room) out = WriteWide(out, point);
+    });
     return ResultOk;
 }
 
 ResultCode ToUtf8(std::u16string_view source, basic_string_t<char>& target) {
-    std::size_t length = 0;
+    std::uint64_t length = 0;
     ForEachWide(source, [&](char32_t point) { length += Utf8Length(point); });
     const std::size_t offset = target.size();
-    const ResultCode code = ResizeTo(target, offset + length);
+    const ResultCode code = ResizeTo(target, offset, length);
     if (IsFailure(code)) return code;
     char* out = target.data() + offset;
     ForEachWide(source, [&](char32_t point) { out = WriteUtf8(out, point); });

@@ -58,7 +58,7 @@ Position SkipFixedPart(Position begin, Position end) {
         const Position behindRoot = SkipRoot(begin, end);
         return behindRoot != begin && IsSeparator(behindRoot[-1]) ? behindRoot - 1 : behindRoot;
     }
-    return HasDrive(begin, end) ? begin + 2 : begin;
+    return HasDriveRoot(begin, end) ? begin + 2 : begin;
 }
 
 /// Packs the components of [begin, end) against `end`, the last one first, and gives the start of what it kept. That is

@@ -92,7 +92,8 @@ inline constexpr std::uint32_t kPropertyType<PropertyValue> = PropertyNestedValu
 template <class T>
 const T* PropertyValue::GetAs() const noexcept {
     static_assert(kPropertyType<T> != 0, "no value holds this type");
-    return type_number == kPropertyType<T> ? static_cast<const T*>(storage) : nullptr;
+    const bool isHeld = type_number == kPropertyType<T> && layout.size == sizeof(T);
+    return isHeld ? static_cast<const T*>(storage) : nullptr;
 }
 
 /// A value of type `PropertySigned32`.

@@ -26,13 +26,14 @@ struct StackTrace {
 /// `std::bad_alloc` without memory.
 [[nodiscard]] StackTrace Capture(std::uint32_t skip, const NtFunctions& functions = GetNtFunctions());
 
-/// Tells the module that `address` lies in. A failure means that there is none to be told.
+/// Tells the module that `address` lies in. A failure means that there is none to be told; `base` and `size`, if they
+/// are set nevertheless, say for which addresses.
 using ModuleLookup = ResultCode (*)(std::uint64_t address, StackModule& module);
 
 /// Asks the system, and the image's headers where it is loaded.
 [[nodiscard]] ResultCode LookUpModule(std::uint64_t address, StackModule& module);
 
-/// Fills in the modules of the trace's frames. Each module is looked up once.
+/// Fills in the modules of the trace's frames. Each module is looked up once, a refused one too if its size is known.
 void ResolveModules(StackTrace& trace, ModuleLookup lookUp);
 
 /// Appends one line for each frame: its number, then module, identity and offset, or the bare address.

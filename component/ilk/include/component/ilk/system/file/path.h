@@ -28,7 +28,8 @@ namespace ilk {
 void JoinPath(basic_string_t<char16_t>& target, std::u16string_view path);
 
 /// Takes ".", ".." and repeated separators out of `target`, as far as the text alone can tell, and turns the separators
-/// behind its root. What is left of nothing is ".".
+/// behind its root. A drive without a separator behind it is no root, but stays if there is nothing else. What is left
+/// of nothing is ".".
 void NormalizePath(basic_string_t<char16_t>& target);
 
 }   // namespace ilk
