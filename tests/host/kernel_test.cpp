@@ -145,44 +145,6 @@ TEST_F(KernelTest, AnObjectGoesThroughItsWholeLifeInOrder) {
                 ElementsAre("construct", "ready", "registered Clean", "own Clean", "own Clean", "closing", "destroy"));
 }
 
-TEST_F(KernelTest, WhatWasNotReadyIsNotClosedAndClosingHappensOnce) {
-    host.Start(FakeEntry);
-    { const host::Object never(host); }
-    EXPECT_THAT(calls, ElementsAre("construct", "destroy"));
-    calls.clear();
-    {
-        host::Object closed(host);
-        EXPECT_EQ(closed.Ready(), kernel::kDone);
-        EXPECT_EQ(closed.Close(), kernel::kDone);
-    }
-    EXPECT_THAT(calls, ElementsAre("construct", "ready", "closing", "destroy"));
-}
-
-TEST_F(KernelTest, PropertiesGoByTheirRows) {
-    host.Start(FakeEntry);
-    host::Object object(host);
-    EXPECT_EQ(object.Number(kernel::PropertyInterfaceVersion), 1U);
-    EXPECT_EQ(object.SetNumber(kernel::PropertyInterfaceVersion, 2), kernel::kAccessDenied);
-    char buffer[8] = {};
-    std::uint32_t count = 0;
-    EXPECT_EQ(object.GetProperty(kernel::PropertyDescription, &count, buffer, 4), kernel::kBufferTooSmall);
-    EXPECT_EQ(count, 5U);
-    EXPECT_EQ(object.GetProperty(kernel::PropertyDescription, &count, buffer, 8), kernel::kDone);
-    EXPECT_STREQ(buffer, "fake");
-
-    EXPECT_EQ(object.SetNumber(kernel::PropertyOpenFlags, 0xA1B2C3D4), kernel::kDone);
-    EXPECT_EQ(Of(object.Get()).number, 0xA1B2C3D4);
-    EXPECT_EQ(object.SetProperty(kernel::PropertyOpenFlags, "12345", 5), kernel::kInvalidArgument);
-    EXPECT_EQ(object.SetNumber(kernel::PropertyBackupMode, 2), kernel::kDone);
-    EXPECT_EQ(Of(object.Get()).narrow, 2U);
-    EXPECT_EQ(object.Number(kernel::PropertyBackupMode), 2U);
-
-    EXPECT_EQ(object.SetRootPoint("a/b"), kernel::kDone);
-    EXPECT_EQ(object.GetProperty(kernel::PropertyRootPoint, &count, buffer, 8), kernel::kDone);
-    EXPECT_EQ(std::string(buffer, count), "a/b");
-    EXPECT_EQ(object.SetNumber(kernel::PropertyReadOnly, 1), kernel::MakeResult(0x80000180));
-}
-
 TEST_F(KernelTest, ModulesThatDoNotStartSayWhy) {
     EXPECT_THAT(Refusal([&] { host::Object object(host); }), HasSubstr("no module has registered"));
     EXPECT_THAT(Refusal([&] { host.Start([](void*, std::uint32_t, void*) { return 1; }); }), HasSubstr("unexpected"));

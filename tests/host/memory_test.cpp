@@ -21,25 +21,6 @@ protected:
     host::Kernel host{{.trackBlocks = true}};
 };
 
-TEST_F(MemoryTest, BlocksAreZeroedAlignedCountedAndGrowInPlaceOfTheOld) {
-    for (const std::uint32_t bytes : {0U, 1U, 15U, 16U, 100000U}) {
-        auto* block = static_cast<unsigned char*>(Take(bytes));
-        ASSERT_NE(block, nullptr);
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0U);
-        EXPECT_TRUE(std::all_of(block, block + bytes, [](unsigned char byte) { return byte == 0; }));
-        EXPECT_EQ(host.HostMemory().LiveBytes(), bytes);
-        std::memset(block, 0xEE, bytes);
-        void* grown = nullptr;
-        ASSERT_EQ(kernel::HostRealloc(host.Root(), &grown, block, bytes + 8), kernel::kDone);
-        EXPECT_TRUE(std::all_of(static_cast<unsigned char*>(grown), static_cast<unsigned char*>(grown) + bytes,
-                                [](unsigned char byte) { return byte == 0xEE; }));
-        EXPECT_EQ(host.LiveBlocks(), 1U);
-        GiveBack(grown);
-        EXPECT_EQ(host.LiveBlocks(), 0U);
-    }
-    GiveBack(nullptr);
-}
-
 TEST_F(MemoryTest, FailuresComeByCountAndLeaveTheOldBlock) {
     host.FailAllocation(2);
     void* first = Take(4);

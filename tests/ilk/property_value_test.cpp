@@ -94,14 +94,6 @@ TEST(PropertyValueTest, ScriptsThatArentUnderstoodAreRefused) {
     }
 }
 
-TEST(PropertyValueTest, NumbersOfSeveralBytesAreRead) {
-    constexpr std::uint8_t kLong[] = {1, 0xAC, 0x82, 0x80, 0x80, 0x00, 0};   // 300, in as many bytes as there may be
-    const std::string source(300, 'x');
-    std::string target(300, '\0');
-    ilk::CopyByScript(StructuredLayout(kLong, 300), target.data(), source.data());
-    EXPECT_EQ(target, source);
-}
-
 /// The first text is copied before the second finds no memory.
 TEST(PropertyValueTest, ACopyThatFailsHalfWayLeavesNothing) {
     ilk_test::CountingAllocator plenty, nothing;

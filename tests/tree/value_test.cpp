@@ -212,18 +212,6 @@ TEST_F(ValueTest, ANumberWhoseTextIsTooLongForTheScratchIsRefusedWithinBounds) {
     }
 }
 
-TEST_F(ValueTest, TypesWithoutATextAnswerWhateverTheBuffer) {
-    for (const TypeCode code : {tVOID, tFUNC_PTR, tWCHAR}) {
-        const Owned value = Make(code);
-        std::uint32_t size = 9;
-        EXPECT_EQ(value->ToText(nullptr, 7, &size), code == tWCHAR ? kUnspecified : kDone);
-        EXPECT_EQ(size, code == tWCHAR ? 9U : 0U);
-        EXPECT_EQ(value->FromText("8"), code == tWCHAR ? kUnspecified : kDone);
-        EXPECT_EQ(value->Get(nullptr, 7, &size), code == tVOID ? kDone : kInvalidArgument);
-        EXPECT_EQ(value->Set("\0\0\0", 4), ResultUnchanged) << "the text came in";
-    }
-}
-
 struct SetCase {
     const char* label;
     TypeCode type;
