@@ -94,16 +94,4 @@ TEST(PropertyValueTest, ScriptsThatArentUnderstoodAreRefused) {
     }
 }
 
-/// The first text is copied before the second finds no memory.
-TEST(PropertyValueTest, ACopyThatFailsHalfWayLeavesNothing) {
-    ilk_test::CountingAllocator plenty, nothing;
-    Record record;
-    record.first = Narrow(record.first.view(), &plenty);
-    record.second = Narrow(record.second.view(), &nothing);
-    nothing.failFromNow = true;
-    EXPECT_THROW(PropertyValue(StructuredLayout(kRecordScript, sizeof(Record)), 40, &record), std::bad_alloc);
-    EXPECT_EQ(plenty.blocks, 1);
-    EXPECT_EQ(plenty.references, 1);
-}
-
 }   // namespace

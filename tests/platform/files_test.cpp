@@ -60,17 +60,6 @@ TEST_F(FilesTest, SecondOpenerGetsInIfEachSharesWhatTheOtherUses) {
     }
 }
 
-TEST_F(FilesTest, EveryEarlierOpenerHasASay) {
-    folder.Write(u"a", "content");
-    const std::u16string path = folder.Path(u"a");
-    const OpenHandle reader(path, kRead, kShareAll, platform::kOpenExisting);
-    OpenHandle denier(path, kRead, platform::kShareRead, platform::kOpenExisting);
-    ASSERT_EQ(denier.Error(), 0U);
-    EXPECT_EQ(OpenHandle(path, kWrite, kShareAll, platform::kOpenExisting).Error(), platform::kErrorSharingViolation);
-    denier.Close();
-    EXPECT_EQ(OpenHandle(path, kWrite, kShareAll, platform::kOpenExisting).Error(), 0U);
-}
-
 struct CreationCase {
     std::uint32_t creation;
     std::uint32_t access;
@@ -284,16 +273,6 @@ TEST_F(FilesTest, LinkShowsItselfAndWhatItLeadsTo) {
     EXPECT_EQ(bitsOf(u"to nothing"), platform::kAttributeReparsePoint);
     EXPECT_EQ(OpenHandle(folder.Path(u"to nothing"), kWrite, 0, platform::kCreateAlways).Error(), 0U);
     EXPECT_TRUE(folder.Exists(u"none")) << "a file is made where the link leads to";
-}
-
-TEST_F(FilesTest, CurrentFolderTellsTheRoomItNeeds) {
-    char16_t buffer[300] = {};
-    const std::uint32_t lengthChars = platform::GetCurrentDirectoryW(300, buffer);
-    ASSERT_GT(lengthChars, 0U);
-    EXPECT_EQ(std::u16string_view(buffer).size(), lengthChars);
-    EXPECT_EQ(buffer[1], u':');
-    EXPECT_EQ(buffer[2], u'\\');
-    EXPECT_EQ(platform::GetCurrentDirectoryW(lengthChars, nullptr), lengthChars + 1);
 }
 
 struct FormCase {

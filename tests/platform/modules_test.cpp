@@ -35,23 +35,6 @@ TEST(ModulesTest, AddressLeadsToTheImageThatHoldsIt) {
     EXPECT_EQ(platform::GetLastError(), platform::kErrorModuleNotFound);
 }
 
-TEST(ModulesTest, PathIsCutToTheRoomAndSaysSo) {
-    const platform::Handle image = OwnImage();
-    char path[1000];
-    const std::uint32_t lengthBytes = platform::GetModuleFileNameA(image, path, sizeof(path));
-    ASSERT_GT(lengthBytes, 0U);
-    const std::string whole = path;
-    EXPECT_EQ(whole.size(), lengthBytes);
-    EXPECT_TRUE(whole.substr(whole.rfind('\\') + 1).starts_with("platform_test")) << whole;
-    EXPECT_EQ(whole[1], ':');
-
-    EXPECT_EQ(platform::GetModuleFileNameA(image, path, lengthBytes), lengthBytes);
-    EXPECT_EQ(platform::GetLastError(), platform::kErrorInsufficientBuffer);
-    EXPECT_EQ(std::string_view(path, lengthBytes - 1), std::string_view(whole).substr(0, lengthBytes - 1));
-    EXPECT_EQ(platform::GetModuleFileNameA(image, path, lengthBytes + 1), lengthBytes);
-    EXPECT_EQ(platform::GetModuleFileNameA(nullptr, path, sizeof(path)), lengthBytes) << "null is the program";
-}
-
 TEST(ModulesTest, NamesLeadToFunctionsOrNull) {
     const platform::Handle kernel = platform::GetModuleHandleW(u"KERNEL32.dll");
     ASSERT_NE(kernel, nullptr);

@@ -255,13 +255,6 @@ TEST_F(ArborctlTest, ACopyStandsAtTheSamePlaceInTheTarget) {
     EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
 }
 
-TEST_F(ArborctlTest, AKeyWithoutValuesIsCopiedAndSaved) {
-    std::ofstream(folder / "empty.xml") << "<arbor><key name=\"a\"><key name=\"b\"></key></key></arbor>";
-    std::ofstream(folder / "target.xml") << "<arbor><key name=\"a\"></key></arbor>";
-    ASSERT_EQ(RunOn("empty.xml", {"cp", "a/b", Path("target.xml")}).exitCode, 0);
-    EXPECT_EQ(RunOn("target.xml", {"tree"}).output, "a/\n    b/\n");
-}
-
 TEST_F(ArborctlTest, AnImportKeepsEveryElementAndIsTheSameTwice) {
     std::ofstream(folder / "foreign.xml") << "<list a=\"1\"><item>one</item><ITEM n='2'/><item>three</item><t "
                                              "m=\"![CDATA[\"><m>long</m></t></list>";
