@@ -4,6 +4,7 @@
 #include <component/ilk/rtl/allocator.h>
 
 #include <cstdlib>
+#include <string>
 
 namespace ilk_test {
 
