@@ -29,6 +29,9 @@ void* Take(std::size_t size) {
 
 void* operator new(std::size_t size) { return Take(size); }
 void* operator new[](std::size_t size) { return Take(size); }
+// Who asks without an exception isn't counted, and yet must be given what `operator delete` takes back.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size != 0 ? size : 1); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size != 0 ? size : 1); }
 void operator delete(void* block) noexcept { std::free(block); }
 void operator delete[](void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { std::free(block); }
