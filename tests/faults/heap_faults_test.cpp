@@ -25,6 +25,9 @@ void* Take(std::size_t size) {
     return block;
 }
 
+// Out of line: seen inlined, it looks like the wrong way to give back what `operator new` gave.
+[[gnu::noinline]] void GiveBack(void* block) { std::free(block); }
+
 }   // namespace
 
 void* operator new(std::size_t size) { return Take(size); }
@@ -32,10 +35,10 @@ void* operator new[](std::size_t size) { return Take(size); }
 // Who asks without an exception isn't counted, and yet must be given what `operator delete` takes back.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size != 0 ? size : 1); }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size != 0 ? size : 1); }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+void operator delete(void* block) noexcept { GiveBack(block); }
+void operator delete[](void* block) noexcept { GiveBack(block); }
+void operator delete(void* block, std::size_t) noexcept { GiveBack(block); }
+void operator delete[](void* block, std::size_t) noexcept { GiveBack(block); }
 
 namespace test {
 namespace {
