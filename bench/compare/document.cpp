@@ -1,0 +1,173 @@
+#include "document.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstring>
+#include <random>
+#include <stdexcept>
+#include <utility>
+
+namespace bench {
+namespace {
+
+constexpr std::array<std::string_view, 5> kElements = {"tDWORD", "tQWORD", "tBOOL", "tSTRING", "tBINARY"};
+
+constexpr std::array<std::pair<std::string_view, char>, 6> kReferences = {{
+    {"&amp;", '&'},
+    {"&lt;", '<'},
+    {"&gt;", '>'},
+    {"&quot;", '"'},
+    {"&apos;", '\''},
+    {"&#x9;", '\t'},
+}};
+
+std::string Decode(std::string_view text) {
+    std::string plain;
+    while (!text.empty()) {
+        const auto* const found = std::find_if(kReferences.begin(), kReferences.end(),
+                                               [&](const auto& row) { return text.starts_with(row.first); });
+        plain += found != kReferences.end() ? found->second : text.front();
+        text.remove_prefix(found != kReferences.end() ? found->first.size() : 1);
+    }
+    return plain;
+}
+
+template <class Number>
+std::string NumberBytes(std::string_view text) {
+    Number number = 0;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || stop != text.data() + text.size()) throw std::runtime_error("not a number");
+    return std::string(reinterpret_cast<const char*>(&number), sizeof number);
+}
+
+template <class Number>
+std::string NumberText(std::string_view bytes) {
+    Number number = 0;
+    std::memcpy(&number, bytes.data(), sizeof number);
+    return std::to_string(number);
+}
+
+unsigned HexDigit(char c) { return static_cast<unsigned>(c <= '9' ? c - '0' : c - 'A' + 10); }
+
+/// What stands between the quotes of the one attribute.
+std::string NameIn(std::string_view tag) {
+    const std::size_t first = tag.find('"');
+    const std::size_t last = tag.rfind('"');
+    if (first == std::string_view::npos || first == last) throw std::runtime_error("a tag without a name");
+    return Decode(tag.substr(first + 1, last - first - 1));
+}
+
+std::string_view NextLine(std::string_view& rest) {
+    const std::size_t cut = std::min(rest.find('\n'), rest.size());
+    std::string_view line = rest.substr(0, cut);
+    rest.remove_prefix(std::min(cut + 1, rest.size()));
+    while (!line.empty() && (line.front() == ' ' || line.front() == '\t')) line.remove_prefix(1);
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    return line;
+}
+
+Entry ValueIn(std::string_view line, const std::string& path) {
+    const std::size_t start = line.find('>');
+    const std::size_t stop = line.rfind("</");
+    const std::size_t blank = line.find(' ');
+    if (blank > start || stop == std::string_view::npos || stop < start) throw std::runtime_error("not a value");
+    return {path, NameIn(line.substr(0, start)), KindOf(line.substr(1, blank - 1)),
+            Decode(line.substr(start + 1, stop - start - 1))};
+}
+
+/// Another content of the same kind and length.
+std::string Changed(Kind kind, std::string bytes) {
+    if (kind == Kind::String) {
+        bytes.front() = bytes.front() == 'Z' ? 'Y' : 'Z';
+    } else {
+        bytes.front() = static_cast<char>(bytes.front() ^ 1);
+    }
+    return bytes;
+}
+
+}   // namespace
+
+Kind KindOf(std::string_view element) {
+    const auto* const found = std::find(kElements.begin(), kElements.end(), element);
+    if (found == kElements.end()) throw std::runtime_error("an element that no generator writes");
+    return static_cast<Kind>(found - kElements.begin());
+}
+
+std::string_view ElementOf(Kind kind) { return kElements[static_cast<std::size_t>(kind)]; }
+
+std::string BinaryForm(Kind kind, std::string_view text) {
+    if (kind == Kind::Qword) return NumberBytes<std::uint64_t>(text);
+    if (kind == Kind::Dword || kind == Kind::Bool) return NumberBytes<std::uint32_t>(text);
+    if (kind == Kind::String) return std::string(text) + '\0';
+    std::string bytes;
+    for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
+        bytes += static_cast<char>(HexDigit(text[i]) << 4 | HexDigit(text[i + 1]));
+    }
+    return bytes;
+}
+
+std::string TextForm(Kind kind, std::string_view bytes) {
+    if (kind == Kind::Qword) return NumberText<std::uint64_t>(bytes);
+    if (kind == Kind::Dword || kind == Kind::Bool) return NumberText<std::uint32_t>(bytes);
+    if (kind == Kind::String) return std::string(bytes.substr(0, bytes.size() - 1));
+    std::string text;
+    for (const char byte : bytes) {
+        for (const int digit : {static_cast<unsigned char>(byte) >> 4, byte & 15}) text += "0123456789ABCDEF"[digit];
+    }
+    return text;
+}
+
+void ReadDocument(std::string_view document, const std::function<void(const std::string&)>& key,
+                  const std::function<void(const Entry&)>& value) {
+    std::string path;
+    std::vector<std::size_t> lengths;
+    bool open = false;
+    while (!document.empty()) {
+        const std::string_view line = NextLine(document);
+        if (line.starts_with("<key ")) {
+            lengths.push_back(path.size());
+            if (!path.empty()) path += '/';
+            path += NameIn(line);
+            key(path);
+        } else if (line == "</key>" && !lengths.empty()) {
+            path.resize(lengths.back());
+            lengths.pop_back();
+        } else if (line == "<arbor>") {
+            open = true;
+        } else if (line == "</arbor>") {
+            open = false;
+        } else if (!line.empty() && !line.starts_with("<?")) {
+            value(ValueIn(line, path));
+        }
+    }
+    if (open || !lengths.empty()) throw std::runtime_error("the document breaks off");
+}
+
+Census CensusOf(std::string_view document) {
+    Census census;
+    ReadDocument(
+        document, [&](const std::string& path) { census.AddKey(std::string_view(path).substr(path.rfind('/') + 1)); },
+        [&](const Entry& entry) { census.AddValue(entry.name, BinaryForm(entry.kind, entry.text)); });
+    return census;
+}
+
+std::vector<Question> QuestionsOf(std::string_view document, std::size_t most) {
+    std::vector<Entry> entries;
+    ReadDocument(
+        document, [](const std::string&) {}, [&](const Entry& entry) { entries.push_back(entry); });
+    constexpr std::uint32_t kSeed = 1;
+    std::shuffle(entries.begin(), entries.end(), std::mt19937(kSeed));   // NOLINT(cert-msc51-cpp): the same each time
+    entries.resize(std::min(entries.size(), most));
+    std::vector<Question> questions;
+    questions.reserve(entries.size());
+    for (Entry& entry : entries) {
+        std::string answer = BinaryForm(entry.kind, entry.text);
+        std::string other = Changed(entry.kind, answer);
+        std::string otherText = TextForm(entry.kind, other);
+        questions.push_back({std::move(entry), std::move(answer), std::move(other), std::move(otherText)});
+    }
+    return questions;
+}
+
+}   // namespace bench

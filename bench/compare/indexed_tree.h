@@ -1,0 +1,148 @@
+/// What a user would put on top of an XML library to get the store's work done: a tree of keys with hash indexes that
+/// don't look at the case of letters, and values in their own types. A string stays where the library has it.
+#pragma once
+
+#include "peer.h"
+
+#include <cstring>
+#include <deque>
+#include <string_view>
+#include <unordered_map>
+#include <variant>
+#include <vector>
+
+namespace bench {
+
+/// Eight bytes at a time, with the case bit of each set: letters fold, and other bytes may fall together, which the
+/// comparison sorts out.
+struct FoldedHash {
+    std::size_t operator()(std::string_view name) const {
+        std::uint64_t hash = name.size();
+        for (; name.size() >= 8; name.remove_prefix(8)) hash = Mix(hash, Load(name.data(), 8));
+        return Mix(hash, Load(name.data(), name.size()));
+    }
+
+private:
+    static std::uint64_t Load(const char* bytes, std::size_t count) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, bytes, count);
+        return word | 0x2020202020202020;
+    }
+    static std::uint64_t Mix(std::uint64_t hash, std::uint64_t word) {
+        hash = (hash ^ word) * 0x9E3779B97F4A7C15;
+        return hash ^ hash >> 32;
+    }
+};
+
+struct FoldedEqual {
+    static char Fold(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; }
+    bool operator()(std::string_view a, std::string_view b) const {
+        if (a.size() != b.size()) return false;
+        for (std::size_t i = 0; i < a.size(); ++i) {
+            if (a[i] != b[i] && Fold(a[i]) != Fold(b[i])) return false;
+        }
+        return true;
+    }
+};
+
+/// `Handle` is the library's own place of a value's text.
+template <class Handle>
+class IndexedTree {
+public:
+    struct Value {
+        std::variant<std::uint32_t, std::uint64_t, std::string_view, std::string> datum;
+        Kind kind;
+        Handle text;
+    };
+    struct Key {
+        std::string_view name;
+        std::unordered_map<std::string_view, Key*, FoldedHash, FoldedEqual> keys;
+        std::unordered_map<std::string_view, Value, FoldedHash, FoldedEqual> values;
+    };
+
+    IndexedTree() { all.emplace_back(); }
+
+    [[nodiscard]] Key& Root() { return all.front(); }
+
+    Key& AddKey(Key& parent, std::string_view name) {
+        Key& key = all.emplace_back();
+        key.name = name;
+        parent.keys.emplace(name, &key);
+        return key;
+    }
+
+    void AddValue(Key& parent, std::string_view name, Kind kind, std::string_view text, Handle handle) {
+        Value value{{}, kind, handle};
+        Take(value, text);
+        parent.values.emplace(name, std::move(value));
+    }
+
+    [[nodiscard]] Key* Find(std::string_view path) {
+        Key* key = &Root();
+        while (!path.empty()) {
+            const auto found = key->keys.find(CutName(path));
+            if (found == key->keys.end()) return nullptr;
+            key = found->second;
+        }
+        return key;
+    }
+
+    [[nodiscard]] static Value* FindValue(Key& key, std::string_view name) {
+        const auto found = key.values.find(name);
+        return found != key.values.end() ? &found->second : nullptr;
+    }
+
+    static std::size_t Copy(const Value& value, char* buffer) {
+        return std::visit(
+            [buffer](const auto& datum) -> std::size_t {
+                using Datum = std::decay_t<decltype(datum)>;
+                if constexpr (std::is_integral_v<Datum>) {
+                    std::memcpy(buffer, &datum, sizeof datum);
+                    return sizeof datum;
+                } else {
+                    std::memcpy(buffer, datum.data(), datum.size());
+                    if constexpr (std::is_same_v<Datum, std::string>) return datum.size();
+                    buffer[datum.size()] = '\0';
+                    return datum.size() + 1;
+                }
+            },
+            value.datum);
+    }
+
+    /// The typed datum from a text that the library holds.
+    static void Take(Value& value, std::string_view text) {
+        switch (value.kind) {
+            case Kind::Dword:
+            case Kind::Bool:
+                value.datum = ParseNumber<std::uint32_t>(text);
+                break;
+            case Kind::Qword:
+                value.datum = ParseNumber<std::uint64_t>(text);
+                break;
+            case Kind::String:
+                value.datum = text;
+                break;
+            case Kind::Binary: {
+                std::string bytes(text.size() / 2, '\0');
+                ParseHex(text, bytes.data());
+                value.datum = std::move(bytes);
+                break;
+            }
+        }
+    }
+
+    [[nodiscard]] Census Enumerate() const {
+        Census census;
+        char buffer[kLongestValue];
+        for (const Key& key : all) {
+            if (&key != &all.front()) census.AddKey(key.name);
+            for (const auto& [name, value] : key.values) census.AddValue(name, {buffer, Copy(value, buffer)});
+        }
+        return census;
+    }
+
+private:
+    std::deque<Key> all;
+};
+
+}   // namespace bench

@@ -1,0 +1,77 @@
+// The reader's walk, and escaping and decoding, over texts with and without anything to do.
+
+#include "document/xml_reader.h"
+#include "document/xml_writer.h"
+
+#include <benchmark/benchmark.h>
+
+#include <string>
+
+namespace {
+
+/// A text of `size` bytes; every `every`-th byte is one to escape, none for 0.
+std::string MakeText(std::int64_t size, std::int64_t every) {
+    std::string text;
+    for (std::int64_t i = 1; i <= size; ++i)
+        text += every != 0 && i % every == 0 ? '&' : static_cast<char>('a' + i % 26);
+    return text;
+}
+
+void BM_Escape(benchmark::State& state) {
+    const std::string text = MakeText(state.range(0), state.range(1));
+    std::string output;
+    for (auto _ : state) {
+        output.clear();
+        arbor::EscapeXml(text.data(), static_cast<std::int32_t>(text.size()), output);
+        benchmark::DoNotOptimize(output.data());
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_Escape)->ArgsProduct({{16, 256, 65536}, {0, 16}});
+
+void BM_Decode(benchmark::State& state) {
+    std::string escaped;
+    const std::string text = MakeText(state.range(0), state.range(1));
+    arbor::EscapeXml(text.data(), static_cast<std::int32_t>(text.size()), escaped);
+    std::string output;
+    for (auto _ : state) {
+        output.clear();
+        benchmark::DoNotOptimize(
+            arbor::DecodeEntities(escaped.data(), static_cast<std::int32_t>(escaped.size()), output));
+    }
+    if (output != text) state.SkipWithError("decoding doesn't undo the escaping");
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_Decode)->ArgsProduct({{16, 256, 65536}, {0, 16}});
+
+std::string MakeDocument(std::int64_t elements) {
+    std::string document = "<arbor>\r\n";
+    for (std::int64_t i = 0; i < elements; ++i) {
+        document += "    <tDWORD name=\"Value" + std::to_string(i) + "\">" + std::to_string(i * 7919) + "</tDWORD>\r\n";
+    }
+    return document + "</arbor>\r\n";
+}
+
+// Each element with its attribute and its text: the bytes a second stay the same.
+void BM_ReaderWalk(benchmark::State& state) {
+    const std::string document = MakeDocument(state.range(0));
+    for (auto _ : state) {
+        arbor::XmlReader reader(document.data(), static_cast<std::uint32_t>(document.size()), false);
+        arbor::XmlElement root;
+        arbor::XmlElement element;
+        arbor::XmlAttributeList attributes;
+        std::string text;
+        std::int64_t seen = 0;
+        if (reader.NextStartTag(root, 0, nullptr) != 0) state.SkipWithError("no root");
+        for (; reader.NextStartTag(element, 0, nullptr) == 0; ++seen) {
+            if (arbor::XmlReader::ReadAttributes(element, attributes) < 0) state.SkipWithError("no attributes");
+            reader.ReadText(text, true);
+            if (reader.CloseElement(element) < 0) state.SkipWithError("no end tag");
+        }
+        if (seen != state.range(0)) state.SkipWithError("not every element was seen");
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(document.size()));
+}
+BENCHMARK(BM_ReaderWalk)->RangeMultiplier(16)->Range(16, 65536);
+
+}   // namespace

@@ -1,0 +1,32 @@
+/// What the benchmarks of the pieces share: names like a document's, and a host for the memory.
+#pragma once
+
+#include <host/kernel.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// `count` different names of 4 to 16 letters, the same each time.
+inline std::vector<std::string> MakeNames(std::size_t count) {
+    std::mt19937 random(1);   // NOLINT(cert-msc51-cpp): the same each time
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < count; ++i) {
+        std::string name(1, static_cast<char>('A' + random() % 26));
+        for (std::size_t length = 3 + random() % 9; length > 0; --length) {
+            name += static_cast<char>('a' + random() % 26);
+        }
+        names.push_back(name + std::to_string(i % 1000));
+    }
+    return names;
+}
+
+/// The one host of the program: all benchmarks take their memory there.
+inline host::Kernel& SharedHost() {
+    static host::Kernel kernel;
+    return kernel;
+}
+
+}   // namespace bench

@@ -1,0 +1,339 @@
+#!/usr/bin/env python3
+"""Runs the programs of the comparison and reports what they say.
+
+usage: report.py run      BUILD  measures everything, prints the tables, writes docs/performance.md and its pictures
+       report.py against  BUILD OTHER_MODULE NAME   this tree's module and another one, in one run
+       report.py check    BUILD  counts instructions and compares them with bench/instructions.tsv
+       report.py record   BUILD  counts them and keeps the figures
+"""
+import collections
+import os
+import pathlib
+import re
+import statistics
+import subprocess
+import sys
+import time
+
+HERE = pathlib.Path(__file__).resolve().parent
+DOCS = HERE.parent / 'docs'
+ROUNDS = 5
+
+# Program, and the variants that it measures.
+PROGRAMS = {
+    'store': ['store'],
+    'pugixml': ['pugixml', 'pugixml+index'],
+    'rapidxml': ['rapidxml', 'rapidxml+index'],
+    'tinyxml2': ['tinyxml2+index'],
+    'libxml2': ['libxml2+index'],
+    'key_file': ['gkeyfile'],
+    'property_tree': ['ptree'],
+}
+VARIANTS = [variant for variants in PROGRAMS.values() for variant in variants]
+TITLES = {
+    'store': 'this store', 'pugixml': 'pugixml, bare', 'pugixml+index': 'pugixml + index',
+    'rapidxml': 'RapidXML, bare', 'rapidxml+index': 'RapidXML + index', 'tinyxml2+index': 'tinyxml2 + index',
+    'libxml2+index': 'libxml2 + index', 'gkeyfile': 'GKeyFile', 'ptree': 'Boost.PropertyTree',
+}
+SIZES = ['100KB', '1MB', '10MB', '100MB']
+WIDE = [(shape, count) for shape in ('widevalues', 'widekeys') for count in ('10000', '100000')]
+
+# A process that has been running for a while has its pages: what the system takes for new ones isn't measured.
+KEPT_MEMORY = {'MIMALLOC_ALLOW_DECOMMIT': '0', 'MIMALLOC_RESERVE_OS_MEMORY': '1GiB'}
+
+# Tables: title, rows of (variant, cells), with a note below.
+Table = collections.namedtuple('Table', 'title head rows note')
+
+
+def say(text):
+    print(f'bench: {text}', file=sys.stderr, flush=True)
+
+
+class Run:
+    """All figures of one run: (document, variant, job) -> measurements, one a round."""
+
+    def __init__(self, build):
+        self.build = pathlib.Path(build)
+        self.documents = self.build / 'documents'
+        self.documents.mkdir(exist_ok=True)
+        self.figures = collections.defaultdict(list)
+
+    def document(self, shape, size):
+        path = self.documents / f'{shape}-{size}.xml'
+        if not path.exists():
+            say(f'making {path.name}')
+            part = path.with_suffix('.part')
+            subprocess.run([sys.executable, HERE / 'gen.py', shape, size, part], check=True)
+            part.rename(path)
+        return path
+
+    def measure(self, program, mode, document, variant=None, module=None, label=None):
+        command = [self.build / f'bench_{program}', mode, document, self.documents / 'scratch.xml']
+        environment = dict(os.environ)
+        if mode != 'memory':
+            environment.update(KEPT_MEMORY)
+        if module:
+            environment['ARBOR_MODULE'] = str(module)
+        done = subprocess.run(command + ([variant] if variant else []), env=environment, check=True,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        for line in done.stdout.splitlines():
+            name, job, figure = line.split('\t')
+            self.figures[document.stem, label or name, job].append(float(figure))
+
+    def has(self, document, variant, job):
+        return (document, variant, job) in self.figures
+
+    def get(self, document, variant, job):
+        return statistics.median(self.figures[document, variant, job])
+
+    def hit(self, document):
+        """One unit for all: each program sees its own hits, and any of them can have a bad day."""
+        return statistics.median(figure for (where, _, job), figures in self.figures.items()
+                                 if where == document and job == 'hit' for figure in figures)
+
+
+def measure_all(build):
+    run = Run(build)
+    start = time.monotonic()
+    typical = {size: run.document('typical', size) for size in SIZES}
+    wide = [run.document(shape, count) for shape, count in WIDE]
+    say('checking the answers')
+    for program in PROGRAMS:
+        run.measure(program, 'check', typical['1MB'])
+    say('measuring memory')
+    for program, variants in PROGRAMS.items():
+        for variant in variants:
+            run.measure(program, 'memory', typical['10MB'], variant)
+    for number in range(ROUNDS):
+        say(f'round {number + 1} of {ROUNDS}, {time.monotonic() - start:.0f} s so far')
+        for program in PROGRAMS:
+            run.measure(program, 'access', typical['1MB'])
+            for size in ('100KB', '1MB', '10MB'):
+                run.measure(program, 'document', typical[size])
+        for document in wide:
+            run.measure('store', 'document', document)
+    say(f'the largest document, {time.monotonic() - start:.0f} s so far')
+    for program in PROGRAMS:
+        run.measure(program, 'document', typical['100MB'])
+    say(f'measured in {time.monotonic() - start:.0f} s')
+    return run
+
+
+def ratio(value):
+    return f'{value:.2f}' if value < 10 else f'{value:.1f}'
+
+
+def speed_table(run, job, title, note, sizes=SIZES, base=('pugixml', None)):
+    """A job of each variant in times of another one's job."""
+    rows = []
+    for variant in VARIANTS:
+        cells = []
+        for size in sizes:
+            document = f'typical-{size}'
+            if not run.has(document, variant, job):
+                cells.append('')
+                continue
+            unit = run.get(document, base[0] or variant, base[1] or job)
+            cells.append(ratio(run.get(document, variant, job) / unit))
+        rows.append((TITLES[variant], cells))
+    return Table(title, sizes, rows, note)
+
+
+def access_table(run):
+    document = 'typical-1MB'
+    jobs = ['get', 'get_open', 'set', 'set_open']
+    rows = []
+    for variant in VARIANTS:
+        rows.append((TITLES[variant], [ratio(run.get(document, variant, job) / run.hit(document))
+                                       if run.has(document, variant, job) else '' for job in jobs]))
+    return Table('GET and SET, 1 MB, in hits', ['GET by path', 'GET, key open', 'SET by path', 'SET, key open'], rows,
+                 'A hit is what `std::unordered_map` with as many entries takes to find one by its whole path. '
+                 'Only the store gives out handles of open keys.')
+
+
+def memory_table(run):
+    size = run.documents.joinpath('typical-10MB.xml').stat().st_size
+    rows = [(TITLES[variant], [ratio(run.get('typical-10MB', variant, job) / size) for job in ('held', 'peak')])
+            for variant in VARIANTS]
+    return Table('Memory after LOAD, 10 MB, bytes per byte of the document', ['held', 'peak'], rows,
+                 'Pages of the process, in a process that has done nothing else.')
+
+
+def growth_table(run):
+    jobs = ['load', 'save', 'free', 'enum', 'copy']
+    rows = []
+    for job in jobs:
+        cells = []
+        for small, large in zip(SIZES, SIZES[1:]):
+            cells.append(ratio(run.get(f'typical-{large}', 'store', job) / run.get(f'typical-{small}', 'store', job)))
+        rows.append((job.upper(), cells))
+    return Table('Growth of this store from one document to the next, ten times as large',
+                 [f'{small} to {large}' for small, large in zip(SIZES, SIZES[1:])], rows, '')
+
+
+def wide_table(run):
+    jobs = ['load', 'enum', 'enum_down', 'next_key', 'copy', 'free']
+    rows = []
+    for job in jobs:
+        cells = []
+        for shape in ('widevalues', 'widekeys'):
+            small, large = (run.get(f'{shape}-{count}', 'store', job) for count in ('10000', '100000'))
+            cells.append(ratio(large / small) if not (job == 'next_key' and shape == 'widevalues') else '')
+        rows.append((job.upper(), cells))
+    return Table('Growth of one key from 10,000 to 100,000 entries', ['values', 'child keys'], rows,
+                 'ENUM_DOWN goes by falling index, NEXT_KEY from sibling to sibling by `OpenNextKey`.')
+
+
+def tables_of(run):
+    return [
+        speed_table(run, 'load', 'LOAD, in times of the bare pugixml', 'From the file to the last answer that can be '
+                    'asked for: with an index, its building is counted.'),
+        access_table(run),
+        speed_table(run, 'save', 'SAVE to memory, in times of the bare pugixml', ''),
+        speed_table(run, 'save_disk', 'SAVE to the disk, in times of the bare pugixml',
+                    'A temporary file, one write, a flush and a move, for all of them.', ['1MB', '10MB']),
+        speed_table(run, 'enum', 'ENUM, in times of the bare pugixml', 'Every name and every value in its own type.'),
+        speed_table(run, 'free', 'FREE, as a share of the own LOAD', '', base=(None, 'load')),
+        memory_table(run),
+        growth_table(run),
+        wide_table(run),
+    ]
+
+
+def as_markdown(table):
+    lines = [f'### {table.title}', '', '| | ' + ' | '.join(table.head) + ' |', '|---|' + '---|' * len(table.head)]
+    lines += [f'| {name} | ' + ' | '.join(cells) + ' |' for name, cells in table.rows]
+    return '\n'.join(lines + (['', table.note] if table.note else []) + [''])
+
+
+def as_text(table):
+    width = max(len(name) for name, _ in table.rows)
+    columns = [max(len(head), 7) for head in table.head]
+    lines = [table.title, ' ' * width + ''.join(f'  {head:>{w}}' for head, w in zip(table.head, columns))]
+    lines += [f'{name:{width}}' + ''.join(f'  {cell:>{w}}' for cell, w in zip(cells, columns))
+              for name, cells in table.rows]
+    return '\n'.join(lines) + '\n'
+
+
+def draw(run, folder):
+    """One picture a job: how the time for each byte grows with the document."""
+    folder.mkdir(parents=True, exist_ok=True)
+    for job, title in (('load', 'LOAD'), ('save', 'SAVE to memory'), ('enum', 'ENUM'), ('free', 'FREE')):
+        blocks = []
+        for variant in VARIANTS:
+            points = []
+            for size in SIZES:
+                bytes_of = run.documents.joinpath(f'typical-{size}.xml').stat().st_size
+                unit = run.get('typical-10MB', 'pugixml', 'load')
+                points.append(f'{bytes_of} {max(run.get(f"typical-{size}", variant, job), 1e-9) / unit}')
+            blocks.append('\n'.join(points))
+        plots = ', '.join(f'$data index {i} with linespoints title "{TITLES[v]}"{" lw 3" if v == "store" else ""}'
+                          for i, v in enumerate(VARIANTS))
+        script = f'''set terminal svg size 720,480 font "sans,12" background "white"
+set output "{folder / job}.svg"
+set title "{title}"
+set logscale xy
+set xlabel "bytes of the document"
+set ylabel "in LOADs of 10 MB by the bare pugixml"
+set key outside right
+set grid
+$data << EOD
+''' + '\n\n\n'.join(blocks) + f'\nEOD\nplot {plots}\n'
+        subprocess.run(['gnuplot'], input=script, text=True, check=True)
+
+
+def write_report(run, tables):
+    page = (HERE / 'performance.md').read_text()
+    page = page.replace('@TABLES@', '\n'.join(as_markdown(table) for table in tables).rstrip())
+    (DOCS / 'performance.md').write_text(page)
+    draw(run, DOCS / 'performance')
+
+
+def against(build, module, name):
+    """Alternating runs of two builds of the module under one program."""
+    run = Run(build)
+    documents = [run.document('typical', size) for size in ('1MB', '10MB')]
+    own = run.build / 'arbor.so'
+    for number in range(ROUNDS):
+        say(f'round {number + 1} of {ROUNDS}')
+        for label, path in (('this', own), ('other', module)):
+            run.measure('store', 'access', documents[0], module=path, label=label)
+            for document in documents:
+                run.measure('store', 'document', document, module=path, label=label)
+    for label, path in (('this', own), ('other', module)):
+        run.measure('store', 'memory', documents[1], module=path, label=label)
+    jobs = ['load', 'get', 'get_open', 'set', 'set_open', 'enum', 'save', 'save_disk', 'copy', 'free', 'held', 'peak']
+    rows = []
+    for job in jobs:
+        cells = []
+        for document in documents:
+            key = document.stem
+            cells.append(ratio(run.get(key, 'this', job) / run.get(key, 'other', job))
+                         if run.has(key, 'this', job) else '')
+        rows.append((job.upper(), cells))
+    print(as_text(Table(f'This tree in times of {name}', ['1MB', '10MB'], rows, '')))
+
+
+COUNTED = re.compile(r'^(?:summary|totals):\s+(\d+)', re.MULTILINE)
+TOLERANCE = 0.05
+
+
+def count_instructions(build):
+    run = Run(build)
+    document = run.document('typical', '100KB')
+    base = run.documents / 'callgrind.out'
+    for old in run.documents.glob('callgrind.out*'):
+        old.unlink()
+    subprocess.run(['valgrind', '--tool=callgrind', f'--callgrind-out-file={base}', '--collect-atstart=no',
+                    run.build / 'bench_store', 'instructions', document, run.documents / 'scratch.xml'], check=True, stdout=subprocess.DEVNULL,
+                   stderr=subprocess.DEVNULL)
+    counts = {}
+    for dump in sorted(run.documents.glob('callgrind.out.*')):
+        text = dump.read_text()
+        job = re.search(r'^desc: Trigger: Client Request: (\S+)', text, re.MULTILINE)
+        if job:
+            counts[job[1]] = int(COUNTED.search(text)[1])
+    return counts
+
+
+def kept_path():
+    return HERE / 'instructions.tsv'
+
+
+def record(build):
+    counts = count_instructions(build)
+    kept_path().write_text(''.join(f'{job}\t{count}\n' for job, count in counts.items()))
+    print(kept_path().read_text(), end='')
+
+
+def check(build):
+    counts = count_instructions(build)
+    kept = dict(line.split('\t') for line in kept_path().read_text().splitlines())
+    worse = 0
+    for job, figure in kept.items():
+        share = counts.get(job, 0) / int(figure) - 1
+        verdict = 'ok' if abs(share) <= TOLERANCE else 'slower' if share > 0 else 'faster: keep the new figure'
+        worse += job not in counts or abs(share) > TOLERANCE
+        print(f'{job:12} {counts.get(job, 0):12} instructions  {share:+7.1%}  {verdict}')
+    sys.exit(1 if worse else 0)
+
+
+def main():
+    act, build, *rest = sys.argv[1:]
+    if act == 'run':
+        run = measure_all(build)
+        tables = tables_of(run)
+        print('\n'.join(as_text(table) for table in tables))
+        write_report(run, tables)
+    elif act == 'against':
+        against(build, *rest)
+    elif act == 'check':
+        check(build)
+    elif act == 'record':
+        record(build)
+    else:
+        sys.exit(__doc__)
+
+
+if __name__ == '__main__':
+    main()
