@@ -9,7 +9,10 @@ namespace test {
 
 class StoreTest : public testing::Test {
 protected:
-    StoreTest() : kernel({.trackBlocks = true}) { kernel.LoadModule(ModulePath()); }
+    /// A block that is left tells of itself where `trackBlocks` is on, which costs; where it is off, it is counted.
+    explicit StoreTest(bool trackBlocks = true) : kernel({.trackBlocks = trackBlocks}) {
+        kernel.LoadModule(ModulePath());
+    }
 
     ~StoreTest() override {
         store.reset();

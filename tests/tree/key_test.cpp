@@ -1,6 +1,5 @@
 #include "tree/key.h"
 
-#include "support/small_stack.h"
 #include "tree/key_tree.h"
 
 #include <host/kernel.h>
@@ -156,25 +155,6 @@ TEST_F(KeyTest, RemovePathNeverRemovesTheKeyItself) {
     EXPECT_EQ(Outline(Root()), "a{b{}}");
     EXPECT_EQ(Root().RemovePath("a/b"), kDone);
     EXPECT_EQ(Outline(Root()), "a{}");
-}
-
-TEST_F(KeyTest, ADeepTreeTakesNoStack) {
-    constexpr std::size_t kLevels = 1'000'000;
-    std::string path;
-    for (std::size_t i = 0; i < kLevels; ++i) path += "k\\";
-    path.pop_back();
-    const auto work = [&] {
-        const Key* deepest = Root().OpenPath(path, false, nullptr);
-        ASSERT_NE(deepest, nullptr);
-        EXPECT_EQ(Root().FindPath(path, nullptr), deepest);
-        std::string name(path.size() + 1, '\0');
-        std::uint32_t length = 0;
-        EXPECT_EQ(Root().GetPath(deepest, name.data(), static_cast<std::uint32_t>(name.size()), length, '\\'), kDone);
-        EXPECT_EQ(name.substr(0, length), path);
-        Root().Clear();
-        EXPECT_EQ(Root().ChildCount(), 0U);
-    };
-    testing_support::OnSmallStack(work);
 }
 
 TEST_F(KeyTest, EveryFailedAllocationLeavesTheTreeWhole) {
