@@ -129,7 +129,13 @@ TEST_F(SharedStoreTest, ReadersNeverSeeHalfAChange) {
                 EXPECT_EQ(s.methods.SetValueByIndex(object, counters, static_cast<std::uint32_t>(round % 16), tDWORD,
                                                     &round, sizeof round, 0),
                           kDone);
-                EXPECT_EQ(s.methods.DeleteKey(object, 0, own.c_str()), kDone);
+                // Two of each writer's marks stand at a time, and one key: the totals tell of a lost change.
+                const auto mark = [&](int of) { return own + "-" + std::to_string(of); };
+                EXPECT_EQ(s.methods.SetValue(object, counters, mark(round).c_str(), tDWORD, &round, sizeof round, 1),
+                          kDone);
+                EXPECT_EQ(s.methods.DeleteValue(object, counters, mark(round - 2).c_str()),
+                          round < 2 ? kNoSuchEntry : kDone);
+                EXPECT_EQ(s.methods.DeleteKey(object, 0, (own + "/below").c_str()), kDone);
             }
             --writing;
         });
@@ -149,12 +155,36 @@ TEST_F(SharedStoreTest, ReadersNeverSeeHalfAChange) {
                 for (std::uint32_t i = 0; i < 16; ++i) {
                     EXPECT_EQ(s.methods.GetValueByIndex(object, &count, counters, i, nullptr, text, 4), kDone);
                 }
+                EXPECT_EQ(s.methods.GetValueCount(object, &count, counters), kDone);
+                EXPECT_TRUE(count >= 16 && count <= 17 + 3 * kWriters) << count;
                 EXPECT_EQ(s.methods.CloseKey(object, key), kDone);
             }
         });
     }
     for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(s.KeyCount(), 1U);
+    EXPECT_EQ(s.KeyCount(), 1U + kWriters);
+    EXPECT_EQ(s.ValueCount(counters), 17U + 2 * kWriters);
+}
+
+TEST_F(SharedStoreTest, ObjectsWithoutTheLockServeAThreadEach) {
+    constexpr std::uint32_t kRounds = 500;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([this] {
+            Store s(kernel);
+            EXPECT_EQ(s.object.Ready(), kDone);
+            for (std::uint32_t round = 0; round < kRounds; ++round) {
+                s.SetNumber(s.Make(("k" + std::to_string(round % 7)).c_str()), "n", tDWORD, round);
+                s.SetText(0, std::to_string(round).c_str(), "text");
+                if (round % 3 != 0) continue;
+                EXPECT_EQ(s.methods.DeleteValueByInd(s.object.Get(), 0, 0), kDone);
+            }
+            EXPECT_EQ(s.KeyCount(), 7U);
+            EXPECT_EQ(s.ValueCount(), kRounds - (kRounds + 2) / 3);
+            EXPECT_EQ(s.Number<std::uint32_t>(s.Open("k0"), "n", tDWORD), kRounds - 1 - (kRounds - 1) % 7);
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
 }
 
 TEST_F(SharedStoreTest, TheSwitchCountsBeforeTheObjectIsReady) {
