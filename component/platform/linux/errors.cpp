@@ -26,6 +26,7 @@ constexpr ErrorRow kErrors[] = {
     {EROFS, kErrorWriteProtect},
     {ETXTBSY, kErrorSharingViolation},
     {EBUSY, kErrorSharingViolation},
+    {EAGAIN, kErrorSharingViolation},   // another process has a lease on the file
     {ENOSYS, kErrorNotSupported},
     {EOPNOTSUPP, kErrorNotSupported},
     {EEXIST, kErrorFileExists},

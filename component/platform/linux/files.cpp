@@ -1,6 +1,7 @@
 #include <component/platform/files.h>
 
 #include "open_file.h"
+#include "sync.h"
 #include "system_error.h"
 #include "system_object.h"
 
@@ -52,6 +53,21 @@ OpenedFile* FileFor(Handle handle, std::uint32_t access) {
     return nullptr;
 }
 
+/// Repeats `call`, which gets how many bytes are behind and how many are left, until all are moved, no more come or one
+/// fails. The system moves fewer where a signal comes in between, and never more than 2 GiB at once.
+template <class Call>
+bool MoveAll(std::uint32_t size, std::uint32_t* done, Call call) {
+    *done = 0;
+    while (*done < size) {
+        const ssize_t moved = call(*done, size - *done);
+        if (moved < 0 && errno == EINTR) continue;
+        if (moved < 0) return FailWithErrno(errno);
+        if (moved == 0) break;
+        *done += static_cast<std::uint32_t>(moved);
+    }
+    return true;
+}
+
 bool IsValidCreation(std::uint32_t creation, std::uint32_t access) {
     if (creation < kCreateNew || creation > kTruncateExisting) return false;
     return creation != kTruncateExisting || (access & kGenericWrite) != 0;
@@ -82,20 +98,18 @@ bool ReadFile(Handle file, void* buffer, std::uint32_t size, std::uint32_t* done
     *done = 0;
     const OpenedFile* const object = FileFor(file, kGenericRead);
     if (object == nullptr) return false;
-    const ssize_t moved = read(object->descriptor.Number(), buffer, size);
-    if (moved < 0) return FailWithErrno(errno);
-    *done = static_cast<std::uint32_t>(moved);
-    return true;
+    return MoveAll(size, done, [&](std::uint32_t behind, std::uint32_t left) {
+        return read(object->descriptor.Number(), static_cast<char*>(buffer) + behind, left);
+    });
 }
 
 bool WriteFile(Handle file, const void* buffer, std::uint32_t size, std::uint32_t* done) {
     *done = 0;
     const OpenedFile* const object = FileFor(file, kGenericWrite);
     if (object == nullptr) return false;
-    const ssize_t moved = write(object->descriptor.Number(), buffer, size);
-    if (moved < 0) return FailWithErrno(errno);
-    *done = static_cast<std::uint32_t>(moved);
-    return true;
+    return MoveAll(size, done, [&](std::uint32_t behind, std::uint32_t left) {
+        return write(object->descriptor.Number(), static_cast<const char*>(buffer) + behind, left);
+    });
 }
 
 bool GetFileSizeEx(Handle file, std::uint64_t* sizeBytes) {
@@ -110,7 +124,7 @@ bool GetFileSizeEx(Handle file, std::uint64_t* sizeBytes) {
 bool FlushFileBuffers(Handle file) {
     const OpenedFile* const object = FileFor(file, kGenericWrite);
     if (object == nullptr) return false;
-    return fsync(object->descriptor.Number()) == 0 || FailWithErrno(errno);
+    return SyncFile(object->descriptor.Number()) || FailWithErrno(errno);
 }
 
 }   // namespace platform

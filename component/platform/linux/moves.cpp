@@ -3,6 +3,7 @@
 #include "native_path.h"
 #include "open_file.h"
 #include "sharing.h"
+#include "sync.h"
 #include "system_error.h"
 
 #include <fcntl.h>
@@ -24,14 +25,19 @@ bool IsSameFile(const struct stat& one, const struct stat& other) {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
+/// The errors of opening what is there and yet held by nobody: a link, a socket, a folder, what mustn't be read.
+bool IsNeverHeld(int error) {
+    return error == ELOOP || error == ENXIO || error == EISDIR || error == EACCES || error == EPERM;
+}
+
 /// Opens an entry whose name is about to change, as somebody who deletes: whoever doesn't share that stands against it.
-/// What is there and can't be opened, a link first of all, is held by nobody: `file` stays closed then. Gives an error.
+/// What is held by nobody leaves `file` closed. Gives an error.
 std::uint32_t HoldName(const NativePath& path, Descriptor& file) {
     constexpr int kFlags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
         file = Descriptor(open(path.Text(), O_RDONLY | kFlags));
         if (!file.IsOpen() && errno == EACCES) file = Descriptor(open(path.Text(), O_WRONLY | kFlags));
-        if (!file.IsOpen()) return errno == ENOENT ? ErrorAt(path, errno) : kErrorSuccess;
+        if (!file.IsOpen()) return IsNeverHeld(errno) ? kErrorSuccess : ErrorAt(path, errno);
         struct stat opened {};
         if (fstat(file.Number(), &opened) != 0 || !S_ISREG(opened.st_mode)) return kErrorSuccess;
         if (!ClaimFile(file.Number(), kShareDelete | kChangeName, kChangeName)) break;
@@ -57,7 +63,16 @@ bool WriteWhole(int target, const char* bytes, std::size_t size) {
     return true;
 }
 
-/// Copies from one position to the other up to the end, and the permissions; `errno` tells of a failure.
+/// A file system without permissions of its own isn't asked for them.
+bool CopyPermissions(const Descriptor& source, const Descriptor& target) {
+    struct stat status {};
+    if (fstat(source.Number(), &status) != 0) return false;
+    if (fchmod(target.Number(), status.st_mode & 0777) == 0) return true;
+    return errno == EPERM || errno == ENOTSUP || errno == ENOSYS;
+}
+
+/// Copies from one position to the other up to the end, with the permissions, and onto the disk; `errno` tells of a
+/// failure.
 bool CopyContents(const Descriptor& source, const Descriptor& target) {
     std::array<char, 65536> block;
     for (;;) {
@@ -67,8 +82,7 @@ bool CopyContents(const Descriptor& source, const Descriptor& target) {
         if (taken == 0) break;
         if (!WriteWhole(target.Number(), block.data(), static_cast<std::size_t>(taken))) return false;
     }
-    struct stat status {};
-    return fstat(source.Number(), &status) == 0 && fchmod(target.Number(), status.st_mode & 0777) == 0;
+    return CopyPermissions(source, target) && SyncFile(target.Number());
 }
 
 /// A name that nobody has, for the time of a copy in the folder of `path`.
@@ -80,15 +94,18 @@ bool MakeScratchName(NativePath& path) {
     return path.ReplaceName({name, static_cast<std::size_t>(lengthBytes)});
 }
 
-/// The folder of an entry, open to be brought to the disk after a name in it has changed.
+/// The folder of an entry, open to be brought to the disk after a name in it has changed. One that may be changed and
+/// not read can't be brought there on its own; its names go with the system's next sync.
 class FolderOf {
 public:
     [[nodiscard]] bool Open(const NativePath& entry) {
         folder = Descriptor(open(entry.Parent().Text(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        return folder.IsOpen() || FailAt(entry, errno);
+        return folder.IsOpen() || errno == EACCES || FailAt(entry, errno);
     }
     /// A file system that has nothing to do for it answers EINVAL.
-    [[nodiscard]] bool Sync() const { return fsync(folder.Number()) == 0 || errno == EINVAL || FailWithErrno(errno); }
+    [[nodiscard]] bool Sync() const {
+        return !folder.IsOpen() || fsync(folder.Number()) == 0 || errno == EINVAL || FailWithErrno(errno);
+    }
 
 private:
     Descriptor folder;
@@ -103,7 +120,7 @@ public:
     bool Run() {
         if (!LookAtSource() || !LookAtTarget()) return false;
         if (Has(kMoveWriteThrough) && !PrepareSync()) return false;
-        if (Rename(source)) return RemoveOtherName() && (!Has(kMoveWriteThrough) || Sync());
+        if (Rename(source)) return TidyUp() && (!Has(kMoveWriteThrough) || Sync());
         if (errno != EXDEV) return FailAtTarget(errno);
         if (!Has(kMoveCopyAllowed) || !S_ISREG(sourceStatus.st_mode)) return FailWith(kErrorNotSameDevice);
         return CopyAcross();
@@ -128,8 +145,9 @@ private:
         if (IsSameFile(sourceStatus, targetStatus)) return true;   // another name of what is held already
         const std::uint32_t error = HoldName(target, heldTarget);
         if (error == kErrorSharingViolation) return FailWith(kErrorAccessDenied);
-        replaces = error == kErrorSuccess;   // else it has just gone
-        return true;
+        replaces = error == kErrorSuccess;
+        const bool hasJustGone = error == kErrorFileNotFound;
+        return replaces || hasJustGone || FailWith(error);
     }
 
     /// The bytes go to the disk before their new name does, so that the name never stands for less than all of them.
@@ -137,7 +155,7 @@ private:
         if (!sourceFolder.Open(source) || !targetFolder.Open(target)) return false;
         if (!S_ISREG(sourceStatus.st_mode)) return true;
         if (!heldSource.IsOpen()) return FailWith(kErrorAccessDenied);
-        return fsync(heldSource.Number()) == 0 || FailWithErrno(errno);
+        return SyncFile(heldSource.Number()) || FailWithErrno(errno);
     }
 
     bool Sync() {
@@ -155,9 +173,13 @@ private:
 
     /// A rename from one hard link to another one of the same file does nothing; the move still takes the old name
     /// away.
-    bool RemoveOtherName() {
-        if (!replaces || !IsSameFile(sourceStatus, targetStatus) || IsSameEntry()) return true;
-        return unlink(source.Text()) == 0 || FailWithErrno(errno);
+    bool TidyUp() {
+        if (!replaces) return true;
+        if (!IsSameFile(sourceStatus, targetStatus)) {
+            if (targetStatus.st_nlink == 1) ForgetLostBytes(targetStatus);
+            return true;
+        }
+        return IsSameEntry() || unlink(source.Text()) == 0 || FailWithErrno(errno);
     }
 
     [[nodiscard]] bool IsSameEntry() const {
@@ -172,8 +194,10 @@ private:
         NativePath scratch = target;
         if (!MakeScratchName(scratch) || !sourceFolder.Open(source) || !targetFolder.Open(target)) return false;
         Descriptor copy(open(scratch.Text(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-        if (!copy.IsOpen()) return FailAt(scratch, errno);
-        const bool isWhole = CopyContents(heldSource, copy) && fsync(copy.Number()) == 0 && Rename(scratch);
+        struct stat made {};
+        if (!copy.IsOpen() || fstat(copy.Number(), &made) != 0) return FailAt(scratch, errno);
+        ForgetLostBytes(made);
+        const bool isWhole = CopyContents(heldSource, copy) && Rename(scratch);
         if (!isWhole) {
             const int error = errno;
             unlink(scratch.Text());
@@ -211,12 +235,13 @@ bool CopyFileW(const char16_t* source, const char16_t* target, bool failIfExists
     const Descriptor original = OpenFile(from, {kShareRead, kAllShares, kOpenExisting, false, 0});
     if (!original.IsOpen()) return false;
     const std::uint32_t creation = failIfExists ? kCreateNew : kCreateAlways;
+    FolderOf folder;
+    if (!folder.Open(to)) return false;
     const Descriptor copy = OpenFile(to, {kShareWrite, 0, creation, false, kNewFileMode});
     if (!copy.IsOpen()) return false;
-    if (CopyContents(original, copy)) return true;
-    const int error = errno;
+    if ((CopyContents(original, copy) || FailWithErrno(errno)) && folder.Sync()) return true;
     unlink(to.Text());   // still held: it is this very file
-    return FailWithErrno(error);
+    return false;
 }
 
 bool MoveFileExW(const char16_t* source, const char16_t* target, std::uint32_t flags) {
@@ -235,7 +260,9 @@ bool DeleteFileW(const char16_t* path) {
     Descriptor held;
     const std::uint32_t error = HoldName(native, held);
     if (error != kErrorSuccess) return FailWith(error);
-    return unlink(native.Text()) == 0 || FailAt(native, errno);
+    if (unlink(native.Text()) != 0) return FailAt(native, errno);
+    if (status.st_nlink == 1) ForgetLostBytes(status);
+    return true;
 }
 
 }   // namespace platform

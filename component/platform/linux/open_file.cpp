@@ -1,6 +1,7 @@
 #include "open_file.h"
 
 #include "sharing.h"
+#include "sync.h"
 #include "system_error.h"
 
 #include <component/platform/files.h>
@@ -26,10 +27,10 @@ std::uint32_t RightsToOpen(const OpenRequest& request) {
 }
 
 /// Gives the descriptor, or -1 with `errno`. Writers read as well, since only a readable descriptor can carry the
-/// marks.
+/// marks. A FIFO is opened without a wait for its other end.
 int OpenOrCreate(const NativePath& path, const OpenRequest& request, bool& created) {
     const bool writes = (RightsToOpen(request) & kShareWrite) != 0;
-    const int flags = (writes ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOCTTY;
+    const int flags = (writes ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
     created = request.creation == kCreateNew;
     if (created) return open(path.Text(), flags | O_CREAT | O_EXCL, request.newMode);
     const int existing = open(path.Text(), flags);
@@ -59,9 +60,9 @@ Descriptor OpenFile(const NativePath& path, const OpenRequest& request) {
             FailAt(path, errno);
             return Descriptor();
         }
-        const bool isFolder = S_ISDIR(opened.st_mode);
+        const bool isRefused = (S_ISDIR(opened.st_mode) && !request.takesFolders) || S_ISFIFO(opened.st_mode);
         const bool writesProtected = !created && (rights & kShareWrite) != 0 && IsReadOnly(opened.st_mode);
-        if ((isFolder && !request.takesFolders) || writesProtected) {
+        if (isRefused || writesProtected) {
             FailWith(kErrorAccessDenied);
             return Descriptor();
         }
@@ -72,6 +73,7 @@ Descriptor OpenFile(const NativePath& path, const OpenRequest& request) {
             FailWithErrno(errno);
             return Descriptor();
         }
+        if (created || Empties(request)) ForgetLostBytes(opened);
         DropUse(file.Number(), rights & ~request.uses);
         return file;
     }

@@ -6,6 +6,8 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
+#include <cerrno>
+
 namespace platform {
 namespace {
 
@@ -32,14 +34,22 @@ struct flock ByteLock(int type, off_t mark) {
     return lock;
 }
 
-void SetMarks(int descriptor, int type, std::uint32_t uses, std::uint32_t denies) {
+/// The errors of a file system without such locks, and of a descriptor that can't carry them since it mustn't be read.
+bool HasNoLocks(int error) { return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EBADF; }
+
+bool SetMark(int descriptor, int type, off_t mark) {
+    struct flock lock = ByteLock(type, mark);
+    return fcntl(descriptor, F_OFD_SETLK, &lock) == 0 || HasNoLocks(errno);
+}
+
+/// False where a lock that could be had is refused: then nobody would know of this opener.
+bool SetMarks(int descriptor, int type, std::uint32_t uses, std::uint32_t denies) {
+    bool areSet = true;
     for (const Right& right : kRights) {
-        struct flock use = ByteLock(type, right.useMark);
-        struct flock deny = ByteLock(type, right.denyMark);
-        // Both fail only where there are no such locks.
-        if ((uses & right.bit) != 0) static_cast<void>(fcntl(descriptor, F_OFD_SETLK, &use));
-        if ((denies & right.bit) != 0) static_cast<void>(fcntl(descriptor, F_OFD_SETLK, &deny));
+        if ((uses & right.bit) != 0) areSet = SetMark(descriptor, type, right.useMark) && areSet;
+        if ((denies & right.bit) != 0) areSet = SetMark(descriptor, type, right.denyMark) && areSet;
     }
+    return areSet;
 }
 
 bool IsMarkedByOthers(int descriptor, off_t mark) {
@@ -54,7 +64,7 @@ public:
     explicit Turn(int file) : descriptor(file) {
         for (int wait = 0; wait < kPatienceMilliseconds; ++wait) {
             taken = flock(descriptor, LOCK_EX | LOCK_NB) == 0;
-            if (taken) return;
+            if (taken || (errno != EWOULDBLOCK && errno != EINTR)) return;
             Sleep(1);
         }
     }
@@ -75,17 +85,18 @@ private:
 bool ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies) {
     if (uses == 0) return true;
     const Turn turn(descriptor);
-    SetMarks(descriptor, F_RDLCK, uses, denies);
+    bool isClaimed = SetMarks(descriptor, F_RDLCK, uses, denies);
     for (const Right& right : kRights) {
         const bool isDenied = (uses & right.bit) != 0 && IsMarkedByOthers(descriptor, right.denyMark);
         const bool isInUse = (denies & right.bit) != 0 && IsMarkedByOthers(descriptor, right.useMark);
-        if (!isDenied && !isInUse) continue;
-        SetMarks(descriptor, F_UNLCK, uses, denies);
-        return false;
+        isClaimed = isClaimed && !isDenied && !isInUse;
     }
-    return true;
+    if (!isClaimed) static_cast<void>(SetMarks(descriptor, F_UNLCK, uses, denies));   // at the latest they go with it
+    return isClaimed;
 }
 
-void DropUse(int descriptor, std::uint32_t uses) { SetMarks(descriptor, F_UNLCK, uses, 0); }
+void DropUse(int descriptor, std::uint32_t uses) {
+    static_cast<void>(SetMarks(descriptor, F_UNLCK, uses, 0));   // a right too many keeps others out and lets none in
+}
 
 }   // namespace platform

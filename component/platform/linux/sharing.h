@@ -17,7 +17,8 @@ inline constexpr std::uint32_t kChangeName = 8;
 
 /// Marks `descriptor` for an opener that uses and denies the given rights (`kShareRead` and its neighbours, as bits)
 /// and looks for others. False, with its marks taken back: another opener stands against it. An opener that uses no
-/// right isn't looked at. A file system without such locks lets everybody in.
+/// right isn't looked at. A file system without such locks lets everybody in; one that has them and refuses one lets
+/// nobody in.
 [[nodiscard]] bool ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies);
 
 /// Takes back the marks of rights in use, as the opener itself goes on without them.

@@ -2,9 +2,9 @@
 /// Paths are terminated 16-bit text. On Linux the file system stands as drive `Z:` whose root is `/`: both separators
 /// are taken, the prefix `\\?\` too, and so are paths that begin with a separator and relative ones. Another drive
 /// letter is error 3, as is an empty path, and a share of a server (two leading backslashes) is error 53. Text becomes
-/// UTF-8 at this edge; an unpaired surrogate is error 123. A name too long is error 123, a path too long error 206. No
-/// call waits until another opener closes, and none takes a lock of this process; all are as safe from several threads
-/// as the system's own.
+/// UTF-8 at this edge; an unpaired surrogate is error 123. A name too long is error 123, a path too long error 206. A
+/// call waits for others at most a moment, while they open the same file, and never until they close it. All calls may
+/// come from any thread.
 #pragma once
 
 #include <component/platform/types.h>
@@ -50,18 +50,21 @@ struct SecurityAttributes {
 /// Sharing is kept among openers of this layer in all processes: who asks for what an earlier opener doesn't share, or
 /// doesn't share what an earlier opener has, sees error 32. On Linux these are advisory locks of the open file, which
 /// the system drops with the process. A file that is refused is neither emptied nor changed. A read-only file is error
-/// 5 for writing, and so is a folder without `kFlagBackupSemantics`. On Linux the other flags are taken and do nothing.
+/// 5 for writing, and so are a folder without `kFlagBackupSemantics` and a FIFO. `kAttributeReadOnly` makes a new file
+/// read-only once this handle is closed. On Linux the other flags are taken and do nothing.
 [[nodiscard]] Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t share,
                                  const SecurityAttributes* security, std::uint32_t creation, std::uint32_t flags,
                                  Handle pattern);
 
-/// One system call at the file's position, no loop. `done` gets the bytes moved; fewer than `size` is a success.
+/// Move bytes at the file's position, until all are moved, no more come or the system fails. `done` gets the bytes
+/// moved, on a failure too; fewer than `size` is a success.
 [[nodiscard]] bool ReadFile(Handle file, void* buffer, std::uint32_t size, std::uint32_t* done);
 [[nodiscard]] bool WriteFile(Handle file, const void* buffer, std::uint32_t size, std::uint32_t* done);
 
 [[nodiscard]] bool GetFileSizeEx(Handle file, std::uint64_t* sizeBytes);
 
-/// When it returns true, what was written through `file` is on the disk.
+/// When it returns true, what was written through `file` is on the disk. After a failure on Linux every later flush and
+/// every move for good of the file fails alike, until it is emptied: what the disk lost stays lost.
 [[nodiscard]] bool FlushFileBuffers(Handle file);
 
 /// Closes a file or a semaphore. Null and `kInvalidHandle` are error 6.
@@ -74,15 +77,18 @@ bool CloseHandle(Handle handle);
 /// An existing file or folder of that name is error 183, a missing parent error 3.
 [[nodiscard]] bool CreateDirectoryW(const char16_t* path, const SecurityAttributes* security);
 
-/// Copies the contents. With `failIfExists` an existing target is error 80 and stays as it was. An open source or
-/// target that isn't shared is error 32. A target that could not be written whole does not stay behind.
+/// Copies the contents and the permissions. On Linux the copy and its name are on the disk when the call returns true;
+/// on Windows the system brings them there in its own time. With `failIfExists` an existing target is error 80 and
+/// stays as it was. An open source or target that isn't shared is error 32. A target that could not be written whole
+/// does not stay behind.
 [[nodiscard]] bool CopyFileW(const char16_t* source, const char16_t* target, bool failIfExists);
 
 /// Renames, by the three flags above. With write-through the new name is on the disk when the call returns true. On a
 /// failure `source` is whole and `target` as it was. A target that exists is error 183 without `kMoveReplaceExisting`,
 /// and error 5 where it is a folder, is read-only or is held open unshared; a source that is held open unshared is
-/// error 32. A disk that fails in the very last step, the sync of the folder, is reported after the new name stands. A
-/// source that was copied to another volume and can't be removed stays, and the move is a success.
+/// error 32. A name that somebody else is moving or deleting at the moment counts as held. A disk that fails in the
+/// very last step, the sync of the folder, is reported after the new name stands. A source that was copied to another
+/// volume and can't be removed stays, and the move is a success.
 [[nodiscard]] bool MoveFileExW(const char16_t* source, const char16_t* target, std::uint32_t flags);
 
 /// A missing file is error 2, a folder or a read-only file error 5, a file held open unshared error 32.

@@ -45,8 +45,8 @@ public:
     [[nodiscard]] ResultCode Open(const char16_t* path, std::uint32_t access, std::uint32_t creation,
                                   std::uint32_t flags);
 
-    /// One system call at the file's position. `done` gets the bytes moved, and only on success. Fewer than `size` are
-    /// a success: the caller compares.
+    /// One call of the system at the file's position. `done` gets the bytes moved, and only on success. Fewer than
+    /// `size` are a success: the caller compares.
     [[nodiscard]] ResultCode Read(void* buffer, std::uint32_t size, std::uint32_t& done);
     [[nodiscard]] ResultCode Write(const void* buffer, std::uint32_t size, std::uint32_t& done);
 
