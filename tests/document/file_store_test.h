@@ -7,7 +7,6 @@
 
 #include <component/kernel/properties.h>
 
-#include <functional>
 #include <optional>
 #include <utility>
 
@@ -44,17 +43,16 @@ protected:
         return found;
     }
 
-    void Take(const host::TraceLine& line) {
-        lines.push_back(line);
-        if (line.text.rfind("arbor\ttrying to back up", 0) == 0) atBackup();
+    /// What a save writes of a tree whose one value `v` is a number.
+    static std::string DocumentOf(int number) {
+        return "<arbor>\r\n    <tDWORD name=\"v\">" + std::to_string(number) + "</tDWORD>\r\n</arbor>\r\n";
     }
 
-    static constexpr std::string_view kDocument = "<arbor>\r\n    <tDWORD name=\"v\">1</tDWORD>\r\n</arbor>\r\n";
-
+    const std::string kDocument = DocumentOf(1);
     testing_support::TemporaryFolder folder;
     std::vector<host::TraceLine> lines;
-    std::function<void()> atBackup = [] {};   // called when a save begins with the second backup
-    host::Kernel kernel{{.traceLevel = 599, .traceSink = [this](const host::TraceLine& line) { Take(line); }}};
+    host::Kernel kernel{
+        {.traceLevel = 599, .traceSink = [this](const host::TraceLine& line) { lines.push_back(line); }}};
     std::optional<Store> store;
 };
 

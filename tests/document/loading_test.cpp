@@ -1,52 +1,117 @@
 #include "file_store_test.h"
+#include "support/file_faults.h"
 
-#include <component/platform/files.h>
+#include <component/platform/errors.h>
 #include <host/io_object.h>
 
 namespace test {
 namespace {
 
+using testing_support::FileCall;
+using testing_support::FileFault;
+using testing_support::FileFaults;
+using testing_support::kNoFault;
+
 using LoadingTest = FileStoreTest;
 
 struct LoadCase {
     const char* label;
-    const char16_t* name;
     std::string_view content;   // `kMissing`: there is no file
     ResultCode code;
     std::uint32_t values;
+    const char16_t* name = u"a.xml";
+    FileFault fault = kNoFault;
+    std::size_t failedBlock = 0;   // of the host's
+    const char* root = nullptr;
+    std::uint32_t openFlags = 0;
 };
 using namespace std::string_view_literals;
 constexpr std::string_view kMissing = testing_support::TemporaryFolder::kMissing;
+constexpr std::string_view kOne = "<arbor><tBOOL name='v'>1</tBOOL></arbor>";
+constexpr std::uint32_t kCreate = 2;
+constexpr std::uint32_t kBrokenDisk = platform::kErrorIoDevice;
+constexpr ResultCode kSharingViolation = MakeResult(0x80010104);
+constexpr ResultCode kFromBrokenDisk = MakeResult(0x8007045D);
 const LoadCase kLoads[] = {
-    {"a document", u"a.xml", "<arbor><tBOOL name='v'>1</tBOOL></arbor>", kDone, 1},
-    {"a missing file", u"a.xml", kMissing, kNoDocument, 0},
-    {"a missing folder", u"none\\a.xml", kMissing, kNoDocument, 0},
-    {"no bytes", u"a.xml", "", kDone, 0},
-    {"a mark and a document", u"a.xml", "\xEF\xBB\xBF<arbor><tBOOL name='v'>1</tBOOL></arbor>", kDone, 1},
-    {"a mark alone", u"a.xml", "\xEF\xBB\xBF", kInvalidArgument, 0},
-    {"blanks", u"a.xml", " \n", kInvalidArgument, 0},
-    {"wide text", u"a.xml", "\xFF\xFE<\0a\0>\0"sv, kInvalidArgument, 0},
-    {"broken behind a value", u"a.xml", "<arbor><tBOOL name='v'>1</tBOOL><", kBadDocument, 1},
-    {"a foreign document", u"a.xml", "<r/><s/>", kInvalidArgument, 0},
-    {"a name that isn't ASCII", u"caf\u00E9 \u20AC.xml", "<arbor><tBOOL name='v'>1</tBOOL></arbor>", kDone, 1},
+    {"a document", kOne, kDone, 1},
+    {"a name that isn't ASCII", kOne, kDone, 1, u"caf\u00E9 \u20AC.xml"},
+    {"a missing file", kMissing, kNoDocument, 0},
+    {"a missing folder", kMissing, kNoDocument, 0, u"none\\a.xml"},
+    {"no bytes", "", kDone, 0},
+    {"a mark and a document", "\xEF\xBB\xBF<arbor><tBOOL name='v'>1</tBOOL></arbor>", kDone, 1},
+    {"a mark alone", "\xEF\xBB\xBF", kInvalidArgument, 0},
+    {"blanks", " \n", kInvalidArgument, 0},
+    {"wide text", "\xFF\xFE<\0a\0>\0"sv, kInvalidArgument, 0},
+    {"broken behind a value", "<arbor><tBOOL name='v'>1</tBOOL><", kBadDocument, 1},
+    {"a foreign document", "<r/><s/>", kInvalidArgument, 0},
+    {"denied", kOne, kAccessDenied, 0, u"a.xml", {FileCall::Open, platform::kErrorAccessDenied}},
+    {"held by another", kOne, kSharingViolation, 0, u"a.xml", {FileCall::Open, platform::kErrorSharingViolation}},
+    {"without a size", kOne, kFromBrokenDisk, 0, u"a.xml", {FileCall::Size, kBrokenDisk}},
+    {"without a byte", kOne, kFromBrokenDisk, 0, u"a.xml", {FileCall::Read, kBrokenDisk}},
+    {"broken off", kOne, kFromBrokenDisk, 0, u"a.xml", {FileCall::Read, kBrokenDisk, 1, 1, 10}},
+    {"shorter than it says", kOne, kNotMatched, 0, u"a.xml", {FileCall::Read, 0, 1, 1, 10}},
+    {"no memory for the bytes", kOne, kOutOfMemory, 0, u"a.xml", kNoFault, 2},
+    {"no memory for a value", kOne, kOutOfMemory, 0, u"a.xml", kNoFault, 3},
+    {"a root that isn't there", kOne, kNoSuchEntry, 1, u"a.xml", kNoFault, 0, "x"},
+    {"held, and to be made",
+     kOne,
+     kSharingViolation,
+     0,
+     u"a.xml",
+     {FileCall::Open, platform::kErrorSharingViolation},
+     0,
+     nullptr,
+     kCreate},
+    {"missing, and can't be made",
+     kMissing,
+     MakeResult(0x80000062),
+     0,
+     u"a.xml",
+     {FileCall::Open, platform::kErrorDiskFull, 2},
+     0,
+     nullptr,
+     kCreate},
+    {"missing, with a folder that can't be made",
+     kMissing,
+     kNoDocument,
+     0,
+     u"none\\a.xml",
+     {FileCall::MakeFolder, platform::kErrorAccessDenied},
+     0,
+     nullptr,
+     kCreate},
 };
 
-TEST_F(LoadingTest, EachDocumentHasItsCodeAndStaysAsItWas) {
+TEST_F(LoadingTest, EachLoadHasItsCodeAndAFailedOneLeavesAllFilesAsTheyWere) {
     for (const LoadCase& row : kLoads) {
         SCOPED_TRACE(row.label);
-        if (row.content != kMissing) folder.Write(row.name, row.content);
-        folder.Write(u"a.xml.bak2", "backup");
-        Store& s = MakeStore(row.name);
+        const std::u16string name = row.name;
+        folder.Write(u"a.xml.bak", "first");
+        folder.Write(u"a.xml.bak2", "second");
+        if (row.content != kMissing) folder.Write(name, row.content);
+        const std::vector<std::string> files = folder.List();
+        Store& s = MakeStore(name);
         EXPECT_EQ(s.object.SetNumber(PropertySaveOnClose, 1), kDone);
-        EXPECT_EQ(s.object.Ready(), row.code);
+        EXPECT_EQ(s.object.SetNumber(PropertyBackupMode, 1), kDone);
+        EXPECT_EQ(s.object.SetNumber(PropertyOpenFlags, row.openFlags), kDone);
+        if (row.root != nullptr) {
+            EXPECT_EQ(s.object.SetRootPoint(row.root), kDone);
+        }
+        kernel.FailAllocation(row.failedBlock);
+        {
+            const FileFaults faults(row.fault);
+            EXPECT_EQ(s.object.Ready(), row.code);
+        }
+        kernel.FailAllocation(0);
         EXPECT_EQ(s.ValueCount(), row.values);
         EXPECT_EQ(s.object.Number(PropertySaveOnClose), IsSuccess(row.code) ? 1U : 0U);
-        s.Make("changed");
         if (IsFailure(row.code)) {
+            s.Make("changed");
             EXPECT_EQ(s.object.Close(), kDone);
-            EXPECT_EQ(folder.Read(row.name), row.content) << "never overwritten at close";
         }
-        EXPECT_EQ(folder.Read(u"a.xml.bak2"), "backup");
+        EXPECT_EQ(folder.List(), files);
+        EXPECT_EQ(folder.Read(name), row.content);
+        EXPECT_EQ(folder.Read(u"a.xml.bak") + folder.Read(u"a.xml.bak2"), "firstsecond");
         store.reset();
         std::filesystem::remove(folder.Native(row.name));
     }
@@ -67,23 +132,6 @@ TEST_F(LoadingTest, AMissingDocumentIsMadeWhereTheFlagAsksForIt) {
     EXPECT_EQ(s.object.Ready(), kDone);
     EXPECT_EQ(folder.Read(u"new\\deep\\a.xml"), "");
     EXPECT_EQ(LoadStore(u"new\\deep\\a.xml").code, kDone);
-
-    // The flag helps a missing file and nothing else.
-    const platform::Handle held =
-        platform::CreateFileW(folder.Path(u"new\\deep\\a.xml").c_str(), platform::kGenericRead, 0, nullptr,
-                              platform::kOpenExisting, 0, nullptr);
-    ASSERT_NE(held, platform::kInvalidHandle);
-    Store& locked = MakeStore(u"new\\deep\\a.xml");
-    EXPECT_EQ(locked.object.SetNumber(PropertyOpenFlags, 2), kDone);
-    EXPECT_EQ(locked.object.Ready(), MakeResult(0x80010104));
-    platform::CloseHandle(held);
-
-    folder.Write(u"file", "");
-    Store& blocked = MakeStore(u"file\\a.xml");
-    EXPECT_EQ(blocked.object.SetNumber(PropertyOpenFlags, 2), kDone);
-    EXPECT_EQ(blocked.object.SetNumber(PropertySaveOnClose, 1), kDone);
-    EXPECT_EQ(blocked.object.Ready(), kNoDocument);
-    EXPECT_EQ(blocked.object.Number(PropertySaveOnClose), 0U);
 }
 
 TEST_F(LoadingTest, WarningsDontStopALoad) {
@@ -112,12 +160,6 @@ TEST_F(LoadingTest, ThePendingRootIsAppliedToAFile) {
     EXPECT_EQ(s.object.SetRootPoint("a/b"), kDone);
     EXPECT_EQ(s.object.Ready(), kDone);
     EXPECT_EQ(s.Name(0, false), "b");
-    Store& missing = MakeStore(u"a.xml");
-    EXPECT_EQ(missing.object.SetNumber(PropertySaveOnClose, 1), kDone);
-    EXPECT_EQ(missing.object.SetRootPoint("a/c"), kDone);
-    EXPECT_EQ(missing.object.Ready(), kNoSuchEntry);
-    EXPECT_EQ(missing.object.Number(PropertySaveOnClose), 0U);
-    EXPECT_NE(missing.Open("a/b"), kNoKey);
 }
 
 TEST_F(LoadingTest, AnObjectOfTheHostHoldsADocumentToo) {
