@@ -166,13 +166,6 @@ TEST_F(FilesTest, ReadOnlyFileRefusesWritersOnceItIsMade) {
     EXPECT_EQ(folder.Read(u"a"), "x");
 }
 
-TEST_F(FilesTest, FullDiskHasItsOwnError) {
-    if (IsLeftOut(Scope::OursOnly)) GTEST_SKIP();
-    const OpenHandle file(u"Z:\\dev\\full", kWrite, 0, platform::kOpenExisting);
-    std::uint32_t done = 0;
-    EXPECT_EQ(ErrorOf(platform::WriteFile(file.Get(), "x", 1, &done)), platform::kErrorDiskFull);
-}
-
 TEST_F(FilesTest, HandleDoesWhatItWasOpenedFor) {
     folder.Write(u"a", "content");
     const std::u16string path = folder.Path(u"a");

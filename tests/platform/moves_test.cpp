@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <memory>
-#include <optional>
 #include <thread>
 
 namespace {
@@ -120,52 +119,6 @@ TEST(MovesTest, MoveOverAnotherNameOfTheSameFileTakesTheOldNameAway) {
     EXPECT_EQ(ErrorOf(platform::MoveFileExW(scene.folder.Path(u"a").c_str(), scene.folder.Path(u"b").c_str(), kSave)),
               0U);
     EXPECT_EQ(scene.folder.List(), std::vector<std::string>{"b"});
-}
-
-TEST(MovesTest, MoveAcrossVolumesCopiesAndLeavesNothingBehind) {
-    std::optional<TemporaryFolder> other;
-    Scene here;
-    here.Make(u"probe", Kind::File, "");
-    std::error_code error;
-    try {
-        other.emplace("/dev/shm");
-        std::filesystem::rename(here.folder.Native(u"probe"), other->Native(u"probe"), error);
-    } catch (const std::filesystem::filesystem_error& e) {
-        GTEST_SKIP() << "no second volume here: " << e.what();
-    }
-    if (error != std::errc::cross_device_link) GTEST_SKIP() << "no second volume here";
-    const TemporaryFolder& there = *other;
-
-    const std::string bytes(200'000, 'x');
-    here.folder.Write(u"a", bytes);
-    there.Write(u"b", "old");
-    const std::u16string source = here.folder.Path(u"a");
-    const std::u16string target = there.Path(u"b");
-    EXPECT_EQ(ErrorOf(platform::MoveFileExW(source.c_str(), target.c_str(), kReplace)), platform::kErrorNotSameDevice);
-    {
-        const OpenHandle held(target, platform::kGenericRead, 0, platform::kOpenExisting);
-        EXPECT_EQ(ErrorOf(platform::MoveFileExW(source.c_str(), target.c_str(), kSave)), platform::kErrorAccessDenied);
-    }
-    EXPECT_EQ(there.Read(u"b"), "old");
-    EXPECT_EQ(ErrorOf(platform::MoveFileExW(source.c_str(), target.c_str(), kSave)), 0U);
-    EXPECT_TRUE(there.Read(u"b") == bytes);
-    EXPECT_EQ(there.List(), std::vector<std::string>{"b"});
-    EXPECT_FALSE(here.folder.Exists(u"a"));
-}
-
-TEST(MovesTest, CopyThatBreaksOffLeavesNothingOfItself) {
-    if (IsLeftOut(Scope::OursOnly)) GTEST_SKIP();
-    const char16_t* const unreadable =
-        u"/proc/self/mem";   // opens, lies on another volume, and has nothing at its start
-    const TemporaryFolder folder;
-    const std::u16string target = folder.Path(u"target");
-    EXPECT_EQ(ErrorOf(platform::CopyFileW(unreadable, target.c_str(), true)), platform::kErrorIoDevice);
-    EXPECT_TRUE(folder.List().empty());
-    folder.Write(u"target", "old");
-    const std::uint32_t flags = kReplace | platform::kMoveCopyAllowed;
-    EXPECT_EQ(ErrorOf(platform::MoveFileExW(unreadable, target.c_str(), flags)), platform::kErrorIoDevice);
-    EXPECT_EQ(folder.List(), std::vector<std::string>{"target"});
-    EXPECT_EQ(folder.Read(u"target"), "old");
 }
 
 TEST(MovesTest, ReadersSeeTheOldOrTheNewFileWhileItIsReplaced) {

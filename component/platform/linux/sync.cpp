@@ -1,10 +1,12 @@
 #include "sync.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <mutex>
 
 namespace platform {
@@ -14,6 +16,7 @@ namespace {
 struct Loss {
     dev_t device = 0;
     ino_t inode = 0;
+    std::int64_t birth = 0;
     int error = 0;
 
     [[nodiscard]] bool IsOf(const struct stat& file) const {
@@ -33,8 +36,16 @@ Loss* FindLoss(const struct stat& file) {
     return found != losses.end() ? &*found : nullptr;
 }
 
-void Remember(const struct stat& file, int error) {
-    losses[nextLoss] = {file.st_dev, file.st_ino, error};
+/// When the file was made, which tells it from an earlier one in the same place; 0 where the file system doesn't know.
+std::int64_t BirthOf(int descriptor) {
+    struct statx file {};
+    const bool isKnown =
+        statx(descriptor, "", AT_EMPTY_PATH, STATX_BTIME, &file) == 0 && (file.stx_mask & STATX_BTIME) != 0;
+    return isKnown ? file.stx_btime.tv_sec * 1'000'000'000 + file.stx_btime.tv_nsec : 0;
+}
+
+void Remember(const struct stat& file, std::int64_t birth, int error) {
+    losses[nextLoss] = {file.st_dev, file.st_ino, birth, error};
     nextLoss = (nextLoss + 1) % kMostLosses;
 }
 
@@ -51,11 +62,13 @@ bool SyncFile(int descriptor) {
         error = fsync(descriptor) == 0 ? 0 : errno;
     } while (error == EINTR);
 
+    const std::int64_t birth = BirthOf(descriptor);
     const std::lock_guard guard(lossesMutex);
-    if (const Loss* earlier = FindLoss(file)) {
+    const Loss* const earlier = FindLoss(file);
+    if (earlier != nullptr && earlier->birth == birth) {
         error = earlier->error;
     } else if (error != 0 && !HasNothingToSync(error)) {
-        Remember(file, error);
+        Remember(file, birth, error);
     }
     errno = error;
     return error == 0;
