@@ -1,0 +1,160 @@
+#include "object/registration.h"
+#include "support/crash_disk.h"
+#include "support/file_faults.h"
+#include "support/linux/system_faults.h"
+#include "support/store.h"
+#include "support/temporary_folder.h"
+
+#include <component/kernel/properties.h>
+
+#include <algorithm>
+
+#include <sys/stat.h>
+
+namespace test {
+namespace {
+
+using namespace testing_support;
+
+std::string DocumentOf(int value) { return "<arbor><tDWORD name='v'>" + std::to_string(value) + "</tDWORD></arbor>"; }
+
+/// The last name of a path of either kind; all names here are ASCII.
+template <class Path>
+std::string NameOf(Path path) {
+    std::string name;
+    for (const auto unit : path) {
+        if (unit == '/' || unit == '\\') {
+            name.clear();
+        } else {
+            name.push_back(static_cast<char>(unit));
+        }
+    }
+    return name;
+}
+
+/// What a save does to a disk, and everything that the power can leave of it at one moment or another.
+class SaveRecord {
+public:
+    CrashDisk disk;
+    std::set<CrashDisk::State> states;
+
+    /// By what the platform promises: a move for good is one of names alone, and a copy isn't flushed.
+    void Take(const FileEvent& event) {
+        const std::string name = NameOf(event.path), target = NameOf(event.target);
+        if (event.call == FileCall::Open) files[event.file] = disk.Make(name), disk.Empty(disk.Make(name));
+        if (event.call == FileCall::Write) disk.Write(files[event.file], event.bytes);
+        if (event.call == FileCall::Flush) disk.Flush(files[event.file]);
+        if (event.call == FileCall::Copy) disk.Write(disk.Make(target), disk.Bytes(name));
+        if (event.call == FileCall::Remove) disk.Remove(name);
+        if (event.call == FileCall::Move) disk.Rename(name, target);
+        disk.AddStates(states);
+        if (event.call == FileCall::Move) disk.SyncNames();
+    }
+
+    /// By what the system is called for.
+    void Take(const SystemEvent& event) {
+        struct stat status {};
+        const bool isFolder = event.file >= 0 && fstat(event.file, &status) == 0 && S_ISDIR(status.st_mode);
+        if (event.call == SystemCall::Open && !isFolder) descriptors[event.file] = disk.Make(NameOf(event.path));
+        if (event.call == SystemCall::Truncate) disk.Empty(descriptors[event.file]);
+        if (event.call == SystemCall::Write) disk.Write(descriptors[event.file], event.bytes);
+        if (event.call == SystemCall::Sync && !isFolder) disk.Flush(descriptors[event.file]);
+        if (event.call == SystemCall::Sync && isFolder) disk.SyncNames();
+        if (event.call == SystemCall::Rename) disk.Rename(NameOf(event.path), NameOf(event.target));
+        if (event.call == SystemCall::Unlink) disk.Remove(NameOf(event.path));
+        disk.AddStates(states);
+    }
+
+private:
+    std::map<platform::Handle, std::size_t> files;
+    std::map<int, std::size_t> descriptors;
+};
+
+constexpr FileFault kFlushLies{FileCall::Flush, 0, 1, kFromThereOn};
+constexpr SystemFault kNoSystemFault{.nth = kFromThereOn};
+constexpr SystemFault kSyncLies{SystemCall::Sync, 0, 1, kFromThereOn};
+
+struct CutCase {
+    const char* label;
+    bool bySystem;   // the record is of the system's calls
+    FileFault fileFault;
+    SystemFault systemFault;
+    bool holds;   // a complete document stands at every moment, and the new one stays once the save is through
+};
+constexpr CutCase kCuts[] = {
+    {"a flush before the moves", false, kNoFault, kNoSystemFault, true},
+    {"no flush before the moves", false, kFlushLies, kNoSystemFault, false},
+    {"the calls of this system", true, kNoFault, kNoSystemFault, true},
+    {"the calls of this system, where a move flushes by itself", true, kFlushLies, kNoSystemFault, true},
+    {"no sync at all", true, kNoFault, kSyncLies, false},
+};
+
+struct CutSetting {
+    const char16_t* name;
+    std::uint32_t mode;
+    bool hasBackup;
+};
+constexpr CutSetting kSettings[] = {
+    {u"a.xml", 0, false}, {u"a.xml", 1, true}, {u"a.xml", 2, true}, {u"profiles.xml", 0, true}};
+
+class PowerCutTest : public testing::Test {
+protected:
+    PowerCutTest() { kernel.Start(&ModuleEntry); }
+
+    /// What a fresh load finds: 0 for no file, for less than a document and for the old backup.
+    std::uint32_t ValueUnder(const CrashDisk::State& state, const std::string& name) {
+        const auto found = state.find(name);
+        if (found == state.end()) return 0;
+        folder.Write(u"found", found->second);
+        Store fresh(kernel);
+        fresh.object.SetName(folder.Path(u"found"));
+        return IsSuccess(fresh.object.Ready()) ? fresh.Number<std::uint32_t>(0, "v", tDWORD) : 0;
+    }
+
+    SaveRecord RecordSave(const CutSetting& setting, const CutCase& row) {
+        const TemporaryFolder home;
+        SaveRecord record;
+        for (const auto& [ending, value] : {std::pair(u"", 1), std::pair(u".bak2", 0)}) {
+            home.Write(std::u16string(setting.name) + ending, DocumentOf(value));
+            record.disk.Put(NameOf(std::u16string(setting.name) + ending), DocumentOf(value));
+        }
+        Store store(kernel);
+        store.object.SetName(home.Path(setting.name));
+        store.object.SetNumber(PropertyBackupMode, setting.mode);
+        EXPECT_EQ(store.object.Ready(), kDone);
+        store.SetNumber(0, "v", tDWORD, 2U);
+        const FileFaults files(row.fileFault, [&](const FileEvent& event) {
+            if (!row.bySystem) record.Take(event);
+        });
+        const SystemFaults calls(row.systemFault, [&](const SystemEvent& event) {
+            if (row.bySystem) record.Take(event);
+        });
+        EXPECT_EQ(store.Save(), kDone);
+        return record;
+    }
+
+    TemporaryFolder folder;
+    host::Kernel kernel;
+};
+
+TEST_F(PowerCutTest, ACompleteDocumentIsFoundAtEveryCallOfASave) {
+    for (const CutSetting& setting : kSettings) {
+        for (const CutCase& row : kCuts) {
+            const std::string name = NameOf(std::u16string_view(setting.name));
+            SCOPED_TRACE(row.label + (", " + name) + std::to_string(setting.mode));
+            const SaveRecord record = RecordSave(setting, row);
+            const bool alwaysStands = std::ranges::all_of(record.states, [&](const CrashDisk::State& state) {
+                return ValueUnder(state, name) != 0 || (setting.hasBackup && ValueUnder(state, name + ".bak2") != 0);
+            });
+            EXPECT_EQ(alwaysStands, row.holds || setting.hasBackup) << "a backup covers for a document that is lost";
+            std::set<CrashDisk::State> after;
+            record.disk.AddStates(after);
+            EXPECT_EQ(row.holds, std::ranges::all_of(after, [&](const CrashDisk::State& state) {
+                          return ValueUnder(state, name) == 2;
+                      }));
+        }
+    }
+}
+
+}   // namespace
+}   // namespace test
