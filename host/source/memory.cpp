@@ -27,7 +27,7 @@ kernel::ResultCode Memory::Take(void** block, std::uint32_t sizeBytes) {
     if (block == nullptr) return kernel::kInvalidArgument;
     *block = nullptr;
     const std::size_t request = requests.fetch_add(1, std::memory_order_relaxed) + 1;
-    if (MustFail(request) || sizeBytes > std::numeric_limits<std::size_t>::max() - sizeof(Header)) {
+    if (MustFail(request) || std::size_t{sizeBytes} > std::numeric_limits<std::size_t>::max() - sizeof(Header)) {
         return kernel::kOutOfMemory;
     }
     void* memory = ::operator new(sizeof(Header) + sizeBytes, kAlignment, std::nothrow);
