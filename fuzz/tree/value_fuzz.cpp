@@ -1,0 +1,135 @@
+// A value of every type against the model: bytes in and out, text in and out. No read goes past a buffer of just the
+// size that was asked for, and a text that a value gives is one that it takes and gives again. The input is a type, a
+// length, that many bytes, and a text.
+#include "fuzz.h"
+#include "model/value.h"
+#include "tree/value_holder.h"
+
+#include <host/kernel.h>
+
+#include <utility>
+
+namespace {
+
+using kernel::ResultCode;
+using Read = ResultCode (arbor::Value::*)(void*, std::uint32_t, std::uint32_t*) const;
+using ModelRead = model::Answer (*)(const model::Value&, model::Buffer);
+
+constexpr char kUntouched = '\xA5';
+
+/// A value of the module and its model, which do the same or end the process.
+class Pair {
+public:
+    Pair(const kernel::HostObject* owner, kernel::TypeCode type)
+        : host(owner), value(arbor::CreateValue(owner, type)), plain(model::NewValue(type)) {
+        FUZZ_CHECK(value != nullptr && value->GetType() == type);
+    }
+    Pair(const Pair&) = delete;
+    Pair& operator=(const Pair&) = delete;
+    ~Pair() { arbor::ReleaseValue(host, value); }
+
+    void Set(std::string_view bytes) {
+        const auto block = fuzz::Exactly(bytes);
+        const auto size = static_cast<std::uint32_t>(bytes.size());
+        const bool fresh = std::exchange(isFresh, false);
+        const ResultCode expected = model::Set(plain, block.get(), size);
+        const ResultCode code = value->Set(block.get(), size);
+        // An empty text that was never set is set by the first empty one.
+        FUZZ_CHECK(code == expected || (fresh && code == kernel::kDone && expected == model::kUnchanged));
+        CheckReads();
+    }
+
+    void SetNothing() {
+        FUZZ_CHECK(value->Set(nullptr, 8) == model::Set(plain, nullptr, 8));
+        CheckReads();
+    }
+
+    ResultCode FromText(const std::string& text) {
+        const bool fresh = std::exchange(isFresh, false);
+        const ResultCode expected = model::FromText(plain, text);
+        const ResultCode code = value->FromText(text.c_str());
+        FUZZ_CHECK(code == expected || (fresh && code == kernel::kDone && expected == model::kUnchanged));
+        CheckReads();
+        return code;
+    }
+
+    void FromUtf8(const std::string& text) {
+        model::SetFromUtf8(plain, text);
+        FUZZ_CHECK(static_cast<arbor::WideStringHolder*>(value)->SetFromUtf8(text.c_str()) == kernel::kDone);
+        CheckReads();
+    }
+
+    [[nodiscard]] const model::Value& Plain() const { return plain; }
+
+private:
+    void CheckReads() const {
+        for (const auto& [read, modelRead] : {std::pair<Read, ModelRead>{&arbor::Value::Get, &model::Get},
+                                              std::pair<Read, ModelRead>{&arbor::Value::ToText, &model::ToText}}) {
+            const std::uint32_t needed = modelRead(plain, {false, 0}).count.value_or(0);
+            for (const std::uint32_t size : {0U, needed - std::min(needed, 1U), needed, needed + 3}) {
+                CheckRead(read, modelRead, {true, size});
+                CheckRead(read, modelRead, {false, size});
+            }
+        }
+    }
+
+    void CheckRead(Read read, ModelRead modelRead, model::Buffer buffer) const {
+        const model::Answer expected = modelRead(plain, buffer);
+        std::string after(buffer.size, kUntouched);
+        const auto block = fuzz::Exactly(std::string_view(after));
+        std::uint32_t count = 0xDEADBEEF;
+        FUZZ_CHECK((value->*read)(buffer.given ? block.get() : nullptr, buffer.size, &count) == expected.code);
+        FUZZ_CHECK(count == expected.count.value_or(0xDEADBEEF));
+        FUZZ_CHECK((value->*read)(buffer.given ? block.get() : nullptr, buffer.size, nullptr) == expected.code);
+        if (!buffer.given) return;
+        after.replace(0, expected.bytes.size(), expected.bytes);
+        FUZZ_CHECK(std::string_view(block.get(), buffer.size) == after);
+    }
+
+    const kernel::HostObject* host;
+    arbor::Value* value;
+    model::Value plain;
+    bool isFresh = true;
+};
+
+/// The text that a value gives is one that a value of its type takes and gives again.
+void CheckTextIsStable(const kernel::HostObject* owner, const model::Value& plain) {
+    std::string text;
+    if (kernel::IsFailure(model::TextOf(plain, text))) return;
+    Pair again(owner, plain.type);
+    if (plain.type == kernel::tWSTRING) {
+        again.FromUtf8(text);
+    } else {
+        FUZZ_CHECK(kernel::IsSuccess(again.FromText(text)));
+    }
+    std::string second;
+    FUZZ_CHECK(model::TextOf(again.Plain(), second) == kernel::kDone && second == text);
+}
+
+}   // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static host::Kernel kernel;
+    fuzz::Input input(data, size);
+    const kernel::TypeCode type = input.Byte() % 64;
+    const std::string bytes = input.Text(64);
+    const std::string text = fuzz::Terminated(input.Rest());
+    if (!model::IsStored(type)) {
+        FUZZ_CHECK(arbor::CreateValue(kernel.Root(), type) == nullptr);
+        return 0;
+    }
+    {
+        Pair value(kernel.Root(), type);
+        value.Set(bytes);
+        value.Set(bytes);
+        value.SetNothing();
+        CheckTextIsStable(kernel.Root(), value.Plain());
+        value.FromText(text);
+        CheckTextIsStable(kernel.Root(), value.Plain());
+        value.Set(text);
+        if (type == kernel::tWSTRING) value.FromUtf8(text);
+        CheckTextIsStable(kernel.Root(), value.Plain());
+    }
+    FUZZ_CHECK(kernel.LiveBlocks() == 0);
+    return 0;
+}
