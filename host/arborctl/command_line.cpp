@@ -1,6 +1,6 @@
 #include "command_line.h"
 
-#include "value_types.h"
+#include <component/kernel/type_names.h>
 
 #include <component/kernel/trace.h>
 
@@ -18,12 +18,19 @@ constexpr int kWrongArguments = 2;
 
 std::filesystem::path PathOf(const std::string& text) { return host::ToUtf16(text); }
 
+std::string TypeNames() {
+    std::string names;
+    for (const kernel::ValueTypeRow& row : kernel::kStoredTypes)
+        names.append(names.empty() ? "" : " ").append(row.name);
+    return names;
+}
+
 /// What the arguments of a command are read into.
 struct Operands {
     std::string path, name, type, text, file;
     bool named = false;   // a name was given
 
-    [[nodiscard]] kernel::TypeCode Type() const { return type.empty() ? 0 : FindType(type)->type; }
+    [[nodiscard]] kernel::TypeCode Type() const { return type.empty() ? 0 : kernel::FindType(type)->type; }
 };
 
 /// The commands being read: what was given so far, and the tool's command that it sets.
@@ -57,7 +64,8 @@ private:
 
     CLI::Option* AddType(CLI::App* command, const char* name, const char* help) {
         return command->add_option(name, operands.type, help)->option_text("TYPE")->check([](const std::string& type) {
-            return FindType(type) != nullptr ? "" : type + " is no type of a value; the types are " + TypeNames();
+            return kernel::FindType(type) != nullptr ? ""
+                                                     : type + " is no type of a value; the types are " + TypeNames();
         });
     }
 

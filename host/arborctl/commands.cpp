@@ -1,7 +1,7 @@
 #include "commands.h"
 
+#include <component/kernel/type_names.h>
 #include "value_text.h"
-#include "value_types.h"
 
 #include <cstdio>
 #include <iostream>
@@ -62,8 +62,8 @@ void PrintValues(Store& store, ValueText& valueText, kernel::KeyHandle key, std:
     const std::uint32_t count = store.ValueCount(key);
     for (std::uint32_t i = 0; i < count; ++i) {
         const Datum datum = store.ReadAt(key, i);
-        std::cout << std::string(4 * depth, ' ') << store.ValueName(key, i) << ": " << FindType(datum.type)->name
-                  << Shown(datum.type, valueText.Show(datum)) << '\n';
+        std::cout << std::string(4 * depth, ' ') << store.ValueName(key, i) << ": "
+                  << kernel::FindType(datum.type)->name << Shown(datum.type, valueText.Show(datum)) << '\n';
     }
 }
 

@@ -1,6 +1,6 @@
 #include "store.h"
 
-#include "value_types.h"
+#include <component/kernel/type_names.h>
 
 #include <host/result_text.h>
 #include <host/text.h>
@@ -30,7 +30,7 @@ std::string ReadName(std::string_view tried, Call call) {
 template <class Call>
 Datum ReadDatum(std::string_view tried, kernel::TypeCode type, Call call) {
     Datum datum{type, {}};
-    const ValueTypeRow* row = FindType(type);
+    const kernel::ValueTypeRow* row = kernel::FindType(type);
     std::uint32_t size = row != nullptr ? row->width : 0;
     if (size == 0) Demand(call(&size, &datum.type, nullptr, 0), tried);
     datum.bytes.resize(size);

@@ -1,6 +1,6 @@
 #include "value_text.h"
 
-#include "value_types.h"
+#include <component/kernel/type_names.h>
 
 #include <host/text.h>
 
@@ -59,7 +59,7 @@ Datum ValueText::Parse(kernel::TypeCode type, const std::string& text) {
     if (IsBlob(type)) return {type, FromHex(text)};
     if (type == kernel::tSTRING) return {type, text};
     if (type == kernel::tWSTRING) return {type, WideBytes(text)};
-    const ValueTypeRow& row = *FindType(type);
+    const kernel::ValueTypeRow& row = *kernel::FindType(type);
     const std::string name = '"' + text + "\" as " + std::string(row.name);   // a refusal tells it
     scratch.Write(kRoot, name, {type, std::string(row.width, '\0')});
     scratch.Write(kRoot, name, {kernel::tSTRING, text});
@@ -71,7 +71,7 @@ std::string ValueText::Show(const Datum& datum) {
     if (datum.type == kernel::tWSTRING) return FromWideBytes(datum.bytes);
     std::string text = datum.bytes;
     if (datum.type != kernel::tSTRING) {
-        const std::string name(FindType(datum.type)->name);
+        const std::string name(kernel::FindType(datum.type)->name);
         scratch.Write(kRoot, name, datum);
         text = scratch.Read(kRoot, name, kernel::tSTRING).bytes;
     }

@@ -162,7 +162,7 @@ private:
     static std::string ResultInBrackets(kernel::ResultCode code) {
         char number[16];
         std::snprintf(number, sizeof number, "0x%08X (", static_cast<unsigned>(code));
-        return std::string(number).append(ResultText(code)) + ")";
+        return std::string(number).append(kernel::ResultText(code)) + ")";
     }
 
     std::string_view format;
