@@ -1,7 +1,5 @@
 #include "command_line.h"
 
-#include <component/kernel/type_names.h>
-
 #include <component/kernel/trace.h>
 
 #include <host/system.h>
@@ -14,8 +12,6 @@
 namespace arborctl {
 namespace {
 
-constexpr int kWrongArguments = 2;
-
 std::filesystem::path PathOf(const std::string& text) { return host::ToUtf16(text); }
 
 std::string TypeNames() {
@@ -24,6 +20,15 @@ std::string TypeNames() {
         names.append(names.empty() ? "" : " ").append(row.name);
     return names;
 }
+
+/// A command's usage names the document in front of it.
+class UsageWithDocument : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App* app, std::string name) const override {
+        if (app->get_parent() != nullptr) name.insert(name.find(' '), " DOCUMENT");
+        return CLI::Formatter::make_usage(app, name);
+    }
+};
 
 /// What the arguments of a command are read into.
 struct Operands {
@@ -40,16 +45,26 @@ public:
 
     void AddAll() {
         AddReading();
+        AddComparing();
         AddChanging();
+        AddMoving();
     }
 
 private:
-    using Work = void (*)(const Session&, const Operands&);
+    using Work = int (*)(const Session&, const Operands&);
 
-    CLI::App* Add(const char* name, const char* help, Work work) {
-        return app.add_subcommand(name, help)->callback([this, work] {
-            line.command = [work, given = operands](const Session& session) { work(session, given); };
-        });
+    CLI::App* Add(const char* name, const char* help, const char* example, Work work) {
+        return app.add_subcommand(name, help)
+            ->footer(std::string("Example:\n  arborctl ") + example)
+            ->callback([this, work] {
+                line.command = [work, given = operands](const Session& session) { return work(session, given); };
+            });
+    }
+
+    CLI::App* AddReader(const char* name, const char* help, const char* example, Work work) {
+        CLI::App* command = Add(name, help, example, work);
+        command->add_flag("--json", line.json, "print JSON, for programs");
+        return command;
     }
 
     CLI::Option* AddPath(CLI::App* command) {
@@ -70,48 +85,87 @@ private:
     }
 
     void AddReading() {
-        CLI::App* tree = Add("tree", "Show keys and values, typed",
-                             [](const Session& session, const Operands& given) { Tree(session, given.path); });
+        CLI::App* tree =
+            AddReader("tree", "Show keys and values, typed", "settings.xml tree Network/Proxy",
+                      [](const Session& session, const Operands& given) { return Tree(session, given.path); });
         AddPath(tree);
 
-        CLI::App* get = Add(
-            "get", "Show one value, in its own type or converted",
-            [](const Session& session, const Operands& given) { Get(session, given.path, given.name, given.Type()); });
+        CLI::App* get = AddReader("get", "Show one value, in its own type or converted",
+                                  "settings.xml get Network/Proxy Port --as tSTRING",
+                                  [](const Session& session, const Operands& given) {
+                                      return Get(session, given.path, given.name, given.Type());
+                                  });
         AddPath(get)->required();
         AddName(get, "name of the value")->required();
         AddType(get, "--as", "type to convert to");
 
-        Add("check", "Load the document and say what is wrong with it",
-            [](const Session& session, const Operands&) { Check(session); });
+        CLI::App* find =
+            AddReader("find", "Show the keys and values with TEXT in a name or in a value's text; 1 if none",
+                      "settings.xml find proxy",
+                      [](const Session& session, const Operands& given) { return Find(session, given.text); });
+        find->add_option("TEXT", operands.text, "compared without regard to the case of ASCII letters")->required();
+
+        CLI::App* write =
+            AddReader("export", "Write a subtree as a document to standard output", "settings.xml export Network/Proxy",
+                      [](const Session& session, const Operands& given) { return Export(session, given.path); });
+        AddPath(write);
+    }
+
+    void AddComparing() {
+        AddReader("check", "Say whether the document loads, where it goes wrong, and what a save would change",
+                  "settings.xml check", [](const Session& session, const Operands&) { return Check(session); });
+
+        CLI::App* diff =
+            AddReader("diff", "Show in which keys and values another document differs; 1 if it does",
+                      "settings.xml diff settings.xml.bak2",
+                      [](const Session& session, const Operands& given) { return Diff(session, PathOf(given.file)); });
+        diff->add_option("OTHER-DOCUMENT", operands.file, "what DOCUMENT is compared with")->required();
+
+        AddReader("backups", "Show the document and the files that saves left beside it, and whether each loads",
+                  "settings.xml backups", [](const Session& session, const Operands&) { return Backups(session); });
     }
 
     void AddChanging() {
-        CLI::App* set = Add("set", "Make or change a value; keys on the way are made",
-                            [](const Session& session, const Operands& given) {
-                                Set(session, given.path, given.name, given.Type(), given.text);
-                            });
+        CLI::App* set =
+            Add("set", "Make or change a value; keys on the way are made",
+                "settings.xml set Network/Proxy Port tDWORD 8080", [](const Session& session, const Operands& given) {
+                    return Set(session, given.path, given.name, given.Type(), given.text);
+                });
         AddPath(set)->required();
         AddName(set, "name of the value")->required();
         AddType(set, "TYPE", "type of a new value; one that exists keeps its own and takes TEXT converted")->required();
-        set->add_option("TEXT", operands.text, "what to store; hexadecimal for a blob")->required();
+        set->add_option("TEXT", operands.text,
+                        "what to store; hexadecimal for a blob; behind \"--\" if it begins with \"-\"")
+            ->required();
 
         CLI::App* rm =
-            Add("rm", "Remove a value, or a key with all below it", [](const Session& session, const Operands& given) {
-                given.named ? RemoveValue(session, given.path, given.name) : RemoveKey(session, given.path);
-            });
+            Add("rm", "Remove a value, or a key with all below it", "settings.xml rm Network/Proxy Port",
+                [](const Session& session, const Operands& given) {
+                    return given.named ? RemoveValue(session, given.path, given.name) : RemoveKey(session, given.path);
+                });
         AddPath(rm)->required();
         AddName(rm, "name of the value; without it the key goes");
+    }
 
+    void AddMoving() {
         CLI::App* cp =
             Add("cp", "Copy a subtree into another document, to the same place",
-                [](const Session& session, const Operands& given) { Copy(session, given.path, PathOf(given.file)); });
+                "settings.xml cp Network/Proxy other.xml", [](const Session& session, const Operands& given) {
+                    return Copy(session, given.path, PathOf(given.file));
+                });
         AddPath(cp)->required();
         cp->add_option("TARGET-DOCUMENT", operands.file, "made if it's missing")->required();
 
         CLI::App* import =
-            Add("import", "Read any XML into this document",
-                [](const Session& session, const Operands& given) { Import(session, PathOf(given.file)); });
+            Add("import", "Read any XML into this document", "--create settings.xml import foreign.xml",
+                [](const Session& session, const Operands& given) { return Import(session, PathOf(given.file)); });
         import->add_option("FOREIGN.xml", operands.file, "elements become keys, attributes and text become values")
+            ->required();
+
+        CLI::App* restore = Add(
+            "restore", "Put a backup in the document's place; what stood there is kept", "settings.xml restore .bak2",
+            [](const Session& session, const Operands& given) { return RestoreBackup(session, given.file); });
+        restore->add_option("BACKUP", operands.file, "a file that the command backups shows, or its ending")
             ->required();
     }
 
@@ -120,16 +174,9 @@ private:
     Operands operands;
 };
 
-}   // namespace
-
-std::optional<CommandLine> ReadCommandLine(std::vector<std::string> arguments, int& exitCode) {
-    CommandLine line;
-    std::string module;
-    std::string document;
-    CLI::App app("Reads and changes a document of settings.", "arborctl");
-    app.footer("arborctl DOCUMENT COMMAND --help tells more of a command.");
-    app.allow_windows_style_options(false);   // a path may begin with "/"
-    app.require_subcommand(1);
+void AddOptions(CLI::App& app, CommandLine& line, std::string& module, std::string& document) {
+    const std::map<std::string, Colours> whens{
+        {"auto", Colours::Auto}, {"always", Colours::Always}, {"never", Colours::Never}};
     app.add_option("--module", module, "module to load (default: the one beside this program)")->option_text("FILE");
     app.add_option("--trace", line.traceLevel, "show the module's lines up to this level, 600 being all")
         ->option_text("LEVEL");
@@ -139,20 +186,54 @@ std::optional<CommandLine> ReadCommandLine(std::vector<std::string> arguments, i
         ->option_text("MODE")
         ->check(CLI::Range(0, 2));
     app.add_option("--root", line.settings.root, "key that paths start at")->option_text("PATH");
+    app.add_option("--color", line.colours, "auto, always or never; auto: on a terminal")
+        ->option_text("WHEN")
+        ->transform(CLI::Transformer(whens))
+        ->check([](const std::string& when) { return when.size() == 1 ? "" : when + " is not auto, always or never"; });
     app.add_flag("--leaks", line.leaks, "say how much memory the module kept");
-    app.add_option("DOCUMENT", document, "file of the settings")->required();
+    app.set_version_flag("--version", "arborctl " ARBOR_VERSION);
+    app.add_option("DOCUMENT", document, "file of the settings");
+}
+
+/// A command may stand before its document too.
+void PutDocumentFirst(const CLI::App& app, std::vector<std::string>& arguments) {
+    const auto isCommand = [&app](const std::string& word) {
+        return !app.get_subcommands([&word](const CLI::App* command) { return command->get_name() == word; }).empty();
+    };
+    if (arguments.size() < 2 || !isCommand(arguments[0]) || isCommand(arguments[1])) return;
+    if (!arguments[1].starts_with('-')) std::swap(arguments[0], arguments[1]);
+}
+
+}   // namespace
+
+std::optional<CommandLine> ReadCommandLine(std::vector<std::string> arguments, int& exitCode) {
+    CommandLine line;
+    std::string module;
+    std::string document;
+    CLI::App app("Reads and changes a document of settings.", "arborctl");
+    app.formatter(std::make_shared<UsageWithDocument>());
+    app.footer("arborctl COMMAND --help tells more of a command.");
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return std::string("arborctl: ") + error.what() + " (arborctl --help tells more)\n";
+    });
+    app.allow_windows_style_options(false);   // a path may begin with "/"
+    app.require_subcommand(1);
+    AddOptions(app, line, module, document);
     Commands commands(app, line);   // outlives the parsing, which calls into it
     commands.AddAll();
 
+    PutDocumentFirst(app, arguments);
     try {
         std::reverse(arguments.begin(), arguments.end());   // as the parser takes them
         app.parse(arguments);
+        if (document.empty()) throw CLI::RequiredError("DOCUMENT");
     } catch (const CLI::ParseError& error) {
-        exitCode = app.exit(error) == 0 ? 0 : kWrongArguments;
+        exitCode = app.exit(error) == 0 ? kExitDone : kExitTrouble;
         return std::nullopt;
     }
     line.settings.document = PathOf(document);
     if (app.got_subcommand("check")) line.traceLevel = std::max<std::uint32_t>(line.traceLevel, kernel::TraceWarning);
+    if (app.got_subcommand("diff") || app.got_subcommand("find")) line.refused = kExitTrouble;
     line.module =
         module.empty() ? host::ProgramFolder() / (std::string("arbor") + host::ModuleEnding()) : PathOf(module);
     return line;

@@ -1,27 +1,48 @@
 /// What the tool can do to a document. Each command prints its results to standard output and throws a `Refusal` where
-/// the store refuses; the document is stored as its last step or not at all.
+/// the store refuses; the document is stored as its last step or not at all. The results are exit codes.
 #pragma once
 
-#include "store.h"
+#include "document.h"
 
 namespace arborctl {
 
+inline constexpr int kExitDone = 0;
+inline constexpr int kExitRefused = 1;   // of all commands but the two that answer a question
+inline constexpr int kExitNo = 1;        // `diff`: they differ; `find`: nothing found
+inline constexpr int kExitTrouble = 2;   // a refusal of those two; a wrong command line
+
 struct Session {
     host::Kernel& kernel;
-    const StoreSettings& settings;
+    const DocumentSettings& settings;
+    Progress& progress;
+    bool json = false;   // of the reading commands
+    bool colours = false;
+
+    /// The document that the command line names.
+    [[nodiscard]] Document Load() const { return Document(kernel, settings, progress); }
 };
 
-void Tree(const Session& session, const std::string& path);
+int Tree(const Session& session, const std::string& path);
 /// In the value's own type for `type` 0.
-void Get(const Session& session, const std::string& path, const std::string& name, kernel::TypeCode type);
-void Set(const Session& session, const std::string& path, const std::string& name, kernel::TypeCode type,
-         const std::string& text);
-void RemoveKey(const Session& session, const std::string& path);
-void RemoveValue(const Session& session, const std::string& path, const std::string& name);
+int Get(const Session& session, const std::string& path, const std::string& name, kernel::TypeCode type);
+/// Names of keys and values, and texts of values, without regard to the case of ASCII letters.
+int Find(const Session& session, const std::string& text);
+int Diff(const Session& session, const std::filesystem::path& other);
+/// The subtree as a native document, with elements that repeat under names of their own.
+int Export(const Session& session, const std::string& path);
+/// Loads, saves and loads again, the latter two in memory.
+int Check(const Session& session);
+int Backups(const Session& session);
+
+int Set(const Session& session, const std::string& path, const std::string& name, kernel::TypeCode type,
+        const std::string& text);
+int RemoveKey(const Session& session, const std::string& path);
+int RemoveValue(const Session& session, const std::string& path, const std::string& name);
 /// The subtree stands under the same path in `target`, which is made if it's missing.
-void Copy(const Session& session, const std::string& path, const std::filesystem::path& target);
+int Copy(const Session& session, const std::string& path, const std::filesystem::path& target);
 /// Elements that repeat in their parent become keys of their own: "item", "item#2".
-void Import(const Session& session, const std::filesystem::path& foreign);
-void Check(const Session& session);
+int Import(const Session& session, const std::filesystem::path& foreign);
+/// `backup` is a file's name or what follows the document's name in it.
+int RestoreBackup(const Session& session, const std::string& backup);
 
 }   // namespace arborctl

@@ -3,4 +3,7 @@
 
 #include <host/system.h>
 
-int main(int argc, char** argv) { return arborctl::RunTool(host::ProgramArguments(argc, argv)); }
+int main(int argc, char** argv) {
+    return arborctl::RunTool(host::ProgramArguments(argc, argv),
+                             {host::IsTerminal(host::Stream::Output), host::IsTerminal(host::Stream::Error)});
+}

@@ -2,25 +2,31 @@
 
 #include "command_line.h"
 
+#include <cstdlib>
 #include <iostream>
 
 namespace arborctl {
 namespace {
 
-constexpr int kDone = 0;
-constexpr int kRefused = 1;
-
 void PrintLine(const host::TraceLine& line) { std::cerr << line.level << ' ' << line.text << '\n'; }
 
-int RunCommand(const CommandLine& line) {
+/// By the custom that a set NO_COLOR asks programs for none.
+bool WantsColours(Colours colours, bool terminal) {
+    if (colours != Colours::Auto) return colours == Colours::Always;
+    const char* refused = std::getenv("NO_COLOR");
+    return terminal && (refused == nullptr || *refused == '\0');
+}
+
+int RunCommand(const CommandLine& line, Terminals terminals) {
     host::Kernel kernel({.traceLevel = line.traceLevel, .traceSink = PrintLine, .trackBlocks = line.leaks});
-    int exitCode = kDone;
+    Progress progress(terminals.error ? &std::cerr : nullptr);
+    int exitCode = line.refused;
     try {
         kernel.LoadModule(line.module);
-        line.command({kernel, line.settings});
+        exitCode =
+            line.command({kernel, line.settings, progress, line.json, WantsColours(line.colours, terminals.output)});
     } catch (const std::exception& error) {
-        std::cerr << error.what() << '\n';
-        exitCode = kRefused;
+        std::cerr << "arborctl: " << error.what() << '\n';
     }
     if (line.leaks || kernel.LiveBlocks() != 0) std::cerr << kernel.LeakReport();
     return exitCode;
@@ -28,10 +34,10 @@ int RunCommand(const CommandLine& line) {
 
 }   // namespace
 
-int RunTool(std::vector<std::string> arguments) {
-    int exitCode = kDone;
+int RunTool(std::vector<std::string> arguments, Terminals terminals) {
+    int exitCode = kExitDone;
     const auto line = ReadCommandLine(std::move(arguments), exitCode);
-    return line ? RunCommand(*line) : exitCode;
+    return line ? RunCommand(*line, terminals) : exitCode;
 }
 
 }   // namespace arborctl

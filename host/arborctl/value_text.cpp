@@ -1,15 +1,13 @@
 #include "value_text.h"
 
-#include <component/kernel/type_names.h>
-
 #include <host/text.h>
 
+#include <cstdio>
 #include <cstring>
 
 namespace arborctl {
 namespace {
 
-constexpr kernel::KeyHandle kRoot = 0;
 constexpr std::string_view kDigits = "0123456789ABCDEF";
 
 bool IsBlob(kernel::TypeCode type) { return type == kernel::tBINARY || type == kernel::tPTR; }
@@ -55,27 +53,51 @@ std::string FromWideBytes(const std::string& bytes) {
 
 }   // namespace
 
-Datum ValueText::Parse(kernel::TypeCode type, const std::string& text) {
+arbor::Datum ValueText::Parse(kernel::TypeCode type, const std::string& text) const {
     if (IsBlob(type)) return {type, FromHex(text)};
     if (type == kernel::tSTRING) return {type, text};
     if (type == kernel::tWSTRING) return {type, WideBytes(text)};
     const kernel::ValueTypeRow& row = *kernel::FindType(type);
     const std::string name = '"' + text + "\" as " + std::string(row.name);   // a refusal tells it
-    scratch.Write(kRoot, name, {type, std::string(row.width, '\0')});
-    scratch.Write(kRoot, name, {kernel::tSTRING, text});
-    return scratch.Read(kRoot, name, type);
+    Demand(scratch.Root().Set(name, arbor::Datum{type, std::string(row.width, '\0')}), name);
+    Demand(scratch.Root().Set(name, text), name);
+    return Demand(scratch.Root().Read(name, type), name);
 }
 
-std::string ValueText::Show(const Datum& datum) {
+std::string ValueText::Show(const arbor::Datum& datum) const {
     if (IsBlob(datum.type)) return ToHex(datum.bytes);
     if (datum.type == kernel::tWSTRING) return FromWideBytes(datum.bytes);
-    std::string text = datum.bytes;
-    if (datum.type != kernel::tSTRING) {
-        const std::string name(kernel::FindType(datum.type)->name);
-        scratch.Write(kRoot, name, datum);
-        text = scratch.Read(kRoot, name, kernel::tSTRING).bytes;
+    if (datum.type == kernel::tSTRING) return datum.bytes.c_str();   // without the terminator
+    const std::string name = TypeName(datum);
+    Demand(scratch.Root().Set(name, datum), name);
+    return Demand(scratch.Root().Get<std::string>(name), name);
+}
+
+std::string ValueText::Line(const arbor::Datum& datum) const {
+    const std::string text = Show(datum);
+    const std::string shown = IsText(datum.type) ? Quoted(text) : text;
+    return TypeName(datum) + (shown.empty() ? "" : " ") + shown;
+}
+
+bool IsText(kernel::TypeCode type) {
+    return type == kernel::tSTRING || type == kernel::tWSTRING || type == kernel::tCHAR;
+}
+
+std::string Quoted(std::string_view text) {
+    std::string quoted = "\"";
+    for (const char letter : text) {
+        const auto byte = static_cast<unsigned char>(letter);
+        if (letter == '"' || letter == '\\') {
+            quoted.append({'\\', letter});
+        } else if (byte < 0x20 || byte == 0x7F) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\x%02X", byte);
+            quoted += escape;
+        } else {
+            quoted += letter;
+        }
     }
-    return text.c_str();   // without the terminator
+    return quoted + '"';
 }
 
 }   // namespace arborctl

@@ -2,22 +2,34 @@
 /// conversion, on a tree without a document.
 #pragma once
 
-#include "store.h"
+#include "document.h"
 
 namespace arborctl {
 
 class ValueText {
 public:
-    explicit ValueText(host::Kernel& kernel) : scratch(kernel, {}) {}
+    explicit ValueText(host::Kernel& kernel) : scratch(kernel) {}
 
     /// Reads `text` as a value of `type`. Throws a `Refusal` if the type can't take it.
-    [[nodiscard]] Datum Parse(kernel::TypeCode type, const std::string& text);
+    [[nodiscard]] arbor::Datum Parse(kernel::TypeCode type, const std::string& text) const;
 
     /// Shows a value. Throws a `Refusal` if its type has no text.
-    [[nodiscard]] std::string Show(const Datum& datum);
+    [[nodiscard]] std::string Show(const arbor::Datum& datum) const;
+
+    /// What stands behind a value's name in a line: its type, and its text, in quotes where it is one.
+    [[nodiscard]] std::string Line(const arbor::Datum& datum) const;
 
 private:
-    Store scratch;
+    Document scratch;
 };
+
+[[nodiscard]] inline std::string TypeName(const arbor::Datum& datum) {
+    return std::string(kernel::FindType(datum.type)->name);
+}
+
+[[nodiscard]] bool IsText(kernel::TypeCode type);
+
+/// `text` in quotes, with what would break the line escaped.
+[[nodiscard]] std::string Quoted(std::string_view text);
 
 }   // namespace arborctl

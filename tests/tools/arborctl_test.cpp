@@ -104,7 +104,21 @@ TEST_F(ArborctlTest, ReadsShowValuesInTheirTypeOrAnother) {
          {"tree"},
          "Blob: tBINARY 0A0BFF\nWide: tWSTRING \"AB\"\nNetwork/\n    Comment: tSTRING \"a & b\\x09<c>\"\n"
          "    Proxy/\n        Enabled: tBOOL 1\n        Port: tDWORD 8080\n"},
-        {"no fault", {"check"}, "loads without a fault: 2 keys, 5 values\n"},
+        {"a value as JSON", {"get", "Network/Proxy", "Port", "--json"}, "{\"type\":\"tDWORD\",\"value\":8080}\n"},
+        {"a subtree as JSON",
+         {"tree", "Network", "--json"},
+         R"({"name":"","values":[{"name":"Comment","type":"tSTRING","value":"a & b\t<c>"}],"keys":[{"name":"Proxy","values":[)"
+         R"({"name":"Enabled","type":"tBOOL","value":true},{"name":"Port","type":"tDWORD","value":8080}],"keys":[]}]})"
+         "\n"},
+        {"what is found in names and texts, in any case", {"find", "pRo"}, "Network/Proxy/\n"},
+        {"what is found in a text", {"find", "808"}, "Network/Proxy/Port: tDWORD 8080\n"},
+        {"finds as JSON",
+         {"find", "Port", "--json"},
+         "[{\"path\":\"Network/Proxy\",\"name\":\"Port\",\"type\":\"tDWORD\",\"value\":8080}]\n"},
+        {"a subtree as a document",
+         {"export", "Network/Proxy"},
+         "<arbor>\r\n    <tBOOL name=\"Enabled\">1</tBOOL>\r\n    <tDWORD name=\"Port\">8080</tDWORD>\r\n</arbor>\r\n"},
+        {"no difference", {"diff", Path("d.xml")}, ""},
     };
     for (const Case& row : cases) {
         SCOPED_TRACE(row.label);
@@ -114,6 +128,10 @@ TEST_F(ArborctlTest, ReadsShowValuesInTheirTypeOrAnother) {
         EXPECT_THAT(outcome.error, IsEmpty());
     }
     EXPECT_EQ(RunOn("d.xml", {"get", "Proxy", "Port"}, {"--root", "Network"}).output, "8080\n");
+    EXPECT_EQ(RunOn("d.xml", {"get", "Network/Proxy", "Port"}, {"--color", "always"}).output, "8080\n");
+    EXPECT_THAT(RunOn("d.xml", {"tree", "Network/Proxy"}, {"--color", "always"}).output,
+                HasSubstr("\033[36mPort\033[0m: "));
+    EXPECT_EQ(RunTool({"find", Path("d.xml"), "nowhere"}).exitCode, 1);
     EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
 }
 
@@ -158,7 +176,8 @@ TEST_F(ArborctlTest, AChangeIsSavedAndReadsBack) {
 }
 
 TEST_F(ArborctlTest, ARefusalTellsItsCodeAndLeavesTheDocument) {
-    std::ofstream(folder / "bad.xml") << "<arbor><key name=\"x\"></arbor>";
+    for (const char* name : {"bad.xml", "d.xml.tmp1f"})
+        std::ofstream(folder / name) << "<arbor><key name=\"x\"></arbor>";
     struct Case {
         const char* label;
         const char* document;
@@ -171,7 +190,11 @@ TEST_F(ArborctlTest, ARefusalTellsItsCodeAndLeavesTheDocument) {
         {"no value", "d.xml", {}, {"get", "Network", "Port"}, "0x8000D002: no such key or value"},
         {"no root", "d.xml", {"--root", "Nowhere"}, {"tree"}, "0x8000D002: no such key or value"},
         {"no document", "none.xml", {}, {"tree"}, "0x800000C5: no such document"},
-        {"a malformed document", "bad.xml", {}, {"check"}, "0x800000C0: the document is malformed"},
+        {"a malformed document", "bad.xml", {}, {"tree"}, "0x800000C0: the document is malformed"},
+        {"nothing to restore", "d.xml", {}, {"restore", ".bak"}, "0x800000C5: no such document"},
+        {"the document itself", "d.xml", {}, {"restore", "d.xml"}, "0x800000C5: no such document"},
+        {"a backup that doesn't load", "d.xml", {}, {"restore", "tmp1f"}, "0x800000C0: the document is malformed"},
+        {"no backups", "none.xml", {}, {"backups"}, "0x800000C5: no such document"},
         {"a text that isn't of the type",
          "d.xml",
          {},
@@ -200,12 +223,14 @@ TEST_F(ArborctlTest, ARefusalTellsItsCodeAndLeavesTheDocument) {
         SCOPED_TRACE(row.label);
         const Outcome outcome = RunOn(row.document, row.command, row.options);
         EXPECT_EQ(outcome.exitCode, 1);
-        EXPECT_THAT(outcome.error, StartsWith(row.error));
+        EXPECT_THAT(outcome.error, StartsWith(std::string("arborctl: ") + row.error));
+        EXPECT_EQ(outcome.error.find('\n'), outcome.error.size() - 1);
         EXPECT_THAT(outcome.output, IsEmpty());
         EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
     }
     EXPECT_EQ(RunOn("d.xml", {"cp", "Nowhere", Path("new.xml")}).exitCode, 1);
-    EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "bad.xml"));
+    EXPECT_EQ(RunOn("d.xml", {"diff", Path("bad.xml")}).exitCode, 2);
+    EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "bad.xml", "d.xml.tmp1f"));
 }
 
 TEST_F(ArborctlTest, AWrongCommandLineEndsWithTwo) {
@@ -217,17 +242,24 @@ TEST_F(ArborctlTest, AWrongCommandLineEndsWithTwo) {
         {"d.xml", "set", "Network", "V", "tFOO", "1"},
         {"d.xml", "get", "Network", "V", "--as", "tOBJECT"},
         {"--backup", "3", "d.xml", "tree"},
+        {"--color", "red", "d.xml", "tree"},
+        {"tree", "--json"},
+        {"set", "d.xml", "Network", "V", "tDWORD"},
         {"--trace", "loud", "d.xml", "tree"},
         {"d.xml", "tree", "Network", "more"},
     };
     for (const std::vector<std::string>& arguments : cases) {
         const Outcome outcome = RunTool(arguments);
         EXPECT_EQ(outcome.exitCode, 2) << testing::PrintToString(arguments);
-        EXPECT_NE(outcome.error, "") << testing::PrintToString(arguments);
+        EXPECT_THAT(outcome.error, StartsWith("arborctl: ")) << testing::PrintToString(arguments);
+        EXPECT_EQ(outcome.error.find('\n'), outcome.error.size() - 1) << outcome.error;
     }
-    const Outcome help = RunTool({"--help"});
-    EXPECT_EQ(help.exitCode, 0);
-    EXPECT_THAT(help.output, HasSubstr("import"));
+    for (const char* command :
+         {"tree", "get", "find", "export", "check", "diff", "backups", "set", "rm", "cp", "import", "restore"}) {
+        const Outcome help = RunTool({command, "--help"});
+        EXPECT_EQ(help.exitCode, 0);
+        EXPECT_THAT(help.output, testing::ContainsRegex(std::string("Example:\n  arborctl .*") + command));
+    }
 }
 
 TEST_F(ArborctlTest, BackupsStandBesideTheDocumentAsTheModeSays) {
@@ -243,6 +275,87 @@ TEST_F(ArborctlTest, BackupsStandBesideTheDocumentAsTheModeSays) {
     EXPECT_EQ(save("2", "third"), 0);
     EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "d.xml.bak", "d.xml.bak2"));
     EXPECT_EQ(FileText(folder / "d.xml.bak"), FileText(folder / "d.xml"));
+}
+
+TEST_F(ArborctlTest, ADifferenceIsShownKeyByKey) {
+    std::ofstream(folder / "other.xml")
+        << "<arbor><tBINARY name='blob'>0A0BFF</tBINARY><key name='network'><key name='PROXY'>"
+           "<tDWORD name='Port'>1</tDWORD><tDWORD name='Port'>2</tDWORD></key>"
+           "<tSTRING name='Comment'>a &amp; b&#x9;&lt;c></tSTRING><key name='New'/></key></arbor>";
+    const Outcome lines = RunTool({"diff", Path("d.xml"), Path("other.xml")});
+    EXPECT_EQ(lines.exitCode, 1);
+    EXPECT_EQ(lines.output,
+              "- Wide: tWSTRING \"AB\"\n"
+              "- Network/Proxy/Enabled: tBOOL 1\n"
+              "- Network/Proxy/Port: tDWORD 8080\n+ Network/Proxy/Port: tDWORD 1\n"
+              "+ Network/Proxy/Port#2: tDWORD 2\n"
+              "+ Network/New/\n");
+    EXPECT_THAT(
+        RunOn("other.xml", {"diff", Path("d.xml"), "--json"}).output,
+        HasSubstr(R"({"change":"changed","path":"network/PROXY","name":"Port","was":{"type":"tDWORD","value":1},)"
+                  R"("now":{"type":"tDWORD","value":8080}})"));
+}
+
+TEST_F(ArborctlTest, ACheckSaysWhereADocumentGoesWrongAndWhatASaveChanges) {
+    std::string deep;
+    for (int i = 0; i < 2060; ++i) deep += "k/";
+    struct Case {
+        const char* label;
+        std::string document;
+        const char* said;   // behind the file's name
+    };
+    const Case cases[] = {
+        {"an end tag of another element", "<arbor>\n <key name='x'>\n </kez>\n</arbor>",
+         ":3:2: doesn't load: 0x800000C0"},
+        {"a missing end tag", "<arbor>\n <key name='x'>\n", ":3:1: doesn't load: 0x800000C0"},
+        {"a value that its type refuses",
+         "<arbor><tBOOL name='\u00e4'>1</tBOOL>\n <!-- </key> --><tDWORD name='n'>many</tDWORD><key "
+         "name='x'/></arbor>",
+         ":2:2: doesn't load: 0x80000046"},
+        {"an unknown element", "<arbor><key name='x'><tDOUBLE name='d'>1</tDOUBLE><foo/></key></arbor>", ":1:51: "},
+        {"a foreign document", "<a><b c='1'/>\n<d e=1/></a>", ":2:1: doesn't load: 0x800000C0"},
+        {"nothing that is XML", "hello", ":1:1: doesn't load: 0x80000046"},
+        {"a wide text", "<arbor><tWSTRING name='w'>4100</tWSTRING></arbor>",
+         ": warning: a save changes it: - w: tWSTRING"},
+        {"elements that repeat", "<a><b/><b c='1'/></a>", ": warning: a save changes it: + a/b/c: tSTRING \"1\""},
+        {"a number that has no text", "<arbor><tDOUBLE name='d'>1e300</tDOUBLE></arbor>",
+         ": warning: it can't be saved: 0x80000044"},
+        {"deeper than a load goes", "<arbor><key name='" + deep + "'/></arbor>",
+         ": warning: once saved it won't load again: 0x80000059"},
+        {"no fault", "<arbor><key name='x'/></arbor>", nullptr},
+        {"an empty file", "", nullptr},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.label);
+        std::ofstream(folder / "d.xml", std::ios::binary) << row.document;
+        const Outcome outcome = RunOn("d.xml", {"check"});
+        if (row.said != nullptr)
+            EXPECT_THAT(outcome.error, StartsWith(Path("d.xml") + row.said));
+        else
+            EXPECT_THAT(outcome.error, IsEmpty());
+        EXPECT_EQ(outcome.exitCode, outcome.output.starts_with("loads without a fault: ") ? 0 : 1);
+        EXPECT_EQ(FileText(folder / "d.xml"), row.document);
+    }
+}
+
+TEST_F(ArborctlTest, ARestoreKeepsWhatItReplaces) {
+    ASSERT_EQ(RunOn("d.xml", {"rm", "Network"}, {"--backup", "1"}).exitCode, 0);
+    const std::string changed = FileText(folder / "d.xml");
+    for (const char* round : {"d.xml.before-restore", "d.xml.before-restore2"}) {
+        SCOPED_TRACE(round);
+        const Outcome outcome = RunOn("d.xml", {"restore", "bak2"});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.error;
+        EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
+        EXPECT_TRUE(std::filesystem::exists(folder / round));
+    }
+    EXPECT_EQ(FileText(folder / "d.xml.before-restore"), changed);
+    std::ofstream(folder / "d.xml.tmp1f") << "<arbor>";
+    std::ofstream(folder / "d.xml.other") << "<arbor>";
+    const std::string listed = RunOn("d.xml", {"backups"}).output;
+    EXPECT_EQ(std::count(listed.begin(), listed.end(), '\n'), 5);
+    EXPECT_THAT(listed, testing::ContainsRegex("Z +[0-9]+  d.xml \\(document\\): loads\n"));
+    EXPECT_THAT(listed, HasSubstr("d.xml.tmp1f (temporary file): doesn't load: 0x800000C0"));
+    EXPECT_THAT(RunOn("d.xml", {"backups", "--json"}).output, HasSubstr("\"role\":\"second backup\""));
 }
 
 TEST_F(ArborctlTest, ACopyStandsAtTheSamePlaceInTheTarget) {

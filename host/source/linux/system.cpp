@@ -4,9 +4,12 @@
 
 #include <dlfcn.h>
 #include <elf.h>
+#include <fcntl.h>
 #include <link.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 namespace host {
@@ -52,6 +55,16 @@ const char* ModuleEnding() { return ".so"; }
 
 std::vector<std::string> ProgramArguments(int count, const char* const* values) {
     return {values + std::min(count, 1), values + count};
+}
+
+bool IsTerminal(Stream stream) { return isatty(stream == Stream::Output ? STDOUT_FILENO : STDERR_FILENO) != 0; }
+
+void FlushToDisk(const std::filesystem::path& path) {
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool done = file >= 0 && fsync(file) == 0;
+    const std::error_code error(errno, std::generic_category());
+    if (file >= 0) close(file);
+    if (!done) throw std::filesystem::filesystem_error("can't flush", path, error);
 }
 
 }   // namespace host

@@ -2,6 +2,8 @@
 #include <host/system.h>
 #include <host/text.h>
 
+#include <fcntl.h>
+#include <io.h>
 #include <windows.h>
 
 /// The C runtime's parser of the command line in UTF-16; its headers don't declare it.
@@ -62,6 +64,7 @@ const char* ModuleEnding() { return ".dll"; }
 /// What `main` gets has lost the characters that the system's code page lacks.
 std::vector<std::string> ProgramArguments(int, const char* const*) {
     SetConsoleOutputCP(CP_UTF8);
+    _setmode(_fileno(stdout), _O_BINARY);
     int count = 0;
     int newMode = 0;
     wchar_t** values = nullptr;
@@ -70,6 +73,23 @@ std::vector<std::string> ProgramArguments(int, const char* const*) {
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i) arguments.push_back(ToUtf8(Units(values[i])));
     return arguments;
+}
+
+bool IsTerminal(Stream stream) {
+    const HANDLE console = GetStdHandle(stream == Stream::Output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
+    DWORD mode = 0;
+    return GetConsoleMode(console, &mode) != 0 &&
+           SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+}
+
+/// A folder's entries need no call of their own.
+void FlushToDisk(const std::filesystem::path& path) {
+    if (std::filesystem::is_directory(path)) return;
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+    const bool done = file != INVALID_HANDLE_VALUE && FlushFileBuffers(file) != 0;
+    const std::error_code error(static_cast<int>(GetLastError()), std::system_category());
+    if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
+    if (!done) throw std::filesystem::filesystem_error("can't flush", path, error);
 }
 
 }   // namespace host

@@ -1,0 +1,23 @@
+/// The files that saves and restores leave beside a document.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace arborctl {
+
+struct BackupFile {
+    std::filesystem::path path;
+    const char* role;
+};
+
+/// The document and what stands beside it, as far as they exist: the document first, the rest by name.
+[[nodiscard]] std::vector<BackupFile> FindBackups(const std::filesystem::path& document);
+
+/// Puts a copy of `backup` in the document's place, by a temporary file and a move: one of the two stands there at
+/// every moment. Returns the file that a copy of the former document went to; empty if there was none. Throws
+/// `std::filesystem::filesystem_error`, with the document untouched.
+std::filesystem::path Restore(const std::filesystem::path& document, const std::filesystem::path& backup);
+
+}   // namespace arborctl

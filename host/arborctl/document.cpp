@@ -1,0 +1,70 @@
+#include "document.h"
+
+#include <host/result_text.h>
+#include <host/text.h>
+
+namespace arborctl {
+namespace {
+
+/// A key as a refusal tells it.
+std::string Place(const std::string& path) { return path.empty() ? "the root" : path; }
+
+}   // namespace
+
+Refusal::Refusal(kernel::ResultCode code, std::string_view tried)
+    : std::runtime_error(host::Describe(code).append(" (").append(tried).append(")")), refused(code) {}
+
+void Demand(arbor::Status status, std::string_view tried) {
+    if (!status) throw Refusal(status.Code(), tried);
+}
+
+std::string PathText(const std::filesystem::path& path) { return host::ToUtf8(path.u16string()); }
+
+std::string LoadState(kernel::ResultCode code) {
+    return kernel::IsSuccess(code) ? "loads" : "doesn't load: " + host::Describe(code);
+}
+
+Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress)
+    : object(kernel), stages(&progress), file(settings.document) {
+    const std::string tried =
+        "loading " + PathText(settings.document) + (settings.root.empty() ? "" : " at ") + settings.root;
+    const auto set = [&tried](kernel::ResultCode code) { Demand(arbor::Status(code), tried); };
+    set(object.SetDocument(settings.document));
+    set(object.SetNumber(kernel::PropertyReadOnly, settings.readOnly ? 1 : 0));
+    set(object.SetNumber(kernel::PropertyOpenFlags, settings.create ? kernel::kOpenFlagCreate : 0));
+    set(object.SetNumber(kernel::PropertyBackupMode, settings.backupMode));
+    if (!settings.root.empty()) set(object.SetRootPoint(settings.root));
+    const Progress::Stage stage = progress.Begin("loading", file);
+    set(object.Ready());
+}
+
+Document::Document(host::Kernel& kernel, host::IoObject& io) : object(kernel) {
+    Demand(arbor::Status(object.SetIoObject(io.Get())), "naming the document's home");
+    Demand(arbor::Status(object.Ready()), "loading");
+}
+
+Document::Document(host::Kernel& kernel) : object(kernel) {
+    Demand(arbor::Status(object.Ready()), "making an empty tree");
+}
+
+arbor::Key Document::Open(const std::string& path) const {
+    return path.empty() ? Root() : Demand(Root().Open(path), Place(path));
+}
+
+arbor::Key Document::Make(const std::string& path) const { return Demand(Root().Make(path), Place(path)); }
+
+void Document::Save() const {
+    const Progress::Stage stage = stages != nullptr ? stages->Begin("saving", file) : Progress::Stage();
+    Demand(Root().Save(), "saving");
+}
+
+/// A key that comes and goes marks the document as changed and leaves it as it was.
+void Document::SaveAnyway() const {
+    std::string name = "#";
+    while (Root().Open(name)) name += '#';
+    Demand(arbor::Status(Root().Make(name).Code()), "marking");
+    Demand(Root().RemoveKey(name), "marking");
+    Save();
+}
+
+}   // namespace arborctl

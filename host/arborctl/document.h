@@ -1,0 +1,81 @@
+/// A document open through the interface, with the failures of its calls as exceptions.
+#pragma once
+
+#include "progress.h"
+
+#include <component/kernel/client.h>
+
+#include <host/io_object.h>
+#include <host/object.h>
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace arborctl {
+
+/// What a call of the interface refused; `what()` is the code, its text and what was tried.
+class Refusal : public std::runtime_error {
+public:
+    Refusal(kernel::ResultCode code, std::string_view tried);
+
+    [[nodiscard]] kernel::ResultCode Code() const { return refused; }
+
+private:
+    kernel::ResultCode refused;
+};
+
+/// Throws a `Refusal` if `status` is a failure.
+void Demand(arbor::Status status, std::string_view tried);
+
+/// What was read, or a `Refusal`.
+template <class T>
+[[nodiscard]] T Demand(arbor::Result<T> result, std::string_view tried) {
+    Demand(arbor::Status(result.Code()), tried);
+    return *std::move(result);
+}
+
+struct DocumentSettings {
+    std::filesystem::path document{};
+    bool readOnly = false;
+    bool create = false;   // a missing document is made
+    std::uint32_t backupMode = 0;
+    std::string root{};   // the key that paths start at
+};
+
+/// A path as messages show it.
+[[nodiscard]] std::string PathText(const std::filesystem::path& path);
+
+/// "loads", or that it doesn't and why.
+[[nodiscard]] std::string LoadState(kernel::ResultCode code);
+
+/// Not for two threads. What was changed goes with the object unless `Save` is called. Every member may throw a
+/// `Refusal`.
+class Document {
+public:
+    /// Loads the document. Shows it, and the saving, as stages of `progress`.
+    Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress);
+    /// Loads what `io` holds, and saves there; nothing makes an empty tree.
+    Document(host::Kernel& kernel, host::IoObject& io);
+    /// A tree without a document.
+    explicit Document(host::Kernel& kernel);
+
+    [[nodiscard]] arbor::Store Root() const { return arbor::Store(object.Get()); }
+    /// Opens the key at `path`; the empty path is the root.
+    [[nodiscard]] arbor::Key Open(const std::string& path) const;
+    /// The same, with the keys made that are missing.
+    [[nodiscard]] arbor::Key Make(const std::string& path) const;
+
+    /// Stores the document if it was changed.
+    void Save() const;
+    /// The same whether it was or not.
+    void SaveAnyway() const;
+
+private:
+    host::Object object;
+    Progress* stages = nullptr;
+    std::filesystem::path file{};
+};
+
+}   // namespace arborctl

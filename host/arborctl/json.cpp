@@ -1,0 +1,89 @@
+#include "json.h"
+
+#include <cstring>
+
+#include <nlohmann/json.hpp>
+
+namespace arborctl {
+namespace {
+
+/// The JSON of a value; null for one that is neither a number nor a truth value.
+nlohmann::json Scalar(const arbor::Datum& datum) {
+    const auto as = [&datum]<class T>(T number) {
+        std::memcpy(&number, datum.bytes.data(), std::min(sizeof number, datum.bytes.size()));
+        return number;
+    };
+    switch (datum.type) {
+        case kernel::tSBYTE:
+            return as(std::int8_t{});
+        case kernel::tSHORT:
+            return as(std::int16_t{});
+        case kernel::tINT:
+        case kernel::tLONG:
+        case kernel::tERROR:
+            return as(std::int32_t{});
+        case kernel::tLONGLONG:
+            return as(std::int64_t{});
+        case kernel::tDOUBLE:
+            return as(double{});
+        case kernel::tBOOL:
+            return as(std::uint32_t{}) != 0;
+        case kernel::tVOID:
+        case kernel::tFUNC_PTR:
+        case kernel::tCHAR:
+        case kernel::tWCHAR:
+            return {};
+        default:
+            return kernel::FindType(datum.type)->width != 0 ? nlohmann::json(as(std::uint64_t{})) : nlohmann::json();
+    }
+}
+
+}   // namespace
+
+Json& Json::Name(std::string_view name) {
+    Text(name);
+    out << ':';
+    first = true;
+    return *this;
+}
+
+Json& Json::Text(std::string_view text) {
+    Separate();
+    out << nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return *this;
+}
+
+Json& Json::Number(std::uint64_t number) {
+    Separate();
+    out << number;
+    return *this;
+}
+
+Json& Json::Members(const arbor::Datum& datum, std::string_view text) {
+    Member("type", kernel::FindType(datum.type)->name).Name("value");
+    const nlohmann::json scalar = Scalar(datum);
+    if (scalar.is_null()) return Text(text);
+    Separate();
+    out << scalar.dump();
+    return *this;
+}
+
+Json& Json::Open(char bracket) {
+    Separate();
+    out << bracket;
+    first = true;
+    return *this;
+}
+
+Json& Json::Close(char bracket) {
+    out << bracket;
+    first = false;
+    return *this;
+}
+
+void Json::Separate() {
+    if (!first) out << ',';
+    first = false;
+}
+
+}   // namespace arborctl

@@ -1,0 +1,37 @@
+#include "progress.h"
+
+#include "document.h"
+
+namespace arborctl {
+namespace {
+
+constexpr std::uintmax_t kMegabyte = 1'000'000;
+constexpr std::uintmax_t kLarge = 10 * kMegabyte;
+constexpr std::size_t kKeysPerLine = 1 << 14;
+
+}   // namespace
+
+Progress::Stage::Stage(std::ostream& terminal, std::string line)
+    : out(&terminal), text(std::move(line)), shown(text.size()) {
+    *out << text << std::flush;
+}
+
+Progress::Stage::~Stage() {
+    if (out != nullptr) *out << '\r' << std::string(shown, ' ') << '\r' << std::flush;
+}
+
+void Progress::Stage::Step() {
+    if (out == nullptr || ++count % kKeysPerLine != 0) return;
+    const std::string line = text + ' ' + std::to_string(count) + " keys";
+    *out << '\r' << line << std::flush;
+    shown = line.size();
+}
+
+Progress::Stage Progress::Begin(std::string_view work, const std::filesystem::path& document) const {
+    std::error_code missing;
+    const std::uintmax_t size = out != nullptr ? std::filesystem::file_size(document, missing) : 0;
+    if (missing || size < kLarge) return {};
+    return {*out, std::string(work) + ' ' + PathText(document) + ", " + std::to_string(size / kMegabyte) + " MB ..."};
+}
+
+}   // namespace arborctl

@@ -1,0 +1,231 @@
+#include "backups.h"
+#include "commands.h"
+#include "compare.h"
+#include "copy_apart.h"
+#include "json.h"
+#include "value_text.h"
+#include "walk.h"
+
+#include <chrono>
+#include <ctime>
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+
+namespace arborctl {
+namespace {
+
+/// Escape sequences of a terminal; empty where there is none.
+struct Palette {
+    std::string_view key = "";
+    std::string_view name = "";
+    std::string_view type = "";
+    std::string_view removed = "";
+    std::string_view added = "";
+    std::string_view plain = "";
+};
+constexpr Palette kColours = {"\033[1;34m", "\033[36m", "\033[2m", "\033[31m", "\033[32m", "\033[0m"};
+
+Palette PaletteOf(const Session& session) { return session.colours ? kColours : Palette{}; }
+
+/// A tree as lines, indented by its depth.
+class TreeLines {
+public:
+    TreeLines(const Session& session, const ValueText& texts) : palette(PaletteOf(session)), valueText(texts) {}
+
+    void Enter(const arbor::Key& key, std::size_t depth) const {
+        if (depth == 0) return;
+        std::cout << std::string(4 * (depth - 1), ' ') << palette.key << NameOf(key) << '/' << palette.plain << '\n';
+    }
+    void Show(const arbor::Value& value, std::size_t depth) const {
+        const arbor::Datum datum = Read(value);
+        const std::string line = valueText.Line(datum);
+        const std::size_t type = TypeName(datum).size();
+        std::cout << std::string(4 * depth, ' ') << palette.name << value.Name() << palette.plain << ": "
+                  << palette.type << line.substr(0, type) << palette.plain << line.substr(type) << '\n';
+    }
+    void EndValues() const {}
+    void Leave() const {}
+    void End() const {}
+
+private:
+    Palette palette;
+    const ValueText& valueText;
+};
+
+/// A tree as objects with "name", "values" and "keys".
+class TreeJson {
+public:
+    explicit TreeJson(const ValueText& texts) : json(std::cout), valueText(texts) {}
+
+    void Enter(const arbor::Key& key, std::size_t depth) {
+        json.BeginObject().Member("name", depth == 0 ? "" : NameOf(key)).Name("values").BeginArray();
+    }
+    void Show(const arbor::Value& value, std::size_t) {
+        const arbor::Datum datum = Read(value);
+        json.BeginObject().Member("name", value.Name()).Members(datum, valueText.Show(datum)).EndObject();
+    }
+    void EndValues() { json.EndArray().Name("keys").BeginArray(); }
+    void Leave() { json.EndArray().EndObject(); }
+    void End() { json.End(); }
+
+private:
+    Json json;
+    const ValueText& valueText;
+};
+
+template <class Printer>
+void PrintTree(const Session& session, const std::string& path, Printer printer) {
+    const Document document = session.Load();
+    const arbor::Key top = document.Open(path);
+    Progress::Stage stage = session.progress.Begin("reading", session.settings.document);
+    Walk(
+        top,
+        [&](const arbor::Key& key, std::size_t depth) {
+            stage.Step();
+            printer.Enter(key, depth);
+            ForEachValue(key, [&](const arbor::Value& value) { printer.Show(value, depth); });
+            printer.EndValues();
+        },
+        [&] { printer.Leave(); });
+    printer.End();
+}
+
+bool Contains(const std::string& text, const std::string& small) {
+    return Lower(text).find(small) != std::string::npos;
+}
+
+/// A file's time in UTC, as ISO 8601 has it.
+std::string TimeOf(const std::filesystem::path& path) {
+    const auto time = std::chrono::file_clock::to_sys(std::filesystem::last_write_time(path));
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(time));
+    std::ostringstream text;
+    text << std::put_time(std::gmtime(&seconds), "%Y-%m-%dT%H:%M:%SZ");
+    return text.str();
+}
+
+kernel::ResultCode LoadCode(const Session& session, const std::filesystem::path& path) {
+    try {
+        const Document document(session.kernel, {.document = path, .readOnly = true}, session.progress);
+        return kernel::kDone;
+    } catch (const Refusal& refusal) {
+        return refusal.Code();
+    }
+}
+
+}   // namespace
+
+int Tree(const Session& session, const std::string& path) {
+    const ValueText valueText(session.kernel);
+    session.json ? PrintTree(session, path, TreeJson(valueText))
+                 : PrintTree(session, path, TreeLines(session, valueText));
+    return kExitDone;
+}
+
+int Get(const Session& session, const std::string& path, const std::string& name, kernel::TypeCode type) {
+    const Document document = session.Load();
+    const arbor::Datum datum = Demand(document.Open(path).Read(name, type), name);
+    const std::string text = ValueText(session.kernel).Show(datum);
+    if (session.json) {
+        Json json(std::cout);
+        json.BeginObject().Members(datum, text).EndObject().End();
+    } else {
+        std::cout << text << '\n';
+    }
+    return kExitDone;
+}
+
+int Find(const Session& session, const std::string& text) {
+    const Document document = session.Load();
+    const ValueText valueText(session.kernel);
+    const std::string wanted = Lower(text);
+    std::vector<std::string> paths;   // by depth
+    Json json(std::cout);
+    std::size_t found = 0;
+    Progress::Stage stage = session.progress.Begin("searching", session.settings.document);
+    if (session.json) json.BeginArray();
+    Walk(document.Root(), [&](const arbor::Key& key, std::size_t depth) {
+        stage.Step();
+        const std::string name = depth == 0 ? "" : NameOf(key);
+        paths.resize(depth);
+        paths.push_back(depth == 0 ? "" : Below(paths.back(), name));
+        const std::string& path = paths.back();
+        if (depth > 0 && Contains(name, wanted)) {
+            ++found;
+            if (session.json)
+                json.BeginObject().Member("path", path).EndObject();
+            else
+                std::cout << path << "/\n";
+        }
+        ForEachValue(key, [&](const arbor::Value& value) {
+            const arbor::Datum datum = Read(value);
+            const std::string shown = valueText.Show(datum);
+            if (!Contains(value.Name(), wanted) && !Contains(shown, wanted)) return;
+            ++found;
+            if (session.json) {
+                json.BeginObject().Member("path", path).Member("name", value.Name()).Members(datum, shown).EndObject();
+            } else {
+                std::cout << Below(path, value.Name()) << ": " << valueText.Line(datum) << '\n';
+            }
+        });
+    });
+    if (session.json) json.EndArray().End();
+    return found != 0 ? kExitDone : kExitNo;
+}
+
+int Diff(const Session& session, const std::filesystem::path& other) {
+    const Document was = session.Load();
+    DocumentSettings settings = session.settings;
+    settings.document = other;
+    const Document now(session.kernel, settings, session.progress);
+    const ValueText valueText(session.kernel);
+    const std::vector<Change> changes = Compare(was.Root(), now.Root());
+    if (session.json) {
+        Json json(std::cout);
+        json.BeginArray();
+        for (const Change& change : changes) Print(json, valueText, change);
+        json.EndArray().End();
+        return changes.empty() ? kExitDone : kExitNo;
+    }
+    const Palette palette = PaletteOf(session);
+    for (const Change& change : changes) {
+        for (const std::string& line : Lines(valueText, change)) {
+            std::cout << (line.front() == '-' ? palette.removed : palette.added) << line << palette.plain << '\n';
+        }
+    }
+    return changes.empty() ? kExitDone : kExitNo;
+}
+
+int Export(const Session& session, const std::string& path) {
+    if (session.json) return Tree(session, path);
+    const Document document = session.Load();
+    host::MemoryIo io(session.kernel);
+    const Document exported(session.kernel, io);
+    CopyApart(document.Open(path), exported.Root());
+    exported.SaveAnyway();
+    std::cout << io.Content();
+    return kExitDone;
+}
+
+int Backups(const Session& session) {
+    const std::vector<BackupFile> files = FindBackups(session.settings.document);
+    if (files.empty()) throw Refusal(kernel::kNoDocument, PathText(session.settings.document));
+    Json json(std::cout);
+    if (session.json) json.BeginArray();
+    for (const BackupFile& file : files) {
+        const kernel::ResultCode code = LoadCode(session, file.path);
+        const std::uintmax_t size = std::filesystem::file_size(file.path);
+        const std::string loads = LoadState(code);
+        if (session.json) {
+            json.BeginObject().Member("file", PathText(file.path)).Member("role", file.role);
+            json.Member("modified", TimeOf(file.path)).Member("bytes", size).Member("state", loads).EndObject();
+        } else {
+            std::cout << TimeOf(file.path) << std::setw(12) << size << "  " << PathText(file.path.filename()) << " ("
+                      << file.role << "): " << loads << '\n';
+        }
+    }
+    if (session.json) json.EndArray().End();
+    return kExitDone;
+}
+
+}   // namespace arborctl
