@@ -353,7 +353,7 @@ TEST_F(ArborctlTest, ARestoreKeepsWhatItReplaces) {
     std::ofstream(folder / "d.xml.other") << "<arbor>";
     const std::string listed = RunOn("d.xml", {"backups"}).output;
     EXPECT_EQ(std::count(listed.begin(), listed.end(), '\n'), 5);
-    EXPECT_THAT(listed, testing::ContainsRegex("Z +[0-9]+  d.xml \\(document\\): loads\n"));
+    EXPECT_THAT(listed, HasSubstr("  d.xml (document): loads\n"));
     EXPECT_THAT(listed, HasSubstr("d.xml.tmp1f (temporary file): doesn't load: 0x800000C0"));
     EXPECT_THAT(RunOn("d.xml", {"backups", "--json"}).output, HasSubstr("\"role\":\"second backup\""));
 }

@@ -1,0 +1,33 @@
+#!/bin/sh
+# What the documents list must be what the code has: check_lists.sh
+# Wants arborctl on the PATH.
+set -u
+cd "$(dirname "$0")/../.." || exit
+failed=0
+
+# mentions FILE WORD WHAT
+mentions() {
+    grep -qF -e "$2" "$1" || {
+        echo "$1 doesn't mention the $3 $2"
+        failed=1
+    }
+}
+
+module=component/instrumental/legacy/services/source/Registry/arbor
+literals=$(grep -rhoE '"([^"\\]|\\.)*"' "$module" --include='*.cpp' |
+    grep -E '^"(arbor|krn)\\t|%terr|^"Arbor::|^"cannot register' | sed 's/^"//; s/"$//' | sort -u)
+[ -n "$literals" ] || failed=1
+while IFS= read -r literal; do
+    mentions docs/tracing.md "$literal" "trace line"
+done <<EOF
+$literals
+EOF
+
+commands=$(arborctl --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z][a-z]*\) .*/\1/p')
+options=$(for command in '' $commands; do arborctl $command --help; done | grep -oE '^  (-h,)?--[a-z-]+' | grep -oE -e '--[a-z-]+' | sort -u)
+[ -n "$commands" ] && [ -n "$options" ] || failed=1
+for word in $commands $options; do
+    mentions host/arborctl/arborctl.bash "$word" "word"
+    mentions docs/arborctl.1 "$(echo "$word" | sed 's/-/\\-/g')" "word"
+done
+exit $failed

@@ -1,0 +1,66 @@
+#!/bin/bash
+# Holds a document to what it shows: run_commands.sh DOCUMENT...
+#
+# A line "$ COMMAND" in an indented block is run, and what it prints must be the lines below it, up to the next command
+# or the end of the block; "..." stands for anything. The commands of one document share a fresh folder, which holds
+# the files of examples/. A block behind "<!-- FILE -->" must be that file of the project, to the letter.
+# Wants arborctl on the PATH.
+set -u
+project=$(cd "$(dirname "$0")/../.." && pwd)
+failures=0
+
+fail() {
+    printf '%s:%s: %s\n' "$document" "$line_number" "$1"
+    failures=$((failures + 1))
+}
+
+# The text as a pattern in which "..." matches anything and all else itself.
+pattern_of() {
+    local text=${1//\\/\\\\}
+    text=${text//\[/\\[}
+    text=${text//\*/\\*}
+    text=${text//\?/\\?}
+    printf '%s' "${text//.../*}"
+}
+
+# Runs the command that was read, and compares.
+check() {
+    [ -n "$command" ] || return
+    local output
+    output=$(cd "$folder" && eval "$command" 2>&1)
+    output=${output//$'\r'/}
+    local pattern
+    pattern=$(pattern_of "${expected%$'\n'}")
+    # shellcheck disable=SC2053 # the right side is a pattern
+    [[ $output == $pattern ]] || fail "\$ $command"$'\n'"--- shown:"$'\n'"${expected%$'\n'}"$'\n'"--- printed:"$'\n'"$output"
+    command=
+}
+
+# The fenced block that follows line $1 of the document, and the file $2, must be the same.
+check_file() {
+    diff <(sed -n "$(($1 + 1)),\$p" "$document" | sed -n '/^```/,/^```$/p' | sed '1d; /^```$/,$d') "$project/$2" ||
+        fail "differs from $2"
+}
+
+check_document() {
+    folder=$(mktemp -d)
+    cp -R "$project"/examples/* "$folder"
+    command= expected= line_number=0
+    local line
+    while IFS= read -r line || [ -n "$line" ]; do
+        line_number=$((line_number + 1))
+        case $line in
+            '    $ '*) check; command=${line#'    $ '} expected= ;;
+            '    '*) [ -z "$command" ] || expected+=${line#'    '}$'\n' ;;
+            '<!-- '*' -->') check; line=${line#'<!-- '}; check_file "$line_number" "${line%' -->'}" ;;
+            *) check ;;
+        esac
+    done <"$document"
+    check
+    rm -rf "$folder"
+}
+
+for document; do
+    check_document
+done
+[ "$failures" = 0 ]
