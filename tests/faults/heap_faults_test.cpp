@@ -11,13 +11,16 @@
 
 namespace {
 
-/// Counts down with each request of the ordinary heap while it is above 0; the one that brings it to 0 fails.
+/// Counts down with each request of the ordinary heap while it is above 0; the one that brings it to 0 fails, and with
+/// `failsFromThereOn` all behind it.
 thread_local std::size_t requestsUntilFailure = 0;
+thread_local bool failsFromThereOn = false;
 thread_local bool requestFailed = false;
 
 void* Take(std::size_t size) {
     if (requestsUntilFailure != 0 && --requestsUntilFailure == 0) {
         requestFailed = true;
+        if (failsFromThereOn) requestsUntilFailure = 1;
         throw std::bad_alloc();
     }
     void* block = std::malloc(size != 0 ? size : 1);
@@ -48,10 +51,39 @@ constexpr char kDocument[] =
     "</key></arbor>";
 constexpr ResultCode kBrokenAttributes = kBadDocument;   // what the reader makes of an attribute that had no memory
 
+struct HeapFault {
+    const char* label;
+    bool ofHost;
+    host::Failing failing;
+};
+constexpr HeapFault kFaults[] = {
+    {"a request", false, host::Failing::Once},
+    {"all requests from", false, host::Failing::FromThereOn},
+    {"a block", true, host::Failing::Once},
+    {"all blocks from", true, host::Failing::FromThereOn},
+};
+
 class HeapFaultsTest : public testing::Test {
 protected:
     HeapFaultsTest() { kernel.Start(&ModuleEntry); }
     ~HeapFaultsTest() override { EXPECT_EQ(kernel.LiveBlocks(), 0U) << kernel.LeakReport(); }
+
+    /// Runs `work` with the `nth` request of a heap failing, and gives whether it got as far as that.
+    template <class Work>
+    bool FailsUnder(const HeapFault& fault, std::size_t nth, Work work) {
+        if (fault.ofHost) {
+            kernel.FailAllocation(nth, fault.failing);
+        } else {
+            requestFailed = false;
+            failsFromThereOn = fault.failing == host::Failing::FromThereOn;
+            requestsUntilFailure = nth;
+        }
+        work();
+        requestsUntilFailure = 0;
+        const bool failed = fault.ofHost ? kernel.AllocationFailed() : requestFailed;
+        kernel.FailAllocation(0);
+        return failed;
+    }
 
     testing_support::TemporaryFolder folder;
     host::Kernel kernel;
@@ -85,37 +117,46 @@ TEST_F(HeapFaultsTest, NoExceptionLeavesAMethodAndNothingIsHalfDone) {
         {"a save", [](Store& s) { return s.Save(); }, false},
     };
     for (const Call& call : calls) {
-        for (std::size_t failAt = 1;; ++failAt) {
-            SCOPED_TRACE(std::string(call.label) + ", request " + std::to_string(failAt));
-            folder.Write(u"a.xml", kDocument);
-            Store s(kernel);
-            ASSERT_EQ(s.object.SetName(folder.Path(u"a.xml")), kDone);
-            ASSERT_EQ(s.object.Ready(), kDone);
-            s.SetNumber(s.Open("home"), "changed", tDWORD, 1U);
-            requestFailed = false;
-            requestsUntilFailure = failAt;
-            const ResultCode code = call.run(s);
-            requestsUntilFailure = 0;
-            if (!requestFailed) break;
-            EXPECT_EQ(code, kOutOfMemory);
-            EXPECT_TRUE(!call.changes || (s.KeyCount() == 1 && s.ValueCount() == 0));
-            EXPECT_EQ(folder.Read(u"a.xml"), kDocument);
+        for (const HeapFault& fault : kFaults) {
+            bool failed = true;
+            for (std::size_t nth = 1; failed; ++nth) {
+                SCOPED_TRACE(testing::Message() << call.label << ", " << fault.label << ' ' << nth);
+                folder.Write(u"a.xml", kDocument);
+                Store s(kernel);
+                ASSERT_EQ(s.object.SetName(folder.Path(u"a.xml")), kDone);
+                ASSERT_EQ(s.object.Ready(), kDone);
+                s.SetNumber(s.Open("home"), "changed", tDWORD, 1U);
+                ResultCode code = kDone;
+                failed = FailsUnder(fault, nth, [&] { code = call.run(s); });
+                if (!failed) continue;
+                EXPECT_EQ(code, kOutOfMemory);
+                EXPECT_TRUE(!call.changes || (s.KeyCount() == 1 && s.ValueCount() == 0));
+                EXPECT_EQ(folder.Read(u"a.xml"), kDocument);
+            }
         }
     }
 }
 
 TEST_F(HeapFaultsTest, ALoadWithoutMemorySaysSo) {
     host::MemoryIo io(kernel, kDocument);
-    for (std::size_t failAt = 1;; ++failAt) {
-        SCOPED_TRACE(failAt);
-        Store s(kernel);
-        ASSERT_EQ(s.object.SetIoObject(io.Get()), kDone);
-        requestFailed = false;
-        requestsUntilFailure = failAt;
-        const ResultCode code = s.object.Ready();
-        requestsUntilFailure = 0;
-        if (!requestFailed) break;
-        EXPECT_TRUE(code == kOutOfMemory || code == kBrokenAttributes) << std::hex << code;
+    folder.Write(u"a.xml", kDocument);
+    for (const HeapFault& fault : kFaults) {
+        for (const bool fromFile : {false, true}) {
+            bool failed = true;
+            for (std::size_t nth = 1; failed; ++nth) {
+                SCOPED_TRACE(testing::Message() << fault.label << ' ' << nth << ", from a file " << fromFile);
+                Store s(kernel);
+                ASSERT_EQ(fromFile ? s.object.SetName(folder.Path(u"a.xml")) : s.object.SetIoObject(io.Get()), kDone);
+                ASSERT_EQ(s.object.SetNumber(PropertySaveOnClose, 1), kDone);
+                ResultCode code = kDone;
+                failed = FailsUnder(fault, nth, [&] { code = s.object.Ready(); });
+                if (!failed) continue;
+                const bool isTold = code == kOutOfMemory || code == kBrokenAttributes || code == kNotInitialised;
+                EXPECT_TRUE(isTold) << std::hex << code;
+                EXPECT_EQ(s.object.Number(PropertySaveOnClose), 0U);
+                EXPECT_EQ(folder.Read(u"a.xml"), kDocument);
+            }
+        }
     }
 }
 
