@@ -38,7 +38,7 @@ ssize_t PassBytes(SystemCall kind, std::size_t size, Move move) {
 
 extern "C" {
 
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker asks for these names.
+// The linker asks for these names.
 int __real_open(const char*, int, mode_t);
 int __wrap_open(const char* path, int flags, mode_t mode) {
     const SystemFault* const fault = SystemFaults::Take(SystemCall::Open);
@@ -104,7 +104,6 @@ int __real_unlink(const char*);
 int __wrap_unlink(const char* path) {
     return Pass(SystemCall::Unlink, {.call = SystemCall::Unlink, .path = path}, [&] { return __real_unlink(path); });
 }
-// NOLINTEND(bugprone-reserved-identifier)
 
 }   // extern "C"
 
