@@ -102,6 +102,7 @@ constexpr TextCase kTexts[] = {
     {" a &amp; b <", true, " a & b ", "<"},
     {"a<!-- - -->b<?p?>c<b/>d", true, "abc", "<b/>d"},
     {"<![CDATA[ &lt;x]]]>&lt;</a>", true, " &lt;x]<", "</a>"},
+    {"\n<![CDATA[x]]> <b/>", true, "\nx ", "<b/>"},
     {" <![CDATA[ ]]> ", false, "   ", ""},
     {"a<![CDATA[b", true, "a", ""},
     {"a<!x>", true, "a", "<!x>"},
@@ -175,7 +176,8 @@ struct DecodeCase {
 constexpr DecodeCase kDecodes[] = {
     {"&lt;&gt;&amp;&apos;&quot;", "<>&'\""},
     {"&#65;&#X41;", "A&#X41;", false},
-    {"&#xe9;&#x20Ac;&#65535;", "\xC3\xA9\xE2\x82\xAC\xEF\xBF\xBF"},
+    {"&#x7f;&#x80;&#x7fF;&#x800;&#65535;", "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF"},
+    {"&#xafAF;", "\xEA\xBE\xAF"},
     {"a&#x1F600;b", "ab"},
     {"&#x100000041;", "A"},
     {"&#0;&#x;&#;&;&a;", "="},
