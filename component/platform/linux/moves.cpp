@@ -150,9 +150,15 @@ private:
         return replaces || hasJustGone || FailWith(error);
     }
 
+    /// One folder is brought to the disk once.
+    bool OpenFolders() {
+        const bool isOne = std::string_view(source.Parent().Text()) == target.Parent().Text();
+        return targetFolder.Open(target) && (isOne || sourceFolder.Open(source));
+    }
+
     /// The bytes go to the disk before their new name does, so that the name never stands for less than all of them.
     bool PrepareSync() {
-        if (!sourceFolder.Open(source) || !targetFolder.Open(target)) return false;
+        if (!OpenFolders()) return false;
         if (!S_ISREG(sourceStatus.st_mode)) return true;
         if (!heldSource.IsOpen()) return FailWith(kErrorAccessDenied);
         return SyncFile(heldSource.Number()) || FailWithErrno(errno);
@@ -192,7 +198,7 @@ private:
     /// To another volume: the whole copy is on its disk under a name of its own before it takes the target's name.
     bool CopyAcross() {
         NativePath scratch = target;
-        if (!MakeScratchName(scratch) || !sourceFolder.Open(source) || !targetFolder.Open(target)) return false;
+        if (!MakeScratchName(scratch) || !OpenFolders()) return false;
         Descriptor copy(open(scratch.Text(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
         struct stat made {};
         if (!copy.IsOpen() || fstat(copy.Number(), &made) != 0) return FailAt(scratch, errno);
