@@ -131,7 +131,10 @@ TEST_F(LoadingTest, AMissingDocumentIsMadeWhereTheFlagAsksForIt) {
     EXPECT_EQ(s.object.SetNumber(PropertyOpenFlags, 2), kDone);
     EXPECT_EQ(s.object.Ready(), kDone);
     EXPECT_EQ(folder.Read(u"new\\deep\\a.xml"), "");
-    EXPECT_EQ(LoadStore(u"new\\deep\\a.xml").code, kDone);
+    Store& made = LoadStore(u"new\\deep\\a.xml");
+    EXPECT_EQ(made.code, kDone);
+    made.Make("k");
+    EXPECT_EQ(made.Save(), kDone) << "what was made can be replaced";
 }
 
 TEST_F(LoadingTest, WarningsDontStopALoad) {
