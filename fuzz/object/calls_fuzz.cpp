@@ -1,6 +1,6 @@
-// Random calls of the whole interface, on three objects and their models: two that are ready and one that never is.
-// After each call the codes, counts and buffers must agree, and a save of every object shows whether the call changed
-// it and what its document holds now. The input is a sequence of calls, each followed by its arguments.
+// Random calls of the whole interface, on three objects and their models: one ready on a document, one on none, and one
+// never. After each call the codes, counts and buffers must agree, and a save of every object shows whether the call
+// changed it and what its document holds now. The input is a sequence of calls, each followed by its arguments.
 #include "fuzz.h"
 #include "model/store.h"
 #include "object/registration.h"
@@ -60,6 +60,30 @@ constexpr const char* kTexts[] = {"![CDATA[",
                                   "4100",
                                   "text"};
 
+/// A document from elsewhere, whose elements repeat under one name and whose values do, and what it makes of a tree.
+constexpr char kDocument[] =
+    "<a b='1' c='text' B='2'><b c='12'><a><c c='0x1F'/></a></b><B a='![CDATA['><a>far</a></B><c>near</c><b/></a>";
+
+std::unique_ptr<Key> DocumentTree() {
+    const auto text = [](Key& key, const char* name, const char* value) {
+        key.AddValue(name, {kernel::tSTRING, value});
+    };
+    auto tree = std::make_unique<Key>();
+    Key& a = tree->AddKey("a");
+    text(a, "b", "1");
+    text(a, "c", "text");
+    text(a, "B", "2");
+    Key& first = a.AddKey("b");
+    text(first, "c", "12");
+    text(first.AddKey("a").AddKey("c"), "c", "0x1F");
+    Key& second = a.AddKey("B");
+    text(second, "a", "![CDATA[");
+    text(second.AddKey("a"), "noname", "far");
+    text(a.AddKey("c"), "noname", "near");
+    a.AddKey("b");
+    return tree;
+}
+
 /// An object of the module, its model, and the document that it saves to.
 struct Twin {
     Twin(host::Kernel& kernel, const std::string& document, bool synchronised)
@@ -113,80 +137,65 @@ class Session {
 public:
     Session(host::Kernel& hostKernel, fuzz::Input& input)
         : kernel(hostKernel), in(input), methods(kernel.Interface()->methods), hostText(kernel) {
-        for (std::size_t i = 0; i < twins.size(); ++i) twins[i] = std::make_unique<Twin>(kernel, std::string(), i == 1);
-        for (std::size_t i = 0; i < 2; ++i) twins[i]->Ready(std::make_unique<Key>());
+        for (std::size_t i = 0; i < twins.size(); ++i) {
+            twins[i] = std::make_unique<Twin>(kernel, i == 0 ? std::string(kDocument) : std::string(), i == 1);
+        }
+        twins[0]->Ready(DocumentTree());
+        twins[1]->Ready(std::make_unique<Key>());
     }
 
     void Run() {
         while (!in.AtEnd()) {
-            const std::uint8_t method = in.Byte();
+            const CallMember call = AnyCall();
             twin = twins[std::array{0U, 0U, 0U, 1U, 1U, 1U, 1U, 2U}[in.Below(8)]].get();
             object = twin->object.Get();
             plain = &twin->plain;
-            Call(method);
+            (this->*call)();
             for (const auto& each : twins) Settle(*each);
         }
     }
 
 private:
-    void Call(std::uint8_t method) {
-        switch (method % 28) {
-            case 0:
-            case 1:
-                return OpenKey();
-            case 2:
-                return OpenKeyByIndex();
-            case 3:
-                return OpenNextKey();
-            case 4:
-                FUZZ_CHECK(methods.CloseKey(object, Handle(AnyKey())) == kernel::kDone);
-                return;
-            case 5:
-                return GetKeyName();
-            case 6:
-                return GetKeyNameByIndex();
-            case 7:
-                return GetValue();
-            case 8:
-                return GetValueByIndex();
-            case 9:
-                return GetValueNameByIndex();
-            case 10:
-            case 11:
-                return SetValue();
-            case 12:
-                return SetValueByIndex();
-            case 13:
-                return GetKeyCount();
-            case 14:
-                return GetValueCount();
-            case 15:
-                return DeleteKey();
-            case 16:
-                return DeleteKeyByInd();
-            case 17:
-                return DeleteValue();
-            case 18:
-                return DeleteValueByInd();
-            case 19:
-                FUZZ_CHECK(methods.Clean(object) == plain->Clean());
-                return;
-            case 20:
-            case 21:
-                return CopyKey();
-            case 22:
-                return CopyKeyByName();
-            case 23:
-                return SetRootKey();
-            case 24:
-                return SetRootStr();
-            case 25:
-                return GetRootPoint();
-            case 26:
-                return SetReadOnly();
-            default:
-                return SaveAndLoad();
-        }
+    using CallMember = void (Session::*)();
+
+    /// What stands here more often changes what the others see.
+    CallMember AnyCall() {
+        static constexpr CallMember kCalls[] = {
+            &Session::OpenKey,
+            &Session::OpenKey,
+            &Session::OpenKey,
+            &Session::OpenKeyByIndex,
+            &Session::OpenKeyByIndex,
+            &Session::OpenNextKey,
+            &Session::OpenNextKey,
+            &Session::CloseKey,
+            &Session::GetKeyName,
+            &Session::GetKeyNameByIndex,
+            &Session::GetValue,
+            &Session::GetValueByIndex,
+            &Session::GetValueNameByIndex,
+            &Session::SetValue,
+            &Session::SetValue,
+            &Session::SetValueByIndex,
+            &Session::GetKeyCount,
+            &Session::GetValueCount,
+            &Session::DeleteKey,
+            &Session::DeleteKeyByInd,
+            &Session::DeleteKeyByInd,
+            &Session::DeleteValue,
+            &Session::DeleteValueByInd,
+            &Session::Clean,
+            &Session::CopyKey,
+            &Session::CopyKeyByName,
+            &Session::SetRootKey,
+            &Session::SetRootKey,
+            &Session::SetRootStr,
+            &Session::SetRootStr,
+            &Session::GetRootPoint,
+            &Session::SetReadOnly,
+            &Session::SaveAndLoad,
+        };
+        return kCalls[in.Below(std::size(kCalls))];
     }
 
     // Arguments
@@ -276,6 +285,8 @@ private:
         }
     }
 
+    void CloseKey() { FUZZ_CHECK(methods.CloseKey(object, Handle(AnyKey())) == kernel::kDone); }
+
     void OpenKey() {
         Key* const parent = KnownKey();
         const bool create = in.Byte() < 160;
@@ -344,6 +355,8 @@ private:
         const ResultCode code = methods.DeleteKeyByInd(object, Handle(key), index);
         FUZZ_CHECK(code == plain->DeleteKeyByInd(key, index));
     }
+
+    void Clean() { FUZZ_CHECK(methods.Clean(object) == plain->Clean()); }
 
     void SetRootKey() {
         Key* const key = AnyKey();
