@@ -4,6 +4,7 @@
 
 #include <array>
 #include <new>
+#include <numeric>
 #include <utility>
 
 namespace host {
@@ -182,10 +183,14 @@ std::vector<TraceLine> Kernel::TakeLines() {
 }
 
 std::string Kernel::LeakReport() const {
-    std::string report = std::to_string(memory.LiveBlocks()) + " blocks of host memory not given back, " +
-                         std::to_string(memory.LiveBytes()) + " bytes, after " + std::to_string(memory.Requests()) +
-                         " requests\n";
-    for (const LeakedBlock& block : memory.Leaks()) {
+    const std::vector<LeakedBlock> leaks = memory.Leaks();
+    std::string report = std::to_string(memory.LiveBlocks()) + " blocks of host memory not given back, ";
+    if (memory.TracksBlocks()) {
+        const auto add = [](std::uint64_t sum, const LeakedBlock& block) { return sum + block.sizeBytes; };
+        report += std::to_string(std::accumulate(leaks.begin(), leaks.end(), std::uint64_t{0}, add)) + " bytes, ";
+    }
+    report += "after " + std::to_string(memory.Requests()) + " requests\n";
+    for (const LeakedBlock& block : leaks) {
         report += "  request " + std::to_string(block.request) + ": " + std::to_string(block.sizeBytes) + " bytes\n";
     }
     return report;

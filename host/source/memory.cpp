@@ -1,5 +1,7 @@
 #include <host/memory.h>
 
+#include "blocks/blocks.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -8,98 +10,78 @@
 #include <new>
 
 namespace host {
-namespace {
-
-constexpr std::align_val_t kAlignment{16};
-constexpr std::uint32_t kLive = 0x4C495645;
-constexpr std::uint32_t kGone = 0x474F4E45;
-
-}   // namespace
-
-/// Stands in front of each block.
-struct alignas(16) Memory::Header {
-    std::size_t request;
-    std::uint32_t sizeBytes;
-    std::uint32_t mark;
-};
 
 kernel::ResultCode Memory::Take(void** block, std::uint32_t sizeBytes) {
     if (block == nullptr) return kernel::kInvalidArgument;
-    *block = nullptr;
-    const std::size_t request = requests.fetch_add(1, std::memory_order_relaxed) + 1;
-    if (MustFail(request) || std::size_t{sizeBytes} > std::numeric_limits<std::size_t>::max() - sizeof(Header)) {
-        return kernel::kOutOfMemory;
+    const std::uint32_t request = CountTaken();
+    *block = MustFail(request) ? nullptr : TakeZeroed(sizeBytes);
+    if (*block != nullptr && track && !Remember(*block, {request, sizeBytes})) {
+        FreeBlock(*block);
+        *block = nullptr;
     }
-    void* memory = ::operator new(sizeof(Header) + sizeBytes, kAlignment, std::nothrow);
-    if (memory == nullptr) return kernel::kOutOfMemory;
-    Header* header = ::new (memory) Header{request, sizeBytes, kLive};
-    if (track && !Remember(header)) {
-        ::operator delete(memory, kAlignment);
-        return kernel::kOutOfMemory;
-    }
-    liveBlocks.fetch_add(1, std::memory_order_relaxed);
-    liveBytes.fetch_add(sizeBytes, std::memory_order_relaxed);
-    *block = std::memset(header + 1, 0, sizeBytes);
-    return kernel::kDone;
+    if (*block != nullptr) return kernel::kDone;
+    CountGone();
+    return kernel::kOutOfMemory;
 }
 
 kernel::ResultCode Memory::Resize(void** block, void* old, std::uint32_t sizeBytes) {
     const kernel::ResultCode code = Take(block, sizeBytes);
     if (kernel::IsFailure(code) || old == nullptr) return code;
-    const Header* header = static_cast<const Header*>(old) - 1;
-    std::memcpy(*block, old, std::min(header->sizeBytes, sizeBytes));
+    std::memcpy(*block, old, std::min<std::size_t>(BlockBytes(old), sizeBytes));
     GiveBack(old);
     return code;
 }
 
 void Memory::GiveBack(void* block) {
     if (block == nullptr) return;
-    Header* header = static_cast<Header*>(block) - 1;
-    if (header->mark != kLive) {
-        std::fprintf(stderr, "host: %p isn't a live block of host memory\n", block);
-        std::abort();
-    }
-    header->mark = kGone;
-    if (track) Forget(header);
-    liveBlocks.fetch_sub(1, std::memory_order_relaxed);
-    liveBytes.fetch_sub(header->sizeBytes, std::memory_order_relaxed);
-    ::operator delete(header, kAlignment);
+    if (track) Forget(block);
+    CountGone();
+    FreeBlock(block);
 }
 
 void Memory::FailAllocation(std::size_t nth, Failing failing) {
-    const std::size_t first = nth == 0 ? 0 : Requests() + nth;
+    constexpr std::uint32_t kEver = std::numeric_limits<std::uint32_t>::max();
+    const std::uint32_t first = nth == 0 ? 0 : static_cast<std::uint32_t>(Requests() + nth);
     failed.store(false, std::memory_order_relaxed);
-    lastFailing.store(failing == Failing::Once ? first : std::numeric_limits<std::size_t>::max(),
-                      std::memory_order_relaxed);
+    lastFailing.store(failing == Failing::Once ? first : kEver, std::memory_order_relaxed);
     firstFailing.store(first, std::memory_order_relaxed);
 }
 
-bool Memory::MustFail(std::size_t request) {
-    const std::size_t first = firstFailing.load(std::memory_order_relaxed);
+std::uint32_t Memory::CountTaken() {
+    const std::uint64_t before = counts.fetch_add(kOneRequest + kOneBlock, std::memory_order_relaxed);
+    return static_cast<std::uint32_t>(before / kOneRequest) + 1;
+}
+
+void Memory::CountGone() { counts.fetch_sub(kOneBlock, std::memory_order_relaxed); }
+
+bool Memory::MustFail(std::uint32_t request) {
+    const std::uint32_t first = firstFailing.load(std::memory_order_relaxed);
     if (first == 0 || request < first || request > lastFailing.load(std::memory_order_relaxed)) return false;
     failed.store(true, std::memory_order_relaxed);
     return true;
 }
 
-bool Memory::Remember(const Header* header) {
+bool Memory::Remember(const void* block, const LeakedBlock& request) {
     try {
         const std::scoped_lock lock(trackedMutex);
-        tracked.insert(header);
+        tracked.emplace(block, request);
         return true;
     } catch (const std::bad_alloc&) {
         return false;
     }
 }
 
-void Memory::Forget(const Header* header) {
+void Memory::Forget(const void* block) {
     const std::scoped_lock lock(trackedMutex);
-    tracked.erase(header);
+    if (tracked.erase(block) != 0) return;
+    std::fprintf(stderr, "host: %p isn't a live block of host memory\n", block);
+    std::abort();
 }
 
 std::vector<LeakedBlock> Memory::Leaks() const {
     std::vector<LeakedBlock> leaks;
     const std::scoped_lock lock(trackedMutex);
-    for (const Header* header : tracked) leaks.push_back({header->request, header->sizeBytes});
+    for (const auto& [block, request] : tracked) leaks.push_back(request);
     std::sort(leaks.begin(), leaks.end(),
               [](const LeakedBlock& left, const LeakedBlock& right) { return left.request < right.request; });
     return leaks;

@@ -6,7 +6,7 @@
 
 #include <atomic>
 #include <mutex>
-#include <unordered_set>
+#include <unordered_map>
 #include <vector>
 
 namespace host {
@@ -25,7 +25,8 @@ enum class Failing {
 
 class Memory {
 public:
-    /// With `trackBlocks` the heap remembers every block for `Leaks`, at the price of a lock.
+    /// With `trackBlocks` the heap remembers every block for `Leaks`, at the price of a lock, and ends the process with
+    /// a message when something else is given back.
     explicit Memory(bool trackBlocks) : track(trackBlocks) {}
 
     /// Blocks that are still out stay so: whoever holds one may be reading it.
@@ -40,8 +41,7 @@ public:
     /// failure `old` stays and null is stored. A null `old` takes a new block.
     kernel::ResultCode Resize(void** block, void* old, std::uint32_t sizeBytes);
 
-    /// Gives a block back; null is allowed. Anything that isn't a live block of this heap ends the process with a
-    /// message.
+    /// Gives a block back; null is allowed.
     void GiveBack(void* block);
 
     /// Lets the `nth` request from now on fail, 1 being the next. 0 takes an order back. Clears `AllocationFailed`.
@@ -50,31 +50,37 @@ public:
     /// Whether a request failed by order since the last `FailAllocation`.
     [[nodiscard]] bool AllocationFailed() const { return failed.load(std::memory_order_relaxed); }
 
-    [[nodiscard]] std::size_t LiveBlocks() const { return liveBlocks.load(std::memory_order_relaxed); }
-    [[nodiscard]] std::size_t LiveBytes() const { return liveBytes.load(std::memory_order_relaxed); }
+    [[nodiscard]] std::size_t LiveBlocks() const { return static_cast<std::size_t>(Counts() % kOneRequest); }
 
     /// Blocks asked for so far, failed requests counted.
-    [[nodiscard]] std::size_t Requests() const { return requests.load(std::memory_order_relaxed); }
+    [[nodiscard]] std::size_t Requests() const { return static_cast<std::size_t>(Counts() / kOneRequest); }
+
+    [[nodiscard]] bool TracksBlocks() const { return track; }
 
     /// What wasn't given back so far, in the order of the requests; empty unless blocks are tracked.
     [[nodiscard]] std::vector<LeakedBlock> Leaks() const;
 
 private:
-    struct Header;
+    /// One word counts both, so that a block costs one atomic step on its way out and one on its way back.
+    static constexpr std::uint64_t kOneBlock = 1;
+    static constexpr std::uint64_t kOneRequest = std::uint64_t{1} << 32;
 
-    [[nodiscard]] bool MustFail(std::size_t request);
-    [[nodiscard]] bool Remember(const Header* header);
-    void Forget(const Header* header);
+    [[nodiscard]] std::uint64_t Counts() const { return counts.load(std::memory_order_relaxed); }
+    /// Returns the request's number.
+    std::uint32_t CountTaken();
+    void CountGone();
+
+    [[nodiscard]] bool MustFail(std::uint32_t request);
+    [[nodiscard]] bool Remember(const void* block, const LeakedBlock& request);
+    void Forget(const void* block);
 
     const bool track;
-    std::atomic<std::size_t> requests{0};
-    std::atomic<std::size_t> liveBlocks{0};
-    std::atomic<std::size_t> liveBytes{0};
-    std::atomic<std::size_t> firstFailing{0};   // 0: none
-    std::atomic<std::size_t> lastFailing{0};
+    std::atomic<std::uint64_t> counts{0};
+    std::atomic<std::uint32_t> firstFailing{0};   // 0: none
+    std::atomic<std::uint32_t> lastFailing{0};
     std::atomic<bool> failed{false};
     mutable std::mutex trackedMutex;
-    std::unordered_set<const Header*> tracked;
+    std::unordered_map<const void*, LeakedBlock> tracked;
 };
 
 }   // namespace host
