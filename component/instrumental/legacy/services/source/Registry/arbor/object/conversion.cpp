@@ -49,10 +49,13 @@ ResultCode TakeWideText(const HostObject* host, const Value& value, HostBlock<ch
 
 ResultCode Arbor::ConvertOnRead(const Value& value, std::uint32_t* count, TypeCode* type, void* buffer,
                                 std::uint32_t size) {
-    if (type != nullptr && *type == 0) *type = value.GetType();
-    TypeCode wanted = type != nullptr ? *type : value.GetType();
-    if (const ResultCode code = AlignBinaryRequest(&value, &wanted, size); IsFailure(code)) return code;
-    if (wanted == value.GetType()) return value.Get(buffer, size, count);
+    const TypeCode own = value.GetType();
+    if (type != nullptr && *type == 0) *type = own;
+    TypeCode wanted = type != nullptr ? *type : own;
+    if (wanted != own) {
+        if (const ResultCode code = AlignBinaryRequest(&value, &wanted, size); IsFailure(code)) return code;
+    }
+    if (wanted == own) return value.Get(buffer, size, count);
 
     ValuePtr converted(nullptr, ValueRelease{this});
     {

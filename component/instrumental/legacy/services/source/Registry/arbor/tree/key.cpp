@@ -2,6 +2,7 @@
 
 #include "tree/key_layout.h"
 #include "tree/path.h"
+#include "tree/value_holder.h"
 
 #include <charconv>
 #include <cstring>
@@ -17,11 +18,7 @@ constexpr char kRedirectMarker[] = "![CDATA[";
 constexpr char kUnnamedValue[] = "noname";
 
 bool IsRedirect(const Value& value) {
-    if (value.GetType() != tSTRING) return false;
-    char text[sizeof kRedirectMarker];
-    std::uint32_t size = 0;
-    return IsSuccess(value.ToText(text, sizeof text, &size)) && size == sizeof text &&
-           std::memcmp(text, kRedirectMarker, sizeof text) == 0;
+    return value.GetType() == tSTRING && static_cast<const ByteStringHolder&>(value).TextIs(kRedirectMarker);
 }
 
 /// The lists are the key's own business; a const walk over them still hands out keys that callers may change.
@@ -43,8 +40,8 @@ Key::~Key() {
 
 // Keys
 
-Key* Key::FindChild(std::string_view childName) const {
-    const auto record = childIndex.find(HashName(childName));
+Key* Key::FindChild(const HashedName& childName) const {
+    const auto record = childIndex.find(childName);
     return record != childIndex.end() ? record->second : nullptr;
 }
 
@@ -77,7 +74,8 @@ Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created
         const bool last = cutter.AtLastComponent();
         const std::string_view component = cutter.Next();
         Key* child = nullptr;
-        if (!start || !alwaysNew) child = last ? key->FindChild(component) : key->FindPathRange(component, nullptr);
+        if (!start || !alwaysNew)
+            child = last ? key->FindChild(HashName(component)) : key->FindPathRange(component, nullptr);
         if (child == nullptr) {
             child = key->AddChild(component);
             if (child == nullptr) {
@@ -97,15 +95,20 @@ Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created
     return key;
 }
 
-bool Key::IsIndexed(const Key& child) const { return FindChild(child.name.View()) == &child; }
+bool Key::IsIndexed(const Key& child) const { return FindChild(HashName(child.name.View())) == &child; }
 
 template <class Cutter>
 Key* Key::WalkPath(Cutter path, Key** parent) const {
     Key* key = const_cast<Key*>(this);
-    while (!path.AtEnd()) {
-        if (parent != nullptr) *parent = key;
-        key = key->FindChild(path.Next());
-        if (key == nullptr) return nullptr;
+    NameBatch names;
+    for (; !path.AtEnd(); names.Clear()) {
+        while (!names.IsFull() && !path.AtEnd()) names.Add(path.Next());
+        names.Hash();
+        for (std::size_t i = 0; i < names.Size(); ++i) {
+            if (parent != nullptr) *parent = key;
+            key = key->FindChild(names[i]);
+            if (key == nullptr) return nullptr;
+        }
     }
     return key;
 }

@@ -139,7 +139,7 @@ private:
     friend struct KeyLayout;
     class EntryRemover;
 
-    Key* FindChild(std::string_view childName) const;
+    Key* FindChild(const HashedName& childName) const;
     Key* AddChild(std::string_view childName);
     bool IndexChild(Key& child);
     bool IsIndexed(const Key& child) const;

@@ -78,10 +78,14 @@ public:
     ResultCode Get(void* dst, std::uint32_t cap, std::uint32_t* size) const override;
     ResultCode Set(const void* data, std::uint32_t size) override;
 
+    [[nodiscard]] bool TextIs(const char* other) const { return text != nullptr && std::strcmp(text, other) == 0; }
+
 private:
     char* text = nullptr;   // owned; null until the first set
     const HostObject* host;
 };
+
+using ByteStringHolder = ValueHolder<ByteString>;
 
 template <>
 class TextValue<ByteString> : public ValueHolder<ByteString> {
