@@ -76,6 +76,12 @@ std::uint32_t Move(const TemporaryFolder& folder) {
     return ErrorOf(platform::MoveFileExW(folder.Path(u"source").c_str(), folder.Path(u"target").c_str(), flags));
 }
 
+/// To a free name, by a path that looks like another folder's.
+std::uint32_t MoveAside(const TemporaryFolder& folder) {
+    const std::u16string target = folder.Path() + u"\\.\\free";
+    return ErrorOf(platform::MoveFileExW(folder.Path(u"source").c_str(), target.c_str(), kSave));
+}
+
 std::uint32_t Remove(const TemporaryFolder& folder) {
     return ErrorOf(platform::DeleteFileW(folder.Path(u"source").c_str()));
 }
@@ -88,6 +94,7 @@ struct SystemCase {
     const char* files = "source=new target=old";
 };
 constexpr char kMoved[] = "target=new";
+constexpr char kAside[] = "free=new target=old";
 constexpr char kCopied[] = "copy=new source=new target=old";
 constexpr SystemCase kCases[] = {
     {"a read in pieces", &ReadSource, {SystemCall::Read, 0, 1, kAlways, 2}, 0},
@@ -113,6 +120,9 @@ constexpr SystemCase kCases[] = {
     {"a move of what isn't on the disk", &Move<kSave>, {SystemCall::Sync, EIO}, platform::kErrorIoDevice},
     {"a move that only the folder loses", &Move<kSave>, {SystemCall::Sync, EIO, 2}, platform::kErrorIoDevice, kMoved},
     {"a folder without a sync", &Move<kSave>, {SystemCall::Sync, EINVAL, 2, 2}, 0, kMoved},
+    {"a move that the other folder loses", &MoveAside, {SystemCall::Sync, EIO, 3}, platform::kErrorIoDevice, kAside},
+    {"no rename to free names alone", &MoveAside, {SystemCall::Rename, EINVAL}, 0, kAside},
+    {"a name that is taken meanwhile", &MoveAside, {SystemCall::Rename, EEXIST}, platform::kErrorAccessDenied},
     {"another volume", &Move<kSave>, {SystemCall::Rename, EXDEV}, 0, kMoved},
     {"another volume without leave", &Move<kForGood>, {SystemCall::Rename, EXDEV}, platform::kErrorNotSameDevice},
     {"another volume that is full", &Move<kSave>, {SystemCall::Rename, EXDEV, 1, 2}, platform::kErrorNotSameDevice},
@@ -131,7 +141,7 @@ TEST_F(SystemFaultsTest, EachFailureHasItsErrorAndLeavesNothingHalfDone) {
             EXPECT_GT(faults.Failed(), 0);
         }
         EXPECT_EQ(Files(), row.files);
-        for (const char16_t* name : {u"source", u"target", u"copy"}) {
+        for (const char16_t* name : {u"source", u"target", u"copy", u"free"}) {
             static_cast<void>(platform::DeleteFileW(Path(name).c_str()));   // a row's loss goes with its file
         }
     }
