@@ -3,6 +3,7 @@
 #include "document/xml_reader.h"
 #include "fuzz.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace {
@@ -118,7 +119,12 @@ private:
         const std::int32_t result = Check(XmlReader::ReadAttributes(element, first));
         XmlAttributeList second;
         FUZZ_CHECK(XmlReader::ReadAttributes(element, second) == result && second.Size() == first.Size());
-        for (const XmlAttribute& attribute : first) FUZZ_CHECK(first.Find(attribute.name) != nullptr);
+        std::string value;
+        for (const XmlAttribute& attribute : first) {
+            FUZZ_CHECK(XmlReader::ReadAttribute(element, attribute.name, value) == result);
+            const auto named = [&](const XmlAttribute& other) { return other.name == attribute.name; };
+            FUZZ_CHECK(std::find_if(first.begin(), first.end(), named)->value == value);
+        }
         FUZZ_CHECK(Position() == before);
     }
 

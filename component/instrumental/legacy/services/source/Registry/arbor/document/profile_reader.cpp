@@ -69,10 +69,9 @@ public:
 
 private:
     ResultCode ReadKey(const XmlElement& element) {
-        const std::string* name = nullptr;
-        if (const ResultCode code = ReadName(element, name); IsFailure(code)) return code;
+        if (const ResultCode code = ReadName(element); IsFailure(code)) return code;
         // The name is a path: it can open a chain of keys, and enters a key that is there already.
-        Key* key = open.Current().OpenPath(name->c_str(), false, nullptr);
+        Key* key = open.Current().OpenPath(name.c_str(), false, nullptr);
         if (key == nullptr) return kOutOfMemory;
         return element.HasContent() ? open.Enter(*key, element) : FromReader(reader.CloseElement(element));
     }
@@ -80,24 +79,22 @@ private:
     ResultCode ReadValue(const XmlElement& element) {
         const TypeCode type = TypeCodeFromName(element.name.View());
         if (type == 0) return kInvalidArgument;
-        const std::string* name = nullptr;
-        if (const ResultCode code = ReadName(element, name); IsFailure(code)) return code;
+        if (const ResultCode code = ReadName(element); IsFailure(code)) return code;
         if (!element.HasContent()) return kBadDocument;
         reader.ReadText(text, true);
-        const ResultCode code = open.Current().AddValueFromText(name->c_str(), type, text.c_str());
+        const ResultCode code = open.Current().AddValueFromText(name.c_str(), type, text.c_str());
         return IsSuccess(code) ? FromReader(reader.CloseElement(element)) : code;
     }
 
-    /// The first attribute "name"; it lasts until the next element's attributes are read.
-    ResultCode ReadName(const XmlElement& element, const std::string*& name) {
-        if (reader.ReadAttributes(element, attributes) < 0) return kBadDocument;
-        name = attributes.Find(kNameAttribute);
-        return name != nullptr ? kDone : kInvalidArgument;
+    ResultCode ReadName(const XmlElement& element) {
+        const std::int32_t code = XmlReader::ReadAttribute(element, kNameAttribute, name);
+        if (code < 0) return kBadDocument;
+        return code == XmlDone ? kDone : kInvalidArgument;
     }
 
     XmlReader& reader;
     OpenElements open;
-    XmlAttributeList attributes;
+    std::string name;   // of the element that was read last
     std::string text;
 };
 

@@ -48,9 +48,16 @@ constexpr bool IsAscii(char byte) { return static_cast<unsigned char>(byte) < 0x
 constexpr bool IsAsciiNameStart(char byte) { return IsAscii(byte) && Is(byte, NameStart); }
 constexpr bool IsAsciiNameChar(char byte) { return IsAscii(byte) && Is(byte, NameChar); }
 
+/// Eight blanks of an indent at a time.
 const char* PassSpace(const char* at, const char* last) {
-    while (at != last && Is(*at, Space)) ++at;
-    return at;
+    constexpr std::string_view kIndent = "        ";
+    for (;; ++at) {
+        while (static_cast<std::size_t>(last - at) >= kIndent.size() &&
+               std::memcmp(at, kIndent.data(), kIndent.size()) == 0) {
+            at += kIndent.size();
+        }
+        if (at == last || !Is(*at, Space)) return at;
+    }
 }
 
 bool IsBlankText(const ByteSlice& text) {
@@ -154,13 +161,6 @@ constexpr std::int32_t kDeepest = std::numeric_limits<std::int32_t>::max();
 constexpr std::uint32_t kSkipFlags = DemandStartTag;
 
 }   // namespace
-
-const std::string* XmlAttributeList::Find(std::string_view name) const {
-    for (const XmlAttribute& attribute : *this) {
-        if (attribute.name == name) return &attribute.value;
-    }
-    return nullptr;
-}
 
 XmlAttribute& XmlAttributeList::Add() {
     if (count == slots.size()) slots.emplace_back();
@@ -352,8 +352,17 @@ std::int32_t XmlReader::SkipContent(const XmlElement& element, std::uint32_t* si
     }
 }
 
+/// What most elements have left: their end tag, written without a blank.
+bool XmlReader::TakeEndTagOf(const XmlElement& element) {
+    const std::size_t length = element.name.length;
+    if (static_cast<std::size_t>(end - position) < length + 3 || position[0] != '<' || position[1] != '/') return false;
+    if (std::memcmp(position + 2, element.name.data, length) != 0 || position[2 + length] != '>') return false;
+    position += length + 3;
+    return true;
+}
+
 std::int32_t XmlReader::CloseElement(const XmlElement& element) {
-    if (!element.HasContent()) return XmlDone;
+    if (!element.HasContent() || TakeEndTagOf(element)) return XmlDone;
     std::int32_t code = SkipContent(element, nullptr);
     if (code < 0) return code;
     ByteSlice name;
@@ -362,37 +371,79 @@ std::int32_t XmlReader::CloseElement(const XmlElement& element) {
     return element.NameIs(name.View()) ? XmlDone : XmlBroken;
 }
 
-std::int32_t XmlReader::ReadAttributes(const XmlElement& element, XmlAttributeList& attributes) {
-    attributes.Clear();
-    if (element.end == element.start) return XmlDone;
-    const char* const last = element.end - 1;   // the `>`, which stops every run of blanks or name bytes
-    const char* at = element.name.data + element.name.length;
-    while (at < last) {
+namespace {
+
+/// The attributes of a start tag as they stand there. Their names are ASCII, in which no reference can stand.
+class AttributeWalk {
+public:
+    explicit AttributeWalk(const XmlElement& element)
+        : at(element.name.data + element.name.length), last(element.end != element.start ? element.end - 1 : at) {}
+
+    /// `XmlNone` behind the last attribute, or `XmlMalformed`.
+    std::int32_t Next(std::string_view& name, std::string_view& value) {
+        if (at >= last) return XmlNone;
         const char* const gap = at;
         at = PassSpace(at, last);
-        if (!IsAsciiNameStart(*at)) return *at == '/' || *at == '>' || *at == '?' ? XmlDone : XmlMalformed;
+        if (!IsAsciiNameStart(*at)) return *at == '/' || *at == '>' || *at == '?' ? XmlNone : XmlMalformed;
         if (at == gap) return XmlMalformed;
-        const char* const name = at;
+        const char* const nameStart = at;
         while (IsAsciiNameChar(*at)) ++at;
-        const char* const nameEnd = at;
+        name = {nameStart, static_cast<std::size_t>(at - nameStart)};
         at = PassSpace(at, last);
         if (*at != '=') return XmlMalformed;
         at = PassSpace(at + 1, last);
         const char quote = *at;
         if (quote != '\'' && quote != '"') return XmlMalformed;
-        const char* const value = at + 1;
-        at = FindByte(value, last, quote);
+        const char* const valueStart = at + 1;
+        at = FindByte(valueStart, last, quote);
         if (at == last) return XmlMalformed;
+        value = {valueStart, static_cast<std::size_t>(at - valueStart)};
+        ++at;
+        return XmlDone;
+    }
+
+private:
+    const char* at;
+    const char* last;   // the `>`, which stops every run of blanks or name bytes
+};
+
+}   // namespace
+
+std::int32_t XmlReader::ReadAttributes(const XmlElement& element, XmlAttributeList& attributes) {
+    attributes.Clear();
+    AttributeWalk walk(element);
+    std::string_view name;
+    std::string_view value;
+    std::int32_t code = walk.Next(name, value);
+    for (; code == XmlDone; code = walk.Next(name, value)) {
         try {
             XmlAttribute& attribute = attributes.Add();
-            Decode({name, static_cast<std::size_t>(nameEnd - name)}, attribute.name);
-            Decode({value, static_cast<std::size_t>(at - value)}, attribute.value);
+            attribute.name.assign(name);
+            Decode(value, attribute.value);
         } catch (const std::bad_alloc&) {
             return XmlOutOfMemory;
         }
-        ++at;
     }
-    return XmlDone;
+    return code == XmlNone ? XmlDone : code;
+}
+
+std::int32_t XmlReader::ReadAttribute(const XmlElement& element, std::string_view wanted, std::string& value) {
+    value.clear();
+    AttributeWalk walk(element);
+    std::string_view name;
+    std::string_view raw;
+    bool found = false;
+    std::int32_t code = walk.Next(name, raw);
+    for (; code == XmlDone; code = walk.Next(name, raw)) {
+        if (found || name != wanted) continue;
+        found = true;
+        try {
+            Decode(raw, value);
+        } catch (const std::bad_alloc&) {
+            return XmlOutOfMemory;
+        }
+    }
+    return code == XmlNone && found ? XmlDone : code;
 }
 
 bool DecodeEntities(const char* data, std::int32_t length, std::string& output) {

@@ -80,9 +80,6 @@ public:
     [[nodiscard]] const XmlAttribute* end() const { return slots.data() + count; }
     [[nodiscard]] std::size_t Size() const { return count; }
 
-    /// The value of the first attribute of that name, or null.
-    [[nodiscard]] const std::string* Find(std::string_view name) const;
-
     void Clear() { count = 0; }
 
     /// A new last attribute, empty. Throws what the allocation throws, with the list as it was.
@@ -144,7 +141,12 @@ public:
     /// Reads the start tag's own bytes; the position doesn't matter and stays.
     static std::int32_t ReadAttributes(const XmlElement& element, XmlAttributeList& attributes);
 
+    /// The value of the first attribute of that name, with all attributes checked as above; `XmlNone` without one.
+    static std::int32_t ReadAttribute(const XmlElement& element, std::string_view wanted, std::string& value);
+
 private:
+    bool TakeEndTagOf(const XmlElement& element);
+
     const char* position;
     const char* end;
 };

@@ -45,19 +45,19 @@ Key* Key::FindChild(const HashedName& childName) const {
     return record != childIndex.end() ? record->second : nullptr;
 }
 
-bool Key::IndexChild(Key& child) {
+bool Key::IndexChild(Key& child, std::uint32_t hash) {
     try {
-        childIndex.emplace(HashedName{child.name, NameHash(child.name.View())}, &child);
+        childIndex.emplace(HashedName{child.name, hash}, &child);
         return true;
     } catch (const std::bad_alloc&) {
         return false;
     }
 }
 
-Key* Key::AddChild(std::string_view childName) {
+Key* Key::AddChild(std::string_view childName, std::uint32_t hash) {
     HostPtr<Key> child = MakeInHost<Key>(owner, owner, childName);
     if (!child || child->name.View().size() != childName.size()) return nullptr;
-    if (!IndexChild(*child)) return nullptr;
+    if (!IndexChild(*child, hash)) return nullptr;
     children.push_back(*child);
     cursor.Clear();
     return child.release();   // the list owns it now
@@ -73,11 +73,11 @@ Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created
     for (bool start = true; !cutter.AtEndOfNames(); start = false) {
         const bool last = cutter.AtLastComponent();
         const std::string_view component = cutter.Next();
+        const HashedName hashed = HashName(component);
         Key* child = nullptr;
-        if (!start || !alwaysNew)
-            child = last ? key->FindChild(HashName(component)) : key->FindPathRange(component, nullptr);
+        if (!start || !alwaysNew) child = last ? key->FindChild(hashed) : key->FindPathRange(component, nullptr);
         if (child == nullptr) {
-            child = key->AddChild(component);
+            child = key->AddChild(component, hashed.hash);
             if (child == nullptr) {
                 // All that was made lies below the first: the tree becomes what it was.
                 if (firstMade != nullptr) homeOfFirst->RemoveChild(firstMade, !homeOfFirst->IsIndexed(*firstMade));
@@ -260,11 +260,14 @@ ValueEntry* Key::NewEntry(TypeCode code) {
 template <class Fill>
 ResultCode Key::AddFilled(const char* valueName, TypeCode code, Fill fill) {
     if (owner == nullptr) return kNotInitialised;
+    // The hash first: it takes as long as all that follows, and nothing waits for it until the index does.
+    const std::string_view wanted = valueName != nullptr ? std::string_view(valueName) : std::string_view();
+    const std::uint32_t hash = NameHash(wanted);
     std::unique_ptr<ValueEntry, EntryRemover> entry(NewEntry(code), EntryRemover(*this));
     if (!entry) return kOutOfMemory;
     if (valueName == nullptr) return kInvalidArgument;
-    if (const ResultCode named = CopyName(valueName, entry->name); IsFailure(named)) return named;
-    entry->hash = NameHash(entry->name.View());
+    if (const ResultCode named = CopyName(wanted, entry->name); IsFailure(named)) return named;
+    entry->hash = hash;
     if (const ResultCode filled = fill(*entry->value); IsFailure(filled)) return filled;
     values.push_back(*entry);
     valueCursor.Clear();

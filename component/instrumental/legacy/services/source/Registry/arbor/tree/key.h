@@ -140,8 +140,8 @@ private:
     class EntryRemover;
 
     Key* FindChild(const HashedName& childName) const;
-    Key* AddChild(std::string_view childName);
-    bool IndexChild(Key& child);
+    Key* AddChild(std::string_view childName, std::uint32_t hash);
+    bool IndexChild(Key& child, std::uint32_t hash);
     bool IsIndexed(const Key& child) const;
 
     template <class Cutter>

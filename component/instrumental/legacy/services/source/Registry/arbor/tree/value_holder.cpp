@@ -4,6 +4,7 @@
 #include "tree/utf8.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
 
 namespace arbor {
@@ -23,12 +24,16 @@ ResultCode TakeWideBlock(const HostObject* host, std::uint32_t bytes, HostBlock<
     return TakeBlock(host, bytes, bytes % 2 == 0 ? 2 : 3, block);
 }
 
-/// The two digits at `digits` as a byte, or a number above 255.
-unsigned HexByte(const char* digits) {
-    const unsigned high = DigitValue(digits[0]);
-    const unsigned low = DigitValue(digits[1]);
-    return high < 16 && low < 16 ? high << 4 | low : 0x100;
-}
+/// The value of each byte as a digit; one above 15 is none.
+constexpr std::array<std::uint8_t, 256> kDigitValues = [] {
+    std::array<std::uint8_t, 256> values{};
+    for (unsigned byte = 0; byte < values.size(); ++byte) {
+        values[byte] = static_cast<std::uint8_t>(DigitValue(static_cast<char>(byte)));
+    }
+    return values;
+}();
+
+unsigned HexDigit(char digit) { return kDigitValues[static_cast<unsigned char>(digit)]; }
 
 /// A block of the bytes that `text` spells, two digits each. `kInvalidArgument` for any other text.
 ResultCode ParseHex(const HostObject* host, const char* text, HostBlock<std::uint8_t>& block, std::uint32_t& size) {
@@ -37,12 +42,15 @@ ResultCode ParseHex(const HostObject* host, const char* text, HostBlock<std::uin
     const ResultCode code = TakeBlock(host, length / 2, 0, block);
     if (IsFailure(code)) return code;
     size = length / 2;
+    unsigned seen = 0;
+    std::uint8_t* target = block.get();
     for (std::uint32_t i = 0; i < size; ++i) {
-        const unsigned byte = HexByte(text + std::size_t{2} * i);
-        if (byte > 0xFF) return kInvalidArgument;
-        block[i] = static_cast<std::uint8_t>(byte);
+        const unsigned high = HexDigit(text[std::size_t{2} * i]);
+        const unsigned low = HexDigit(text[std::size_t{2} * i + 1]);
+        seen |= high | low;
+        target[i] = static_cast<std::uint8_t>(high << 4 | low);
     }
-    return kDone;
+    return seen < 16 ? kDone : kInvalidArgument;
 }
 
 void PrintHex(const std::uint8_t* data, std::uint32_t size, char* target) {
