@@ -5,6 +5,7 @@
 
 #include <component/kernel/value_types.h>
 
+#include <algorithm>
 #include <iterator>
 #include <new>
 #include <string>
@@ -41,7 +42,10 @@ public:
 
 private:
     void OpenKey(const Key& key) {
-        OpenElement(kKeyElement, key.Name());
+        writer.WriteIndent(indent, ' ');
+        writer.OpenTag(kKeyElement);
+        writer.WriteAttribute(kNameAttribute, key.Name().text, static_cast<std::int32_t>(key.Name().length));
+        writer.CloseTag();
         writer.WriteLineEnd();
         indent += kIndentStep;
     }
@@ -59,33 +63,32 @@ private:
             const TypeCode type = entry.value->GetType();
             // Wide text goes out as UTF-8, which the text type reads back; its own text form would be hexadecimal.
             const char* element = TypeNameFromCode(type == tWSTRING ? static_cast<TypeCode>(tSTRING) : type);
-            OpenElement(element, entry.name);
-            writer.WriteEscaped(text.c_str(), -1);
-            writer.WriteEndTag(element);
-            writer.WriteLineEnd();
+            writer.WriteElementLine(indent, element, kNameAttribute, entry.name.View(), text.c_str());
         }
         return kDone;
     }
 
-    void OpenElement(const char* element, const NameRange& name) {
-        writer.WriteIndent(indent, ' ');
-        writer.OpenTag(element);
-        writer.WriteAttribute(kNameAttribute, name.text, static_cast<std::int32_t>(name.length));
-        writer.CloseTag();
-    }
-
     /// The value's text form into `text`, up to its first 0 byte.
     ResultCode TakeText(const Value& value) {
+        // A block's text has no terminator and asks for room for one: zeroes stand behind whatever is written.
+        std::fill_n(text.begin(), used, '\0');
         std::uint32_t size = 0;
-        if (const ResultCode code = value.ToText(nullptr, 0, &size); IsFailure(code)) return code;
-        text.assign(std::size_t{size} + 1, '\0');
-        return value.ToText(text.data(), size, &size);
+        ResultCode code = value.ToText(text.data(), Room(), &size);
+        if (code == kBufferTooSmall && size > Room()) {
+            text.assign(std::size_t{size} + 1, '\0');
+            code = value.ToText(text.data(), Room(), &size);
+        }
+        used = IsSuccess(code) ? size : 0;
+        return code;
     }
+
+    [[nodiscard]] std::uint32_t Room() const { return static_cast<std::uint32_t>(text.size()) - 1; }
 
     XmlWriter& writer;
     int indent;
     std::vector<const Key*> above;
-    std::string text;
+    std::string text = std::string(256, '\0');   // of one value at a time; the last byte is never written
+    std::uint32_t used = 0;
 };
 
 }   // namespace

@@ -31,6 +31,10 @@ public:
     /// Carriage return and line feed.
     void WriteLineEnd();
 
+    /// All of these for an element that stands on a line of its own with one attribute and its text.
+    void WriteElementLine(std::int32_t indent, std::string_view element, std::string_view attribute,
+                          std::string_view value, std::string_view text);
+
 private:
     std::string* output;
 };
