@@ -195,6 +195,15 @@ void AddOptions(CLI::App& app, CommandLine& line, std::string& module, std::stri
     app.add_option("DOCUMENT", document, "file of the settings");
 }
 
+std::string FailureLine(const CLI::App* app, const CLI::Error& error) {
+    const std::vector<CLI::App*> commands = app->get_subcommands();
+    const std::vector<std::string> unknown = app->remaining();
+    if (commands.empty() && !unknown.empty())
+        return "arborctl: " + unknown[0] + " is no command (arborctl --help lists them)\n";
+    const std::string command = commands.empty() ? "" : commands[0]->get_name() + ' ';
+    return std::string("arborctl: ") + error.what() + " (arborctl " + command + "--help tells more)\n";
+}
+
 /// A command may stand before its document too.
 void PutDocumentFirst(const CLI::App& app, std::vector<std::string>& arguments) {
     const auto isCommand = [&app](const std::string& word) {
@@ -213,9 +222,7 @@ std::optional<CommandLine> ReadCommandLine(std::vector<std::string> arguments, i
     CLI::App app("Reads and changes a document of settings.", "arborctl");
     app.formatter(std::make_shared<UsageWithDocument>());
     app.footer("arborctl COMMAND --help tells more of a command.");
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("arborctl: ") + error.what() + " (arborctl --help tells more)\n";
-    });
+    app.failure_message(FailureLine);
     app.allow_windows_style_options(false);   // a path may begin with "/"
     app.require_subcommand(1);
     AddOptions(app, line, module, document);

@@ -30,4 +30,23 @@ for word in $commands $options; do
     mentions host/arborctl/arborctl.bash "$word" "word"
     mentions docs/arborctl.1 "$(echo "$word" | sed 's/-/\\-/g')" "word"
 done
+
+# offers WANTED WORD...: completion of the last word gives WANTED.
+offers() {
+    wanted=$1
+    shift
+    offered=$(bash -c '. host/arborctl/arborctl.bash
+        COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
+        _arborctl
+        printf %s "${COMPREPLY[*]}"' completion "$@")
+    [ "$offered" = "$wanted" ] || {
+        echo "completion of '$*' offers '$offered' instead of '$wanted'"
+        failed=1
+    }
+}
+offers 'diff' arborctl examples/settings.xml di
+offers 'Network/Proxy' arborctl examples/settings.xml tree Network/P
+offers 'Port Password\ policy' arborctl examples/settings.xml get Network/Proxy P
+offers 'tDWORD tDATETIME tDOUBLE' arborctl examples/settings.xml set Network/Proxy Port tD
+offers 'always' arborctl --color al
 exit $failed
