@@ -17,20 +17,24 @@ std::atomic<Kernel*> running{nullptr};
 
 /// The functions that the module calls; no exception leaves them.
 struct Kernel::Slots {
-    static bool IsSystemFace(const kernel::MethodTable* face) { return face != nullptr && *face == SystemTable(); }
+    /// The running kernel, or null for the face of something that is no object of its own.
+    static Kernel* KernelOf(const kernel::MethodTable* face) {
+        Kernel* host = running.load();
+        return face != nullptr && *face == host->root.object.SystemFace ? host : nullptr;
+    }
 
     static kernel::ResultCode Alloc(const kernel::MethodTable* face, void** block, std::uint32_t bytes) {
-        if (!IsSystemFace(face)) return kernel::kInvalidArgument;
-        return running.load()->memory.Take(block, bytes);
+        Kernel* host = KernelOf(face);
+        return host != nullptr ? host->memory.Take(block, bytes) : kernel::kInvalidArgument;
     }
 
     static kernel::ResultCode Realloc(const kernel::MethodTable* face, void** block, void* old, std::uint32_t bytes) {
-        if (!IsSystemFace(face)) return kernel::kInvalidArgument;
-        return running.load()->memory.Resize(block, old, bytes);
+        Kernel* host = KernelOf(face);
+        return host != nullptr ? host->memory.Resize(block, old, bytes) : kernel::kInvalidArgument;
     }
 
     static void Free(const kernel::MethodTable* face, void* block) {
-        if (IsSystemFace(face)) running.load()->memory.GiveBack(block);
+        if (Kernel* host = KernelOf(face); host != nullptr) host->memory.GiveBack(block);
     }
 
     static kernel::ResultCode NotOffered() { return kNotOffered; }

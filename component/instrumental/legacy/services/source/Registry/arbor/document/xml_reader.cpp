@@ -48,16 +48,22 @@ constexpr bool IsAscii(char byte) { return static_cast<unsigned char>(byte) < 0x
 constexpr bool IsAsciiNameStart(char byte) { return IsAscii(byte) && Is(byte, NameStart); }
 constexpr bool IsAsciiNameChar(char byte) { return IsAscii(byte) && Is(byte, NameChar); }
 
-/// Eight blanks of an indent at a time.
-const char* PassSpace(const char* at, const char* last) {
+/// Where something else than a blank stands; an indent passes eight blanks at a time.
+const char* PassLongSpace(const char* at, const char* last) {
     constexpr std::string_view kIndent = "        ";
-    for (;; ++at) {
-        while (static_cast<std::size_t>(last - at) >= kIndent.size() &&
+    for (; at != last && Is(*at, Space); ++at) {
+        while (*at == ' ' && static_cast<std::size_t>(last - at) > kIndent.size() &&
                std::memcmp(at, kIndent.data(), kIndent.size()) == 0) {
             at += kIndent.size();
         }
-        if (at == last || !Is(*at, Space)) return at;
+        if (!Is(*at, Space)) return at;
     }
+    return at;
+}
+
+/// The same where mostly nothing is to pass.
+inline const char* PassSpace(const char* at, const char* last) {
+    return at != last && Is(*at, Space) ? PassLongSpace(at, last) : at;
 }
 
 bool IsBlankText(const ByteSlice& text) {
@@ -175,12 +181,18 @@ XmlReader::XmlReader(const char* start, std::uint32_t size, bool skipMark) : pos
     if (skipMark) position += MatchAt(kMark);
 }
 
+bool XmlReader::StandsAtStartTag() const {
+    return end - position > 1 && *position == '<' && Is(position[1], NameStart);
+}
+
+bool XmlReader::StandsAtEndTag() const { return end - position > 1 && *position == '<' && position[1] == '/'; }
+
 TokenKind XmlReader::PeekKind() const {
     if (position >= end) return TokenEnd;
     if (*position != '<') return TokenText;
     if (end - position == 1) return TokenOther;
-    if (position[1] == '/') return TokenEndTag;
-    if (Is(position[1], NameStart)) return TokenStartTag;
+    if (StandsAtEndTag()) return TokenEndTag;
+    if (StandsAtStartTag()) return TokenStartTag;
     for (const TokenMarks& marks : kTokenMarks) {
         if (MatchAt(marks.opening) != 0) return marks.kind;
     }
@@ -205,7 +217,7 @@ std::int32_t XmlReader::ReadName(ByteSlice& name) {
 std::int32_t XmlReader::NextStartTag(XmlElement& element, std::uint32_t flags, const char* expected) {
     element = XmlElement();
     SkipSpace();
-    TokenKind kind = PeekKind();
+    TokenKind kind = StandsAtStartTag() ? TokenStartTag : PeekKind();
     while (kind == TokenComment || kind == TokenInstruction) {
         static_cast<void>(SkipToken(kind));   // one without its end has taken the input up, which shows below
         SkipSpace();
@@ -256,7 +268,7 @@ bool XmlReader::ReadText(std::string& text, bool allowCData) {
         ByteSlice run;
         if (ReadRawText(run)) found = true;
         Decode(run.View(), text);
-        if (!allowCData) return found;
+        if (!allowCData || StandsAtEndTag()) return found;
         const TokenKind kind = PeekKind();
         if (kind == TokenCData) {
             static_cast<void>(

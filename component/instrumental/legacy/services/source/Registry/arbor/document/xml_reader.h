@@ -145,6 +145,8 @@ public:
     static std::int32_t ReadAttribute(const XmlElement& element, std::string_view wanted, std::string& value);
 
 private:
+    [[nodiscard]] bool StandsAtStartTag() const;
+    [[nodiscard]] bool StandsAtEndTag() const;
     bool TakeEndTagOf(const XmlElement& element);
 
     const char* position;
