@@ -19,20 +19,21 @@ std::string MakeText(std::int64_t size, std::int64_t every) {
 
 void BM_Escape(benchmark::State& state) {
     const std::string text = MakeText(state.range(0), state.range(1));
-    std::string output;
+    arbor::TextBuffer output;
     for (auto _ : state) {
-        output.clear();
+        output.Clear();
         arbor::EscapeXml(text.data(), static_cast<std::int32_t>(text.size()), output);
-        benchmark::DoNotOptimize(output.data());
+        benchmark::DoNotOptimize(output.View().data());
     }
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(BM_Escape)->ArgsProduct({{16, 256, 65536}, {0, 16}});
 
 void BM_Decode(benchmark::State& state) {
-    std::string escaped;
+    arbor::TextBuffer buffer;
     const std::string text = MakeText(state.range(0), state.range(1));
-    arbor::EscapeXml(text.data(), static_cast<std::int32_t>(text.size()), escaped);
+    arbor::EscapeXml(text.data(), static_cast<std::int32_t>(text.size()), buffer);
+    const std::string escaped(buffer.View());
     std::string output;
     for (auto _ : state) {
         output.clear();

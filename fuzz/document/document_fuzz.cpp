@@ -1,6 +1,7 @@
 // Any bytes as a document. Whatever a load leaves in the tree, a save writes it by the format's rules, and what was
 // written loads to the tree that those rules promise; from then on nothing changes any more.
 #include "document/profile_format.h"
+#include "document/text_buffer.h"
 #include "fuzz.h"
 #include "model/store.h"
 #include "tree/key_tree.h"
@@ -43,9 +44,10 @@ ResultCode Load(KeyTree& tree, std::string_view document) {
 bool Reload(host::Kernel& kernel, const model::Key& plain, const KeyTree& tree, std::unique_ptr<model::Key>& reloaded) {
     std::string expected;
     const ResultCode writable = model::WriteDocument(plain, expected);
-    std::string document;
-    FUZZ_CHECK(tree.SaveDocument(document) == writable);
+    arbor::TextBuffer saved;
+    FUZZ_CHECK(tree.SaveDocument(saved) == writable);
     if (kernel::IsFailure(writable)) return false;
+    const std::string_view document = saved.View();
     FUZZ_CHECK(document == expected);
     KeyTree again;
     FUZZ_CHECK(again.Start(kernel.Root()) == kernel::kDone);
@@ -54,11 +56,11 @@ bool Reload(host::Kernel& kernel, const model::Key& plain, const KeyTree& tree, 
     if (tooDeep) return false;
     reloaded = Plain(again);
     FUZZ_CHECK(model::Same(*reloaded, *model::ComesBack(plain)));
-    std::string settled;
+    arbor::TextBuffer settled;
     FUZZ_CHECK(again.SaveDocument(settled) == kernel::kDone);
     std::string unchanged;
     FUZZ_CHECK(model::WriteDocument(*model::ComesBack(*reloaded), unchanged) == kernel::kDone);
-    FUZZ_CHECK(settled == unchanged);
+    FUZZ_CHECK(settled.View() == unchanged);
     return true;
 }
 

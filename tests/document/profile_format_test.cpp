@@ -1,3 +1,4 @@
+#include "document/text_buffer.h"
 #include "support/small_stack.h"
 #include "tree/key_tree.h"
 
@@ -26,9 +27,9 @@ protected:
         return tree->LoadDocument(text.data(), static_cast<std::uint32_t>(text.size()));
     }
     std::string Saved() {
-        std::string text;
+        TextBuffer text;
         EXPECT_EQ(tree->SaveDocument(text), kDone);
-        return text;
+        return std::string(text.View());
     }
     /// What a fresh tree that loads `text` saves again, without indent and line ends.
     std::string Reloaded(std::string_view text) {
@@ -69,7 +70,7 @@ TEST_F(ProfileFormatTest, TheNativeFormComesBackByteForByte) {
     NewTree();
     EXPECT_EQ(Saved(), "<arbor>\r\n</arbor>\r\n");
     tree.emplace();
-    std::string none;
+    TextBuffer none;
     EXPECT_EQ(tree->SaveDocument(none), kNotInitialised);
     EXPECT_EQ(Load(kExample), kNotInitialised);
 }
@@ -198,7 +199,7 @@ TEST_F(ProfileFormatTest, NestingEndsAtItsLimitOnASmallStack) {
 TEST_F(ProfileFormatTest, AValueWithoutTextFormStopsTheSave) {
     const char16_t unit = u'x';
     EXPECT_EQ(tree->top->AddValue("w", tWCHAR, &unit, sizeof unit), kDone);
-    std::string text;
+    TextBuffer text;
     EXPECT_EQ(tree->SaveDocument(text), kUnspecified);
 }
 

@@ -10,7 +10,8 @@ namespace arbor {
 namespace {
 
 TEST(XmlWriterTest, PiecesAppendTheirBytesAndNoMore) {
-    std::string output = "+";
+    TextBuffer output;
+    output.Append("+");
     XmlWriter writer(output);
     writer.WriteIndent(-1, ' ');
     writer.WriteIndent(2, ' ');
@@ -21,7 +22,7 @@ TEST(XmlWriterTest, PiecesAppendTheirBytesAndNoMore) {
     writer.WriteEscaped("\"<\0\t\x1F\r\n\x7F\xC3\xA9", 10);
     writer.WriteEndTag("key");
     writer.WriteLineEnd();
-    EXPECT_EQ(output,
+    EXPECT_EQ(output.View(),
               "+  <key name=\"a&lt;b&gt;&quot;c&quot;&amp;&apos;d&apos;\" none=\"\">"
               "&quot;&lt;&#x0;&#x9;&#x1F;\r\n\x7F\xC3\xA9</key>\r\n");
 }
@@ -31,9 +32,11 @@ TEST(XmlWriterTest, WhatIsEscapedReadsBackTheSame) {
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     std::mt19937 random(seed);
     for (int run = 0; run < 2000; ++run) {
-        std::string raw, escaped, back;
+        std::string raw, back;
+        TextBuffer buffer;
         for (std::size_t size = random() % 300; raw.size() < size;) raw += static_cast<char>(random() % 255 + 1);
-        EscapeXml(raw.c_str(), -1, escaped);
+        EscapeXml(raw.c_str(), -1, buffer);
+        const std::string escaped(buffer.View());
         EXPECT_EQ(escaped.find_first_of("<>\"'\t"), std::string::npos);
         ASSERT_TRUE(DecodeEntities(escaped.c_str(), -1, back));
         ASSERT_EQ(back, raw);

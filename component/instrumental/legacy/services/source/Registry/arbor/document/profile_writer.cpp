@@ -1,11 +1,12 @@
 #include "document/profile_format.h"
+#include "document/text_buffer.h"
 #include "document/xml_writer.h"
 #include "tree/key_tree.h"
 #include "tree/type_catalogue.h"
 
 #include <component/kernel/value_types.h>
 
-#include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <new>
 #include <string>
@@ -59,43 +60,43 @@ private:
 
     ResultCode WriteValues(const Key& key) {
         for (const ValueEntry& entry : key.Values()) {
-            if (const ResultCode code = TakeText(*entry.value); IsFailure(code)) return code;
+            std::string_view text;
+            if (const ResultCode code = TakeText(*entry.value, text); IsFailure(code)) return code;
             const TypeCode type = entry.value->GetType();
             // Wide text goes out as UTF-8, which the text type reads back; its own text form would be hexadecimal.
-            const char* element = TypeNameFromCode(type == tWSTRING ? static_cast<TypeCode>(tSTRING) : type);
-            writer.WriteElementLine(indent, element, kNameAttribute, entry.name.View(), text.c_str());
+            const std::string_view element = TypeNameFromCode(type == tWSTRING ? static_cast<TypeCode>(tSTRING) : type);
+            writer.WriteElementLine(indent, element, kNameAttribute, entry.name.View(), text);
         }
         return kDone;
     }
 
-    /// The value's text form into `text`, up to its first 0 byte.
-    ResultCode TakeText(const Value& value) {
-        // A block's text has no terminator and asks for room for one: zeroes stand behind whatever is written.
-        std::fill_n(text.begin(), used, '\0');
+    /// The value's text form, up to its first 0 byte; it lasts until the next one is taken.
+    ResultCode TakeText(const Value& value, std::string_view& taken) {
+        char* text = usualText;
         std::uint32_t size = 0;
-        ResultCode code = value.ToText(text.data(), Room(), &size);
-        if (code == kBufferTooSmall && size > Room()) {
-            text.assign(std::size_t{size} + 1, '\0');
-            code = value.ToText(text.data(), Room(), &size);
+        std::memset(text, 0, sizeof usualText);   // not every type writes all that it asks for
+        ResultCode code = value.ToText(text, sizeof usualText, &size);
+        if (code == kBufferTooSmall && size != 0) {
+            longText.assign(size, '\0');
+            text = longText.data();
+            code = value.ToText(text, size, &size);
         }
-        used = IsSuccess(code) ? size : 0;
+        taken = {text, strnlen(text, size)};
         return code;
     }
-
-    [[nodiscard]] std::uint32_t Room() const { return static_cast<std::uint32_t>(text.size()) - 1; }
 
     XmlWriter& writer;
     int indent;
     std::vector<const Key*> above;
-    std::string text = std::string(256, '\0');   // of one value at a time; the last byte is never written
-    std::uint32_t used = 0;
+    char usualText[256];
+    std::string longText;
 };
 
 }   // namespace
 
 ResultCode WriteBody(const Key& root, XmlWriter& writer, int indent) { return BodyWriter(writer, indent).Write(root); }
 
-ResultCode KeyTree::SaveDocument(std::string& output) const {
+ResultCode KeyTree::SaveDocument(TextBuffer& output) const {
     if (top == nullptr) return kNotInitialised;
     try {
         XmlWriter writer(output);
@@ -107,7 +108,7 @@ ResultCode KeyTree::SaveDocument(std::string& output) const {
         writer.WriteLineEnd();
         return kDone;
     } catch (const std::exception&) {
-        return kOutOfMemory;   // also for a text beyond what a string can hold
+        return kOutOfMemory;   // also for a text beyond what one write stores
     }
 }
 

@@ -2,6 +2,7 @@
 // made, and one final move puts the new text in the document's place: whatever fails, a complete document stands on the
 // disk.
 
+#include "document/text_buffer.h"
 #include "object/arbor.h"
 
 #include <component/ilk/error/exception.h>
@@ -13,7 +14,6 @@
 #include <component/platform/threads.h>
 
 #include <charconv>
-#include <limits>
 #include <string>
 #include <string_view>
 
@@ -104,31 +104,28 @@ ResultCode Arbor::WriteTemporaryFile(const char16_t* path) {
 }
 
 ResultCode Arbor::WriteToFile(ilk::File& file) {
-    std::string document;
+    TextBuffer document;
     ResultCode code = Serialise(document);
     if (IsFailure(code)) return code;
     std::uint32_t done = 0;
-    code = ilk::ToHostResult(file.Write(document.data(), static_cast<std::uint32_t>(document.size()), done));
-    if (IsSuccess(code) && done != document.size()) code = kNotMatched;
+    code = ilk::ToHostResult(file.Write(document.View().data(), document.SizeBytes(), done));
+    if (IsSuccess(code) && done != document.SizeBytes()) code = kNotMatched;
     static_cast<void>(file.Flush());   // the write's code decides
     return code;
 }
 
 ResultCode Arbor::WriteToIoObject(HostObject* io) {
-    std::string document;
+    TextBuffer document;
     ResultCode code = Serialise(document);
     if (IsFailure(code)) return code;
-    code = IoWrite(io, document.data(), static_cast<std::uint32_t>(document.size()));
+    code = IoWrite(io, document.View().data(), document.SizeBytes());
     IoComplete(io);
     return code;
 }
 
-ResultCode Arbor::Serialise(std::string& document) {
+ResultCode Arbor::Serialise(TextBuffer& document) {
     const LockGuard guard = LockGuard::Shared(lock, Synchronised);
-    const ResultCode code = tree.SaveDocument(document);
-    if (IsFailure(code)) return code;
-    // One write stores it, and that counts in 32 bits.
-    return document.size() <= std::numeric_limits<std::uint32_t>::max() ? kDone : ilk::ResultFileIsTooBig;
+    return tree.SaveDocument(document);
 }
 
 void Arbor::MakeFirstBackup(const DocumentFiles& files) {

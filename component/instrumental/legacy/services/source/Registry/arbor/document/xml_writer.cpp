@@ -38,134 +38,120 @@ constexpr EscapeTable kEscapes = [] {
     return escapes;
 }();
 
-constexpr std::uint64_t InEachByte(unsigned byte) { return byte * std::uint64_t{0x0101010101010101}; }
+/// Eight bytes side by side.
+using Octet = std::uint64_t;
 
-/// Non-zero if a byte of the word is 0, or below a limit of at most 0x80; what the borrow adds lies above a true one.
-constexpr std::uint64_t HasByteBelow(std::uint64_t word, unsigned limit) {
-    return (word - InEachByte(limit)) & ~word & InEachByte(0x80);
+constexpr Octet Each(unsigned char byte) { return Octet{0x0101010101010101} * byte; }
+
+template <class Bytes>
+Bytes Load(const char* from) {
+    Bytes bytes;
+    std::memcpy(&bytes, from, sizeof bytes);
+    return bytes;
 }
 
-/// Whether one of eight bytes may have an escape. Each pair of neighbours, `&` and `'`, `<` and `>`, differs in one
-/// bit.
-constexpr bool MayHaveEscape(std::uint64_t word) {
-    return (HasByteBelow(word, 0x20) | HasByteBelow(word ^ InEachByte('"'), 1) |
-            HasByteBelow((word & InEachByte(0xFE)) ^ InEachByte('&'), 1) |
-            HasByteBelow((word & InEachByte(0xFD)) ^ InEachByte('<'), 1)) != 0;
+/// Whether one of the bytes has an escape, or may have one: a byte above another one that has counts too.
+constexpr bool MayHoldEscape(Octet octet) {
+    constexpr Octet kTops = Each(0x80);
+    // What lies below `limit` borrows the top bit of its byte.
+    const auto below = [](Octet bytes, unsigned char limit) { return (bytes - Each(limit)) & ~bytes; };
+    Octet found = below(octet, 0x20);
+    found |= below(octet ^ Each('"'), 1);
+    found |= below((octet | Each(1)) ^ Each('\''), 1);   // and '&', the even one of the pair
+    found |= below((octet | Each(2)) ^ Each('>'), 1);    // and '<'
+    return (found & kTops) != 0;
 }
+static_assert(('&' | 1) == '\'' && ('<' | 2) == '>');
 
-template <class Word>
-std::uint64_t LoadAs(const char* at) {
-    Word word = 0;
-    std::memcpy(&word, at, sizeof word);
-    return word;
-}
-
-/// The first byte that has an escape, or `last`.
-const char* FindEscape(const char* at, const char* last) {
-    for (;;) {
-        constexpr std::ptrdiff_t kWord = sizeof(std::uint64_t);
-        while (last - at >= kWord && !MayHaveEscape(LoadAs<std::uint64_t>(at))) at += kWord;
-        const char* const stop = at + std::min(last - at, kWord);
-        for (; at != stop; ++at) {
-            if (kEscapes[static_cast<unsigned char>(*at)].length != 0) return at;
+/// Escapes byte by byte; the room has space for the longest that each can become.
+char* EscapeBytes(char* room, const char* data, std::size_t count) {
+    for (const char* const last = data + count; data != last; ++data) {
+        const Escape& escape = kEscapes[static_cast<unsigned char>(*data)];
+        if (escape.length == 0) {
+            *room++ = *data;
+        } else {
+            std::memcpy(room, escape.text, sizeof escape.text);   // all of it, which costs less than its length
+            room += escape.length;
         }
-        if (at == last) return last;
     }
+    return room;
 }
 
-/// The last word overlaps the one before it, so that no byte is looked at alone but in a text of less than half a word.
-bool NeedsEscape(std::string_view text) {
-    constexpr std::size_t kWord = sizeof(std::uint64_t);
-    constexpr std::size_t kHalf = sizeof(std::uint32_t);
-    const char* at = text.data();
-    const char* const last = at + text.size();
-    if (text.size() < kHalf) return FindEscape(at, last) != last;
-    if (text.size() < kWord) {
-        return MayHaveEscape(LoadAs<std::uint32_t>(at) | LoadAs<std::uint32_t>(last - kHalf) << 32);
-    }
-    for (; static_cast<std::size_t>(last - at) > kWord; at += kWord) {
-        if (MayHaveEscape(LoadAs<std::uint64_t>(at))) return true;
-    }
-    return MayHaveEscape(LoadAs<std::uint64_t>(last - kWord));
+/// The same for four to eight bytes, in one look at their two ends, which may overlap, where none of them has an
+/// escape.
+char* EscapeEnds(char* room, const char* data, std::size_t count) {
+    using Half = std::uint32_t;
+    const Half first = Load<Half>(data);
+    const Half last = Load<Half>(data + count - sizeof(Half));
+    if (MayHoldEscape(first | Octet{last} << 32)) return EscapeBytes(room, data, count);
+    std::memcpy(room, &first, sizeof first);
+    std::memcpy(room + count - sizeof last, &last, sizeof last);
+    return room + count;
 }
 
-char* Put(char* target, std::string_view text) {
-    std::memcpy(target, text.data(), text.size());
-    return target + text.size();
+char* EscapeInto(char* room, const char* data, std::size_t count) {
+    for (; count >= sizeof(Octet); data += sizeof(Octet), count -= sizeof(Octet)) {
+        const Octet octet = Load<Octet>(data);
+        if (MayHoldEscape(octet)) {
+            room = EscapeBytes(room, data, sizeof octet);
+        } else {
+            std::memcpy(room, &octet, sizeof octet);
+            room += sizeof octet;
+        }
+    }
+    return count >= 4 ? EscapeEnds(room, data, count) : EscapeBytes(room, data, count);
+}
+
+char* Put(char* room, std::string_view text) {
+    std::memcpy(room, text.data(), text.size());
+    return room + text.size();
 }
 
 }   // namespace
 
-void EscapeXml(const char* data, std::int32_t length, std::string& output) {
-    const char* const last = data + (length == -1 ? std::strlen(data) : static_cast<std::uint32_t>(length));
-    const char* run = data;
-    for (const char* at = FindEscape(data, last); at != last; at = FindEscape(run, last)) {
-        const Escape& escape = kEscapes[static_cast<unsigned char>(*at)];
-        output.append(run, static_cast<std::size_t>(at - run));
-        output.append(escape.text, escape.length);
-        run = at + 1;
+void EscapeXml(const char* data, std::int32_t length, TextBuffer& output) {
+    constexpr std::size_t kStepBytes = 256;
+    std::size_t left = length == -1 ? std::strlen(data) : static_cast<std::uint32_t>(length);
+    while (left != 0) {
+        const std::size_t count = std::min(left, kStepBytes);
+        char* const room = output.Room(count * sizeof Escape::text);
+        output.Extend(static_cast<std::size_t>(EscapeInto(room, data, count) - room));
+        data += count;
+        left -= count;
     }
-    output.append(run, static_cast<std::size_t>(last - run));
 }
-
-void XmlWriter::WriteIndent(std::int32_t count, char byte) {
-    if (count > 0) output->append(static_cast<std::size_t>(count), byte);
-}
-
-void XmlWriter::OpenTag(std::string_view name) {
-    *output += '<';
-    *output += name;
-}
-
-void XmlWriter::WriteAttribute(std::string_view name, const char* value, std::int32_t length) {
-    *output += ' ';
-    *output += name;
-    *output += "=\"";
-    EscapeXml(value, length, *output);
-    *output += '"';
-}
-
-void XmlWriter::CloseTag() { *output += '>'; }
-
-void XmlWriter::WriteEscaped(const char* text, std::int32_t length) { EscapeXml(text, length, *output); }
-
-void XmlWriter::WriteEndTag(std::string_view name) {
-    *output += "</";
-    *output += name;
-    *output += '>';
-}
-
-void XmlWriter::WriteLineEnd() { *output += "\r\n"; }
 
 void XmlWriter::WriteElementLine(std::int32_t indent, std::string_view element, std::string_view attribute,
                                  std::string_view value, std::string_view text) {
-    if (NeedsEscape(value) || NeedsEscape(text)) {
+    // What is escaped at its longest; a long text would reserve too much by it.
+    constexpr std::size_t kLongestEscape = sizeof Escape::text;
+    constexpr std::size_t kUsualBytes = 4096;
+    if (value.size() + text.size() > kUsualBytes) {
         WriteIndent(indent, ' ');
         OpenTag(element);
         WriteAttribute(attribute, value.data(), static_cast<std::int32_t>(value.size()));
         CloseTag();
-        EscapeXml(text.data(), static_cast<std::int32_t>(text.size()), *output);
+        WriteEscaped(text.data(), static_cast<std::int32_t>(text.size()));
         WriteEndTag(element);
         return WriteLineEnd();
     }
-    // The line's length is known: the string grows once.
     constexpr std::string_view kMarks = "< =\"\"></>\r\n";
     const std::size_t blanks = indent > 0 ? static_cast<std::size_t>(indent) : 0;
-    const std::size_t start = output->size();
-    output->resize(start + blanks + 2 * element.size() + attribute.size() + value.size() + text.size() + kMarks.size(),
-                   ' ');
-    char* at = output->data() + start + blanks;
-    at = Put(at, "<");
+    char* const room = output->Room(blanks + 2 * element.size() + attribute.size() + kMarks.size() +
+                                    (value.size() + text.size()) * kLongestEscape);
+    std::memset(room, ' ', blanks);
+    char* at = Put(room + blanks, "<");
     at = Put(at, element);
     at = Put(at, " ");
     at = Put(at, attribute);
     at = Put(at, "=\"");
-    at = Put(at, value);
+    at = EscapeInto(at, value.data(), value.size());
     at = Put(at, "\">");
-    at = Put(at, text);
+    at = EscapeInto(at, text.data(), text.size());
     at = Put(at, "</");
     at = Put(at, element);
-    Put(at, ">\r\n");
+    at = Put(at, ">\r\n");
+    output->Extend(static_cast<std::size_t>(at - room));
 }
 
 }   // namespace arbor

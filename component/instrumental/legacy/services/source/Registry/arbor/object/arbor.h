@@ -138,7 +138,7 @@ private:
     ResultCode WriteTemporaryFile(const char16_t* path);
     ResultCode WriteToFile(ilk::File& file);
     ResultCode WriteToIoObject(HostObject* io);
-    ResultCode Serialise(std::string& document);
+    ResultCode Serialise(TextBuffer& document);
     void MakeFirstBackup(const DocumentFiles& files);
     void MakeSecondBackup(const DocumentFiles& files);
     ResultCode MoveToDocument(const char16_t* temporary);

@@ -4,9 +4,9 @@
 #include "tree/contract.h"
 #include "tree/key.h"
 
-#include <string>
-
 namespace arbor {
+
+class TextBuffer;
 
 /// Owns the root and with it the whole tree. All three pointers are null until `Start`. `current` stands at or below
 /// `top`. No lock here.
@@ -33,7 +33,7 @@ struct KeyTree {
 
     /// Appends the whole document to `output`. `kNotInitialised` without a tree, `kOutOfMemory`, or what a value's text
     /// form fails with: then `output` is of no use.
-    ResultCode SaveDocument(std::string& output) const;
+    ResultCode SaveDocument(TextBuffer& output) const;
 
     /// Adds the keys and values of an XML text without a byte order mark: the native form, or any other mapped onto
     /// keys and texts. On a failure the tree keeps what was added before it.
