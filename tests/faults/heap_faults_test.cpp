@@ -1,10 +1,12 @@
 #include "object/registration.h"
+#include "support/small_stack.h"
 #include "support/store.h"
 #include "support/temporary_folder.h"
 
 #include <component/kernel/properties.h>
 #include <host/io_object.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <functional>
 #include <new>
@@ -16,6 +18,8 @@ namespace {
 thread_local std::size_t requestsUntilFailure = 0;
 thread_local bool failsFromThereOn = false;
 thread_local bool requestFailed = false;
+/// Requests above it fail too, as those of a full memory.
+thread_local std::size_t largestRequest = SIZE_MAX;
 
 void* Take(std::size_t size) {
     if (requestsUntilFailure != 0 && --requestsUntilFailure == 0) {
@@ -23,7 +27,7 @@ void* Take(std::size_t size) {
         if (failsFromThereOn) requestsUntilFailure = 1;
         throw std::bad_alloc();
     }
-    void* block = std::malloc(size != 0 ? size : 1);
+    void* block = size <= largestRequest ? std::malloc(size != 0 ? size : 1) : nullptr;
     if (block == nullptr) throw std::bad_alloc();
     return block;
 }
@@ -158,6 +162,23 @@ TEST_F(HeapFaultsTest, ALoadWithoutMemorySaysSo) {
             }
         }
     }
+}
+
+// Each line is indented by its level: no memory holds the document of a million.
+TEST_F(HeapFaultsTest, AMillionLevelsAreNoDocumentAndStayATree) {
+    folder.Write(u"a.xml", kDocument);
+    std::string path = "k";
+    for (int level = 1; level < 1'000'000; ++level) path += "/k";
+    testing_support::OnSmallStack([&] {
+        Store s(kernel);
+        EXPECT_EQ(s.object.SetName(folder.Path(u"a.xml")), kDone);
+        EXPECT_EQ(s.object.Ready(), kDone);
+        const KeyHandle deepest = s.Make(path.c_str());
+        largestRequest = std::size_t{64} << 20;
+        EXPECT_EQ(s.Save(), kOutOfMemory);
+        EXPECT_EQ(s.Open(path.c_str()), deepest);
+    });
+    EXPECT_EQ(folder.Read(u"a.xml"), kDocument);
 }
 
 }   // namespace
