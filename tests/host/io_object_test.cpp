@@ -1,3 +1,5 @@
+#include "support/temporary_folder.h"
+
 #include <host/io_object.h>
 #include <host/kernel.h>
 
@@ -23,7 +25,6 @@ protected:
             io = std::make_unique<host::FileIo>(host, path);
         }
     }
-    ~IoObjectTest() override { std::filesystem::remove(path); }
 
     std::string Read(std::uint32_t size) {
         std::string buffer(size, '?');
@@ -37,7 +38,8 @@ protected:
         return size;
     }
 
-    const std::filesystem::path path = std::filesystem::path(testing::TempDir()) / "arbor_io_object_test.xml";
+    const testing_support::TemporaryFolder folder;
+    const std::filesystem::path path = folder.Native(u"store.xml");
     host::Kernel host;
     std::unique_ptr<host::IoObject> io;
 };
@@ -58,8 +60,8 @@ INSTANTIATE_TEST_SUITE_P(Homes, IoObjectTest, testing::Values(Home::Memory, Home
                          [](const auto& home) { return home.param == Home::Memory ? "Memory" : "File"; });
 
 TEST(FileIoTest, AMissingFileIsNoDocumentUntilItIsWritten) {
-    const std::filesystem::path path = std::filesystem::path(testing::TempDir()) / "arbor_file_io_test.xml";
-    std::filesystem::remove(path);
+    const testing_support::TemporaryFolder folder;
+    const std::filesystem::path path = folder.Native(u"store.xml");
     host::Kernel host;
     host::FileIo io(host, path);
     std::uint64_t size = 0;

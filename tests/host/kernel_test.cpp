@@ -1,3 +1,5 @@
+#include "support/temporary_folder.h"
+
 #include <host/kernel.h>
 #include <host/object.h>
 #include <host/system.h>
@@ -171,12 +173,11 @@ TEST_F(KernelTest, ModulesThatDoNotStartSayWhy) {
 }
 
 TEST_F(KernelTest, FilesThatAreNoModulesAreRefused) {
-    const std::filesystem::path path = std::filesystem::path(testing::TempDir()) / "arbor_no_module.txt";
-    std::filesystem::remove(path);
+    const testing_support::TemporaryFolder folder;
+    const std::filesystem::path path = folder.Native(u"no_module.txt");
     EXPECT_THAT(Refusal([&] { host.LoadModule(path); }), HasSubstr(path.filename().string()));
     std::ofstream(path) << "plain text";
     EXPECT_THAT(Refusal([&] { host.LoadModule(path); }), HasSubstr(path.filename().string()));
-    std::filesystem::remove(path);
 }
 
 TEST(DocumentNameTest, IsAbsoluteAndHasADrive) {

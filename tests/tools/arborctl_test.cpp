@@ -1,3 +1,5 @@
+#include "support/temporary_folder.h"
+
 #include <arborctl/tool.h>
 #include <host/system.h>
 
@@ -55,12 +57,7 @@ constexpr const char* kDocument =
 
 class ArborctlTest : public testing::Test {
 protected:
-    ArborctlTest() {
-        std::filesystem::remove_all(folder);
-        std::filesystem::create_directory(folder);
-        std::ofstream(folder / "d.xml", std::ios::binary) << kDocument;
-    }
-    ~ArborctlTest() override { std::filesystem::remove_all(folder); }
+    ArborctlTest() { std::ofstream(folder / "d.xml", std::ios::binary) << kDocument; }
 
     [[nodiscard]] std::string Path(const char* name) const { return (folder / name).string(); }
 
@@ -79,7 +76,8 @@ protected:
         return names;
     }
 
-    const std::filesystem::path folder = std::filesystem::path(testing::TempDir()) / "arborctl_test";
+    const testing_support::TemporaryFolder owned;
+    const std::filesystem::path& folder = owned.Folder();
 };
 
 TEST_F(ArborctlTest, ReadsShowValuesInTheirTypeOrAnother) {
