@@ -34,6 +34,7 @@ int RemoveValue(const Session& session, const std::string& path, const std::stri
 }
 
 int Copy(const Session& session, const std::string& path, const std::filesystem::path& target) {
+    if (session.settings.readOnly) throw Refusal(kernel::kReadOnlyObject, "copying to " + PathText(target));
     const Document source = session.Load();
     const arbor::Key key = source.Open(path);   // before the target comes into being
     const Document destination(session.kernel,

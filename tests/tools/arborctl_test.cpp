@@ -213,6 +213,7 @@ TEST_F(ArborctlTest, ARefusalTellsItsCodeAndLeavesTheDocument) {
          {"set", "Network", "V", "tINT", "1"},
          "0x800000C1: the document is open"},
         {"reading only, removing", "d.xml", {"--read-only"}, {"rm", "Network"}, "0x800000C1: the document is open"},
+        {"reading only, copying", "d.xml", {"--read-only"}, {"cp", "Network", Path("new.xml")}, "0x800000C1"},
         {"the root itself", "d.xml", {}, {"rm", ""}, "0x80000046: invalid argument"},
         {"no such source", "d.xml", {}, {"import", "none.xml"}, "0x800000C5: no such document"},
         {"no module", "d.xml", {"--module", "none.so"}, {"tree"}, "can't load the module"},
