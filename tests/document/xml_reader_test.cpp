@@ -68,6 +68,8 @@ constexpr AttributeCase kAttributes[] = {
     {"<a b='1'c='2'>", XmlMalformed, "b=1;"},
     {"<a b = '1'\tc=\"2'\" >", XmlDone, "b=1;c=2';"},
     {"<a b='1' b='&lt;&#x32;<'>", XmlDone, "b=1;b=<2<;"},
+    {"<a b=\"1\">", XmlDone, "b=1;"},
+    {"<a b=\"1\"\">", XmlMalformed, "b=1;"},
     {"<a b='x>y'>", XmlMalformed, ""},
     {"<a b=1>", XmlMalformed, ""},
     {"<a b='>", XmlMalformed, ""},

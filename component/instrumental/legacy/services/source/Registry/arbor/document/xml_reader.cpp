@@ -51,19 +51,21 @@ constexpr bool IsAsciiNameChar(char byte) { return IsAscii(byte) && Is(byte, Nam
 /// Where something else than a blank stands; an indent passes eight blanks at a time.
 const char* PassLongSpace(const char* at, const char* last) {
     constexpr std::string_view kIndent = "        ";
-    for (; at != last && Is(*at, Space); ++at) {
-        while (*at == ' ' && static_cast<std::size_t>(last - at) > kIndent.size() &&
+    for (;; ++at) {
+        while (static_cast<std::size_t>(last - at) >= kIndent.size() &&
                std::memcmp(at, kIndent.data(), kIndent.size()) == 0) {
             at += kIndent.size();
         }
-        if (!Is(*at, Space)) return at;
+        while (at != last && *at == ' ') ++at;
+        if (at == last || !Is(*at, Space)) return at;
     }
-    return at;
 }
 
-/// The same where mostly nothing is to pass.
+/// The same where mostly one blank or none is to pass.
 inline const char* PassSpace(const char* at, const char* last) {
-    return at != last && Is(*at, Space) ? PassLongSpace(at, last) : at;
+    if (at == last || !Is(*at, Space)) return at;
+    ++at;
+    return at == last || !Is(*at, Space) ? at : PassLongSpace(at, last);
 }
 
 bool IsBlankText(const ByteSlice& text) {
@@ -419,6 +421,21 @@ private:
     const char* last;   // the `>`, which stops every run of blanks or name bytes
 };
 
+/// The value where the start tag has nothing but this one attribute, with no blank more than it takes; else no data.
+std::string_view OnlyAttribute(const XmlElement& element, std::string_view wanted) {
+    const char* at = element.name.data + element.name.length;
+    const char* const last = element.end - 1;
+    constexpr std::string_view kOpening = "=\"";
+    if (static_cast<std::size_t>(last - at) < 1 + wanted.size() + kOpening.size() || *at != ' ') return {};
+    ++at;
+    if (std::memcmp(at, wanted.data(), wanted.size()) != 0) return {};
+    at += wanted.size();
+    if (std::memcmp(at, kOpening.data(), kOpening.size()) != 0) return {};
+    at += kOpening.size();
+    const char* const quote = FindByte(at, last, '"');
+    return quote + 1 == last ? std::string_view(at, static_cast<std::size_t>(quote - at)) : std::string_view();
+}
+
 }   // namespace
 
 std::int32_t XmlReader::ReadAttributes(const XmlElement& element, XmlAttributeList& attributes) {
@@ -441,21 +458,22 @@ std::int32_t XmlReader::ReadAttributes(const XmlElement& element, XmlAttributeLi
 
 std::int32_t XmlReader::ReadAttribute(const XmlElement& element, std::string_view wanted, std::string& value) {
     value.clear();
-    AttributeWalk walk(element);
-    std::string_view name;
-    std::string_view raw;
-    bool found = false;
-    std::int32_t code = walk.Next(name, raw);
-    for (; code == XmlDone; code = walk.Next(name, raw)) {
-        if (found || name != wanted) continue;
-        found = true;
-        try {
-            Decode(raw, value);
-        } catch (const std::bad_alloc&) {
-            return XmlOutOfMemory;
+    std::string_view raw = element.end != element.start ? OnlyAttribute(element, wanted) : std::string_view();
+    std::int32_t code = XmlNone;
+    if (raw.data() == nullptr) {
+        AttributeWalk walk(element);
+        std::string_view name;
+        std::string_view next;
+        for (code = walk.Next(name, next); code == XmlDone; code = walk.Next(name, next)) {
+            if (raw.data() == nullptr && name == wanted) raw = next;
         }
     }
-    return code == XmlNone && found ? XmlDone : code;
+    try {
+        Decode(raw, value);
+    } catch (const std::bad_alloc&) {
+        return XmlOutOfMemory;
+    }
+    return code == XmlNone && raw.data() != nullptr ? XmlDone : code;
 }
 
 bool DecodeEntities(const char* data, std::int32_t length, std::string& output) {
