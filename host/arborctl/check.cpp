@@ -78,7 +78,8 @@ Report Examine(const Session& session) {
 
 void PrintJson(const Report& report) {
     Json json(std::cout);
-    json.BeginObject().Member("file", report.file).Member("state", LoadState(report.code));
+    json.BeginObject().Member("file", report.file).Member("code", static_cast<std::uint32_t>(report.code));
+    json.Member("state", LoadState(report.code));
     if (report.place) json.Member("line", report.place->line).Member("column", report.place->column);
     json.Member("keys", report.keys).Member("values", report.values).Name("warnings").BeginArray();
     for (const std::string& warning : report.warnings) json.Text(warning);
