@@ -49,4 +49,17 @@ offers 'Network/Proxy' arborctl examples/settings.xml tree Network/P
 offers 'Port Password\ policy' arborctl examples/settings.xml get Network/Proxy P
 offers 'tDWORD tDATETIME tDOUBLE' arborctl examples/settings.xml set Network/Proxy Port tD
 offers 'always' arborctl --color al
+
+# The examples of the manual page, one after the other: a difference that was found is no trouble.
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+sed -n '/^\.SH EXAMPLES/,/^\.fi/{/^arborctl /{s/\\-/-/g;p;};}' docs/arborctl.1 >"$folder/examples"
+[ -s "$folder/examples" ] || failed=1
+while read -r example; do
+    (cd "$folder" && eval "$example") >/dev/null 2>&1
+    case $?:$example in
+        0:* | '1:arborctl diff '*) ;;
+        *) echo "the manual page's '$example' fails" && failed=1 ;;
+    esac
+done <"$folder/examples"
 exit $failed
