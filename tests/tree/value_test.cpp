@@ -150,6 +150,8 @@ const TextCase kTexts[] = {
     {tBINARY, "0AF", kRefused, ""},
     {tBINARY, "0G", kRefused, ""},
     {tWSTRING, "4100Ac20", Bytes(u"A\u20AC\0"), Bytes("A\xE2\x82\xAC\0")},
+    {tWSTRING, "7F008000FF070008", Bytes(u"\x7F\x80\x7FF\x800\0"), Bytes("\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\0")},
+    {tWSTRING, "41", Bytes(u"A\0"), Bytes("A\0")},
     {tWSTRING, "410042", Bytes(u"AB\0"), Bytes("AB\0")},
     {tWSTRING, "414", "", ""},
     {tDOUBLE, "abc", Bytes(1.0), "1.000000"},
