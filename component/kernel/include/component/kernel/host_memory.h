@@ -19,9 +19,11 @@ struct HostBlockDelete {
 template <class T>
 using HostBlock = std::unique_ptr<T[], HostBlockDelete>;
 
-/// Takes `bytes` + `extra` zeroed bytes into `block`. Returns the host's code; a sum that 32 bits can't say is out of memory.
+/// Takes `bytes` + `extra` zeroed bytes into `block`. Returns the host's code; a sum that 32 bits can't say is out of
+/// memory.
 template <class T>
-[[nodiscard]] ResultCode TakeBlock(const HostObject* host, std::uint32_t bytes, std::uint32_t extra, HostBlock<T>& block) {
+[[nodiscard]] ResultCode TakeBlock(const HostObject* host, std::uint32_t bytes, std::uint32_t extra,
+                                   HostBlock<T>& block) {
     if (bytes > ~std::uint32_t{0} - extra) return kOutOfMemory;
     void* memory = nullptr;
     const ResultCode code = HostAlloc(host, &memory, bytes + extra);

@@ -1,7 +1,7 @@
 /// Objects of the host, and the calls that any of them offers: host memory, and the two of the root.
 ///
-/// The address of an object's `SystemFace` word is the first argument of every system call; any object's serves. None of
-/// these calls throws. Host memory is one heap for all threads.
+/// The address of an object's `SystemFace` word is the first argument of every system call; any object's serves. None
+/// of these calls throws. Host memory is one heap for all threads.
 #pragma once
 
 #include <component/kernel/result_codes.h>
@@ -20,10 +20,10 @@ struct HostObject {
 /// One row of the properties that an interface registers: see `properties.h` for the meaning of an id's bits.
 struct PropertyRow {
     HostWord id;
-    HostWord value;          // a literal, the address of a constant text, or an offset in the object's data area
-    HostWord size;           // bytes of the literal or field; 0 with handlers
+    HostWord value;   // a literal, the address of a constant text, or an offset in the object's data area
+    HostWord size;    // bytes of the literal or field; 0 with handlers
     HostWord flags;
-    HostWord readHandler;    // 0 or the address of a `PropertyHandler`
+    HostWord readHandler;   // 0 or the address of a `PropertyHandler`
     HostWord writeHandler;
 };
 
@@ -35,10 +35,11 @@ using PropertyHandler = ResultCode (*)(HostObject* object, std::uint32_t* count,
 inline constexpr std::size_t kRegisterInterfaceSlot = 0;
 inline constexpr std::size_t kBindImportSlot = 14;
 
-using RegisterInterfaceCall = ResultCode (*)(HostObject* root, HostWord interfaceNumber, HostWord moduleNumber, HostWord,
-                                             HostWord, HostWord, void* const* internal, HostWord internalCount,
-                                             void* const* methods, HostWord methodCount, const PropertyRow* properties,
-                                             HostWord propertyCount, HostWord dataAreaBytes, HostWord);
+using RegisterInterfaceCall = ResultCode (*)(HostObject* root, HostWord interfaceNumber, HostWord moduleNumber,
+                                             HostWord, HostWord, HostWord, void* const* internal,
+                                             HostWord internalCount, void* const* methods, HostWord methodCount,
+                                             const PropertyRow* properties, HostWord propertyCount,
+                                             HostWord dataAreaBytes, HostWord);
 using BindImportCall = ResultCode (*)(HostObject* root, void** function, std::uint32_t kind, std::uint32_t number,
                                       std::uint32_t mode);
 

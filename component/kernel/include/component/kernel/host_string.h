@@ -32,12 +32,12 @@ using TextImportCall = ResultCode (*)(HostString* text, std::uint32_t from, std:
 }
 
 struct HostString {
-    char16_t* text;            // null while nothing was ever stored
-    std::uint32_t size;        // characters
-    std::uint32_t capacity;    // characters that fit, terminator not counted
+    char16_t* text;           // null while nothing was ever stored
+    std::uint32_t size;       // characters
+    std::uint32_t capacity;   // characters that fit, terminator not counted
 
-    /// Replaces the whole text by `sizeBytes` bytes of `source`, read in `codePage`. A null `source` empties the text in
-    /// place and keeps its block. Returns the host's code, or `kUnexpected` if the host has no text import.
+    /// Replaces the whole text by `sizeBytes` bytes of `source`, read in `codePage`. A null `source` empties the text
+    /// in place and keeps its block. Returns the host's code, or `kUnexpected` if the host has no text import.
     ResultCode Assign(const void* source, std::uint32_t codePage, std::uint32_t sizeBytes) {
         if (source == nullptr) {
             size = 0;

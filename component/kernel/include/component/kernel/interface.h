@@ -25,7 +25,8 @@ using LifecycleCall = ResultCode (*)(HostObject* object);
 /// The reason with which a host calls the module's entry; the system's own are lower.
 inline constexpr std::uint32_t kHostStartReason = 100;
 
-/// Entries of the method table. `Save` is in an object's own table alone, in the place behind the last registered method.
+/// Entries of the method table. `Save` is in an object's own table alone, in the place behind the last registered
+/// method.
 enum class Method : std::size_t {
     OpenKey,
     OpenKeyByIndex,
@@ -59,9 +60,10 @@ public:
     explicit Registry(MethodTable methods) : table(methods) {}
     explicit Registry(const HostObject* object) : table(object->MethodFace) {}
 
-    /// A null `path` opens the parent itself. With `create` missing keys are made; `kKeyCreated` says that the path's first
-    /// one was.
-    ResultCode OpenKey(HostObject* object, KeyHandle* key, KeyHandle parent, const char* path, std::uint32_t create) const {
+    /// A null `path` opens the parent itself. With `create` missing keys are made; `kKeyCreated` says that the path's
+    /// first one was.
+    ResultCode OpenKey(HostObject* object, KeyHandle* key, KeyHandle parent, const char* path,
+                       std::uint32_t create) const {
         return Call<Method::OpenKey>(object, key, parent, path, create);
     }
     ResultCode OpenKeyByIndex(HostObject* object, KeyHandle* key, KeyHandle parent, std::uint32_t index) const {
@@ -81,14 +83,14 @@ public:
                                  char* buffer, std::uint32_t size, std::uint32_t full) const {
         return Call<Method::GetKeyNameByIndex>(object, count, parent, index, buffer, size, full);
     }
-    /// A null `type`, or 0 there, asks for the value's own type (stored there); any other converts, but for a block of just `size`
-    /// bytes, which comes as it is.
+    /// A null `type`, or 0 there, asks for the value's own type (stored there); any other converts, but for a block of
+    /// just `size` bytes, which comes as it is.
     ResultCode GetValue(HostObject* object, std::uint32_t* count, KeyHandle key, const char* name, TypeCode* type,
                         void* buffer, std::uint32_t size) const {
         return Call<Method::GetValue>(object, count, key, name, type, buffer, size);
     }
-    ResultCode GetValueByIndex(HostObject* object, std::uint32_t* count, KeyHandle key, std::uint32_t index, TypeCode* type,
-                               void* buffer, std::uint32_t size) const {
+    ResultCode GetValueByIndex(HostObject* object, std::uint32_t* count, KeyHandle key, std::uint32_t index,
+                               TypeCode* type, void* buffer, std::uint32_t size) const {
         return Call<Method::GetValueByIndex>(object, count, key, index, type, buffer, size);
     }
     /// Behind the last value: a success with count 0.

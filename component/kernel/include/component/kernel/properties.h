@@ -1,5 +1,5 @@
-/// The properties of a `Registry` object. In an id, bits 28 to 31 are a range, 20 to 27 the type of the value, and 0 to 19
-/// the property's number; all of them together name the property.
+/// The properties of a `Registry` object. In an id, bits 28 to 31 are a range, 20 to 27 the type of the value, and 0 to
+/// 19 the property's number; all of them together name the property.
 #pragma once
 
 #include <component/kernel/types.h>
@@ -9,10 +9,10 @@ namespace kernel {
 enum PropertyId : std::uint32_t {
     PropertyInterfaceVersion = 0x21A00082,
     PropertyDescription = 0x20900083,
-    PropertyReadOnly = 0x20601000,       // non-zero: every change is refused
+    PropertyReadOnly = 0x20601000,   // non-zero: every change is refused
     PropertyOption1002 = 0x20401002,
     PropertyOption1003 = 0x20401003,
-    PropertySaveOnClose = 0x20601004,    // non-zero: the document is saved when the object closes
+    PropertySaveOnClose = 0x20601004,   // non-zero: the document is saved when the object closes
     PropertyOpenFlags = 0x2040004A,
     PropertyRootPoint = 0x20901005,      // the current root as a path text
     PropertyRootKey = 0x20C01006,        // the current root as a `KeyHandle`

@@ -1,5 +1,5 @@
-/// The codes that belong to the host and to the interface. Library codes come through the same calls unchanged; those that
-/// a caller meets most are named here too.
+/// The codes that belong to the host and to the interface. Library codes come through the same calls unchanged; those
+/// that a caller meets most are named here too.
 #pragma once
 
 #include <component/kernel/types.h>
@@ -9,7 +9,7 @@ namespace kernel {
 constexpr ResultCode MakeResult(std::uint32_t bits) { return static_cast<ResultCode>(bits); }
 
 inline constexpr ResultCode kDone = 0;
-inline constexpr ResultCode kKeyCreated = MakeResult(0x0000D001);       // a success
+inline constexpr ResultCode kKeyCreated = MakeResult(0x0000D001);   // a success
 inline constexpr ResultCode kUnexpected = MakeResult(0x80000040);
 inline constexpr ResultCode kOutOfMemory = MakeResult(0x80000041);
 inline constexpr ResultCode kBufferTooSmall = MakeResult(0x80000044);

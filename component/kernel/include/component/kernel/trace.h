@@ -35,10 +35,10 @@ using HostTraceCall = ResultCode (*)(const HostObject* object, std::uint32_t lev
     return call;
 }
 
-/// Writes one line. `object` may be null. "%terr" shows a `ResultCode` and "%S" 16-bit text, the rest is printf's; every
-/// argument is at most 32 bits wide or a pointer, unless its line says otherwise.
-/// Returns the host's code, or `kUnexpected` without a host or its function. A lost line changes nothing: the result is
-/// there for whoever asks, and the module doesn't.
+/// Writes one line. `object` may be null. "%terr" shows a `ResultCode` and "%S" 16-bit text, the rest is printf's;
+/// every argument is at most 32 bits wide or a pointer, unless its line says otherwise. Returns the host's code, or
+/// `kUnexpected` without a host or its function. A lost line changes nothing: the result is there for whoever asks, and
+/// the module doesn't.
 inline ResultCode Trace(const HostObject* object, std::uint32_t level, const char* format, ...) {
     if (HostRoot == nullptr) return kUnexpected;
     const HostTraceCall call = BoundHostTrace();

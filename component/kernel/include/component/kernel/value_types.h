@@ -1,10 +1,12 @@
-/// The types of values by number. The comment says what a caller's buffer holds; the rest of the catalogue can't be stored.
+/// The types of values by number. The comment says what a caller's buffer holds; the rest of the catalogue can't be
+/// stored.
 #pragma once
 
 #include <component/kernel/types.h>
 
 namespace kernel {
 
+// clang-format off
 enum ValueType : TypeCode {
     tVOID = 1, tBYTE = 2, tWORD = 3, tDWORD = 4, tQWORD = 5,
     tBOOL = 6,            // 32 bits
@@ -21,5 +23,6 @@ enum ValueType : TypeCode {
     tSTRING_OBJ = 56,     // a `HostString`, as the type of a caller's buffer alone
     tSERIALIZABLE = 57, tBUFFER = 58, tSTR_DSC = 59, tSIZE_T = 60, tIMPL_ID = 61, tMSG_ID = 62, tMSGCLS_ID = 63,
 };
+// clang-format on
 
 }   // namespace kernel
