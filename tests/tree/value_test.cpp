@@ -117,20 +117,32 @@ const TextCase kTexts[] = {
     {tDWORD, "0x10", Bytes(16U), "16"},
     {tDWORD, "-FF", Bytes(0xFFFFFF01U), "4294967041"},
     {tDWORD, "-1", Bytes(0xFFFFFFFFU), "4294967295"},
+    {tDWORD, "4294967290", Bytes(0xFFFFFFFAU), "4294967290"},
     {tDWORD, "4294967296", Bytes(0xFFFFFFFFU), "4294967295"},
+    {tDWORD, "42949672950", Bytes(0xFFFFFFFFU), "4294967295"},
+    {tDWORD, "0x0", Bytes(0U), "0"},
     {tDWORD, "FFFFFFFE", Bytes(0xFFFFFFFEU), "4294967294"},
     {tDWORD, "FFFFFFFF", kRefused, ""},
     {tDWORD, "-0x1", kRefused, ""},
     {tINT, "2147483648", Bytes(0x7FFFFFFF), "2147483647"},
     {tINT, "-2147483649", Bytes(std::numeric_limits<std::int32_t>::min()), "-2147483648"},
     {tINT, "7FFFFFFF", kRefused, ""},
+    {tINT, "-0x80000000", kRefused, ""},
+    {tBYTE, "255", Bytes("\xFF"), "255"},
+    {tBYTE, "256", kRefused, ""},
     {tBYTE, "-1", kRefused, ""},
+    {tSBYTE, "127", Bytes("\x7F"), "127"},
     {tSBYTE, "128", kRefused, ""},
     {tSBYTE, "-200", Bytes("\x38"), "56"},
     {tSHORT, "-70000", Bytes(static_cast<std::int16_t>(-4464)), "-4464"},
     {tBOOL, "true", Bytes(1U), Bytes("1\0")},
     {tBOOL, "true x", Bytes(1U), Bytes("1\0")},
+    {tBOOL, "\rfalse\t", Bytes(0U), Bytes("0\0")},
     {tBOOL, "TRUE", kRefused, ""},
+    {tBOOL, "/", kRefused, ""},
+    {tBOOL, ":", kRefused, ""},
+    {tBOOL, "0", Bytes(0U), Bytes("0\0")},
+    {tBOOL, "9", Bytes(9U), Bytes("1\0")},
     {tBOOL, " 1", kRefused, ""},
     {tBOOL, "2", Bytes(2U), Bytes("1\0")},
     {tBOOL, "0x10", Bytes(16U), Bytes("1\0")},
@@ -138,6 +150,10 @@ const TextCase kTexts[] = {
     {tBOOL, "5000000000", Bytes(0xFFFFFFFFU), Bytes("1\0")},
     {tDOUBLE, "-1.5abc", Bytes(-1.5), "-1.500000"},
     {tDOUBLE, "-0x.8", Bytes(-0.5), "-0.500000"},
+    {tDOUBLE, "+0XF", Bytes(15.0), "15.000000"},
+    {tDOUBLE, "0x1p+-1", Bytes(1.0), "1.000000"},
+    {tDOUBLE, "1.5i", Bytes(1.5), "1.500000"},
+    {tDOUBLE, "infx", Bytes(HUGE_VAL), "inf"},
     {tDOUBLE, "1e999", Bytes(HUGE_VAL), "inf"},
     {tDOUBLE, "-0.00001e400", Bytes(-HUGE_VAL), "-inf"},
     {tDOUBLE, "-1000e-400", Bytes(-0.0), "-0.000000"},
@@ -155,6 +171,8 @@ const TextCase kTexts[] = {
     {tWSTRING, "410042", Bytes(u"AB\0"), Bytes("AB\0")},
     {tWSTRING, "414", "", ""},
     {tDOUBLE, "abc", Bytes(1.0), "1.000000"},
+    {tDOUBLE, "+-2", Bytes(1.0), "1.000000"},
+    {tDOUBLE, "0xg", Bytes(1.0), "1.000000"},
     {tDOUBLE, "0xinf", Bytes(1.0), "1.000000"},
     {tDOUBLE, "infi", Bytes(1.0), "1.000000"},
 };
@@ -174,7 +192,7 @@ TEST_F(ValueTest, TextsAreReadAndPrintedByTheRulesOfTheirType) {
     }
 }
 
-/// The C library's own reading of 64-bit numbers and of decimal floating point is the judge of ours.
+/// The C library's own reading of 64-bit numbers and of floating point is the judge of ours.
 TEST_F(ValueTest, RandomTextsReadAsTheCLibraryReadsThem) {
     const unsigned seed = std::random_device{}();
     SCOPED_TRACE(testing::Message() << "seed " << seed);
@@ -186,6 +204,10 @@ TEST_F(ValueTest, RandomTextsReadAsTheCLibraryReadsThem) {
         std::string number, decimal;
         for (std::size_t length = random() % 22; number.size() < length;) number += pick("00123456789999ABCDEFfx+- ");
         for (std::size_t length = random() % 24; decimal.size() < length;) decimal += pick("0001234567899..e+-");
+        if (run % 2 != 0) {
+            decimal = "0x" + std::to_string(random() % 10);
+            for (std::size_t length = random() % 18; decimal.size() < length;) decimal += pick("00012389aBcDeF..pP-+");
+        }
         SCOPED_TRACE(number + "|" + decimal);
         char* stop = nullptr;
         std::int64_t wanted = std::strtoll(number.c_str(), &stop, 10);
@@ -231,7 +253,13 @@ const SetCase kSets[] = {
     {"the case of letters counts", tSTRING, "abc", "Abc", kDone, Bytes("Abc\0")},
     {"a terminator changes no wide text", tWSTRING, Bytes(u"ab"), Bytes(u"ab\0"), ResultUnchanged, Bytes(u"ab\0")},
     {"a wide text ends at its first 0 unit", tWSTRING, "x", Bytes(u"a\0b"), kDone, Bytes(u"a\0")},
+    {"wide texts of one length", tWSTRING, Bytes(u"ab"), Bytes(u"ac"), kDone, Bytes(u"ac\0")},
+    {"a wide text that goes on", tWSTRING, Bytes(u"ab"), Bytes(u"abc"), kDone, Bytes(u"abc\0")},
     {"an odd byte is a unit's lower half", tWSTRING, "", Bytes("a\0b"), kDone, Bytes(u"ab\0")},
+    {"a block that is the same", tBINARY, "ab", "ab", ResultUnchanged, "ab"},
+    {"blocks of one size", tBINARY, "ab", "ac", kDone, "ac"},
+    {"a block that goes on", tBINARY, "ab", "abc", kDone, "abc"},
+    {"a block that ends earlier", tBINARY, "ab", "a", kDone, "a"},
     {"empty blocks are no news, yet a change", tBINARY, "", "", kDone, ""},
 };
 
@@ -250,14 +278,26 @@ TEST_F(ValueTest, SetTellsAChangeFromNoneAndRefusesWhatIsTooShort) {
     EXPECT_EQ(Make(tDWORD)->FromText(nullptr), kInvalidArgument);
 }
 
+TEST_F(ValueTest, WhatNeedsNoBytesTakesAnyBuffer) {
+    const Owned nothing = Make(tVOID), function = Make(tFUNC_PTR);
+    EXPECT_EQ(nothing->Set(nullptr, 9), ResultUnchanged);
+    EXPECT_EQ(function->FromText("1"), kDone);
+    EXPECT_EQ(Get(*function), Bytes(0U));
+    std::uint32_t sizes[] = {7, 7, 7};
+    EXPECT_EQ(nothing->Get(nullptr, 1, &sizes[0]), kDone);
+    EXPECT_EQ(nothing->ToText(nullptr, 1, &sizes[1]), kDone);
+    EXPECT_EQ(function->ToText(nullptr, 1, &sizes[2]), kDone);
+    for (const std::uint32_t size : sizes) EXPECT_EQ(size, 0U);
+    EXPECT_EQ(nothing->Get(nullptr, 0, nullptr), kDone);
+}
+
 struct Utf8Case {
     std::string bytes;
     std::u16string units;
 };
 const Utf8Case kUtf8[] = {
-    {"\xC3+", u"\xEB"},
-    {"\xE2\x82\xAC", u"\u20AC"},
-    {"\xE2\x82", u"?"},
+    {"\xC3+", u"\xEB"}, {"\xE2\x82\xAC", u"\u20AC"}, {"\xE2\x82", u"?"},
+    {"a\xE2", u"a?"},   {"a\xC3", u"a\xFF"},         {"\xF0\x9F\x98\x80", u"????"},
 };
 
 TEST_F(ValueTest, Utf8IsDecodedLenientlyAndEncodedUnitByUnit) {

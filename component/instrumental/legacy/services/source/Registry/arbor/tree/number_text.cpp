@@ -46,7 +46,10 @@ ScanResult ScanDouble(const char* text, double& number) {
     if (hexadecimal) at += 2;
     // A sign, or the letters of "inf" and "nan", behind the prefix make no number.
     if (hexadecimal && DigitValue(*at) > 15 && *at != '.') return ScanResult::NoNumber;
-    const char* const last = at + std::strlen(at);
+    const char* last = at + std::strlen(at);
+    // The library would read "p+-1" as "p-1"; to C it is no exponent.
+    const char* const mark = hexadecimal ? std::strpbrk(at, "pP") : nullptr;
+    if (mark != nullptr && mark[1] == '+' && mark[2] == '-') last = mark;
     double magnitude = 0;
     const auto [stop, error] =
         std::from_chars(at, last, magnitude, hexadecimal ? std::chars_format::hex : std::chars_format::general);
