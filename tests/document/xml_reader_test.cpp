@@ -14,6 +14,29 @@ bool StandsBefore(const XmlReader& reader, std::string_view rest) {
     return rest.empty() ? reader.PeekKind() == TokenEnd : reader.MatchAt(rest) == rest.size();
 }
 
+std::unique_ptr<char[]> ExactCopy(std::string_view input) {   // one byte too far is a report
+    std::unique_ptr<char[]> exact(new char[input.size()]);
+    if (!input.empty()) std::memcpy(exact.get(), input.data(), input.size());
+    return exact;
+}
+
+struct KindCase {
+    std::string_view input;
+    TokenKind kind;
+};
+constexpr KindCase kKinds[] = {
+    {"", TokenEnd},         {"x<", TokenText},        {"<", TokenOther},         {"<a", TokenStartTag},
+    {"</", TokenEndTag},    {"<\xC3", TokenStartTag}, {"<\xD7", TokenOther},     {"<-", TokenOther},
+    {"<!--", TokenComment}, {"<!-", TokenOther},      {"<![CDATA[", TokenCData}, {"<?", TokenInstruction},
+};
+
+TEST(XmlReaderTest, TheKindIsToldByTheFirstBytes) {
+    for (const KindCase& row : kKinds) {
+        const auto exact = ExactCopy(row.input);
+        EXPECT_EQ(ReaderOf({exact.get(), row.input.size()}).PeekKind(), row.kind) << row.input;
+    }
+}
+
 struct StartTagCase {
     std::string_view input;
     std::uint32_t flags;
@@ -63,7 +86,13 @@ struct AttributeCase {
     std::string_view list;
 };
 constexpr AttributeCase kAttributes[] = {
+    {"<a>", XmlDone, ""},
     {"<a >", XmlDone, ""},
+    {"<a b>", XmlMalformed, ""},
+    {"<a b=>", XmlMalformed, ""},
+    {"<a b=\">", XmlMalformed, ""},
+    {"<a/b=\"1\">", XmlDone, ""},
+    {"<a\tb=\"1\" ?>", XmlDone, "b=1;"},
     {"<a b='1'/c='2'>", XmlDone, "b=1;"},
     {"<a b='1'c='2'>", XmlMalformed, "b=1;"},
     {"<a b = '1'\tc=\"2'\" >", XmlDone, "b=1;c=2';"},
@@ -81,7 +110,8 @@ TEST(XmlReaderTest, AttributesAreReadFromTheirElementAlone) {
     XmlAttributeList attributes;   // one for all, as a load has it
     for (const AttributeCase& row : kAttributes) {
         SCOPED_TRACE(row.tag);
-        XmlReader reader = ReaderOf(row.tag);
+        const auto exact = ExactCopy(row.tag);
+        XmlReader reader = ReaderOf({exact.get(), row.tag.size()});
         XmlElement element;
         ASSERT_EQ(reader.NextStartTag(element, 0, nullptr), XmlDone);
         EXPECT_EQ(XmlReader::ReadAttributes(element, attributes), row.code);
@@ -94,6 +124,9 @@ TEST(XmlReaderTest, AttributesAreReadFromTheirElementAlone) {
         EXPECT_EQ(first, found ? "1" : "") << "the first of the name";
     }
     EXPECT_EQ(XmlReader::ReadAttributes(XmlElement(), attributes), XmlDone);
+    std::string none = "old";
+    EXPECT_EQ(XmlReader::ReadAttribute(XmlElement(), "b", none), XmlNone);
+    EXPECT_EQ(none, "");
 }
 
 struct TextCase {
@@ -134,7 +167,12 @@ constexpr CloseCase kCloses[] = {
     {"<a/ ></a>x", XmlDone, 0, "x"},
     {"<a>t<b c='/'/><b></c>&</a \n>x", XmlDone, 19, "x"},
     {"<a><!-- </a> --><![CDATA[</a>]]><?</a>?></a>x", XmlDone, 37, "x"},
+    {"<a>x/a></a>y", XmlDone, 4, "y"},
+    {"<a><ba></ba></a>y", XmlDone, 9, "y"},
     {"<a></b>x", XmlBroken, 0, "x"},
+    {"<a></aa>x", XmlBroken, 0, "x"},
+    {"<a></", XmlMalformed, 0, ""},
+    {"<a></a", XmlMalformed, 0, ""},
     {"<a></a x>", XmlMalformed, 0, "x>"},
     {"<a><!x></a>", XmlBroken, 0, "<!x></a>"},
     {"<a><!-- </a>", XmlNoStartTag, 0, ""},
@@ -170,6 +208,9 @@ TEST(XmlReaderTest, ATokenIsTakenOnlyAsTheKindItIs) {
     EXPECT_EQ(ReaderOf("<?x?>").ReadToken(TokenComment, token), XmlWrongToken);
     EXPECT_EQ(ReaderOf("x").ReadToken(TokenText, token), XmlWrongToken);
     EXPECT_EQ(ReaderOf("x").ReadToken(TokenEnd, token), XmlNone);
+    EXPECT_EQ(ReaderOf(" </a\t>").SkipToken(TokenEndTag), XmlDone);
+    EXPECT_EQ(ReaderOf("</ a>").SkipToken(TokenEndTag), XmlMalformed);
+    EXPECT_EQ(ReaderOf("a>").SkipToken(TokenEndTag), XmlBroken);
 }
 
 struct DecodeCase {
@@ -218,8 +259,7 @@ std::int32_t ReadAll(XmlReader& reader) {
 }
 
 std::int32_t ReadCopy(std::string_view input) {
-    const std::unique_ptr<char[]> exact(new char[input.size()]);   // one byte too far is a report
-    std::memcpy(exact.get(), input.data(), input.size());
+    const auto exact = ExactCopy(input);
     XmlReader reader = ReaderOf({exact.get(), input.size()});
     return ReadAll(reader);
 }

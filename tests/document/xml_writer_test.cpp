@@ -14,7 +14,7 @@ TEST(XmlWriterTest, PiecesAppendTheirBytesAndNoMore) {
     output.Append("+");
     XmlWriter writer(output);
     writer.WriteIndent(-1, ' ');
-    writer.WriteIndent(2, ' ');
+    writer.WriteIndent(1, ' ');
     writer.OpenTag("key");
     writer.WriteAttribute("name", "a<b>\"c\"&'d'", -1);
     writer.WriteAttribute("none", "x", 0);
@@ -23,7 +23,7 @@ TEST(XmlWriterTest, PiecesAppendTheirBytesAndNoMore) {
     writer.WriteEndTag("key");
     writer.WriteLineEnd();
     EXPECT_EQ(output.View(),
-              "+  <key name=\"a&lt;b&gt;&quot;c&quot;&amp;&apos;d&apos;\" none=\"\">"
+              "+ <key name=\"a&lt;b&gt;&quot;c&quot;&amp;&apos;d&apos;\" none=\"\">"
               "&quot;&lt;&#x0;&#x9;&#x1F;\r\n\x7F\xC3\xA9</key>\r\n");
 }
 

@@ -55,11 +55,13 @@ constexpr PathCase kPaths[] = {
     {"a missing first key", "Other/Proxy", "(none)", ""},
     {"even at the start", "\\Network/Proxy", "(none)", ""},
     {"before a slash the backslash is a letter", "Odd\\Name/Below", "Below", "Odd\\Name"},
+    {"more names than are hashed at a time", "1/22/3/44/5/66/7/88", "88", "7"},
 };
 
 TEST_F(KeyTest, FindPathFollowsTheRulesOfPaths) {
     ASSERT_NE(Root().OpenPath("Network/Proxy/Port", false, nullptr), nullptr);
     ASSERT_NE(Root().OpenPath("Odd\\Name/Below", false, nullptr), nullptr);
+    ASSERT_NE(Root().OpenPath("1/22/3/44/5/66/7/88", false, nullptr), nullptr);
     for (const PathCase& row : kPaths) {
         SCOPED_TRACE(row.label);
         Key* parent = nullptr;
@@ -107,6 +109,10 @@ TEST_F(KeyTest, GetPathMeasuresAndRefuses) {
     length = 0;
     EXPECT_EQ(Root().GetPath(b, text, 4, length, '\\'), kDone);
     EXPECT_STREQ(text, "a\\b");
+    length = 1;   // behind a text that has begun each name has a separator, the empty one too
+    EXPECT_EQ(Root().GetPath(b, text, 7, length, '/'), kDone);
+    EXPECT_STREQ(text, "a//a/b");
+    EXPECT_EQ(length, 6U);
     length = 0;
     EXPECT_EQ(Root().FindPath("other", nullptr)->GetPath(b, nullptr, 0, length, '\\'), kUnspecified);
     EXPECT_EQ(length, 0U);
@@ -155,13 +161,17 @@ TEST_F(KeyTest, RemovePathNeverRemovesTheKeyItself) {
     EXPECT_EQ(Outline(Root()), "a{b{}}");
     EXPECT_EQ(Root().RemovePath("a/b"), kDone);
     EXPECT_EQ(Outline(Root()), "a{}");
+    Root().RemoveChild(nullptr, false);
+    EXPECT_EQ(Outline(Root()), "a{}");
+    Key orphan(nullptr, "a"), child(nullptr, "b");   // without a host nothing was taken, and nothing is given back
+    orphan.RemoveChild(&child, false);
 }
 
 TEST_F(KeyTest, EveryFailedAllocationLeavesTheTreeWhole) {
     const std::uint32_t number = 42;
     const std::vector<std::function<ResultCode(Key&)>> works = {
         [](Key& key) { return key.OpenPath("A/long name/c", false, nullptr) != nullptr ? kDone : kOutOfMemory; },
-        [](Key& key) { return key.OpenPath("twin/below", true, nullptr) != nullptr ? kDone : kOutOfMemory; },
+        [](Key& key) { return key.OpenPath("a/below", true, nullptr) != nullptr ? kDone : kOutOfMemory; },
         [&](Key& key) { return key.AddNewValue("number", tDWORD, &number, sizeof number); },
         [&](Key& key) { return key.AddValueAt(1, tBINARY, &number, sizeof number); },
         [](Key& key) { return key.AddValueFromText("text", tSTRING, "some text"); },
@@ -180,6 +190,8 @@ TEST_F(KeyTest, EveryFailedAllocationLeavesTheTreeWhole) {
             if (failed) {
                 EXPECT_EQ(code, kOutOfMemory);
                 EXPECT_EQ(Outline(home), before);
+                EXPECT_EQ(home.FindPath("A", nullptr), home.ChildByIndex(0));
+                EXPECT_NE(home.FindValue("old"), nullptr);
             }
             Root().Clear();
             if (!failed) break;
@@ -194,6 +206,7 @@ TEST_F(KeyTest, ValuesAreAddedOnceByNameAndTwiceByDocuments) {
     EXPECT_EQ(Root().AddNewValue("Port", tDWORD, &one, sizeof one), kDone);
     EXPECT_EQ(Root().AddNewValue("PORT", tDWORD, &one, sizeof one), kAlreadyExists);
     EXPECT_EQ(Root().AddNewValue(nullptr, tDWORD, &one, sizeof one), kInvalidArgument);
+    EXPECT_EQ(Root().AddValue(nullptr, tDWORD, &one, sizeof one), kInvalidArgument);
     EXPECT_EQ(Root().AddNewValue("Bad", tSTRING_OBJ, &one, sizeof one), kOutOfMemory);
     EXPECT_EQ(Root().AddNewValue("Short", tDWORD, &one, 3), kInvalidArgument);
     EXPECT_EQ(Root().AddNewValue("Void", tVOID, nullptr, 0), kDone);
