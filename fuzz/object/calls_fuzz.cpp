@@ -308,10 +308,15 @@ private:
               [&](KeyHandle* answer) { return methods.OpenKeyByIndex(object, answer, Handle(parent), index); });
     }
 
+    /// Some steps on end, which may stop in the midst of the siblings.
     void OpenNextKey() {
-        Key* const key = AnyKey();
-        Opens(plain->OpenNextKey(key),
-              [&](KeyHandle* answer) { return methods.OpenNextKey(object, answer, Handle(key)); });
+        Key* key = AnyKey();
+        for (std::size_t steps = 1 + in.Below(4); steps > 0; --steps) {
+            const model::Opened next = plain->OpenNextKey(key);
+            Opens(next, [&](KeyHandle* answer) { return methods.OpenNextKey(object, answer, Handle(key)); });
+            if (next.key == nullptr || next.key->handle == 0) return;
+            key = next.key;
+        }
     }
 
     void GetKeyName() {

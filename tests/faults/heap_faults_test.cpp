@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <functional>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -139,6 +140,38 @@ TEST_F(HeapFaultsTest, NoExceptionLeavesAMethodAndNothingIsHalfDone) {
             }
         }
     }
+}
+
+// A search takes memory, and a step that goes on from an earlier one makes none: so it costs the same among any number.
+TEST_F(HeapFaultsTest, OnlyTheFirstOfManyStepsSearches) {
+    Store s(kernel);
+    ASSERT_EQ(s.object.Ready(), kDone);
+    for (const char* path : {"a", "b/1", "b/2", "b/3", "c/1", "c/2", "d"}) ASSERT_NE(s.Make(path), kNoKey);
+    const auto searches = [&](const char* from, const char* to) {
+        const KeyHandle start = s.Open(from);
+        const KeyHandle end = s.Open(to);
+        KeyHandle next = kNoKey;
+        const bool failed =
+            FailsUnder(kFaults[0], 1, [&] { s.code = s.methods.OpenNextKey(s.object.Get(), &next, start); });
+        EXPECT_EQ(next, failed ? kNoKey : end);
+        EXPECT_EQ(s.code, failed ? kOutOfMemory : end != kNoKey ? kDone : kNoKeyThere);
+        return failed;
+    };
+    EXPECT_TRUE(searches("a", "b"));
+    EXPECT_EQ(s.methods.OpenNextKey(s.object.Get(), nullptr, s.Open("a")), kDone);
+    for (const auto& [from, to] : {std::pair{"b/1", "b/2"},
+                                   {"b/2", "b/3"},
+                                   {"b/3", "none"},
+                                   {"b", "c"},
+                                   {"c/1", "c/2"},
+                                   {"c", "d"},
+                                   {"d", "none"}}) {
+        EXPECT_FALSE(searches(from, to)) << from;
+    }
+    EXPECT_TRUE(searches("d", "none")) << "a walk that is over is forgotten";
+    EXPECT_EQ(s.methods.OpenNextKey(s.object.Get(), nullptr, s.Open("b")), kDone);
+    EXPECT_EQ(s.methods.DeleteKey(s.object.Get(), 0, "a"), kDone);
+    EXPECT_TRUE(searches("c", "d")) << "what is remembered might be gone";
 }
 
 TEST_F(HeapFaultsTest, ALoadWithoutMemorySaysSo) {

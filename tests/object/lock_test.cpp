@@ -4,6 +4,7 @@
 
 #include <component/kernel/properties.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <string>
@@ -148,6 +149,10 @@ TEST_F(SharedStoreTest, ReadersNeverSeeHalfAChange) {
                 KeyHandle key = kNoKey;
                 for (std::uint32_t i = 0; IsSuccess(s.methods.OpenKeyByIndex(object, &key, 0, i)); ++i) {
                 }
+                EXPECT_EQ(s.methods.OpenKeyByIndex(object, &key, 0, 0), kDone);
+                while (IsSuccess(s.methods.OpenNextKey(object, &key, key))) ++count;
+                EXPECT_LE(count, static_cast<std::uint32_t>(kWriters));
+                count = 0;
                 const ResultCode code =
                     s.methods.GetValue(object, &count, counters, "text", nullptr, text, sizeof text);
                 EXPECT_TRUE(code == kNoSuchEntry || count == 0 ||
@@ -176,6 +181,14 @@ TEST_F(SharedStoreTest, ObjectsWithoutTheLockServeAThreadEach) {
             for (std::uint32_t round = 0; round < kRounds; ++round) {
                 s.SetNumber(s.Make(("k" + std::to_string(round % 7)).c_str()), "n", tDWORD, round);
                 s.SetText(0, std::to_string(round).c_str(), "text");
+                KeyHandle key = s.Open("k0");
+                for (std::uint32_t step = 1; step < std::min(round + 1, 7U); ++step) {
+                    EXPECT_EQ(s.methods.OpenNextKey(s.object.Get(), &key, key), kDone);
+                }
+                if (round % 8 == 7) {
+                    s.Make("gone");
+                    EXPECT_EQ(s.methods.DeleteKey(s.object.Get(), 0, "gone"), kDone);
+                }
                 if (round % 3 != 0) continue;
                 EXPECT_EQ(s.methods.DeleteValueByInd(s.object.Get(), 0, 0), kDone);
             }

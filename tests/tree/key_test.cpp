@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
 #include <random>
 #include <string>
@@ -130,9 +131,8 @@ TEST_F(KeyTest, ParentAndNextAreFoundBelowTheKeyThatIsAsked) {
     EXPECT_EQ(parent, a);
     EXPECT_EQ(b->ParentOf(c, parent), kUnspecified);
     EXPECT_EQ(parent, nullptr);
-    EXPECT_EQ(a->NextChild(b), c);
-    EXPECT_EQ(a->NextChild(c), nullptr);
-    EXPECT_EQ(Root().NextChild(c), nullptr);
+    EXPECT_EQ(a->NextChild(*b), c);
+    EXPECT_EQ(a->NextChild(*c), nullptr);
 }
 
 TEST_F(KeyTest, PlacesFollowEveryChangeOfTheList) {
@@ -264,6 +264,39 @@ TEST(NameTest, HashesAndCompares) {
     x = (x ^ (x >> 16)) * 0x21F0AAADU;
     x = (x ^ (x >> 15)) * 0x735A2D97U;
     EXPECT_EQ(NameHash("\xC3"), x ^ (x >> 15));
+}
+
+TEST(KeyTreeTest, AStepToTheNextSiblingAnswersAsAWalkWould) {
+    host::Kernel kernel;
+    {
+        std::array<KeyTree, 3> trees;
+        for (KeyTree& tree : trees) ASSERT_EQ(tree.Start(kernel.Root()), kDone);
+        std::mt19937 random(20261123);
+        std::vector<const Key*> known;   // not all of them still live
+        Key* next = nullptr;
+        for (int round = 0; round < 40'000; ++round) {
+            KeyTree& tree = trees[random() % trees.size()];
+            const std::string path{static_cast<char>('a' + random() % 6), '/', static_cast<char>('a' + random() % 6)};
+            const std::string_view place = std::string_view(path).substr(0, random() % 2 == 0 ? 1 : 3);
+            const std::uint32_t act = random() % 64;
+            if (act < 6) known.push_back(tree.current->OpenPath(place, false, nullptr));
+            if (act == 6 && IsSuccess(tree.LeaveSubtree(tree.top->FindPath(place, nullptr)))) {
+                static_cast<void>(tree.top->RemovePath(place));
+            }
+            if (act == 7) static_cast<void>(tree.MoveCurrentTo(random() % 2 == 0 ? "" : path.substr(0, 1).c_str()));
+            if (act == 8 && random() % 16 == 0) tree.ClearCurrent();
+            if (act < 9 || known.empty()) continue;
+            const bool goesOn = next != nullptr && act < 48;
+            const Key* const key = goesOn ? next : known[random() % known.size()];
+            const Key* parent = nullptr;
+            const Key* follower = nullptr;
+            static_cast<void>(tree.current->ParentOf(key, parent));
+            if (parent != nullptr && parent != key) follower = parent->NextChild(*key);
+            ASSERT_EQ(tree.NextSibling(key, next), follower != nullptr ? kDone : kNoKeyThere) << round;
+            ASSERT_EQ(next, follower) << round;
+        }
+    }
+    EXPECT_EQ(kernel.LiveBlocks(), 0U);
 }
 
 TEST(KeyTreeTest, MovesItsCurrentRoot) {

@@ -104,7 +104,6 @@ private:
 
     // Keys, under entry
     ResultCode OpenKeyLocked(KeyHandle& answer, KeyHandle parent, const char* path, bool create);
-    ResultCode OpenNextKeyLocked(KeyHandle& answer, KeyHandle handle) const;
     ResultCode NameOfKey(std::uint32_t* count, const Key& key, char* buffer, std::uint32_t size, bool full) const;
     ResultCode CopyLocked(KeyHandle source, HostObject* destination, KeyHandle destinationKey);
 

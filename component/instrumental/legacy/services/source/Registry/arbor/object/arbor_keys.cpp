@@ -65,21 +65,11 @@ ResultCode Arbor::OpenKeyByIndex(KeyHandle* answer, KeyHandle parent, std::uint3
 
 ResultCode Arbor::OpenNextKey(KeyHandle* answer, KeyHandle handle) {
     const LockGuard guard = LockGuard::Shared(lock, Synchronised);
-    KeyHandle next = kNoKey;
-    const ResultCode code = OpenNextKeyLocked(next, handle);
-    Answer(answer, next);
+    Key* next = nullptr;
+    const ResultCode code = tree.NextSibling(reinterpret_cast<const Key*>(handle), next);
+    Answer(answer, HandleOf(next));
     Trace(this, TraceCall, "arbor\t%s : %terr", "Arbor::OpenNextKey", code);
     return code;
-}
-
-ResultCode Arbor::OpenNextKeyLocked(KeyHandle& answer, KeyHandle handle) const {
-    if (tree.top == nullptr || handle == 0) return kNoKeyThere;
-    const Key* key = reinterpret_cast<const Key*>(handle);
-    const Key* parent = nullptr;
-    const ResultCode found = tree.current->ParentOf(key, parent);
-    if (found == kOutOfMemory) return found;   // an end of the siblings would be a wrong answer
-    if (parent != nullptr) answer = HandleOf(parent->NextChild(key));
-    return answer != kNoKey ? kDone : kNoKeyThere;
 }
 
 ResultCode Arbor::CloseKey(KeyHandle handle) {
@@ -149,8 +139,8 @@ ResultCode Arbor::DeleteKeyByInd(KeyHandle handle, std::uint32_t index) {
 
 ResultCode Arbor::Clean() {
     const LockGuard guard = LockGuard::Exclusive(lock, Synchronised);
-    ResultCode code = ChangeKey(0, [](Key& current) {
-        current.Clear();
+    ResultCode code = ChangeKey(0, [this](Key&) {
+        tree.ClearCurrent();
         return kDone;
     });
     if (code == kNoKeyThere) code = kNotInitialised;   // no handle was asked for: it is the object that isn't ready

@@ -119,13 +119,9 @@ Key* Key::FindPathRange(std::string_view path, Key** parent) const { return Walk
 
 Key* Key::ChildByIndex(std::uint32_t index) const { return cursor.Find(Mutable(children), index); }
 
-Key* Key::NextChild(const Key* child) const {
-    for (auto at = children.begin(); at != children.end(); ++at) {
-        if (&*at != child) continue;
-        const auto next = std::next(at);
-        return next != children.end() ? const_cast<Key*>(&*next) : nullptr;
-    }
-    return nullptr;
+Key* Key::NextChild(const Key& child) const {
+    const auto next = std::next(children.iterator_to(child));
+    return next != children.end() ? const_cast<Key*>(&*next) : nullptr;
 }
 
 ResultCode Key::FindLineage(const Key* target, std::vector<const Key*>& lineage) const {

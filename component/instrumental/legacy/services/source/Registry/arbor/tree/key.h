@@ -76,8 +76,8 @@ public:
     /// The child at that place, or null.
     Key* ChildByIndex(std::uint32_t index) const;
 
-    /// The child behind `child`; null if it is the last or no child of this key.
-    Key* NextChild(const Key* child) const;
+    /// The child behind `child`, which is one of this key's; null if it is the last.
+    [[nodiscard]] Key* NextChild(const Key& child) const;
 
     [[nodiscard]] std::uint32_t ChildCount() const { return static_cast<std::uint32_t>(children.size()); }
 

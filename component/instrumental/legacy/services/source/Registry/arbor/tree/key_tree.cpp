@@ -1,8 +1,11 @@
 #include "tree/key_tree.h"
 
+#include "tree/sibling_places.h"
+
 namespace arbor {
 
 KeyTree::~KeyTree() {
+    SiblingPlaces::Of(*this).Forget(*this);
     if (owner != nullptr && top != nullptr) HostDelete<Key>{owner}(top);
 }
 
@@ -37,13 +40,33 @@ ResultCode KeyTree::MoveCurrentTo(KeyHandle handle) {
     return code;
 }
 
+ResultCode KeyTree::NextSibling(const Key* key, Key*& next) const {
+    next = nullptr;
+    if (top == nullptr || key == nullptr) return kNoKeyThere;
+    SiblingPlaces& places = SiblingPlaces::Of(*this);
+    if (!places.Step(*this, key, next)) {
+        const Key* parent = nullptr;
+        const ResultCode found = current->ParentOf(key, parent);
+        if (found == kOutOfMemory) return found;   // an end of the siblings would be a wrong answer
+        if (parent != nullptr && parent != key) next = parent->NextChild(*key);
+        if (next != nullptr) places.Remember(*this, *parent, *next);
+    }
+    return next != nullptr ? kDone : kNoKeyThere;
+}
+
 ResultCode KeyTree::LeaveSubtree(const Key* doomed) {
+    SiblingPlaces::Of(*this).Forget(*this);
     if (doomed == nullptr || current == top) return kDone;
     const Key* parent = nullptr;
     const ResultCode code = doomed->ParentOf(current, parent);
     if (code == kUnspecified) return kDone;
     if (IsSuccess(code)) current = top;
     return code;
+}
+
+void KeyTree::ClearCurrent() {
+    SiblingPlaces::Of(*this).Forget(*this);
+    current->Clear();
 }
 
 }   // namespace arbor

@@ -27,9 +27,17 @@ struct KeyTree {
     /// `kNotInitialised` without a tree, `kNoSuchEntry`, `kOutOfMemory` if the search has no memory.
     ResultCode MoveCurrentTo(KeyHandle handle);
 
+    /// Finds the sibling that follows `key`, which needn't name a key any more. `kNoKeyThere` if it is the last, the
+    /// current root or no key below that; `kOutOfMemory` if the search has no memory. A step that goes on from where an
+    /// earlier one led takes the same time however many keys there are.
+    ResultCode NextSibling(const Key* key, Key*& next) const;
+
     /// Called before `doomed` goes with all below it: a `current` in there moves to `top`. Null is no key.
     /// Returns 0, or `kOutOfMemory` if that can't be told.
     ResultCode LeaveSubtree(const Key* doomed);
+
+    /// Removes all below `current`, which stays.
+    void ClearCurrent();
 
     /// Appends the whole document to `output`. `kNotInitialised` without a tree, `kOutOfMemory`, or what a value's text
     /// form fails with: then `output` is of no use.
