@@ -129,7 +129,7 @@ Replacement ReplaceNumber(std::string_view digits) {
     std::uint32_t number = 0;
     for (const char c : digits) {
         const unsigned digit = DigitOf(c);
-        if (digit >= base) return {false, false, 0};
+        if (digit >= base) return {false, false};
         number = number * base + digit;
     }
     return {number != 0, true, number};
@@ -141,7 +141,7 @@ Replacement ReplaceReference(std::string_view body) {
     for (const NamedReference& reference : kNamedReferences) {
         if (reference.name == body) return {true, true, static_cast<unsigned char>(reference.byte)};
     }
-    return {false, body.size() <= kLongestForeignName, 0};
+    return {false, body.size() <= kLongestForeignName};
 }
 
 bool Decode(std::string_view text, std::string& output) {
