@@ -225,6 +225,17 @@ TEST_F(ValueTest, RandomTextsReadAsTheCLibraryReadsThem) {
     }
 }
 
+/// Where neither end of the range can be told by the exponent alone.
+TEST_F(ValueTest, BeyondTheRangeThePlaceOfTheFirstDigitCounts) {
+    const std::string zeros(400, '0');
+    for (const std::string& text : {"0." + zeros + "1e10", "1" + zeros, "1" + zeros + "e-10", "1" + zeros + "e-750",
+                                    zeros + "1e-400", "1." + zeros + "e-400", "0x." + zeros + "1p1000"}) {
+        const Owned value = Make(tDOUBLE);
+        EXPECT_EQ(value->FromText(text.c_str()), kDone);
+        EXPECT_EQ(Get(*value), Bytes(std::strtod(text.c_str(), nullptr))) << text;
+    }
+}
+
 TEST_F(ValueTest, ANumberWhoseTextIsTooLongForTheScratchIsRefusedWithinBounds) {
     const Owned value = Make(tDOUBLE);
     for (const auto& [number, length] : {std::pair{9e247, 255U}, {-9e246, 255U}, {9e248, 0U}, {-1.7e308, 0U}}) {
