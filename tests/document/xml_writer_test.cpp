@@ -27,6 +27,24 @@ TEST(XmlWriterTest, PiecesAppendTheirBytesAndNoMore) {
               "&quot;&lt;&#x0;&#x9;&#x1F;\r\n\x7F\xC3\xA9</key>\r\n");
 }
 
+TEST(XmlWriterTest, APieceStaysInTheRoomThatItAsksFor) {
+    // At its first growth a text has room for 16 KiB: some of these pieces end at the last byte of it.
+    for (std::size_t filled = 16 * 1024 - 100; filled <= 16 * 1024; ++filled) {
+        TextBuffer line, escaped;
+        line.Append(filled, '+');
+        escaped.Append(filled, '+');
+        XmlWriter(line).WriteElementLine(filled % 3 == 0 ? 2 : -1, "e", "n", "\"", "<\">");
+        EXPECT_EQ(line.View().substr(filled),
+                  std::string(filled % 3 == 0 ? "  " : "") + "<e n=\"&quot;\">&lt;&quot;&gt;</e>\r\n");
+        EscapeXml("\"\"\"\"\"\"\"\"\"", -1, escaped);
+        EXPECT_EQ(escaped.View().substr(filled), "&quot;&quot;&quot;&quot;&quot;&quot;&quot;&quot;&quot;");
+    }
+    TextBuffer output;
+    output.Append(std::string(100000, '+'));
+    output.Append(std::string(500000, '-'));
+    EXPECT_EQ(output.View(), std::string(100000, '+') + std::string(500000, '-'));
+}
+
 TEST(XmlWriterTest, WhatIsEscapedReadsBackTheSame) {
     const unsigned seed = std::random_device{}();
     SCOPED_TRACE(testing::Message() << "seed " << seed);
