@@ -209,6 +209,11 @@ TEST(XmlReaderTest, ATokenIsTakenOnlyAsTheKindItIs) {
     EXPECT_EQ(ReaderOf("<?x?>").ReadToken(TokenComment, token), XmlWrongToken);
     EXPECT_EQ(ReaderOf("x").ReadToken(TokenText, token), XmlWrongToken);
     EXPECT_EQ(ReaderOf("x").ReadToken(TokenEnd, token), XmlNone);
+    std::uint32_t length = 99;   // a terminator of one byte is counted to what stands in front of it
+    EXPECT_EQ(ReaderOf("ab>c").ScanUntil(">", length), XmlDone);
+    EXPECT_EQ(length, 3U);
+    EXPECT_EQ(ReaderOf("a]]]>c").ScanUntil("]]>", length), XmlDone);
+    EXPECT_EQ(length, 2U);
     EXPECT_EQ(ReaderOf(" </a\t>").SkipToken(TokenEndTag), XmlDone);
     EXPECT_EQ(ReaderOf("</ a>").SkipToken(TokenEndTag), XmlMalformed);
     EXPECT_EQ(ReaderOf("a>").SkipToken(TokenEndTag), XmlBroken);

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <random>
 
 namespace arbor {
@@ -43,6 +44,8 @@ TEST(XmlWriterTest, APieceStaysInTheRoomThatItAsksFor) {
     output.Append(std::string(100000, '+'));
     output.Append(std::string(500000, '-'));
     EXPECT_EQ(output.View(), std::string(100000, '+') + std::string(500000, '-'));
+    EXPECT_THROW(output.Room(TextBuffer::kMostBytes - output.SizeBytes() + 1), std::bad_alloc);
+    EXPECT_EQ(output.SizeBytes(), 600000U);
 }
 
 TEST(XmlWriterTest, WhatIsEscapedReadsBackTheSame) {
