@@ -1,6 +1,12 @@
-// Entry to the object's lock, beside the standard library's, alone and with two readers at once.
+// Entry to the object's lock, beside the standard library's, and reads behind it; alone and with two readers at once.
 
 #include "object/readers_writer_lock.h"
+#include "object/registration.h"
+#include "pieces.h"
+
+#include <component/kernel/client.h>
+#include <component/kernel/properties.h>
+#include <host/object.h>
 
 #include <benchmark/benchmark.h>
 
@@ -53,5 +59,31 @@ void BM_SharedMutex(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_SharedMutex)->Threads(1)->Threads(2);
+
+/// An object with one number, which lives as long as the program's host.
+class LockedNumber {
+public:
+    LockedNumber() : object((Start(), bench::SharedHost())) {
+        ready = kernel::IsSuccess(object.SetNumber(kernel::PropertySynchronised, 1)) &&
+                kernel::IsSuccess(object.Ready()) && arbor::Store(object.Get())["Network/Proxy"].Set("Port", 8080u);
+        key = *arbor::Store(object.Get()).Open("Network/Proxy");
+    }
+
+    host::Object object;
+    arbor::Key key{};
+    bool ready = false;
+
+private:
+    static void Start() {
+        if (bench::SharedHost().Interface() == nullptr) bench::SharedHost().Start(&ModuleEntry);
+    }
+};
+
+void BM_SharedRead(benchmark::State& state) {
+    static const LockedNumber number;
+    if (!kHadThreads || !number.ready) state.SkipWithError("the object isn't there");
+    for (auto _ : state) benchmark::DoNotOptimize(number.key.Get<std::uint32_t>("Port"));
+}
+BENCHMARK(BM_SharedRead)->Threads(1)->Threads(2);
 
 }   // namespace

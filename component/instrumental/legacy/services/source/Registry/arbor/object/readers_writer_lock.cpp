@@ -52,45 +52,76 @@ void ReadersWriterLock::Initialise() {
     writersGate = writers;
 }
 
+bool ReadersWriterLock::TryShared() {
+    std::int32_t inside = 0;
+    while (!active.compare_exchange_weak(inside, inside + 1)) {
+        if (inside < 0) return false;
+    }
+    return true;
+}
+
+bool ReadersWriterLock::TryExclusive() {
+    std::int32_t inside = 0;
+    return active.compare_exchange_strong(inside, -1);
+}
+
+// No wake-up is lost. A reader waits only where it found a writer, who leaves in the section: after the reader has left
+// it. A writer says that it waits and then looks at `active` once more, while the last reader sets `active` to 0 and
+// then looks for waiting writers: as all four are steps of one order, one of the two sees the other.
+//
+// Between that last reader's step and `LetWriterIn` another thread can go in. It is as if it had come before the reader
+// left: as one more reader, who passes waiting writers, or as the one of the waiting writers who was let in. Its own
+// release lets the next one in.
+
 void ReadersWriterLock::EnterShared() {
+    if (TryShared()) return;
     platform::EnterCriticalSection(&section);
-    const bool wait = active < 0;
-    ++(wait ? readersWaiting : active);
+    const bool wait = !TryShared();
+    if (wait) ++readersWaiting;
     platform::LeaveCriticalSection(&section);
     if (wait) WaitAt(readersGate);
 }
 
 void ReadersWriterLock::EnterExclusive() {
+    if (TryExclusive()) return;
     platform::EnterCriticalSection(&section);
-    const bool wait = active != 0;
-    if (wait) {
-        ++writersWaiting;
-    } else {
-        active = -1;
-    }
+    ++writersWaiting;
+    const bool wait = !TryExclusive();
+    if (!wait) --writersWaiting;
     platform::LeaveCriticalSection(&section);
     if (wait) WaitAt(writersGate);
 }
 
 void ReadersWriterLock::Release() {
-    platform::Handle gate = platform::kInvalidHandle;
-    std::int32_t wake = 0;
-    platform::EnterCriticalSection(&section);
-    active += active < 1 ? 1 : -1;
-    if (active == 0 && writersWaiting > 0) {
-        active = -1;
-        --writersWaiting;
-        gate = writersGate;
-        wake = 1;
-    } else if (active == 0 && readersWaiting > 0) {
-        active = readersWaiting;
-        readersWaiting = 0;
-        gate = readersGate;
-        wake = active;
+    std::int32_t inside = 1;
+    while (!active.compare_exchange_weak(inside, inside - 1)) {
+        if (inside < 1) return ReleaseExclusive();
     }
+    if (inside == 1 && writersWaiting > 0) LetWriterIn();
+}
+
+void ReadersWriterLock::LetWriterIn() {
+    platform::EnterCriticalSection(&section);
+    const bool wake = writersWaiting > 0 && TryExclusive();
+    if (wake) --writersWaiting;
     platform::LeaveCriticalSection(&section);
     // After the section: a thread woken inside it would block on it again.
-    if (wake > 0) platform::ReleaseSemaphore(gate, wake, nullptr);
+    if (wake) platform::ReleaseSemaphore(writersGate, 1, nullptr);
+}
+
+void ReadersWriterLock::ReleaseExclusive() {
+    platform::EnterCriticalSection(&section);
+    const bool toWriter = writersWaiting > 0;
+    const std::int32_t readers = toWriter ? 0 : readersWaiting;
+    if (toWriter) {
+        --writersWaiting;   // `active` stays: the next writer has what this one had
+    } else {
+        readersWaiting = 0;
+        active.store(readers, std::memory_order_release);   // who would wait looks in the section
+    }
+    platform::LeaveCriticalSection(&section);
+    if (toWriter) platform::ReleaseSemaphore(writersGate, 1, nullptr);
+    if (readers > 0) platform::ReleaseSemaphore(readersGate, readers, nullptr);
 }
 
 }   // namespace arbor

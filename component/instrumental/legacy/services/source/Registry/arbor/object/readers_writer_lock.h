@@ -3,10 +3,14 @@
 /// A new reader goes in past waiting writers while readers are inside; at the moment of a release a waiting writer goes
 /// before waiting readers. Not recursive for a writer, and a thread that is inside shared must not ask for exclusive
 /// entry. Neither a missing gate nor a failed wait fails an operation.
+///
+/// Who needn't wait goes in by one atomic step on `active`, and a reader goes out by one. All else happens under the
+/// critical section: to wait, to leave exclusive entry, to let others in.
 #pragma once
 
 #include <component/platform/threads.h>
 
+#include <atomic>
 #include <cstdint>
 
 namespace arbor {
@@ -30,12 +34,17 @@ public:
 private:
     friend struct ArborLayout;
 
-    platform::CriticalSection section;   // guards the counts
+    bool TryShared();
+    bool TryExclusive();
+    void LetWriterIn();
+    void ReleaseExclusive();
+
+    platform::CriticalSection section;   // guards the counts of those that wait
     platform::Handle readersGate;
     platform::Handle writersGate;
     std::int32_t readersWaiting;
-    std::int32_t writersWaiting;
-    std::int32_t active;   // readers inside, or -1: a writer
+    std::atomic<std::int32_t> writersWaiting;   // changed in the section
+    std::atomic<std::int32_t> active;           // readers inside, or -1: a writer
 };
 
 /// Holds the lock for a scope. Does nothing at either end if `synchronised` is 0 or the lock has no gates.
