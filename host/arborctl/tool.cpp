@@ -18,7 +18,9 @@ bool WantsColours(Colours colours, bool terminal) {
 }
 
 int RunCommand(const CommandLine& line, Terminals terminals) {
-    host::Kernel kernel({.traceLevel = line.traceLevel, .traceSink = PrintLine, .trackBlocks = line.leaks});
+    host::Kernel kernel({.traceLevel = line.traceLevel,
+                         .traceSink = PrintLine,
+                         .blocks = line.leaks ? host::BlockWatch::Each : host::BlockWatch::Count});
     Progress progress(terminals.error ? &std::cerr : nullptr);
     int exitCode = line.refused;
     try {

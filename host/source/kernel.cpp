@@ -119,7 +119,7 @@ struct Kernel::Slots {
 };
 
 Kernel::Kernel(KernelOptions options)
-    : memory(options.trackBlocks),
+    : memory(options.blocks),
       traceLevel(options.traceLevel),
       traceSink(std::move(options.traceSink)),
       offerImports(options.offerImports),

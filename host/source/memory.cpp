@@ -8,14 +8,21 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <stdexcept>
 
 namespace host {
 
 kernel::ResultCode Memory::Take(void** block, std::uint32_t sizeBytes) {
     if (block == nullptr) return kernel::kInvalidArgument;
+    if (watch != BlockWatch::None) return TakeCounted(block, sizeBytes);
+    *block = TakeZeroed(sizeBytes);
+    return *block != nullptr ? kernel::kDone : kernel::kOutOfMemory;
+}
+
+kernel::ResultCode Memory::TakeCounted(void** block, std::uint32_t sizeBytes) {
     const std::uint32_t request = CountTaken();
     *block = MustFail(request) ? nullptr : TakeZeroed(sizeBytes);
-    if (*block != nullptr && track && !Remember(*block, {request, sizeBytes})) {
+    if (*block != nullptr && TracksBlocks() && !Remember(*block, {request, sizeBytes})) {
         FreeBlock(*block);
         *block = nullptr;
     }
@@ -34,12 +41,13 @@ kernel::ResultCode Memory::Resize(void** block, void* old, std::uint32_t sizeByt
 
 void Memory::GiveBack(void* block) {
     if (block == nullptr) return;
-    if (track) Forget(block);
-    CountGone();
+    if (TracksBlocks()) Forget(block);
+    if (watch != BlockWatch::None) CountGone();
     FreeBlock(block);
 }
 
 void Memory::FailAllocation(std::size_t nth, Failing failing) {
+    if (watch == BlockWatch::None) throw std::logic_error("blocks that aren't counted can't fail by count");
     constexpr std::uint32_t kEver = std::numeric_limits<std::uint32_t>::max();
     const std::uint32_t first = nth == 0 ? 0 : static_cast<std::uint32_t>(Requests() + nth);
     failed.store(false, std::memory_order_relaxed);

@@ -1,7 +1,9 @@
 #include <host/kernel.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
+#include <stdexcept>
 
 #include <gtest/gtest.h>
 
@@ -18,7 +20,7 @@ protected:
     }
     void GiveBack(void* block) { kernel::HostFree(host.Root(), block); }
 
-    host::Kernel host{{.trackBlocks = true}};
+    host::Kernel host{{.blocks = host::BlockWatch::Each}};
 };
 
 TEST_F(MemoryTest, FailuresComeByCountAndLeaveTheOldBlock) {
@@ -51,6 +53,24 @@ TEST_F(MemoryTest, TheReportTellsEachBlockThatIsOut) {
               "  request 3: 7 bytes\n");
     GiveBack(first);
     GiveBack(third);
+}
+
+TEST(UnwatchedMemoryTest, BlocksAreZeroAndAlignedAsEverAndFailByNoOrder) {
+    host::Memory memory(host::BlockWatch::None);
+    EXPECT_THROW(memory.FailAllocation(1), std::logic_error);
+    for (std::uint32_t size = 0; size < 300; ++size) {
+        void* block = nullptr;
+        ASSERT_EQ(memory.Take(&block, size), kernel::kDone);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0U) << size;
+        const auto* const bytes = static_cast<const char*>(block);
+        EXPECT_EQ(std::count(bytes, bytes + size, '\0'), static_cast<std::ptrdiff_t>(size)) << size;
+        std::memset(block, 0xFF, size);
+        ASSERT_EQ(memory.Resize(&block, block, size + 40), kernel::kDone);
+        const auto* const added = static_cast<const char*>(block) + size;
+        EXPECT_EQ(std::count(added, added + 40, '\0'), 40) << size;
+        memory.GiveBack(block);
+    }
+    EXPECT_EQ(memory.LiveBlocks(), 0U);
 }
 
 }   // namespace

@@ -11,7 +11,7 @@ namespace {
 
 class SizesTest : public StoreTest {
 protected:
-    SizesTest() : StoreTest(false) {}
+    SizesTest() : StoreTest(host::BlockWatch::Count) {}
 };
 
 std::string Chain(std::size_t levels) {

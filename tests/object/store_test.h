@@ -9,8 +9,8 @@ namespace test {
 
 class StoreTest : public testing::Test {
 protected:
-    /// A block that is left tells of itself where `trackBlocks` is on, which costs; where it is off, it is counted.
-    explicit StoreTest(bool trackBlocks = true) : kernel({.trackBlocks = trackBlocks}) {
+    /// A block that is left tells of itself where each is watched, which costs; else it's counted.
+    explicit StoreTest(host::BlockWatch blocks = host::BlockWatch::Each) : kernel({.blocks = blocks}) {
         kernel.LoadModule(ModulePath());
     }
 

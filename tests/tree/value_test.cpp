@@ -83,7 +83,7 @@ protected:
                     block ? 1 : 0);
     }
 
-    host::Kernel kernel{{.trackBlocks = true}};
+    host::Kernel kernel{{.blocks = host::BlockWatch::Each}};
 };
 
 TEST_F(ValueTest, TheStorableTypesAreMadeEmptyAndNoOthers) {

@@ -21,8 +21,8 @@ inline constexpr kernel::ResultCode kNotOffered = kernel::MakeResult(0x80000042)
 struct KernelOptions {
     std::uint32_t traceLevel = 0;   // lines of a higher level are dropped unformatted
     TraceSink traceSink{};          // takes the lines; without one they are kept
-    bool trackBlocks = false;       // `Leaks` tells each block
-    bool offerImports = true;       // false: no function can be bound
+    BlockWatch blocks = BlockWatch::Count;
+    bool offerImports = true;   // false: no function can be bound
 };
 
 /// What a module handed over in its one registration.

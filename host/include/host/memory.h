@@ -1,5 +1,5 @@
-/// The heap that the host gives to the module: zero-filled blocks aligned to 16, counted, able to fail by count. One
-/// heap for all threads; every call may come from any of them.
+/// The heap that the host gives to the module: zero-filled blocks aligned to 16, which it counts and fails on demand.
+/// One heap for all threads; every call may come from any of them.
 #pragma once
 
 #include <component/kernel/result_codes.h>
@@ -23,11 +23,16 @@ enum class Failing {
     FromThereOn,
 };
 
+/// What the heap knows of its blocks.
+enum class BlockWatch {
+    None,    // nothing: what a host in earnest does, and what speed is measured with
+    Count,   // how many were asked for and how many are out, at the price of an atomic step each way
+    Each,   // every one, for `Leaks`, at the price of a lock; giving back anything else ends the process with a message
+};
+
 class Memory {
 public:
-    /// With `trackBlocks` the heap remembers every block for `Leaks`, at the price of a lock, and ends the process with
-    /// a message when something else is given back.
-    explicit Memory(bool trackBlocks) : track(trackBlocks) {}
+    explicit Memory(BlockWatch blockWatch) : watch(blockWatch) {}
 
     /// Blocks that are still out stay so: whoever holds one may be reading it.
     ~Memory() = default;
@@ -45,17 +50,19 @@ public:
     void GiveBack(void* block);
 
     /// Lets the `nth` request from now on fail, 1 being the next. 0 takes an order back. Clears `AllocationFailed`.
+    /// Throws `std::logic_error` on a heap that doesn't count.
     void FailAllocation(std::size_t nth, Failing failing = Failing::Once);
 
     /// Whether a request failed by order since the last `FailAllocation`.
     [[nodiscard]] bool AllocationFailed() const { return failed.load(std::memory_order_relaxed); }
 
+    /// 0 on a heap that doesn't count, as `Requests` is.
     [[nodiscard]] std::size_t LiveBlocks() const { return static_cast<std::size_t>(Counts() % kOneRequest); }
 
     /// Blocks asked for so far, failed requests counted.
     [[nodiscard]] std::size_t Requests() const { return static_cast<std::size_t>(Counts() / kOneRequest); }
 
-    [[nodiscard]] bool TracksBlocks() const { return track; }
+    [[nodiscard]] bool TracksBlocks() const { return watch == BlockWatch::Each; }
 
     /// What wasn't given back so far, in the order of the requests; empty unless blocks are tracked.
     [[nodiscard]] std::vector<LeakedBlock> Leaks() const;
@@ -65,6 +72,7 @@ private:
     static constexpr std::uint64_t kOneBlock = 1;
     static constexpr std::uint64_t kOneRequest = std::uint64_t{1} << 32;
 
+    kernel::ResultCode TakeCounted(void** block, std::uint32_t sizeBytes);
     [[nodiscard]] std::uint64_t Counts() const { return counts.load(std::memory_order_relaxed); }
     /// Returns the request's number.
     std::uint32_t CountTaken();
@@ -74,7 +82,7 @@ private:
     [[nodiscard]] bool Remember(const void* block, const LeakedBlock& request);
     void Forget(const void* block);
 
-    const bool track;
+    const BlockWatch watch;
     std::atomic<std::uint64_t> counts{0};
     std::atomic<std::uint32_t> firstFailing{0};   // 0: none
     std::atomic<std::uint32_t> lastFailing{0};
