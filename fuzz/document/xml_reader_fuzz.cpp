@@ -28,6 +28,7 @@ public:
         reader = XmlReader(begin, static_cast<std::uint32_t>(end - begin), false);
         for (;;) {
             const char* const before = Position();
+            CheckPlainElement();
             XmlElement element;
             const std::int32_t result = reader.NextStartTag(element, 0, nullptr);
             CheckElement(element, result);
@@ -126,6 +127,25 @@ private:
             FUZZ_CHECK(std::find_if(first.begin(), first.end(), named)->value == value);
         }
         FUZZ_CHECK(Position() == before);
+    }
+
+    /// An element that is taken in one look is what it is step by step.
+    void CheckPlainElement() const {
+        XmlReader inOneLook = reader;
+        XmlPlainElement plain;
+        if (!inOneLook.PeekPlainElement("name", plain)) return;
+        inOneLook.Take(plain);
+        XmlReader inSteps = reader;
+        XmlElement element;
+        // Whether its name is one is left to those who know names.
+        if (inSteps.NextStartTag(element, 0, nullptr) != XmlDone || !element.NameIs(plain.name.View())) return;
+        std::string value, text, decoded;
+        FUZZ_CHECK(XmlReader::ReadAttribute(element, "name", value) == XmlDone && value == plain.value.View());
+        static_cast<void>(inSteps.ReadText(text, true));
+        DecodeEntities(plain.text.data, static_cast<std::int32_t>(plain.text.length), decoded);
+        FUZZ_CHECK(text == decoded && inSteps.CloseElement(element) == XmlDone);
+        ByteSlice left, right;
+        FUZZ_CHECK(inSteps.ReadRawText(left) == inOneLook.ReadRawText(right) && left.data == right.data);
     }
 
     void CheckEndTag(XmlReader inside, const XmlElement& element) const {

@@ -20,6 +20,53 @@ std::unique_ptr<char[]> ExactCopy(std::string_view input) {   // one byte too fa
     return exact;
 }
 
+struct PlainCase {
+    std::string_view input;
+    std::string_view text = "not plain";
+};
+constexpr PlainCase kPlainElements[] = {
+    {"<tINT name=\"a value's\">x</tINT>", "x"},
+    {" \r\n  <tINT name=\"\"></tINT>", ""},
+    {"<tINT name=\"12345678901234567\"> a &lt; b</tINT></key>", " a &lt; b"},
+    {"<tINT name=\"v\">]]></tINT>", "]]>"},
+    {"<tINT name=\"v\">x</tIN>"},
+    {"<tINT name=\"v\">x</tINT >"},
+    {"<tINT name=\"v\">x<!-- c --></tINT>"},
+    {"<tINT name=\"v\">x<b/></tINT>"},
+    {"<tINT name=\"v\"/>"},
+    {"<tINT name=\"v\" >x</tINT>"},
+    {"<tINT name=\"v\" a=\"b\">x</tINT>"},
+    {"<tINT  name=\"v\">x</tINT>"},
+    {"<tINT nam=\"v\">x</tINT>"},
+    {"<tINT name='v'>x</tINT>"},
+    {"<tINT name=\"a>b\">x</tINT>"},
+    {"<tINT name=\"a&amp;b\">x</tINT>"},
+    {{"<tINT name=\"a\0b\">x</tINT>", 24}},
+    {"<tINT>x</tINT>"},
+    {"x<tINT name=\"v\">x</tINT>"},
+    {""},
+};
+
+TEST(XmlReaderTest, APlainElementIsTakenWholeOrNotAtAll) {
+    for (const PlainCase& row : kPlainElements) {
+        SCOPED_TRACE(row.input);
+        const auto exact = ExactCopy(row.input);
+        XmlReader reader = ReaderOf({exact.get(), row.input.size()});
+        XmlPlainElement element;
+        const bool plain = reader.PeekPlainElement("name", element);
+        EXPECT_EQ(plain ? element.text.View() : "not plain", row.text);
+        if (!plain) continue;
+        reader.Take(element);
+        EXPECT_TRUE(StandsBefore(reader, row.input.ends_with("</key>") ? "</key>" : ""));
+    }
+    const std::string_view whole = kPlainElements[0].input;
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        const auto exact = ExactCopy(whole.substr(0, size));
+        XmlPlainElement element;
+        EXPECT_FALSE(ReaderOf({exact.get(), size}).PeekPlainElement("name", element)) << size;
+    }
+}
+
 struct KindCase {
     std::string_view input;
     TokenKind kind;

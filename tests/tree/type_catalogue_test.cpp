@@ -33,8 +33,8 @@ constexpr NameCase kNames[] = {
 
 TEST(TypeCatalogueTest, NamesLeadToCodesByExactMatch) {
     for (const NameCase& row : kNames) EXPECT_EQ(TypeCodeFromName(row.name), row.code) << row.label;
-    EXPECT_STREQ(TypeNameFromCode(tCODEPAGE), "tCODEPAGE");
-    EXPECT_EQ(TypeNameFromCode(16), nullptr);
+    EXPECT_STREQ(TypeNameFromCode(tCODEPAGE).data(), "tCODEPAGE");
+    EXPECT_EQ(TypeNameFromCode(16).data(), nullptr);
 }
 
 }   // namespace

@@ -55,6 +55,7 @@ public:
 
     ResultCode Read() {
         for (;;) {
+            if (const ResultCode code = ReadPlainValues(); IsFailure(code)) return code;
             XmlElement element;
             const std::int32_t tag = reader.NextStartTag(element, 0, nullptr);
             if (tag < 0) return kBadDocument;
@@ -68,6 +69,21 @@ public:
     }
 
 private:
+    /// Values as a save writes them and most texts leave them, in one look at each.
+    ResultCode ReadPlainValues() {
+        XmlPlainElement element;
+        while (reader.PeekPlainElement(kNameAttribute, element)) {
+            const TypeCode type = TypeCodeFromName(element.name.View());
+            if (type == 0) break;
+            text.clear();
+            DecodeEntities(element.text.data, static_cast<std::int32_t>(element.text.length), text);
+            const ResultCode code = open.Current().AddValueFromText(element.value.View(), type, text.c_str());
+            if (IsFailure(code)) return code;
+            reader.Take(element);
+        }
+        return kDone;
+    }
+
     ResultCode ReadKey(const XmlElement& element) {
         if (const ResultCode code = ReadName(element); IsFailure(code)) return code;
         // The name is a path: it can open a chain of keys, and enters a key that is there already.

@@ -6,6 +6,7 @@
 
 #include <component/kernel/value_types.h>
 
+#include <algorithm>
 #include <cstring>
 #include <iterator>
 #include <new>
@@ -72,10 +73,12 @@ private:
 
     /// The value's text form, up to its first 0 byte; it lasts until the next one is taken.
     ResultCode TakeText(const Value& value, std::string_view& taken) {
+        // Not every type writes all that it asks for, so that each finds zeroes.
+        std::memset(usualText, 0, usedBytes);
         char* text = usualText;
         std::uint32_t size = 0;
-        std::memset(text, 0, sizeof usualText);   // not every type writes all that it asks for
         ResultCode code = value.ToText(text, sizeof usualText, &size);
+        usedBytes = std::min<std::size_t>(size, sizeof usualText);
         if (code == kBufferTooSmall && size != 0) {
             longText.assign(size, '\0');
             text = longText.data();
@@ -88,7 +91,8 @@ private:
     XmlWriter& writer;
     int indent;
     std::vector<const Key*> above;
-    char usualText[256];
+    char usualText[256] = {};
+    std::size_t usedBytes = 0;   // of `usualText`, by the value before
     std::string longText;
 };
 

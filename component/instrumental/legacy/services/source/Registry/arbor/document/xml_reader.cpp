@@ -1,5 +1,7 @@
 #include "document/xml_reader.h"
 
+#include "tree/octets.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -48,15 +50,22 @@ constexpr bool IsAscii(char byte) { return static_cast<unsigned char>(byte) < 0x
 constexpr bool IsAsciiNameStart(char byte) { return IsAscii(byte) && Is(byte, NameStart); }
 constexpr bool IsAsciiNameChar(char byte) { return IsAscii(byte) && Is(byte, NameChar); }
 
-/// Where something else than a blank stands; an indent passes eight blanks at a time.
+bool HoldsOctet(const char* at, const char* last) { return static_cast<std::size_t>(last - at) >= sizeof(Octet); }
+
+/// Behind the blanks of an indent.
+const char* PassIndent(const char* at, const char* last) {
+    for (; HoldsOctet(at, last); at += sizeof(Octet)) {
+        const Octet other = Load<Octet>(at) ^ Each(' ');
+        if (other != 0) return at + FirstMark(other);
+    }
+    while (at != last && *at == ' ') ++at;
+    return at;
+}
+
+/// Where something else than white space stands.
 const char* PassLongSpace(const char* at, const char* last) {
-    constexpr std::string_view kIndent = "        ";
     for (;; ++at) {
-        while (static_cast<std::size_t>(last - at) >= kIndent.size() &&
-               std::memcmp(at, kIndent.data(), kIndent.size()) == 0) {
-            at += kIndent.size();
-        }
-        while (at != last && *at == ' ') ++at;
+        at = PassIndent(at, last);
         if (at == last || !Is(*at, Space)) return at;
     }
 }
@@ -77,6 +86,44 @@ const char* FindByte(const char* first, const char* last, char byte) {
     if (first == last) return last;
     const void* found = std::memchr(first, byte, static_cast<std::size_t>(last - first));
     return found != nullptr ? static_cast<const char*>(found) : last;
+}
+
+/// The first byte that `marks` marks in its octet, or `last`.
+template <class Marks>
+const char* FindMarked(const char* at, const char* last, Marks marks) {
+    // Two octets in one step: most of what is looked for lies in the first step then, which the processor can foretell.
+    constexpr std::size_t kStep = 2 * sizeof(Octet);
+    for (; static_cast<std::size_t>(last - at) >= kStep; at += kStep) {
+        const Octet lower = marks(Load<Octet>(at));
+        const Octet upper = marks(Load<Octet>(at + sizeof(Octet)));
+        if ((lower | upper) == 0) continue;
+        return lower != 0 ? at + FirstMark(lower) : at + sizeof(Octet) + FirstMark(upper);
+    }
+    for (; HoldsOctet(at, last); at += sizeof(Octet)) {
+        if (const Octet found = marks(Load<Octet>(at)); found != 0) return at + FirstMark(found);
+    }
+    if (at == last) return last;
+    const Octet found = marks(LoadFew(at, static_cast<std::size_t>(last - at)));
+    return found != 0 ? std::min(at + FirstMark(found), last) : last;   // zeroes behind the last may be marked
+}
+
+/// Behind `literal`, or null if it doesn't stand there; null stays null.
+template <std::size_t Size>
+const char* PassLiteral(const char* at, const char* last, const char (&literal)[Size]) {
+    constexpr std::size_t kLength = Size - 1;
+    if (at == nullptr || static_cast<std::size_t>(last - at) < kLength) return nullptr;
+    return std::memcmp(at, literal, kLength) == 0 ? at + kLength : nullptr;
+}
+
+/// The same for a name.
+const char* PassName(const char* at, const char* last, std::string_view name) {
+    if (at == nullptr || static_cast<std::size_t>(last - at) < name.size()) return nullptr;
+    return SameBytes(at, name.data(), name.size()) ? at + name.size() : nullptr;
+}
+
+/// Behind the end tag of that name, written without a blank; else null.
+const char* PassEndTag(const char* at, const char* last, std::string_view name) {
+    return PassLiteral(PassName(PassLiteral(at, last, "</"), last, name), last, ">");
 }
 
 ByteSlice SliceOf(const char* first, const char* last) { return {first, static_cast<std::uint32_t>(last - first)}; }
@@ -243,6 +290,34 @@ std::int32_t XmlReader::NextStartTag(XmlElement& element, std::uint32_t flags, c
     return (flags & SkipElement) != 0 ? CloseElement(element) : XmlDone;
 }
 
+namespace {
+
+/// What ends a plain attribute's value, or makes it another one.
+Octet MarkValueEnd(Octet octet) {
+    constexpr char kQuoteOrReference = 4;   // the bit by which the two differ
+    static_assert(('"' | kQuoteOrReference) == '&');
+    return MarkByte(octet | Each(kQuoteOrReference), '&') | MarkByte(octet, '>') | MarkByte(octet, '\0');
+}
+
+}   // namespace
+
+bool XmlReader::PeekPlainElement(std::string_view attribute, XmlPlainElement& element) {
+    SkipSpace();
+    if (position == end || *position != '<') return false;
+    const char* const name = position + 1;
+    const char* const nameEnd =
+        FindMarked(name, end, [](Octet octet) { return MarkByte(octet, ' ') | MarkByte(octet, '>'); });
+    const char* const value = PassLiteral(PassName(PassLiteral(nameEnd, end, " "), end, attribute), end, "=\"");
+    if (value == nullptr) return false;
+    const char* const valueEnd = FindMarked(value, end, MarkValueEnd);
+    const char* const text = PassLiteral(valueEnd, end, "\">");
+    if (text == nullptr) return false;
+    const char* const textEnd = FindByte(text, end, '<');
+    element = {SliceOf(name, nameEnd), SliceOf(value, valueEnd), SliceOf(text, textEnd), nullptr};
+    element.end = PassEndTag(textEnd, end, element.name.View());
+    return element.end != nullptr;
+}
+
 std::int32_t XmlReader::ReadEndTag(ByteSlice& name) {
     SkipSpace();
     const std::uint32_t opening = MatchAt("</");
@@ -366,17 +441,13 @@ std::int32_t XmlReader::SkipContent(const XmlElement& element, std::uint32_t* si
     }
 }
 
-/// What most elements have left: their end tag, written without a blank.
-bool XmlReader::TakeEndTagOf(const XmlElement& element) {
-    const std::size_t length = element.name.length;
-    if (static_cast<std::size_t>(end - position) < length + 3 || position[0] != '<' || position[1] != '/') return false;
-    if (std::memcmp(position + 2, element.name.data, length) != 0 || position[2 + length] != '>') return false;
-    position += length + 3;
-    return true;
-}
-
 std::int32_t XmlReader::CloseElement(const XmlElement& element) {
-    if (!element.HasContent() || TakeEndTagOf(element)) return XmlDone;
+    if (!element.HasContent()) return XmlDone;
+    // What most elements have left.
+    if (const char* const behind = PassEndTag(position, end, element.name.View()); behind != nullptr) {
+        position = behind;
+        return XmlDone;
+    }
     std::int32_t code = SkipContent(element, nullptr);
     if (code < 0) return code;
     ByteSlice name;
@@ -423,17 +494,12 @@ private:
 
 /// The value where the start tag has nothing but this one attribute, with no blank more than it takes; else no data.
 std::string_view OnlyAttribute(const XmlElement& element, std::string_view wanted) {
-    const char* at = element.name.data + element.name.length;
     const char* const last = element.end - 1;
-    constexpr std::string_view kOpening = "=\"";
-    if (static_cast<std::size_t>(last - at) < 1 + wanted.size() + kOpening.size() || *at != ' ') return {};
-    ++at;
-    if (std::memcmp(at, wanted.data(), wanted.size()) != 0) return {};
-    at += wanted.size();
-    if (std::memcmp(at, kOpening.data(), kOpening.size()) != 0) return {};
-    at += kOpening.size();
-    const char* const quote = FindByte(at, last, '"');
-    return quote + 1 == last ? std::string_view(at, static_cast<std::size_t>(quote - at)) : std::string_view();
+    const char* const gap = element.name.data + element.name.length;
+    const char* const value = PassLiteral(PassName(PassLiteral(gap, last, " "), last, wanted), last, "=\"");
+    if (value == nullptr) return {};
+    const char* const quote = FindByte(value, last, '"');
+    return quote + 1 == last ? std::string_view(value, static_cast<std::size_t>(quote - value)) : std::string_view();
 }
 
 }   // namespace

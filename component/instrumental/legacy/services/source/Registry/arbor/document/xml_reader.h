@@ -66,6 +66,14 @@ struct XmlElement {
     [[nodiscard]] bool NameIs(std::string_view text) const { return name.View() == text; }
 };
 
+/// An element of the plainest form, as it stands in the input.
+struct XmlPlainElement {
+    ByteSlice name;
+    ByteSlice value;             // of its one attribute; neither a reference nor a 0 byte stands in it
+    ByteSlice text;              // still to be decoded
+    const char* end = nullptr;   // behind its end tag
+};
+
 /// Decoded, and independent of the input.
 struct XmlAttribute {
     std::string name;
@@ -112,6 +120,14 @@ public:
     /// read one.
     std::int32_t NextStartTag(XmlElement& element, std::uint32_t flags, const char* expected);
 
+    /// Skips blanks and looks at the element behind them: true if it has the attribute `attribute` alone, in double
+    /// quotes and without references, a text without comments and sections, or none, its own end tag, and no blank
+    /// within its tags but the one that it takes. Reading it step by step gives the same name, value and text. The name
+    /// isn't checked: whoever knows it knows that it is one.
+    bool PeekPlainElement(std::string_view attribute, XmlPlainElement& element);
+
+    void Take(const XmlPlainElement& element) { position = element.end; }
+
     std::int32_t ReadEndTag(ByteSlice& name);
 
     /// Takes the bytes up to the next `<` or the end. Returns whether one of them isn't a blank.
@@ -147,7 +163,6 @@ public:
 private:
     [[nodiscard]] bool StandsAtStartTag() const;
     [[nodiscard]] bool StandsAtEndTag() const;
-    bool TakeEndTagOf(const XmlElement& element);
 
     const char* position;
     const char* end;

@@ -1,5 +1,7 @@
 #include "document/xml_writer.h"
 
+#include "tree/octets.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -13,6 +15,8 @@ struct Escape {
     std::uint8_t length = 0;
     char text[7] = {};
 };
+
+constexpr std::size_t kLongestEscape = sizeof Escape::text;
 
 using EscapeTable = std::array<Escape, 256>;
 
@@ -38,30 +42,13 @@ constexpr EscapeTable kEscapes = [] {
     return escapes;
 }();
 
-/// Eight bytes side by side.
-using Octet = std::uint64_t;
-
-constexpr Octet Each(unsigned char byte) { return Octet{0x0101010101010101} * byte; }
-
-template <class Bytes>
-Bytes Load(const char* from) {
-    Bytes bytes;
-    std::memcpy(&bytes, from, sizeof bytes);
-    return bytes;
-}
-
-/// Whether one of the bytes has an escape, or may have one: a byte above another one that has counts too.
+/// Whether one of the bytes has an escape, or may have one.
 constexpr bool MayHoldEscape(Octet octet) {
-    constexpr Octet kTops = Each(0x80);
-    // What lies below `limit` borrows the top bit of its byte.
-    const auto below = [](Octet bytes, unsigned char limit) { return (bytes - Each(limit)) & ~bytes; };
-    Octet found = below(octet, 0x20);
-    found |= below(octet ^ Each('"'), 1);
-    found |= below((octet | Each(1)) ^ Each('\''), 1);   // and '&', the even one of the pair
-    found |= below((octet | Each(2)) ^ Each('>'), 1);    // and '<'
-    return (found & kTops) != 0;
+    constexpr char kQuotes = 5;   // the bits by which the two quotes, '&', and '#' for one more differ
+    constexpr char kAngles = 2;
+    static_assert(('"' | kQuotes) == '\'' && ('&' | kQuotes) == '\'' && ('<' | kAngles) == '>');
+    return (MarkBelow(octet, 0x20) | MarkByte(octet | Each(kQuotes), '\'') | MarkByte(octet | Each(kAngles), '>')) != 0;
 }
-static_assert(('&' | 1) == '\'' && ('<' | 2) == '>');
 
 /// Escapes byte by byte; the room has space for the longest that each can become.
 char* EscapeBytes(char* room, const char* data, std::size_t count) {
@@ -77,34 +64,56 @@ char* EscapeBytes(char* room, const char* data, std::size_t count) {
     return room;
 }
 
-/// The same for four to eight bytes, in one look at their two ends, which may overlap, where none of them has an
-/// escape.
-char* EscapeEnds(char* room, const char* data, std::size_t count) {
-    using Half = std::uint32_t;
-    const Half first = Load<Half>(data);
-    const Half last = Load<Half>(data + count - sizeof(Half));
-    if (MayHoldEscape(first | Octet{last} << 32)) return EscapeBytes(room, data, count);
-    std::memcpy(room, &first, sizeof first);
-    std::memcpy(room + count - sizeof last, &last, sizeof last);
+/// What is written behind the bytes that count: octets go out whole.
+constexpr std::size_t kSpareBytes = sizeof(Octet);
+
+/// Escapes `count` bytes, which `octet` holds too, and nothing but bytes without escapes behind them.
+char* EscapeOctet(char* room, Octet octet, const char* data, std::size_t count) {
+    if (MayHoldEscape(octet)) return EscapeBytes(room, data, count);
+    std::memcpy(room, &octet, sizeof octet);
     return room + count;
 }
 
 char* EscapeInto(char* room, const char* data, std::size_t count) {
-    for (; count >= sizeof(Octet); data += sizeof(Octet), count -= sizeof(Octet)) {
-        const Octet octet = Load<Octet>(data);
-        if (MayHoldEscape(octet)) {
-            room = EscapeBytes(room, data, sizeof octet);
-        } else {
-            std::memcpy(room, &octet, sizeof octet);
-            room += sizeof octet;
-        }
+    const char* const last = data + count;
+    std::size_t left = count;
+    for (; left >= sizeof(Octet); left -= sizeof(Octet)) {
+        room = EscapeOctet(room, Load<Octet>(last - left), last - left, sizeof(Octet));
     }
-    return count >= 4 ? EscapeEnds(room, data, count) : EscapeBytes(room, data, count);
+    if (left == 0) return room;
+    const bool few = count < sizeof(Octet);
+    const Octet rest = few ? LoadFew(data, left) : Load<Octet>(last - sizeof(Octet)) >> 8 * (sizeof(Octet) - left);
+    return EscapeOctet(room, rest | Each(' ') << 8 * left, last - left, left);
 }
 
+template <class Half>
+void CopyEnds(char* room, const char* data, std::size_t count) {
+    const Half first = Load<Half>(data);
+    const Half last = Load<Half>(data + count - sizeof last);
+    std::memcpy(room, &first, sizeof first);
+    std::memcpy(room + count - sizeof last, &last, sizeof last);
+}
+
+/// Names of elements and attributes are short: copying their two ends costs less than a call.
 char* Put(char* room, std::string_view text) {
-    std::memcpy(room, text.data(), text.size());
-    return room + text.size();
+    const std::size_t count = text.size();
+    if (count >= sizeof(std::uint32_t) && count <= sizeof(Octet)) {
+        CopyEnds<std::uint32_t>(room, text.data(), count);
+    } else if (count > sizeof(Octet) && count <= 2 * sizeof(Octet)) {
+        CopyEnds<Octet>(room, text.data(), count);
+    } else {
+        std::memcpy(room, text.data(), count);
+    }
+    return room + count;
+}
+
+/// So many blanks are always written; an indent is seldom longer.
+constexpr std::size_t kUsualBlanks = 64;
+
+char* PutBlanks(char* room, std::size_t count) {
+    std::memset(room, ' ', kUsualBlanks);
+    if (count > kUsualBlanks) std::memset(room, ' ', count);
+    return room + count;
 }
 
 }   // namespace
@@ -114,7 +123,7 @@ void EscapeXml(const char* data, std::int32_t length, TextBuffer& output) {
     std::size_t left = length == -1 ? std::strlen(data) : static_cast<std::uint32_t>(length);
     while (left != 0) {
         const std::size_t count = std::min(left, kStepBytes);
-        char* const room = output.Room(count * sizeof Escape::text);
+        char* const room = output.Room(count * kLongestEscape + kSpareBytes);
         output.Extend(static_cast<std::size_t>(EscapeInto(room, data, count) - room));
         data += count;
         left -= count;
@@ -124,7 +133,6 @@ void EscapeXml(const char* data, std::int32_t length, TextBuffer& output) {
 void XmlWriter::WriteElementLine(std::int32_t indent, std::string_view element, std::string_view attribute,
                                  std::string_view value, std::string_view text) {
     // What is escaped at its longest; a long text would reserve too much by it.
-    constexpr std::size_t kLongestEscape = sizeof Escape::text;
     constexpr std::size_t kUsualBytes = 4096;
     if (value.size() + text.size() > kUsualBytes) {
         WriteIndent(indent, ' ');
@@ -137,10 +145,9 @@ void XmlWriter::WriteElementLine(std::int32_t indent, std::string_view element, 
     }
     constexpr std::string_view kMarks = "< =\"\"></>\r\n";
     const std::size_t blanks = indent > 0 ? static_cast<std::size_t>(indent) : 0;
-    char* const room = output->Room(blanks + 2 * element.size() + attribute.size() + kMarks.size() +
-                                    (value.size() + text.size()) * kLongestEscape);
-    std::memset(room, ' ', blanks);
-    char* at = Put(room + blanks, "<");
+    char* const room = output->Room(blanks + kUsualBlanks + 2 * element.size() + attribute.size() + kMarks.size() +
+                                    (value.size() + text.size()) * kLongestEscape + kSpareBytes);
+    char* at = Put(PutBlanks(room, blanks), "<");
     at = Put(at, element);
     at = Put(at, " ");
     at = Put(at, attribute);

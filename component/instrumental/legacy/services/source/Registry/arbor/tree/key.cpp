@@ -254,15 +254,14 @@ ValueEntry* Key::NewEntry(TypeCode code) {
 }
 
 template <class Fill>
-ResultCode Key::AddFilled(const char* valueName, TypeCode code, Fill fill) {
+ResultCode Key::AddFilled(std::string_view valueName, TypeCode code, Fill fill) {
     if (owner == nullptr) return kNotInitialised;
     // The hash first: it takes as long as all that follows, and nothing waits for it until the index does.
-    const std::string_view wanted = valueName != nullptr ? std::string_view(valueName) : std::string_view();
-    const std::uint32_t hash = NameHash(wanted);
+    const std::uint32_t hash = NameHash(valueName);
     std::unique_ptr<ValueEntry, EntryRemover> entry(NewEntry(code), EntryRemover(*this));
     if (!entry) return kOutOfMemory;
-    if (valueName == nullptr) return kInvalidArgument;
-    if (const ResultCode named = CopyName(wanted, entry->name); IsFailure(named)) return named;
+    if (valueName.data() == nullptr) return kInvalidArgument;
+    if (const ResultCode named = CopyName(valueName, entry->name); IsFailure(named)) return named;
     entry->hash = hash;
     if (const ResultCode filled = fill(*entry->value); IsFailure(filled)) return filled;
     values.push_back(*entry);
@@ -277,7 +276,8 @@ ResultCode Key::AddFilled(const char* valueName, TypeCode code, Fill fill) {
 }
 
 ResultCode Key::AddValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size) {
-    return AddFilled(valueName, code, [=](Value& value) { return value.Set(data, size); });
+    const std::string_view wanted = valueName != nullptr ? std::string_view(valueName) : std::string_view();
+    return AddFilled(wanted, code, [=](Value& value) { return value.Set(data, size); });
 }
 
 ResultCode Key::AddNewValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size) {
@@ -297,7 +297,7 @@ ResultCode Key::AddValueAt(std::uint32_t index, TypeCode code, const void* data,
     return AddValue(made, code, data, size);
 }
 
-ResultCode Key::AddValueFromText(const char* valueName, TypeCode code, const char* text) {
+ResultCode Key::AddValueFromText(std::string_view valueName, TypeCode code, const char* text) {
     return AddFilled(valueName, code, [=](Value& value) { return value.FromText(text); });
 }
 

@@ -1,6 +1,8 @@
 /// Names of keys and values: bytes kept as they came, compared without regard to the case of ASCII letters.
 #pragma once
 
+#include "tree/octets.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -57,7 +59,7 @@ inline constexpr std::array<std::int8_t, 256> kFoldedBytes = [] {
 /// Equal names mostly have equal letters: bytes are folded only where some differ.
 [[nodiscard]] constexpr bool NameEquals(std::string_view a, std::string_view b) {
     if (a.size() != b.size()) return false;
-    if (a == b) return true;
+    if (SameBytes(a.data(), b.data(), a.size())) return true;
     for (std::size_t i = 0; i < a.size(); ++i) {
         if (a[i] != b[i] && FoldByte(a[i]) != FoldByte(b[i])) return false;
     }

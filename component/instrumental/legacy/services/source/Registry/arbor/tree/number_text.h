@@ -24,6 +24,13 @@ namespace arbor {
     return 255;
 }
 
+/// The same where a larger base can't be meant: any other character gives more than `Base`.
+template <unsigned Base>
+[[nodiscard]] constexpr unsigned DigitIn(char c) {
+    if constexpr (Base > 10) return DigitValue(c);
+    return static_cast<unsigned>(static_cast<unsigned char>(c)) - '0';
+}
+
 template <class Int>
 struct ParsedInteger {
     Int value;          // beyond the range: the nearest end of it; for an unsigned one always the upper end
@@ -42,8 +49,14 @@ template <unsigned Base, class Int>
     if (Base == 16 && at[0] == '0' && (at[1] | 0x20) == 'x' && DigitValue(at[2]) < 16) at += 2;
     const char* const digits = at;
     Magnitude magnitude = 0;
+    unsigned digit = DigitIn<Base>(*at);
+    // Four bits hold a digit of any base up to 16: so many digits fit.
+    for (int left = std::numeric_limits<Magnitude>::digits / 4; left > 0 && digit < Base; --left) {
+        magnitude = static_cast<Magnitude>(magnitude * Base + digit);
+        digit = DigitIn<Base>(*++at);
+    }
     bool overflow = false;
-    for (unsigned digit = DigitValue(*at); digit < Base; digit = DigitValue(*++at)) {
+    for (; digit < Base; digit = DigitIn<Base>(*++at)) {
         if (magnitude > kMost / Base || (magnitude == kMost / Base && digit > kMost % Base)) overflow = true;
         magnitude = static_cast<Magnitude>(magnitude * Base + digit);
     }

@@ -1,5 +1,7 @@
 #include "tree/type_catalogue.h"
 
+#include "tree/octets.h"
+
 #include <component/kernel/value_types.h>
 
 #include <array>
@@ -9,7 +11,7 @@
 namespace arbor {
 namespace {
 
-/// By type; a gap is a view of nothing. The views are of literals, so that a terminator stands behind each.
+/// By type; a gap is a view of nothing. The views are of literals, which bring the terminators.
 constexpr std::array<std::string_view, 64> TypeNameTable = [] {
     std::array<std::string_view, 64> names{};
     names[tVOID] = "tVOID";
@@ -100,7 +102,8 @@ constexpr TypeCode Find(std::string_view name) {
     if (name[1] < kFirstRow || name[1] > kLastRow) return 0;
     for (const std::uint8_t code : TypeNameIndex[static_cast<std::size_t>(name[1] - kFirstRow)]) {
         if (code == 0) return 0;
-        if (TypeNameTable[code] == name) return code;
+        const std::string_view known = TypeNameTable[code];
+        if (known.size() == name.size() && SameBytes(known.data(), name.data(), name.size())) return code;
     }
     return 0;
 }
@@ -118,6 +121,6 @@ static_assert(CountNamesThatLeadBack() == 47, "a name without its place in the i
 
 TypeCode TypeCodeFromName(std::string_view name) { return Find(name); }
 
-const char* TypeNameFromCode(TypeCode code) { return TypeNameTable[code].data(); }
+std::string_view TypeNameFromCode(TypeCode code) { return TypeNameTable[code]; }
 
 }   // namespace arbor

@@ -13,8 +13,8 @@ namespace arbor {
 /// The type of exactly that name, letter case included; 0 if there is none. The name needs no terminator.
 [[nodiscard]] TypeCode TypeCodeFromName(std::string_view name);
 
-/// The name of a type, or null for a number below 64 that has none. `code` must be below 64: it is what a value
-/// reported.
-[[nodiscard]] const char* TypeNameFromCode(TypeCode code);
+/// The name of a type, with a terminator behind it, or a view of nothing for a number below 64 that has none. `code`
+/// must be below 64: it is what a value reported.
+[[nodiscard]] std::string_view TypeNameFromCode(TypeCode code);
 
 }   // namespace arbor
