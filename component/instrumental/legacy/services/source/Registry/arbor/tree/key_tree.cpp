@@ -48,7 +48,8 @@ ResultCode KeyTree::NextSibling(const Key* key, Key*& next) const {
         const Key* parent = nullptr;
         const ResultCode found = current->ParentOf(key, parent);
         if (found == kOutOfMemory) return found;   // an end of the siblings would be a wrong answer
-        if (parent != nullptr && parent != key) next = parent->NextChild(*key);
+        if (parent == nullptr || parent == key) return kNoKeyThere;
+        next = parent->NextChild(*key);
         if (next != nullptr) places.Remember(*this, *parent, *next);
     }
     return next != nullptr ? kDone : kNoKeyThere;
