@@ -4,7 +4,7 @@
 
 #include <host/io_object.h>
 
-#include <chrono>
+#include <ctime>
 
 namespace test {
 namespace {
@@ -64,9 +64,9 @@ TEST_F(SizesTest, ADeepTreeIsCopiedAndSavedOnASmallStack) {
 }
 
 /// Fills a key with `count` children and `count` values, lists both in both directions and deletes all of them one by
-/// one: a step's cost mustn't grow with the count. The seconds that it took.
+/// one: a step's cost mustn't grow with the count. The seconds of the processor that it took.
 double RunThroughAWideKey(Store& s, std::uint32_t count) {
-    const auto begin = std::chrono::steady_clock::now();
+    const std::clock_t begin = std::clock();
     HostObject* object = s.object.Get();
     const auto nameOf = [](std::uint32_t i) { return "n" + std::to_string(i); };
     for (std::uint32_t i = 0; i < count; ++i) {
@@ -97,16 +97,21 @@ double RunThroughAWideKey(Store& s, std::uint32_t count) {
                   kDone);
     }
     EXPECT_EQ(s.KeyCount() + s.ValueCount(), 0U);
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    return static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
 }
 
 TEST_F(SizesTest, AWideKeyCostsNoMoreAStepThanASmallOne) {
     Store& s = MakeStore();
     constexpr std::uint32_t kMany = 200'000;
     constexpr std::uint32_t kFew = kMany / 20;
-    const double few = RunThroughAWideKey(s, kFew);
-    // Of what grows with the square, 400 times.
-    EXPECT_LT(RunThroughAWideKey(s, kMany), 100 * few);
+    // What grows with the square takes 400 times as long; a machine that is busy elsewhere can spoil one look, not
+    // three.
+    bool linear = false;
+    for (int look = 0; look < 3 && !linear; ++look) {
+        const double few = RunThroughAWideKey(s, kFew);
+        linear = RunThroughAWideKey(s, kMany) < 100 * few;
+    }
+    EXPECT_TRUE(linear);
 }
 
 }   // namespace
