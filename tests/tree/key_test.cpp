@@ -257,6 +257,7 @@ TEST(NameTest, HashesAndCompares) {
     EXPECT_EQ(NameHash("Network"), NameHash("nETWORK"));
     EXPECT_NE(NameHash("ab"), NameHash("ba"));
     EXPECT_TRUE(NameEquals("aZ[`", "Az[`"));
+    EXPECT_FALSE(NameEquals("Aab", "aAc"));
     EXPECT_FALSE(NameEquals("[", "{"));
     EXPECT_FALSE(NameEquals("\xC4", "\xE4"));
     // One step of the chain, by hand: a byte from 0x80 up enters as a negative number.

@@ -125,6 +125,7 @@ const TextCase kTexts[] = {
     {tDWORD, "FFFFFFFF", kRefused, ""},
     {tDWORD, "-0x1", kRefused, ""},
     {tINT, "2147483648", Bytes(0x7FFFFFFF), "2147483647"},
+    {tINT, "-2147483647", Bytes(-0x7FFFFFFF), "-2147483647"},
     {tINT, "-2147483649", Bytes(std::numeric_limits<std::int32_t>::min()), "-2147483648"},
     {tINT, "7FFFFFFF", kRefused, ""},
     {tINT, "-0x80000000", kRefused, ""},
