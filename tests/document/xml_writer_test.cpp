@@ -55,7 +55,10 @@ TEST(XmlWriterTest, WhatIsEscapedReadsBackTheSame) {
     for (int run = 0; run < 2000; ++run) {
         std::string raw, back;
         TextBuffer buffer;
-        for (std::size_t size = random() % 300; raw.size() < size;) raw += static_cast<char>(random() % 255 + 1);
+        // Every other text has few escapes, so that whole runs of it go out as they are.
+        const unsigned first = run % 2 == 0 ? 1 : '!';
+        const unsigned count = run % 2 == 0 ? 255 : '~' - '!';
+        for (std::size_t size = random() % 300; raw.size() < size;) raw += static_cast<char>(random() % count + first);
         EscapeXml(raw.c_str(), -1, buffer);
         const std::string escaped(buffer.View());
         EXPECT_EQ(escaped.find_first_of("<>\"'\t"), std::string::npos);
