@@ -134,11 +134,14 @@ private:
         XmlReader inOneLook = reader;
         XmlPlainElement plain;
         if (!inOneLook.PeekPlainElement("name", plain)) return;
-        inOneLook.Take(plain);
+        inOneLook.TakePlainElement(plain);
         XmlReader inSteps = reader;
         XmlElement element;
         // Whether its name is one is left to those who know names.
-        if (inSteps.NextStartTag(element, 0, nullptr) != XmlDone || !element.NameIs(plain.name.View())) return;
+        ByteSlice name;
+        if (XmlReader(plain.name.data, plain.name.length, false).ReadName(name) != XmlDone) return;
+        if (name.length != plain.name.length) return;
+        FUZZ_CHECK(inSteps.NextStartTag(element, 0, nullptr) == XmlDone && element.NameIs(plain.name.View()));
         std::string value, text, decoded;
         FUZZ_CHECK(XmlReader::ReadAttribute(element, "name", value) == XmlDone && value == plain.value.View());
         static_cast<void>(inSteps.ReadText(text, true));

@@ -67,7 +67,8 @@ public:
     [[nodiscard]] bool AllocationFailed() const { return memory.AllocationFailed(); }
     [[nodiscard]] std::size_t LiveBlocks() const { return memory.LiveBlocks(); }
 
-    /// One line on what was never given back, and one for each block if they are tracked.
+    /// One line on what was never given back, and one for each block if they are watched. Means nothing on a heap that
+    /// isn't watched.
     [[nodiscard]] std::string LeakReport() const;
 
     void SetTraceLevel(std::uint32_t level) { traceLevel.store(level, std::memory_order_relaxed); }

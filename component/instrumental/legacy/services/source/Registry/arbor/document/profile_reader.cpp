@@ -69,7 +69,7 @@ public:
     }
 
 private:
-    /// Values as a save writes them and most texts leave them, in one look at each.
+    /// Values as a save writes them and most people leave them, in one look at each.
     ResultCode ReadPlainValues() {
         XmlPlainElement element;
         while (reader.PeekPlainElement(kNameAttribute, element)) {
@@ -79,7 +79,7 @@ private:
             DecodeEntities(element.text.data, static_cast<std::int32_t>(element.text.length), text);
             const ResultCode code = open.Current().AddValueFromText(element.value.View(), type, text.c_str());
             if (IsFailure(code)) return code;
-            reader.Take(element);
+            reader.TakePlainElement(element);
         }
         return kDone;
     }

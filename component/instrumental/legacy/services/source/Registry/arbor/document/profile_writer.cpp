@@ -73,7 +73,7 @@ private:
 
     /// The value's text form, up to its first 0 byte; it lasts until the next one is taken.
     ResultCode TakeText(const Value& value, std::string_view& taken) {
-        // Not every type writes all that it asks for, so that each finds zeroes.
+        // A type may write less than it asks for: what the value before used is zeroed again, the rest still is.
         std::memset(usualText, 0, usedBytes);
         char* text = usualText;
         std::uint32_t size = 0;

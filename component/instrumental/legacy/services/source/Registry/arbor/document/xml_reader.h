@@ -123,10 +123,11 @@ public:
     /// Skips blanks and looks at the element behind them: true if it has the attribute `attribute` alone, in double
     /// quotes and without references, a text without comments and sections, or none, its own end tag, and no blank
     /// within its tags but the one that it takes. Reading it step by step gives the same name, value and text. The name
-    /// isn't checked: whoever knows it knows that it is one.
+    /// isn't checked: whoever knows it knows that it is one. `element` holds something only where it is true.
     bool PeekPlainElement(std::string_view attribute, XmlPlainElement& element);
 
-    void Take(const XmlPlainElement& element) { position = element.end; }
+    /// Passes the element of the look before, since which nothing may have been read.
+    void TakePlainElement(const XmlPlainElement& element) { position = element.end; }
 
     std::int32_t ReadEndTag(ByteSlice& name);
 

@@ -5,7 +5,8 @@
 /// entry. Neither a missing gate nor a failed wait fails an operation.
 ///
 /// Who needn't wait goes in by one atomic step on `active`, and a reader goes out by one. All else happens under the
-/// critical section: to wait, to leave exclusive entry, to let others in.
+/// critical section: to wait, to leave exclusive entry, to let others in. For an instant `active` may be 0 while a
+/// writer still counts as waiting.
 #pragma once
 
 #include <component/platform/threads.h>

@@ -155,8 +155,8 @@ private:
     ValueEntry* NewEntry(TypeCode code);
     void RemoveEntry(ValueEntry* entry, bool keepIndex);
 
-    /// The one way of adding: makes the entry, names it, lets `fill` give its value the contents, and links it. A name
-    /// of no place is no name.
+    /// The one way of adding: makes the entry, names it, lets `fill` give its value the contents, and links it. A view
+    /// of nothing is refused as a missing name; an empty one isn't.
     template <class Fill>
     ResultCode AddFilled(std::string_view valueName, TypeCode code, Fill fill);
 

@@ -44,13 +44,14 @@ ResultCode KeyTree::NextSibling(const Key* key, Key*& next) const {
     next = nullptr;
     if (top == nullptr || key == nullptr) return kNoKeyThere;
     SiblingPlaces& places = SiblingPlaces::Of(*this);
-    if (!places.Step(*this, key, next)) {
+    const Key& root = *current;
+    if (!places.Step(*this, root, key, next)) {
         const Key* parent = nullptr;
-        const ResultCode found = current->ParentOf(key, parent);
+        const ResultCode found = root.ParentOf(key, parent);
         if (found == kOutOfMemory) return found;   // an end of the siblings would be a wrong answer
         if (parent == nullptr || parent == key) return kNoKeyThere;
         next = parent->NextChild(*key);
-        if (next != nullptr) places.Remember(*this, *parent, *next);
+        if (next != nullptr) places.Remember(*this, root, *parent, *next);
     }
     return next != nullptr ? kDone : kNoKeyThere;
 }

@@ -29,14 +29,15 @@ struct KeyTree {
 
     /// Finds the sibling that follows `key`, which needn't name a key any more. `kNoKeyThere` if it is the last, the
     /// current root or no key below that; `kOutOfMemory` if the search has no memory. A step that goes on from where an
-    /// earlier one led takes the same time however many keys there are.
+    /// earlier one led mostly takes the same time however many keys there are. For several threads at once, under
+    /// shared entry.
     ResultCode NextSibling(const Key* key, Key*& next) const;
 
-    /// Called before `doomed` goes with all below it: a `current` in there moves to `top`. Null is no key.
-    /// Returns 0, or `kOutOfMemory` if that can't be told.
+    /// Called before any key goes, under exclusive entry: no step to a sibling is remembered any more, and a `current`
+    /// at or below `doomed` moves to `top`. Null is no key. Returns 0, or `kOutOfMemory` if that can't be told.
     ResultCode LeaveSubtree(const Key* doomed);
 
-    /// Removes all below `current`, which stays.
+    /// Removes all below `current`, which stays, and forgets the steps to siblings.
     void ClearCurrent();
 
     /// Appends the whole document to `output`. `kNotInitialised` without a tree, `kOutOfMemory`, or what a value's text

@@ -24,7 +24,7 @@ namespace arbor {
     return 255;
 }
 
-/// The same where a larger base can't be meant: any other character gives more than `Base`.
+/// The same where a larger base can't be meant: any other character gives `Base` or more.
 template <unsigned Base>
 [[nodiscard]] constexpr unsigned DigitIn(char c) {
     if constexpr (Base > 10) return DigitValue(c);

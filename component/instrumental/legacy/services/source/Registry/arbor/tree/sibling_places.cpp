@@ -6,6 +6,7 @@ namespace arbor {
 
 namespace {
 
+/// Few, since trees can share one: who loses a place walks once.
 constinit std::array<SiblingPlaces, 16> sets;
 
 }   // namespace
@@ -33,16 +34,17 @@ private:
 
 SiblingPlaces& SiblingPlaces::Of(const KeyTree& tree) {
     const auto address = reinterpret_cast<std::uintptr_t>(&tree);
+    // The lowest bits are the same in all objects.
     return sets[(address >> 6 ^ address >> 10) % sets.size()];
 }
 
-bool SiblingPlaces::Step(const KeyTree& tree, const Key* child, Key*& next) {
+bool SiblingPlaces::Step(const KeyTree& tree, const Key& root, const Key* child, Key*& next) {
     const Claim claim(isClaimed);
     if (!claim) return false;
     const Key* parent = nullptr;
     Place* stood = nullptr;
     for (Place& place : places) {
-        if (place.tree.load(std::memory_order_relaxed) != &tree || place.root != tree.current) continue;
+        if (place.tree.load(std::memory_order_relaxed) != &tree || place.root != &root) continue;
         if (place.child == child) {
             parent = place.parent;
             stood = &place;
@@ -54,25 +56,16 @@ bool SiblingPlaces::Step(const KeyTree& tree, const Key* child, Key*& next) {
     if (parent == nullptr) return false;
     next = parent->NextChild(*child);
     if (next != nullptr) {
-        Place& place = stood != nullptr ? *stood : PlaceToFill();
-        place.tree.store(&tree, std::memory_order_relaxed);
-        place.root = tree.current;
-        place.parent = parent;
-        place.child = next;
+        Fill(stood != nullptr ? *stood : PlaceFor(tree, root, *next), tree, root, *parent, *next);
     } else if (stood != nullptr) {
         stood->tree.store(nullptr, std::memory_order_relaxed);
     }
     return true;
 }
 
-void SiblingPlaces::Remember(const KeyTree& tree, const Key& parent, const Key& child) {
+void SiblingPlaces::Remember(const KeyTree& tree, const Key& root, const Key& parent, const Key& child) {
     const Claim claim(isClaimed);
-    if (!claim) return;
-    Place& place = PlaceToFill();
-    place.tree.store(&tree, std::memory_order_relaxed);
-    place.root = tree.current;
-    place.parent = &parent;
-    place.child = &child;
+    if (claim) Fill(PlaceFor(tree, root, child), tree, root, parent, child);
 }
 
 void SiblingPlaces::Forget(const KeyTree& tree) {
@@ -83,11 +76,21 @@ void SiblingPlaces::Forget(const KeyTree& tree) {
     }
 }
 
-SiblingPlaces::Place& SiblingPlaces::PlaceToFill() {
+SiblingPlaces::Place& SiblingPlaces::PlaceFor(const KeyTree& tree, const Key& root, const Key& child) {
+    Place* unused = nullptr;
     for (Place& place : places) {
-        if (place.tree.load(std::memory_order_relaxed) == nullptr) return place;
+        const KeyTree* const owner = place.tree.load(std::memory_order_relaxed);
+        if (owner == &tree && place.root == &root && place.child == &child) return place;
+        if (owner == nullptr) unused = &place;
     }
-    return places[nextToGiveUp++ % places.size()];
+    return unused != nullptr ? *unused : places[nextToGiveUp++ % places.size()];
+}
+
+void SiblingPlaces::Fill(Place& place, const KeyTree& tree, const Key& root, const Key& parent, const Key& child) {
+    place.tree.store(&tree, std::memory_order_relaxed);
+    place.root = &root;
+    place.parent = &parent;
+    place.child = &child;
 }
 
 }   // namespace arbor

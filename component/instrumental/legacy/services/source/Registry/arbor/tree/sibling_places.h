@@ -23,12 +23,12 @@ public:
     /// Those of `tree`, which it may share with others.
     static SiblingPlaces& Of(const KeyTree& tree);
 
-    /// Steps to the key behind `child`, which needn't live. True if a remembered place tells that key, below the
-    /// current root; `next` is null behind the last. The first child of a key that a step led to is known as well.
-    bool Step(const KeyTree& tree, const Key* child, Key*& next);
+    /// Steps to the key behind `child`, which needn't live. True if a remembered place tells that key, below `root`;
+    /// `next` is null behind the last. The first child of a key that a step led to is known as well.
+    bool Step(const KeyTree& tree, const Key& root, const Key* child, Key*& next);
 
-    /// Remembers that a step led to `child` of `parent`, both at or below the current root of `tree`.
-    void Remember(const KeyTree& tree, const Key& parent, const Key& child);
+    /// Remembers that a step led to `child` of `parent`, both at or below `root`.
+    void Remember(const KeyTree& tree, const Key& root, const Key& parent, const Key& child);
 
     /// Called before a key of `tree` goes, and before the tree does.
     void Forget(const KeyTree& tree);
@@ -42,7 +42,9 @@ private:
     };
     class Claim;
 
-    Place& PlaceToFill();
+    /// The one that says the same already, else an unused one, else the next to be given up.
+    Place& PlaceFor(const KeyTree& tree, const Key& root, const Key& child);
+    static void Fill(Place& place, const KeyTree& tree, const Key& root, const Key& parent, const Key& child);
 
     std::array<Place, 8> places;   // one for each level of a walk through a tree of common depth
     std::uint8_t nextToGiveUp = 0;
