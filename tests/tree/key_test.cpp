@@ -265,6 +265,14 @@ TEST(NameTest, HashesAndCompares) {
     x = (x ^ (x >> 16)) * 0x21F0AAADU;
     x = (x ^ (x >> 15)) * 0x735A2D97U;
     EXPECT_EQ(NameHash("\xC3"), x ^ (x >> 15));
+    // Side by side each hashes as it does alone, whatever its length and theirs.
+    constexpr std::string_view kNames[] = {"Network", "\xFFx", "proxies", "", "eth0", "a long name of its own"};
+    for (std::size_t count = 1; count <= NameBatch::kMost; ++count) {
+        NameBatch names;
+        for (std::size_t i = 0; i < count; ++i) names.Add(kNames[i]);
+        names.Hash();
+        for (std::size_t i = 0; i < count; ++i) EXPECT_EQ(names[i].hash, NameHash(kNames[i])) << count;
+    }
 }
 
 TEST(KeyTreeTest, AStepToTheNextSiblingAnswersAsAWalkWould) {
