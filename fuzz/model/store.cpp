@@ -458,7 +458,11 @@ ResultCode Store::ConvertOnWrite(Value& value, TypeCode type, const char* data, 
 ResultCode Store::AddNew(Key& key, const std::string& name, TypeCode type, const char* data, std::uint32_t size) {
     if (!IsStored(type)) return kOutOfMemory;
     Value value = NewValue(type);
-    if (const ResultCode code = Set(value, data, size); IsFailure(code)) return code;
+    if (const ResultCode code = Set(value, data, size); IsFailure(code)) {
+        // On its way out the entry takes the record of its name along, also where that stands for another one.
+        if (!name.empty()) key.valuesByName.erase(Folded(name));
+        return code;
+    }
     key.AddValue(name, value);
     dirty = true;
     return kDone;
