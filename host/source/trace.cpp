@@ -117,14 +117,13 @@ private:
 
     template <class Value>
     void Print(const Conversion& conversion, const char* letters, Value value) {
-        const std::string specification = "%" + conversion.flags + "*.*" + letters;
-        const int length =
-            std::snprintf(nullptr, 0, specification.c_str(), conversion.width, conversion.precision, value);
+        const std::string pattern = "%" + conversion.flags + "*.*" + letters;
+        const int length = std::snprintf(nullptr, 0, pattern.c_str(), conversion.width, conversion.precision, value);
         if (length < 0) return;
         const std::size_t start = output.size();
         output.resize(start + static_cast<std::size_t>(length) + 1);
-        std::snprintf(output.data() + start, static_cast<std::size_t>(length) + 1, specification.c_str(),
-                      conversion.width, conversion.precision, value);
+        std::snprintf(output.data() + start, static_cast<std::size_t>(length) + 1, pattern.c_str(), conversion.width,
+                      conversion.precision, value);
         output.pop_back();
     }
 
