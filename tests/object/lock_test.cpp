@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <latch>
 #include <optional>
 #include <random>
 #include <string>
@@ -96,8 +97,15 @@ TEST(LockTest, AReleasePrefersAWriterAndThenLetsAllReadersIn) {
 }
 
 // A wake-up that is lost, or one too many, stops this test or shows in the counts.
-TEST(LockTest, ManyEntriesLeaveNobodyWaitingAndEveryWriterAlone) {
-    constexpr int kRounds = 20'000;
+// Few writers among many readers let the readers be seated again and again.
+struct Entries {
+    unsigned oneWriteIn;
+    int rounds;
+};
+class LockEntriesTest : public testing::TestWithParam<Entries> {};
+
+TEST_P(LockEntriesTest, LeaveNobodyWaitingAndEveryWriterAlone) {
+    const auto [oneWriteIn, rounds] = GetParam();
     ReadersWriterLock lock;
     lock.Initialise();
     struct {
@@ -110,8 +118,8 @@ TEST(LockTest, ManyEntriesLeaveNobodyWaitingAndEveryWriterAlone) {
         threads.emplace_back([&, seed] {
             std::minstd_rand random(seed + 1);
             int own = 0;
-            for (int round = 0; round < kRounds; ++round) {
-                const bool writes = random() % 4 == 0;
+            for (int round = 0; round < rounds; ++round) {
+                const bool writes = random() % oneWriteIn == 0;
                 const LockGuard guard(lock, 1, writes);
                 own += writes ? 1 : 0;
                 if (writes) ++changes.first;
@@ -125,6 +133,37 @@ TEST(LockTest, ManyEntriesLeaveNobodyWaitingAndEveryWriterAlone) {
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(changes.first, written);
     const LockGuard last = LockGuard::Exclusive(lock, 1);
+}
+INSTANTIATE_TEST_SUITE_P(OneWriteIn, LockEntriesTest,
+                         testing::Values(Entries{4, 20'000}, Entries{100, 200'000}, Entries{1000, 1'000'000}));
+
+/// More meetings with a reader inside than it takes until readers get seats.
+void MeetOften(ReadersWriterLock& lock) {
+    for (int i = 0; i < 1000; ++i) const LockGuard guard = LockGuard::Shared(lock, 1);
+}
+
+TEST(LockTest, AWriterWaitsForSeatedReadersAndTheyPassIt) {
+    ReadersWriterLock lock;
+    lock.Initialise();
+    Holder first(lock, false);
+    first.WaitInside();
+    MeetOften(lock);
+    Holder seated(lock, false);
+    seated.WaitInside();
+    first.Leave();
+    Holder writer(lock, true);
+    EXPECT_FALSE(writer.IsInside());
+    Holder late(lock, false);
+    late.WaitInside();
+    MeetOften(lock);   // no seats while a writer waits: it would wait for nobody
+    seated.Leave();
+    EXPECT_FALSE(writer.IsInside());
+    late.Leave();
+    writer.WaitInside();
+    Holder next(lock, false);
+    EXPECT_FALSE(next.IsInside());
+    writer.Leave();
+    next.WaitInside();
 }
 
 TEST(LockTest, AWriterWhoFoundReadersLooksAgainBeforeItWaits) {
@@ -158,16 +197,18 @@ using SharedStoreTest = StoreTest;
 TEST_F(SharedStoreTest, ReadersNeverSeeHalfAChange) {
     constexpr int kWriters = 2;
     constexpr int kReaders = 3;
-    constexpr int kRounds = 300;
+    constexpr int kRounds = 5000;
     Store& s = MakeStore(true);
     HostObject* object = s.object.Get();
     const KeyHandle counters = s.Make("counters");
     for (int i = 0; i < 16; ++i) s.SetNumber(counters, ("n" + std::to_string(i)).c_str(), tDWORD, 0U);
     std::atomic<int> writing{kWriters};
+    std::latch start(kWriters + kReaders);
     std::vector<std::thread> threads;
     for (int writer = 0; writer < kWriters; ++writer) {
         threads.emplace_back([&, writer] {
             const std::string own = "own" + std::to_string(writer);
+            start.arrive_and_wait();
             for (int round = 0; round < kRounds; ++round) {
                 KeyHandle key = kNoKey;
                 EXPECT_TRUE(IsSuccess(s.methods.OpenKey(object, &key, 0, (own + "/below").c_str(), 1)));
@@ -192,7 +233,9 @@ TEST_F(SharedStoreTest, ReadersNeverSeeHalfAChange) {
     for (int reader = 0; reader < kReaders; ++reader) {
         threads.emplace_back([&] {
             char text[64];
+            start.arrive_and_wait();
             while (writing.load() != 0) {
+                std::this_thread::sleep_for(50us);   // readers who never leave at once keep the writers out for good
                 std::uint32_t count = 0;
                 KeyHandle key = kNoKey;
                 for (std::uint32_t i = 0; IsSuccess(s.methods.OpenKeyByIndex(object, &key, 0, i)); ++i) {

@@ -160,8 +160,7 @@ private:
     std::uint32_t Synchronised;
     std::uint8_t BackupMode;
     ReadersWriterLock lock;
-    std::uint32_t reserved;   // the host's layout leaves a word here
-    std::uint32_t Dirty;      // non-zero: the tree differs from the stored document
+    std::uint32_t Dirty;   // non-zero: the tree differs from the stored document
 };
 
 }   // namespace arbor

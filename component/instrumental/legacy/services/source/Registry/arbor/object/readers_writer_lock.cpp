@@ -2,11 +2,26 @@
 
 #include <component/platform/files.h>
 
+#include <array>
+#include <cstddef>
+
 namespace arbor {
 
 namespace {
 
 constexpr std::int32_t kMostWaiters = 0x7FFFFFFF;
+
+// A writer who closes the seats looks at each of them: by then as many meetings have cost more.
+constexpr unsigned kSeatBits = 6;
+constexpr std::uint16_t kMeetingsBeforeSeats = 64;
+constexpr std::size_t kCacheLineBytes = 64;
+
+struct alignas(kCacheLineBytes) SeatLine {
+    std::atomic<const ReadersWriterLock*> seat;
+};
+
+/// The seats of all locks: a reader writes its lock into one.
+constinit std::array<SeatLine, 1U << kSeatBits> seatLines{};
 
 platform::Handle MakeGate() {
     const platform::Handle gate = platform::CreateSemaphoreW(nullptr, 0, kMostWaiters, nullptr);
@@ -25,7 +40,9 @@ ReadersWriterLock::ReadersWriterLock()
       writersGate(platform::kInvalidHandle),
       readersWaiting(0),
       writersWaiting(0),
-      active(0) {
+      active(0),
+      meetings(0),
+      seatsOpen(false) {
     platform::InitializeCriticalSection(&section);
 }
 
@@ -73,8 +90,11 @@ bool ReadersWriterLock::TryExclusive() {
 // left: as one more reader, who passes waiting writers, or as the one of the waiting writers who was let in. Its own
 // release lets the next one in.
 
-void ReadersWriterLock::EnterShared() {
-    if (TryShared()) return;
+void ReadersWriterLock::EnterShared(const void* place) {
+    if (seatsOpen && TakeSeat(SeatAt(place))) return;
+    std::int32_t inside = 0;
+    if (active.compare_exchange_strong(inside, 1)) return;
+    if (TryShared()) return CountMeeting();
     platform::EnterCriticalSection(&section);
     const bool wait = !TryShared();
     if (wait) ++readersWaiting;
@@ -86,18 +106,68 @@ void ReadersWriterLock::EnterExclusive() {
     if (TryExclusive()) return;
     platform::EnterCriticalSection(&section);
     ++writersWaiting;
+    if (seatsOpen) CloseSeats();
     const bool wait = !TryExclusive();
     if (!wait) --writersWaiting;
     platform::LeaveCriticalSection(&section);
     if (wait) WaitAt(writersGate);
 }
 
-void ReadersWriterLock::Release() {
-    std::int32_t inside = 1;
-    while (!active.compare_exchange_weak(inside, inside - 1)) {
-        if (inside < 1) return ReleaseExclusive();
+void ReadersWriterLock::Release(const void* place) {
+    if (active < 0) return ReleaseExclusive();
+    if (LeaveSeat(SeatAt(place))) return;
+    if (active.fetch_sub(1) == 1 && writersWaiting > 0) LetWriterIn();
+}
+
+// Seats. Which of the readers that share a seat left it doesn't matter: one of them is then counted in `active`, and as
+// many leave as came. A reader writes its seat and then looks at `seatsOpen` once more, while a writer closes the seats
+// and then looks at each: one of the two sees the other. Until all are counted in `active`, the one that stands there
+// for all seats keeps it above 0, so that no reader takes itself for a writer or for the last.
+
+/// A thread's stack is its own: where the caller stands on it tells threads apart, and no system call is needed.
+ReadersWriterLock::Seat& ReadersWriterLock::SeatAt(const void* place) {
+    constexpr unsigned kStackBits = 16;   // stacks lie at least so far apart
+    constexpr std::uint32_t kSpread = 0x9E3779B9;
+    const auto stack = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(place) >> kStackBits);
+    return seatLines[stack * kSpread >> (32 - kSeatBits)].seat;
+}
+
+bool ReadersWriterLock::TakeSeat(Seat& seat) {
+    const ReadersWriterLock* nobody = nullptr;
+    if (!seat.compare_exchange_strong(nobody, this)) return false;
+    return seatsOpen || !LeaveSeat(seat);   // a closed seat that is empty was counted in `active`: its reader is inside
+}
+
+bool ReadersWriterLock::LeaveSeat(Seat& seat) const {
+    const ReadersWriterLock* taken = seat;
+    return taken == this && seat.compare_exchange_strong(taken, nullptr);
+}
+
+/// For a reader inside who found another one there.
+void ReadersWriterLock::CountMeeting() {
+    if (seatsOpen) return;
+    meetings = static_cast<std::uint16_t>(meetings + 1);
+    if (meetings >= kMeetingsBeforeSeats) OpenSeats();
+}
+
+void ReadersWriterLock::OpenSeats() {
+    platform::EnterCriticalSection(&section);
+    meetings = 0;
+    if (!seatsOpen && writersWaiting == 0) {
+        ++active;
+        seatsOpen = true;
     }
-    if (inside == 1 && writersWaiting > 0) LetWriterIn();
+    platform::LeaveCriticalSection(&section);
+}
+
+void ReadersWriterLock::CloseSeats() {
+    seatsOpen = false;
+    for (SeatLine& line : seatLines) {
+        if (line.seat != this) continue;
+        ++active;
+        if (!LeaveSeat(line.seat)) --active;
+    }
+    --active;
 }
 
 void ReadersWriterLock::LetWriterIn() {

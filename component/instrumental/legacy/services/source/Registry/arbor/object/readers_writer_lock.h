@@ -7,6 +7,11 @@
 /// Who needn't wait goes in by one atomic step on `active`, and a reader goes out by one. All else happens under the
 /// critical section: to wait, to leave exclusive entry, to let others in. For an instant `active` may be 0 while a
 /// writer still counts as waiting.
+///
+/// Readers who keep meeting on `active` wait for its cache line more than for anything else. They get seats then:
+/// places of the module, a cache line each, where a reader writes the lock that it is in. All seats together count as
+/// one reader in `active`. A writer closes the seats and counts each of their readers in `active` before it looks, so
+/// that whoever waits waits for `active` alone.
 #pragma once
 
 #include <component/platform/threads.h>
@@ -28,13 +33,22 @@ public:
 
     [[nodiscard]] bool HasGates() const { return readersGate != platform::kInvalidHandle; }
 
-    void EnterShared();
+    /// `place` is an address on the caller's stack, the same one at the release. It chooses the seat.
+    void EnterShared(const void* place);
     void EnterExclusive();
-    void Release();
+    void Release(const void* place);
 
 private:
     friend struct ArborLayout;
 
+    using Seat = std::atomic<const ReadersWriterLock*>;
+
+    static Seat& SeatAt(const void* place);
+    bool TakeSeat(Seat& seat);
+    bool LeaveSeat(Seat& seat) const;
+    void CountMeeting();
+    void OpenSeats();
+    void CloseSeats();
     bool TryShared();
     bool TryExclusive();
     void LetWriterIn();
@@ -46,6 +60,8 @@ private:
     std::int32_t readersWaiting;
     std::atomic<std::int32_t> writersWaiting;   // changed in the section
     std::atomic<std::int32_t> active;           // readers inside, or -1: a writer
+    std::atomic<std::uint16_t> meetings;        // of readers, since the seats were last opened; some go uncounted
+    std::atomic<bool> seatsOpen;                // changed in the section; never while a writer waits or is inside
 };
 
 /// Holds the lock for a scope. Does nothing at either end if `synchronised` is 0 or the lock has no gates.
@@ -63,11 +79,11 @@ public:
         if (exclusive) {
             lock.EnterExclusive();
         } else {
-            lock.EnterShared();
+            lock.EnterShared(this);
         }
     }
     ~LockGuard() {
-        if (!IsIdle()) lock.Release();
+        if (!IsIdle()) lock.Release(this);
     }
     LockGuard(const LockGuard&) = delete;
     LockGuard& operator=(const LockGuard&) = delete;
