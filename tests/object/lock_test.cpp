@@ -101,13 +101,16 @@ TEST(LockTest, AReleasePrefersAWriterAndThenLetsAllReadersIn) {
 struct Entries {
     unsigned oneWriteIn;
     int rounds;
+    bool shareSeat;   // all threads the same one, and readers of another lock too
 };
 class LockEntriesTest : public testing::TestWithParam<Entries> {};
 
 TEST_P(LockEntriesTest, LeaveNobodyWaitingAndEveryWriterAlone) {
-    const auto [oneWriteIn, rounds] = GetParam();
+    const auto [oneWriteIn, rounds, shareSeat] = GetParam();
     ReadersWriterLock lock;
     lock.Initialise();
+    ReadersWriterLock other;
+    other.Initialise();
     struct {
         int first = 0;
         int second = 0;
@@ -120,12 +123,17 @@ TEST_P(LockEntriesTest, LeaveNobodyWaitingAndEveryWriterAlone) {
             int own = 0;
             for (int round = 0; round < rounds; ++round) {
                 const bool writes = random() % oneWriteIn == 0;
-                const LockGuard guard(lock, 1, writes);
+                const void* place = shareSeat ? static_cast<const void*>(&lock) : &own;
+                const bool seatsOther = shareSeat && round % 2 == 0;
+                if (seatsOther) other.EnterShared(place);
+                writes ? lock.EnterExclusive() : lock.EnterShared(place);
                 own += writes ? 1 : 0;
                 if (writes) ++changes.first;
                 if (random() % 16 == 0) std::this_thread::yield();
                 if (writes) ++changes.second;
                 EXPECT_EQ(changes.first, changes.second);
+                lock.Release(place);
+                if (seatsOther) other.Release(place);
             }
             written += own;
         });
@@ -133,9 +141,12 @@ TEST_P(LockEntriesTest, LeaveNobodyWaitingAndEveryWriterAlone) {
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(changes.first, written);
     const LockGuard last = LockGuard::Exclusive(lock, 1);
+    const LockGuard lastOfOther = LockGuard::Exclusive(other, 1);
 }
 INSTANTIATE_TEST_SUITE_P(OneWriteIn, LockEntriesTest,
-                         testing::Values(Entries{4, 20'000}, Entries{100, 200'000}, Entries{1000, 1'000'000}));
+                         testing::Values(Entries{4, 20'000, false}, Entries{100, 200'000, false},
+                                         Entries{100, 200'000, true}, Entries{1000, 500'000, false},
+                                         Entries{1000, 500'000, true}));
 
 /// More meetings with a reader inside than it takes until readers get seats.
 void MeetOften(ReadersWriterLock& lock) {
@@ -177,6 +188,22 @@ TEST(LockTest, AWriterWhoFoundReadersLooksAgainBeforeItWaits) {
     EXPECT_FALSE(writer.IsInside());
     reader.reset();   // goes out while the writer can't say yet that it waits, and nobody comes after
     platform::LeaveCriticalSection(section);
+    writer.WaitInside();
+}
+
+TEST(LockTest, AWriterWaitsForReadersAfterASecondStartToo) {
+    ReadersWriterLock lock;
+    lock.Initialise();
+    {
+        const LockGuard first = LockGuard::Shared(lock, 1);
+        MeetOften(lock);
+    }
+    lock.Initialise();   // an object that is made ready twice
+    Holder reader(lock, false);
+    reader.WaitInside();
+    Holder writer(lock, true);
+    EXPECT_FALSE(writer.IsInside());
+    reader.Leave();
     writer.WaitInside();
 }
 

@@ -13,6 +13,7 @@ constexpr std::int32_t kMostWaiters = 0x7FFFFFFF;
 
 // A writer who closes the seats looks at each of them: by then as many meetings have cost more.
 constexpr unsigned kSeatBits = 6;
+constexpr std::int32_t kSeats = 1 << kSeatBits;
 constexpr std::uint16_t kMeetingsBeforeSeats = 64;
 constexpr std::size_t kCacheLineBytes = 64;
 
@@ -21,7 +22,7 @@ struct alignas(kCacheLineBytes) SeatLine {
 };
 
 /// The seats of all locks: a reader writes its lock into one.
-constinit std::array<SeatLine, 1U << kSeatBits> seatLines{};
+constinit std::array<SeatLine, kSeats> seatLines{};
 
 platform::Handle MakeGate() {
     const platform::Handle gate = platform::CreateSemaphoreW(nullptr, 0, kMostWaiters, nullptr);
@@ -58,6 +59,8 @@ void ReadersWriterLock::Initialise() {
     readersWaiting = 0;
     writersWaiting = 0;
     active = 0;
+    meetings = 0;
+    seatsOpen = false;
     const platform::Handle readers = MakeGate();
     if (readers == platform::kInvalidHandle) return;
     const platform::Handle writers = MakeGate();
@@ -69,10 +72,11 @@ void ReadersWriterLock::Initialise() {
     writersGate = writers;
 }
 
-bool ReadersWriterLock::TryShared() {
-    std::int32_t inside = 0;
-    while (!active.compare_exchange_weak(inside, inside + 1)) {
-        if (inside < 0) return false;
+/// `others` gets the number that it found in `active`.
+bool ReadersWriterLock::TryShared(std::int32_t& others) {
+    others = 0;
+    while (!active.compare_exchange_weak(others, others + 1)) {
+        if (others < 0) return false;
     }
     return true;
 }
@@ -84,7 +88,8 @@ bool ReadersWriterLock::TryExclusive() {
 
 // No wake-up is lost. A reader waits only where it found a writer, who leaves in the section: after the reader has left
 // it. A writer says that it waits and then looks at `active` once more, while the last reader sets `active` to 0 and
-// then looks for waiting writers: as all four are steps of one order, one of the two sees the other.
+// then looks for waiting writers: as all four are steps of one order, one of the two sees the other. Who leaves a seat
+// needn't look: an open one has no writer waiting, and the writer who closes it looks itself.
 //
 // Between that last reader's step and `LetWriterIn` another thread can go in. It is as if it had come before the reader
 // left: as one more reader, who passes waiting writers, or as the one of the waiting writers who was let in. Its own
@@ -92,11 +97,13 @@ bool ReadersWriterLock::TryExclusive() {
 
 void ReadersWriterLock::EnterShared(const void* place) {
     if (seatsOpen && TakeSeat(SeatAt(place))) return;
-    std::int32_t inside = 0;
-    if (active.compare_exchange_strong(inside, 1)) return;
-    if (TryShared()) return CountMeeting();
+    std::int32_t others = 0;
+    if (TryShared(others)) {
+        if (others > 0) CountMeeting();
+        return;
+    }
     platform::EnterCriticalSection(&section);
-    const bool wait = !TryShared();
+    const bool wait = !TryShared(others);
     if (wait) ++readersWaiting;
     platform::LeaveCriticalSection(&section);
     if (wait) WaitAt(readersGate);
@@ -114,19 +121,21 @@ void ReadersWriterLock::EnterExclusive() {
 }
 
 void ReadersWriterLock::Release(const void* place) {
-    if (active < 0) return ReleaseExclusive();
+    if (active < 1) return ReleaseExclusive();
     if (LeaveSeat(SeatAt(place))) return;
     if (active.fetch_sub(1) == 1 && writersWaiting > 0) LetWriterIn();
 }
 
-// Seats. Which of the readers that share a seat left it doesn't matter: one of them is then counted in `active`, and as
-// many leave as came. A reader writes its seat and then looks at `seatsOpen` once more, while a writer closes the seats
-// and then looks at each: one of the two sees the other. Until all are counted in `active`, the one that stands there
-// for all seats keeps it above 0, so that no reader takes itself for a writer or for the last.
+// Seats. At each moment `active` is the readers inside, less the seats that hold this lock, plus the readers who have
+// written their seat and not yet looked at `seatsOpen` again, plus one while the seats are open. So a reader may leave
+// by any seat that holds its lock: where two share one, the other finds it empty and leaves by `active`, and the sum is
+// the same. A reader writes its seat and then looks at `seatsOpen`, while a writer clears `seatsOpen` and then empties
+// the seats: one of the two sees the other. `active` is never below 1 while a reader is inside, so that none takes
+// itself for a writer: the one for all seats goes last.
 
-/// A thread's stack is its own: where the caller stands on it tells threads apart, and no system call is needed.
+/// Each thread has a stack of its own: an address on it tells threads apart, and no system call is needed.
 ReadersWriterLock::Seat& ReadersWriterLock::SeatAt(const void* place) {
-    constexpr unsigned kStackBits = 16;   // stacks lie at least so far apart
+    constexpr unsigned kStackBits = 16;   // the stacks of two threads mostly lie further apart
     constexpr std::uint32_t kSpread = 0x9E3779B9;
     const auto stack = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(place) >> kStackBits);
     return seatLines[stack * kSpread >> (32 - kSeatBits)].seat;
@@ -134,8 +143,10 @@ ReadersWriterLock::Seat& ReadersWriterLock::SeatAt(const void* place) {
 
 bool ReadersWriterLock::TakeSeat(Seat& seat) {
     const ReadersWriterLock* nobody = nullptr;
-    if (!seat.compare_exchange_strong(nobody, this)) return false;
-    return seatsOpen || !LeaveSeat(seat);   // a closed seat that is empty was counted in `active`: its reader is inside
+    if (seat != nobody || !seat.compare_exchange_strong(nobody, this)) return false;
+    // Closed meanwhile: who finds the seat empty is inside all the same. A writer has counted it in `active`, or a
+    // reader who was counted there has left by it.
+    return seatsOpen || !LeaveSeat(seat);
 }
 
 bool ReadersWriterLock::LeaveSeat(Seat& seat) const {
@@ -162,12 +173,12 @@ void ReadersWriterLock::OpenSeats() {
 
 void ReadersWriterLock::CloseSeats() {
     seatsOpen = false;
+    active += kSeats;   // a reader counts there before its seat is empty
+    std::int32_t free = 0;
     for (SeatLine& line : seatLines) {
-        if (line.seat != this) continue;
-        ++active;
-        if (!LeaveSeat(line.seat)) --active;
+        if (!LeaveSeat(line.seat)) ++free;
     }
-    --active;
+    active -= free + 1;
 }
 
 void ReadersWriterLock::LetWriterIn() {

@@ -4,14 +4,14 @@
 /// before waiting readers. Not recursive for a writer, and a thread that is inside shared must not ask for exclusive
 /// entry. Neither a missing gate nor a failed wait fails an operation.
 ///
-/// Who needn't wait goes in by one atomic step on `active`, and a reader goes out by one. All else happens under the
-/// critical section: to wait, to leave exclusive entry, to let others in. For an instant `active` may be 0 while a
-/// writer still counts as waiting.
+/// Who needn't wait goes in by one atomic step on `active`, and a reader goes out by one. To wait, to leave exclusive
+/// entry and to let others in happens under the critical section. For an instant `active` may be 0 while a writer still
+/// counts as waiting.
 ///
 /// Readers who keep meeting on `active` wait for its cache line more than for anything else. They get seats then:
-/// places of the module, a cache line each, where a reader writes the lock that it is in. All seats together count as
-/// one reader in `active`. A writer closes the seats and counts each of their readers in `active` before it looks, so
-/// that whoever waits waits for `active` alone.
+/// places of the module, a cache line each, where a reader writes the lock that it is in. In `active` one stands for
+/// all seats, also while nobody sits. A writer that can't go in at once closes the seats and counts each of their
+/// readers in `active` before it tries again, so that whoever waits waits for `active` alone.
 #pragma once
 
 #include <component/platform/threads.h>
@@ -33,7 +33,7 @@ public:
 
     [[nodiscard]] bool HasGates() const { return readersGate != platform::kInvalidHandle; }
 
-    /// `place` is an address on the caller's stack, the same one at the release. It chooses the seat.
+    /// `place` chooses the seat and must be the same one at the release. On the caller's own stack it chooses well.
     void EnterShared(const void* place);
     void EnterExclusive();
     void Release(const void* place);
@@ -49,7 +49,7 @@ private:
     void CountMeeting();
     void OpenSeats();
     void CloseSeats();
-    bool TryShared();
+    bool TryShared(std::int32_t& others);
     bool TryExclusive();
     void LetWriterIn();
     void ReleaseExclusive();
@@ -59,9 +59,9 @@ private:
     platform::Handle writersGate;
     std::int32_t readersWaiting;
     std::atomic<std::int32_t> writersWaiting;   // changed in the section
-    std::atomic<std::int32_t> active;           // readers inside, or -1: a writer
-    std::atomic<std::uint16_t> meetings;        // of readers, since the seats were last opened; some go uncounted
-    std::atomic<bool> seatsOpen;                // changed in the section; never while a writer waits or is inside
+    std::atomic<std::int32_t> active;           // readers inside, one for all open seats; or -1: a writer
+    std::atomic<std::uint16_t> meetings;        // of readers, towards the next opening; some go uncounted
+    std::atomic<bool> seatsOpen;                // changed in the section; not set while a writer waits or is inside
 };
 
 /// Holds the lock for a scope. Does nothing at either end if `synchronised` is 0 or the lock has no gates.
