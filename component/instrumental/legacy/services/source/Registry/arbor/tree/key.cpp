@@ -201,17 +201,23 @@ void Key::RemoveChild(Key* child, bool keepIndex) {
     HostDelete<Key>{owner}(child);
 }
 
+// What an index points to goes before the index: freeing it only writes, and waits for nothing, while the walk through
+// the index reads, and finds its nodes in the lines that were written.
 void Key::Clear() {
-    valueIndex.clear();
     while (!values.empty()) RemoveEntry(&values.front(), true);
+    valueIndex.clear();
     cursor.Clear();
-    childIndex.clear();
-    // Each child first hands its own children to this key: so no depth is too deep, and no memory is needed on the way.
+    // Each child with children first hands them to this key: so no depth is too deep, and no memory is needed on the
+    // way.
     while (!children.empty()) {
         Key& child = children.front();
-        children.splice(std::next(children.begin()), child.children);
-        RemoveChild(&child, true);
+        if (child.children.empty()) {
+            RemoveChild(&child, true);
+        } else {
+            children.splice(children.begin(), child.children);
+        }
     }
+    childIndex.clear();
 }
 
 // Values
