@@ -73,11 +73,12 @@ private:
     ResultCode ReadPlainValues() {
         XmlPlainElement element;
         while (reader.PeekPlainElement(kNameAttribute, element)) {
+            const BegunName valueName(element.value.View());
             const TypeCode type = TypeCodeFromName(element.name.View());
             if (type == 0) break;
             text.clear();
             DecodeEntities(element.text.data, static_cast<std::int32_t>(element.text.length), text);
-            const ResultCode code = open.Current().AddValueFromText(element.value.View(), type, text.c_str());
+            const ResultCode code = open.Current().AddValueFromText(valueName, type, text.c_str());
             if (IsFailure(code)) return code;
             reader.TakePlainElement(element);
         }
@@ -98,7 +99,7 @@ private:
         if (const ResultCode code = ReadName(element); IsFailure(code)) return code;
         if (!element.HasContent()) return kBadDocument;
         reader.ReadText(text, true);
-        const ResultCode code = open.Current().AddValueFromText(name.c_str(), type, text.c_str());
+        const ResultCode code = open.Current().AddValueFromText(BegunName(name.c_str()), type, text.c_str());
         return IsSuccess(code) ? FromReader(reader.CloseElement(element)) : code;
     }
 
@@ -138,7 +139,7 @@ public:
 private:
     ResultCode ReadText() {
         if (!reader.ReadText(text, true)) return kDone;
-        return open.Current().AddValueFromText(kUnnamedValue, tSTRING, text.c_str());
+        return open.Current().AddValueFromText(BegunName(kUnnamedValue), tSTRING, text.c_str());
     }
 
     ResultCode ReadElement(const XmlElement& element) {
@@ -147,7 +148,8 @@ private:
         Key* key = open.Current().OpenPath(element.name.View(), true, nullptr);
         if (key == nullptr) return kOutOfMemory;
         for (const XmlAttribute& attribute : attributes) {
-            const ResultCode code = key->AddValueFromText(attribute.name.c_str(), tSTRING, attribute.value.c_str());
+            const ResultCode code =
+                key->AddValueFromText(BegunName(attribute.name.c_str()), tSTRING, attribute.value.c_str());
             if (IsFailure(code)) return code;
         }
         return element.HasContent() ? open.Enter(*key, element) : FromReader(reader.CloseElement(element));

@@ -260,14 +260,14 @@ ValueEntry* Key::NewEntry(TypeCode code) {
 }
 
 template <class Fill>
-ResultCode Key::AddFilled(std::string_view valueName, TypeCode code, Fill fill) {
+ResultCode Key::AddFilled(const BegunName& valueName, TypeCode code, Fill fill) {
     if (owner == nullptr) return kNotInitialised;
     // The hash first: it takes as long as all that follows, and nothing waits for it until the index does.
-    const std::uint32_t hash = NameHash(valueName);
+    const std::uint32_t hash = valueName.Hash();
     std::unique_ptr<ValueEntry, EntryRemover> entry(NewEntry(code), EntryRemover(*this));
     if (!entry) return kOutOfMemory;
-    if (valueName.data() == nullptr) return kInvalidArgument;
-    if (const ResultCode named = CopyName(valueName, entry->name); IsFailure(named)) return named;
+    if (valueName.View().data() == nullptr) return kInvalidArgument;
+    if (const ResultCode named = CopyName(valueName.View(), entry->name); IsFailure(named)) return named;
     entry->hash = hash;
     if (const ResultCode filled = fill(*entry->value); IsFailure(filled)) return filled;
     values.push_back(*entry);
@@ -283,7 +283,7 @@ ResultCode Key::AddFilled(std::string_view valueName, TypeCode code, Fill fill) 
 
 ResultCode Key::AddValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size) {
     const std::string_view wanted = valueName != nullptr ? std::string_view(valueName) : std::string_view();
-    return AddFilled(wanted, code, [=](Value& value) { return value.Set(data, size); });
+    return AddFilled(BegunName(wanted), code, [=](Value& value) { return value.Set(data, size); });
 }
 
 ResultCode Key::AddNewValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size) {
@@ -303,7 +303,7 @@ ResultCode Key::AddValueAt(std::uint32_t index, TypeCode code, const void* data,
     return AddValue(made, code, data, size);
 }
 
-ResultCode Key::AddValueFromText(std::string_view valueName, TypeCode code, const char* text) {
+ResultCode Key::AddValueFromText(const BegunName& valueName, TypeCode code, const char* text) {
     return AddFilled(valueName, code, [=](Value& value) { return value.FromText(text); });
 }
 

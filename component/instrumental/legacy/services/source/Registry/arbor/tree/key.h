@@ -123,7 +123,7 @@ public:
     ResultCode AddValueAt(std::uint32_t index, TypeCode code, const void* data, std::uint32_t size);
 
     /// The document's road: the value takes its text form, and a name may come twice.
-    ResultCode AddValueFromText(std::string_view valueName, TypeCode code, const char* text);
+    ResultCode AddValueFromText(const BegunName& valueName, TypeCode code, const char* text);
 
     /// The value, or its name, at that place; null behind the last.
     [[nodiscard]] Value* ValueAt(std::uint32_t index) const;
@@ -158,7 +158,7 @@ private:
     /// The one way of adding: makes the entry, names it, lets `fill` give its value the contents, and links it. A view
     /// of nothing is refused as a missing name; an empty one isn't.
     template <class Fill>
-    ResultCode AddFilled(std::string_view valueName, TypeCode code, Fill fill);
+    ResultCode AddFilled(const BegunName& valueName, TypeCode code, Fill fill);
 
     ResultCode CopyName(std::string_view source, NameRange& target) const;
     void FreeName(NameRange& target) const;
