@@ -133,7 +133,7 @@ private:
     void CheckPlainElement() const {
         XmlReader inOneLook = reader;
         XmlPlainElement plain;
-        if (!inOneLook.PeekPlainElement("name", plain)) return;
+        if (!inOneLook.PeekPlainElement(" name=\"", plain)) return;
         inOneLook.TakePlainElement(plain);
         XmlReader inSteps = reader;
         XmlElement element;

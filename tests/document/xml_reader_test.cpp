@@ -47,13 +47,15 @@ constexpr PlainCase kPlainElements[] = {
     {""},
 };
 
+constexpr char kOpening[] = " name=\"";
+
 TEST(XmlReaderTest, APlainElementIsTakenWholeOrNotAtAll) {
     for (const PlainCase& row : kPlainElements) {
         SCOPED_TRACE(row.input);
         const auto exact = ExactCopy(row.input);
         XmlReader reader = ReaderOf({exact.get(), row.input.size()});
         XmlPlainElement element;
-        const bool plain = reader.PeekPlainElement("name", element);
+        const bool plain = reader.PeekPlainElement(kOpening, element);
         EXPECT_EQ(plain ? element.text.View() : "not plain", row.text);
         if (!plain) continue;
         reader.TakePlainElement(element);
@@ -63,7 +65,26 @@ TEST(XmlReaderTest, APlainElementIsTakenWholeOrNotAtAll) {
     for (std::size_t size = 0; size < whole.size(); ++size) {
         const auto exact = ExactCopy(whole.substr(0, size));
         XmlPlainElement element;
-        EXPECT_FALSE(ReaderOf({exact.get(), size}).PeekPlainElement("name", element)) << size;
+        EXPECT_FALSE(ReaderOf({exact.get(), size}).PeekPlainElement(kOpening, element)) << size;
+    }
+}
+
+TEST(XmlReaderTest, PlainElementsFollowOneAnotherBehindAnyBlanks) {
+    constexpr std::string_view kGaps[] = {"\n        ", "\n        ", "\r\n        ", "",
+                                          "\n ",        "\n\t",       "\n ",          "\n        "};
+    std::string input;
+    for (const std::string_view gap : kGaps) input += std::string(gap) + "<tINT name=\"v\">x</tINT>";
+    for (const std::string_view end :
+         {"", "\n       ", "\n       x<", "\n      <!", "\nx       <tINT name=\"v\">x</tINT>"}) {
+        SCOPED_TRACE(end);
+        const std::string whole = input + std::string(end);
+        const auto exact = ExactCopy(whole);
+        XmlReader reader = ReaderOf({exact.get(), whole.size()});
+        XmlPlainElement element;
+        std::size_t count = 0;
+        for (; reader.PeekPlainElement(kOpening, element); ++count) reader.TakePlainElement(element);
+        EXPECT_EQ(count, std::size(kGaps));
+        EXPECT_TRUE(StandsBefore(reader, end.substr(std::min(end.size(), end.find_first_not_of("\n ")))));
     }
 }
 

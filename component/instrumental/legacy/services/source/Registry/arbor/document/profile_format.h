@@ -18,6 +18,7 @@ class XmlWriter;
 inline constexpr char kRootElement[] = "arbor";
 inline constexpr char kKeyElement[] = "key";
 inline constexpr char kNameAttribute[] = "name";
+inline constexpr char kNameOpening[] = " name=\"";   // as a save writes it in front of the name
 
 /// Blanks that each level of a written document is indented by.
 inline constexpr int kIndentStep = 4;

@@ -72,7 +72,7 @@ private:
     /// Values as a save writes them and most people leave them, in one look at each.
     ResultCode ReadPlainValues() {
         XmlPlainElement element;
-        while (reader.PeekPlainElement(kNameAttribute, element)) {
+        while (reader.PeekPlainElement(kNameOpening, element)) {
             const BegunName valueName(element.value.View());
             const TypeCode type = TypeCodeFromName(element.name.View());
             if (type == 0) break;

@@ -115,15 +115,15 @@ const char* PassLiteral(const char* at, const char* last, const char (&literal)[
     return std::memcmp(at, literal, kLength) == 0 ? at + kLength : nullptr;
 }
 
-/// The same for a name.
-const char* PassName(const char* at, const char* last, std::string_view name) {
-    if (at == nullptr || static_cast<std::size_t>(last - at) < name.size()) return nullptr;
-    return SameBytes(at, name.data(), name.size()) ? at + name.size() : nullptr;
+/// The same for a text that isn't known here.
+const char* PassText(const char* at, const char* last, std::string_view text) {
+    if (at == nullptr || static_cast<std::size_t>(last - at) < text.size()) return nullptr;
+    return SameBytes(at, text.data(), text.size()) ? at + text.size() : nullptr;
 }
 
 /// Behind the end tag of that name, written without a blank; else null.
 const char* PassEndTag(const char* at, const char* last, std::string_view name) {
-    return PassLiteral(PassName(PassLiteral(at, last, "</"), last, name), last, ">");
+    return PassLiteral(PassText(PassLiteral(at, last, "</"), last, name), last, ">");
 }
 
 ByteSlice SliceOf(const char* first, const char* last) { return {first, static_cast<std::uint32_t>(last - first)}; }
@@ -301,13 +301,25 @@ Octet MarkValueEnd(Octet octet) {
 
 }   // namespace
 
-bool XmlReader::PeekPlainElement(std::string_view attribute, XmlPlainElement& element) {
+/// Lines that follow one another mostly begin with the same blanks, which takes less to see than to pass them.
+void XmlReader::SkipGap() {
+    if (static_cast<std::size_t>(end - position) > gap.length && position[gap.length] == '<' &&
+        SameBytes(position, gap.data, gap.length)) {
+        position += gap.length;
+        return;
+    }
+    const char* const first = position;
     SkipSpace();
+    gap = SliceOf(first, position);
+}
+
+bool XmlReader::PeekPlainElement(std::string_view opening, XmlPlainElement& element) {
+    SkipGap();
     if (position == end || *position != '<') return false;
     const char* const name = position + 1;
     const char* const nameEnd =
         FindMarked(name, end, [](Octet octet) { return MarkByte(octet, ' ') | MarkByte(octet, '>'); });
-    const char* const value = PassLiteral(PassName(PassLiteral(nameEnd, end, " "), end, attribute), end, "=\"");
+    const char* const value = PassText(nameEnd, end, opening);
     if (value == nullptr) return false;
     const char* const valueEnd = FindMarked(value, end, MarkValueEnd);
     const char* const text = PassLiteral(valueEnd, end, "\">");
@@ -496,7 +508,7 @@ private:
 std::string_view OnlyAttribute(const XmlElement& element, std::string_view wanted) {
     const char* const last = element.end - 1;
     const char* const gap = element.name.data + element.name.length;
-    const char* const value = PassLiteral(PassName(PassLiteral(gap, last, " "), last, wanted), last, "=\"");
+    const char* const value = PassLiteral(PassText(PassLiteral(gap, last, " "), last, wanted), last, "=\"");
     if (value == nullptr) return {};
     const char* const quote = FindByte(value, last, '"');
     return quote + 1 == last ? std::string_view(value, static_cast<std::size_t>(quote - value)) : std::string_view();

@@ -120,11 +120,12 @@ public:
     /// read one.
     std::int32_t NextStartTag(XmlElement& element, std::uint32_t flags, const char* expected);
 
-    /// Skips blanks and looks at the element behind them: true if it has the attribute `attribute` alone, in double
-    /// quotes and without references, a text without comments and sections, or none, its own end tag, and no blank
-    /// within its tags but the one that it takes. Reading it step by step gives the same name, value and text. The name
-    /// isn't checked: whoever knows it knows that it is one. `element` holds something only where it is true.
-    bool PeekPlainElement(std::string_view attribute, XmlPlainElement& element);
+    /// Skips blanks and looks at the element behind them: true if it has one attribute alone, in double quotes and
+    /// without references, a text without comments and sections, or none, its own end tag, and no blank within its tags
+    /// but the one that it takes. Reading it step by step gives the same name, value and text. The name isn't checked:
+    /// whoever knows it knows that it is one. `opening` is what stands from behind the name to the value: a blank, the
+    /// attribute's name, `="`. `element` holds something only where it is true.
+    bool PeekPlainElement(std::string_view opening, XmlPlainElement& element);
 
     /// Passes the element of the look before, since which nothing may have been read.
     void TakePlainElement(const XmlPlainElement& element) { position = element.end; }
@@ -164,9 +165,11 @@ public:
 private:
     [[nodiscard]] bool StandsAtStartTag() const;
     [[nodiscard]] bool StandsAtEndTag() const;
+    void SkipGap();
 
     const char* position;
     const char* end;
+    ByteSlice gap;   // the white space in front of the element that was looked at last
 };
 
 /// Appends the bytes with their references replaced; a `length` of -1 means up to the first 0 byte. What it can't
