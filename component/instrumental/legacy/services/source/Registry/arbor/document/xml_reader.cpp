@@ -225,7 +225,8 @@ XmlAttribute& XmlAttributeList::Add() {
     return attribute;
 }
 
-XmlReader::XmlReader(const char* start, std::uint32_t size, bool skipMark) : position(start), end(start + size) {
+XmlReader::XmlReader(const char* start, std::uint32_t size, bool skipMark)
+    : position(start), end(start + size), gap{start, 0} {
     constexpr std::string_view kMark = "\xEF\xBB\xBF";
     if (skipMark) position += MatchAt(kMark);
 }
