@@ -48,14 +48,20 @@ ReadersWriterLock::ReadersWriterLock()
 }
 
 ReadersWriterLock::~ReadersWriterLock() {
-    if (HasGates()) {
-        platform::CloseHandle(readersGate);
-        platform::CloseHandle(writersGate);
-    }
+    CloseGates();
     platform::DeleteCriticalSection(&section);
 }
 
+void ReadersWriterLock::CloseGates() {
+    if (!HasGates()) return;
+    platform::CloseHandle(readersGate);
+    platform::CloseHandle(writersGate);
+    readersGate = platform::kInvalidHandle;
+    writersGate = platform::kInvalidHandle;
+}
+
 void ReadersWriterLock::Initialise() {
+    CloseGates();
     readersWaiting = 0;
     writersWaiting = 0;
     active = 0;

@@ -28,7 +28,7 @@ public:
     ReadersWriterLock(const ReadersWriterLock&) = delete;
     ReadersWriterLock& operator=(const ReadersWriterLock&) = delete;
 
-    /// Makes the gates. If the system has none the lock stays without.
+    /// Makes the gates, anew if there were some; nobody may be inside. If the system has none the lock stays without.
     void Initialise();
 
     [[nodiscard]] bool HasGates() const { return readersGate != platform::kInvalidHandle; }
@@ -43,6 +43,7 @@ private:
 
     using Seat = std::atomic<const ReadersWriterLock*>;
 
+    void CloseGates();
     static Seat& SeatAt(const void* place);
     bool TakeSeat(Seat& seat);
     bool LeaveSeat(Seat& seat) const;
