@@ -28,7 +28,7 @@ public:
         reader = XmlReader(begin, static_cast<std::uint32_t>(end - begin), false);
         for (;;) {
             const char* const before = Position();
-            CheckPlainElement();
+            CheckPlainElements();
             XmlElement element;
             const std::int32_t result = reader.NextStartTag(element, 0, nullptr);
             CheckElement(element, result);
@@ -129,25 +129,28 @@ private:
         FUZZ_CHECK(Position() == before);
     }
 
-    /// An element that is taken in one look is what it is step by step.
-    void CheckPlainElement() const {
+    /// Elements that are taken in one look are what they are step by step.
+    void CheckPlainElements() const {
         XmlReader inOneLook = reader;
-        XmlPlainElement plain;
-        if (!inOneLook.PeekPlainElement(" name=\"", plain)) return;
-        inOneLook.TakePlainElement(plain);
         XmlReader inSteps = reader;
-        XmlElement element;
-        // Whether its name is one is left to those who know names.
-        ByteSlice name;
-        if (XmlReader(plain.name.data, plain.name.length, false).ReadName(name) != XmlDone) return;
-        if (name.length != plain.name.length) return;
-        FUZZ_CHECK(inSteps.NextStartTag(element, 0, nullptr) == XmlDone && element.NameIs(plain.name.View()));
-        std::string value, text, decoded;
-        FUZZ_CHECK(XmlReader::ReadAttribute(element, "name", value) == XmlDone && value == plain.value.View());
-        static_cast<void>(inSteps.ReadText(text, true));
-        DecodeEntities(plain.text.data, static_cast<std::int32_t>(plain.text.length), decoded);
-        FUZZ_CHECK(text == decoded && inSteps.CloseElement(element) == XmlDone);
+        XmlPlainElement plain;
+        while (inOneLook.PeekPlainElement(" name=\"", plain)) {
+            inOneLook.TakePlainElement(plain);
+            // Whether its name is one is left to those who know names.
+            ByteSlice name;
+            if (XmlReader(plain.name.data, plain.name.length, false).ReadName(name) != XmlDone) return;
+            if (name.length != plain.name.length) return;
+            XmlElement element;
+            FUZZ_CHECK(inSteps.NextStartTag(element, 0, nullptr) == XmlDone && element.NameIs(plain.name.View()));
+            std::string value, text, decoded;
+            FUZZ_CHECK(XmlReader::ReadAttribute(element, "name", value) == XmlDone && value == plain.value.View());
+            static_cast<void>(inSteps.ReadText(text, true));
+            DecodeEntities(plain.text.data, static_cast<std::int32_t>(plain.text.length), decoded);
+            FUZZ_CHECK(text == decoded && inSteps.CloseElement(element) == XmlDone);
+        }
         ByteSlice left, right;
+        inOneLook.SkipSpace();
+        inSteps.SkipSpace();
         FUZZ_CHECK(inSteps.ReadRawText(left) == inOneLook.ReadRawText(right) && left.data == right.data);
     }
 
