@@ -106,7 +106,7 @@ struct Entries {
 class LockEntriesTest : public testing::TestWithParam<Entries> {};
 
 TEST_P(LockEntriesTest, LeaveNobodyWaitingAndEveryWriterAlone) {
-    const auto [oneWriteIn, rounds, shareSeat] = GetParam();
+    const Entries entries = GetParam();
     ReadersWriterLock lock;
     lock.Initialise();
     ReadersWriterLock other;
@@ -121,10 +121,10 @@ TEST_P(LockEntriesTest, LeaveNobodyWaitingAndEveryWriterAlone) {
         threads.emplace_back([&, seed] {
             std::minstd_rand random(seed + 1);
             int own = 0;
-            for (int round = 0; round < rounds; ++round) {
-                const bool writes = random() % oneWriteIn == 0;
-                const void* place = shareSeat ? static_cast<const void*>(&lock) : &own;
-                const bool seatsOther = shareSeat && round % 2 == 0;
+            for (int round = 0; round < entries.rounds; ++round) {
+                const bool writes = random() % entries.oneWriteIn == 0;
+                const void* place = entries.shareSeat ? static_cast<const void*>(&lock) : &own;
+                const bool seatsOther = entries.shareSeat && round % 2 == 0;
                 if (seatsOther) other.EnterShared(place);
                 writes ? lock.EnterExclusive() : lock.EnterShared(place);
                 own += writes ? 1 : 0;
