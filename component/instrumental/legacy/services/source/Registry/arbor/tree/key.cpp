@@ -27,6 +27,15 @@ List& Mutable(const List& list) {
     return const_cast<List&>(list);
 }
 
+/// Before a name goes in. A growth looks at all names of an index, wherever they lie, and waits for most of them where
+/// they are many: such an index grows by four and not by two. Throws what the allocation throws.
+template <class Index>
+void GrowAhead(Index& index) {
+    constexpr std::size_t kMany = 2000;
+    if (index.size() < kMany || index.size() < index.bucket_count()) return;
+    index.rehash(3 * index.bucket_count());   // the next prime is near the fourfold
+}
+
 }   // namespace
 
 Key::Key(const HostObject* host, std::string_view keyName) : owner(host) {
@@ -47,6 +56,7 @@ Key* Key::FindChild(const HashedName& childName) const {
 
 bool Key::IndexChild(Key& child, std::uint32_t hash) {
     try {
+        GrowAhead(childIndex);
         childIndex.emplace(HashedName{child.name, hash}, &child);
         return true;
     } catch (const std::bad_alloc&) {
@@ -273,6 +283,7 @@ ResultCode Key::AddFilled(const BegunName& valueName, TypeCode code, Fill fill) 
     values.push_back(*entry);
     valueCursor.Clear();
     try {
+        GrowAhead(valueIndex);
         valueIndex.insert(entry.get());
     } catch (const std::bad_alloc&) {
         return kOutOfMemory;
