@@ -41,6 +41,9 @@ WIDE = [(shape, count) for shape in ('widevalues', 'widekeys') for count in ('10
 # A process that has been running for a while has its pages: what the system takes for new ones isn't measured.
 KEPT_MEMORY = {'MIMALLOC_ALLOW_DECOMMIT': '0', 'MIMALLOC_RESERVE_OS_MEMORY': '1GiB'}
 
+# Memory is what a program holds, and not what the allocator keeps for a while in case it's wanted again.
+FREED_AT_ONCE = {'MIMALLOC_DECOMMIT_DELAY': '0'}
+
 # Tables: title, rows of (variant, cells), with a note below.
 Table = collections.namedtuple('Table', 'title head rows note')
 
@@ -69,9 +72,7 @@ class Run:
 
     def measure(self, program, mode, document, variant=None, module=None, label=None):
         command = [self.build / f'bench_{program}', mode, document, self.documents / 'scratch.xml']
-        environment = dict(os.environ)
-        if mode != 'memory':
-            environment.update(KEPT_MEMORY)
+        environment = dict(os.environ) | (FREED_AT_ONCE if mode == 'memory' else KEPT_MEMORY)
         if module:
             environment['ARBOR_MODULE'] = str(module)
         done = subprocess.run(command + ([variant] if variant else []), env=environment, check=True,
@@ -101,10 +102,9 @@ def measure_all(build):
     for program in PROGRAMS:
         run.measure(program, 'check', typical['1MB'])
     say('measuring memory')
-    for _ in range(3):   # an allocator may keep what was freed last, or not
-        for program, variants in PROGRAMS.items():
-            for variant in variants:
-                run.measure(program, 'memory', typical['10MB'], variant)
+    for program, variants in PROGRAMS.items():
+        for variant in variants:
+            run.measure(program, 'memory', typical['10MB'], variant)
     for number in range(ROUNDS):
         say(f'round {number + 1} of {ROUNDS}, {time.monotonic() - start:.0f} s so far')
         for program in PROGRAMS:
