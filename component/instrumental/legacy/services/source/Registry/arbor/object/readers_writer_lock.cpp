@@ -11,10 +11,11 @@ namespace {
 
 constexpr std::int32_t kMostWaiters = 0x7FFFFFFF;
 
-// A writer who closes the seats looks at each of them: by then as many meetings have cost more.
-constexpr unsigned kSeatBits = 6;
+// A writer who closes the seats looks at each of them: by then as many meetings have cost more. Two threads find the
+// same seat once in so many times, and go on meeting.
+constexpr unsigned kSeatBits = 8;
 constexpr std::int32_t kSeats = 1 << kSeatBits;
-constexpr std::uint16_t kMeetingsBeforeSeats = 64;
+constexpr std::uint16_t kMeetingsBeforeSeats = 256;
 constexpr std::size_t kCacheLineBytes = 64;
 
 struct alignas(kCacheLineBytes) SeatLine {
