@@ -52,22 +52,33 @@ private:
     std::thread thread;
 };
 
+/// More meetings with a reader inside than it takes until readers get seats.
+void MeetOften(ReadersWriterLock& lock) {
+    for (int i = 0; i < 1000; ++i) const LockGuard guard = LockGuard::Shared(lock, 1);
+}
+
 TEST(LockTest, AReaderPassesWaitingWritersWhileReadersAreInside) {
-    ReadersWriterLock lock;
-    lock.Initialise();
-    Holder first(lock, false);
-    Holder second(lock, false);
-    first.WaitInside();
-    second.WaitInside();
-    Holder writer(lock, true);
-    EXPECT_FALSE(writer.IsInside());
-    Holder third(lock, false);
-    third.WaitInside();
-    first.Leave();
-    second.Leave();
-    EXPECT_FALSE(writer.IsInside());
-    third.Leave();
-    writer.WaitInside();
+    for (const bool seated : {false, true}) {
+        SCOPED_TRACE(seated);
+        ReadersWriterLock lock;
+        lock.Initialise();
+        Holder first(lock, false);
+        first.WaitInside();
+        if (seated) MeetOften(lock);
+        Holder second(lock, false);
+        second.WaitInside();
+        Holder writer(lock, true);
+        EXPECT_FALSE(writer.IsInside());
+        Holder third(lock, false);
+        third.WaitInside();
+        if (seated) MeetOften(lock);   // no seats while a writer waits: it would wait for nobody
+        first.Leave();
+        EXPECT_FALSE(writer.IsInside());
+        third.Leave();
+        EXPECT_FALSE(writer.IsInside());
+        second.Leave();
+        writer.WaitInside();
+    }
 }
 
 TEST(LockTest, AReleasePrefersAWriterAndThenLetsAllReadersIn) {
@@ -147,35 +158,6 @@ INSTANTIATE_TEST_SUITE_P(OneWriteIn, LockEntriesTest,
                          testing::Values(Entries{4, 20'000, false}, Entries{100, 200'000, false},
                                          Entries{100, 200'000, true}, Entries{1000, 500'000, false},
                                          Entries{1000, 500'000, true}));
-
-/// More meetings with a reader inside than it takes until readers get seats.
-void MeetOften(ReadersWriterLock& lock) {
-    for (int i = 0; i < 1000; ++i) const LockGuard guard = LockGuard::Shared(lock, 1);
-}
-
-TEST(LockTest, AWriterWaitsForSeatedReadersAndTheyPassIt) {
-    ReadersWriterLock lock;
-    lock.Initialise();
-    Holder first(lock, false);
-    first.WaitInside();
-    MeetOften(lock);
-    Holder seated(lock, false);
-    seated.WaitInside();
-    first.Leave();
-    Holder writer(lock, true);
-    EXPECT_FALSE(writer.IsInside());
-    Holder late(lock, false);
-    late.WaitInside();
-    MeetOften(lock);   // no seats while a writer waits: it would wait for nobody
-    seated.Leave();
-    EXPECT_FALSE(writer.IsInside());
-    late.Leave();
-    writer.WaitInside();
-    Holder next(lock, false);
-    EXPECT_FALSE(next.IsInside());
-    writer.Leave();
-    next.WaitInside();
-}
 
 TEST(LockTest, AWriterWhoFoundReadersLooksAgainBeforeItWaits) {
     ReadersWriterLock lock;

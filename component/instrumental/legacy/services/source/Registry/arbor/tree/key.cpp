@@ -272,7 +272,7 @@ ValueEntry* Key::NewEntry(TypeCode code) {
 template <class Fill>
 ResultCode Key::AddFilled(const BegunName& valueName, TypeCode code, Fill fill) {
     if (owner == nullptr) return kNotInitialised;
-    // The hash first: it takes as long as all that follows, and nothing waits for it until the index does.
+    // The rest of the hash first: nothing waits for it until the index does, and it takes as long as all before that.
     const std::uint32_t hash = valueName.Hash();
     std::unique_ptr<ValueEntry, EntryRemover> entry(NewEntry(code), EntryRemover(*this));
     if (!entry) return kOutOfMemory;
