@@ -4,6 +4,8 @@
 set -u
 cd "$(dirname "$0")/../.." || exit
 failed=0
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
 
 # mentions FILE WORD WHAT
 mentions() {
@@ -50,9 +52,17 @@ offers 'Port Password\ policy' arborctl examples/settings.xml get Network/Proxy 
 offers 'tDWORD tDATETIME tDOUBLE' arborctl examples/settings.xml set Network/Proxy Port tD
 offers 'always' arborctl --color al
 
+# The sources that the CMakeLists.txt files list are those that exist.
+find bench component fuzz host tests -name CMakeLists.txt | while read -r list; do
+    sed 's/#.*//' "$list" | tr -s ' ()' '\n' | grep '\.cpp$' | sed "s,^,$(dirname "$list")/,; s,.*{PROJECT_SOURCE_DIR}/,,"
+done | grep -v '^examples/' | sort -u >"$folder/listed"
+find bench component fuzz host tests -name '*.cpp' | sort >"$folder/present"
+[ -s "$folder/present" ] && diff "$folder/listed" "$folder/present" || {
+    echo 'CMakeLists.txt files list sources that do not exist (<) or miss some that do (>)'
+    failed=1
+}
+
 # The examples of the manual page, one after the other: a difference that was found is no trouble.
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
 sed -n '/^\.SH EXAMPLES/,/^\.fi/{/^arborctl /{s/\\-/-/g;p;};}' docs/arborctl.1 >"$folder/examples"
 [ -s "$folder/examples" ] || failed=1
 while read -r example; do
