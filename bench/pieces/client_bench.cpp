@@ -3,7 +3,7 @@
 #include "object/registration.h"
 #include "pieces.h"
 
-#include <component/kernel/client.h>
+#include <component/client/client.h>
 #include <host/object.h>
 
 #include <benchmark/benchmark.h>

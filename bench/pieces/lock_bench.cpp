@@ -4,7 +4,7 @@
 #include "object/registration.h"
 #include "pieces.h"
 
-#include <component/kernel/client.h>
+#include <component/client/client.h>
 #include <component/kernel/properties.h>
 #include <host/object.h>
 

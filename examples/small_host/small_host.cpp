@@ -1,5 +1,5 @@
 // A small host: loads the module and a document, counts its own starts there, and shows what the document holds.
-#include <component/kernel/client.h>
+#include <component/client/client.h>
 #include <host/object.h>
 #include <host/result_text.h>
 

@@ -3,7 +3,7 @@
 
 #include "progress.h"
 
-#include <component/kernel/client.h>
+#include <component/client/client.h>
 
 #include <host/io_object.h>
 #include <host/object.h>

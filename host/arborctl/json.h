@@ -1,7 +1,7 @@
 /// JSON for machines, written as it comes: a tree of any size or depth needs no memory for it.
 #pragma once
 
-#include <component/kernel/client.h>
+#include <component/client/client.h>
 
 #include <cstdint>
 #include <ostream>

@@ -1,6 +1,6 @@
 #include "support/store.h"
 
-#include <component/kernel/client.h>
+#include <component/client/client.h>
 #include <host/io_object.h>
 
 #include <cstdlib>

@@ -2,8 +2,9 @@
 
 #include "tree/octets.h"
 
-#include <component/kernel/value_types.h>
+#include <component/kernel/type_table.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -11,56 +12,10 @@
 namespace arbor {
 namespace {
 
-/// By type; a gap is a view of nothing. The views are of literals, which bring the terminators.
+/// Names by code; a view of nothing where a code has none.
 constexpr std::array<std::string_view, 64> TypeNameTable = [] {
     std::array<std::string_view, 64> names{};
-    names[tVOID] = "tVOID";
-    names[tBYTE] = "tBYTE";
-    names[tWORD] = "tWORD";
-    names[tDWORD] = "tDWORD";
-    names[tQWORD] = "tQWORD";
-    names[tBOOL] = "tBOOL";
-    names[tCHAR] = "tCHAR";
-    names[tWCHAR] = "tWCHAR";
-    names[tSTRING] = "tSTRING";
-    names[tWSTRING] = "tWSTRING";
-    names[tERROR] = "tERROR";
-    names[tPTR] = "tPTR";
-    names[tINT] = "tINT";
-    names[tUINT] = "tUINT";
-    names[tSBYTE] = "tSBYTE";
-    names[tSHORT] = "tSHORT";
-    names[tLONG] = "tLONG";
-    names[tLONGLONG] = "tLONGLONG";
-    names[tIID] = "tIID";
-    names[tPID] = "tPID";
-    names[tORIG_ID] = "tORIG_ID";
-    names[tOS_ID] = "tOS_ID";
-    names[tVID] = "tVID";
-    names[tPROPID] = "tPROPID";
-    names[tVERSION] = "tVERSION";
-    names[tCODEPAGE] = "tCODEPAGE";
-    names[tLCID] = "tLCID";
-    names[tDATA] = "tDATA";
-    names[tDATETIME] = "tDATETIME";
-    names[tFUNC_PTR] = "tFUNC_PTR";
-    names[tDOUBLE] = "tDOUBLE";
-    names[tBINARY] = "tBINARY";
-    names[tIFACEPTR] = "tIFACEPTR";
-    names[tOBJECT] = "tOBJECT";
-    names[tEXPORT] = "tEXPORT";
-    names[tIMPORT] = "tIMPORT";
-    names[tTRACE_LEVEL] = "tTRACE_LEVEL";
-    names[tTYPE_ID] = "tTYPE_ID";
-    names[tVECTOR] = "tVECTOR";
-    names[tSTRING_OBJ] = "tSTRING_OBJ";
-    names[tSERIALIZABLE] = "tSERIALIZABLE";
-    names[tBUFFER] = "tBUFFER";
-    names[tSTR_DSC] = "tSTR_DSC";
-    names[tSIZE_T] = "tSIZE_T";
-    names[tIMPL_ID] = "tIMPL_ID";
-    names[tMSG_ID] = "tMSG_ID";
-    names[tMSGCLS_ID] = "tMSGCLS_ID";
+    for (const ValueTypeRow& row : kTypeTable) names[row.type] = row.name;
     return names;
 }();
 
@@ -69,7 +24,7 @@ constexpr char kLastRow = 'W';
 constexpr std::size_t kRowLength = 7;
 using TypeNameRow = std::array<std::uint8_t, kRowLength>;
 
-/// The types by the second letter of their names, common ones first; zeros fill a row up.
+/// Type codes by the second letter of their names, in order of search; a row is filled up with zeros.
 constexpr std::array<TypeNameRow, kLastRow - kFirstRow + 1> TypeNameIndex = {{
     {tBYTE, tBOOL, tBINARY, tBUFFER},
     {tCHAR, tCODEPAGE},
@@ -108,14 +63,8 @@ constexpr TypeCode Find(std::string_view name) {
     return 0;
 }
 
-constexpr int CountNamesThatLeadBack() {
-    int count = 0;
-    for (TypeCode code = 0; code < TypeNameTable.size(); ++code) {
-        if (!TypeNameTable[code].empty() && Find(TypeNameTable[code]) == code) ++count;
-    }
-    return count;
-}
-static_assert(CountNamesThatLeadBack() == 47, "a name without its place in the index");
+static_assert(std::ranges::all_of(kTypeTable, [](const ValueTypeRow& row) { return Find(row.name) == row.type; }),
+              "TypeNameIndex lacks a type");
 
 }   // namespace
 

@@ -1,7 +1,7 @@
-/// The catalogue of value types: each type's number and the keyword that stands for it in a document.
+/// The names of value types as documents write them, and the search by name.
 ///
-/// It knows more names than a store can hold: whether a type has values is the factory's knowledge (`CreateValue`).
-/// Constant data, open to any thread.
+/// The catalogue has more names than the store has types: `CreateValue` refuses those that can't be stored. Constant
+/// data, safe for any thread.
 #pragma once
 
 #include "tree/contract.h"
@@ -10,11 +10,11 @@
 
 namespace arbor {
 
-/// The type of exactly that name, letter case included; 0 if there is none. The name needs no terminator.
+/// Returns the type of exactly that name, case included, or 0. The name needs no terminator.
 [[nodiscard]] TypeCode TypeCodeFromName(std::string_view name);
 
-/// The name of a type, with a terminator behind it, or a view of nothing for a number below 64 that has none. `code`
-/// must be below 64: it is what a value reported.
+/// Returns the name of a type; a terminator follows it. A code without a name gives a null view. `code` must be below
+/// 64, as every type that a value reports is.
 [[nodiscard]] std::string_view TypeNameFromCode(TypeCode code);
 
 }   // namespace arbor

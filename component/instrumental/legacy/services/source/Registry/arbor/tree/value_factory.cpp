@@ -1,7 +1,8 @@
 #include "tree/value_holder.h"
 
-#include <component/kernel/value_types.h>
+#include <component/kernel/type_table.h>
 
+#include <algorithm>
 #include <array>
 #include <new>
 
@@ -11,7 +12,7 @@ namespace {
 template <class... Classes>
 struct ClassList {};
 
-// The types that can be stored, with the storage class that keeps each.
+// The storage class of each type that can be stored, in the order of `kStoredTypes`.
 // clang-format off
 using StoredTypes = ClassList<
     TypedValue<tVOID, Nothing>,
@@ -61,9 +62,19 @@ Value* Construct(void* memory, const HostObject* host) {
     return ::new (memory) Class(host);
 }
 
+/// The width that callers see: 0 for the storage classes of variable size.
+template <class Storage>
+constexpr std::uint32_t WidthOf() {
+    if constexpr (requires { typename Storage::Type; }) return sizeof(typename Storage::Type);
+    return 0;
+}
+
 template <TypeCode... Codes, class... Storages>
 constexpr MakerTable MakersOf(ClassList<TypedValue<Codes, Storages>...>) {
-    static_assert(sizeof...(Codes) == 33);
+    constexpr std::array kCodes{Codes...};
+    constexpr std::array kWidths{WidthOf<Storages>()...};
+    static_assert(std::ranges::equal(kCodes, kStoredTypes, {}, {}, &ValueTypeRow::type));
+    static_assert(std::ranges::equal(kWidths, kStoredTypes, {}, {}, &ValueTypeRow::width));
     MakerTable makers{};
     ((makers[Codes] = {sizeof(TypedValue<Codes, Storages>), Construct<TypedValue<Codes, Storages>>}), ...);
     return makers;
