@@ -107,7 +107,7 @@ void PrintText(const Report& report) {
 int Check(const Session& session) {
     const Report report = Examine(session);
     session.json ? PrintJson(report) : PrintText(report);
-    return kernel::IsFailure(report.code) ? kExitRefused : kExitDone;
+    return kernel::IsFailure(report.code) ? kExitNotLoaded : kExitDone;
 }
 
 }   // namespace arborctl

@@ -21,6 +21,12 @@ std::string TypeNames() {
     return names;
 }
 
+std::string ExitCodes() {
+    std::string text = "Exit codes:";
+    for (const ExitCodeRow& row : kExitCodes) text += "\n  " + std::to_string(row.code) + "  " + row.meaning;
+    return text;
+}
+
 /// A command's usage names the document in front of it.
 class UsageWithDocument : public CLI::Formatter {
 public:
@@ -55,7 +61,7 @@ private:
 
     CLI::App* Add(const char* name, const char* help, const char* example, Work work) {
         return app.add_subcommand(name, help)
-            ->footer(std::string("Example:\n  arborctl ") + example)
+            ->footer(std::string("Example:\n  arborctl ") + example + "\n\n" + ExitCodes())
             ->callback([this, work] {
                 line.command = [work, given = operands](const Session& session) { return work(session, given); };
             });
@@ -99,10 +105,9 @@ private:
         AddName(get, "name of the value")->required();
         AddType(get, "--as", "type to convert to");
 
-        CLI::App* find =
-            AddReader("find", "Show the keys and values with TEXT in a name or in a value's text; 1 if none",
-                      "settings.xml find proxy",
-                      [](const Session& session, const Operands& given) { return Find(session, given.text); });
+        CLI::App* find = AddReader(
+            "find", "Show the keys and values with TEXT in a name or in a value's text", "settings.xml find proxy",
+            [](const Session& session, const Operands& given) { return Find(session, given.text); });
         find->add_option("TEXT", operands.text, "compared without regard to the case of ASCII letters")->required();
 
         CLI::App* write =
@@ -115,10 +120,9 @@ private:
         AddReader("check", "Say whether the document loads, where it goes wrong, and what a save would change",
                   "settings.xml check", [](const Session& session, const Operands&) { return Check(session); });
 
-        CLI::App* diff =
-            AddReader("diff", "Show in which keys and values another document differs; 1 if it does",
-                      "settings.xml diff settings.xml.bak2",
-                      [](const Session& session, const Operands& given) { return Diff(session, PathOf(given.file)); });
+        CLI::App* diff = AddReader(
+            "diff", "Show in which keys and values another document differs", "settings.xml diff settings.xml.bak2",
+            [](const Session& session, const Operands& given) { return Diff(session, PathOf(given.file)); });
         diff->add_option("OTHER-DOCUMENT", operands.file, "what DOCUMENT is compared with")->required();
 
         AddReader("backups", "Show the document and the files that saves left beside it, and whether each loads",
@@ -221,7 +225,7 @@ std::optional<CommandLine> ReadCommandLine(std::vector<std::string> arguments, i
     std::string document;
     CLI::App app("Reads and changes a document of settings.", "arborctl");
     app.formatter(std::make_shared<UsageWithDocument>());
-    app.footer("arborctl COMMAND --help tells more of a command.");
+    app.footer("arborctl COMMAND --help shows more of a command.\n\n" + ExitCodes());
     app.failure_message(FailureLine);
     app.allow_windows_style_options(false);   // a path may begin with "/"
     app.require_subcommand(1);
@@ -235,12 +239,11 @@ std::optional<CommandLine> ReadCommandLine(std::vector<std::string> arguments, i
         app.parse(arguments);
         if (document.empty()) throw CLI::RequiredError("DOCUMENT");
     } catch (const CLI::ParseError& error) {
-        exitCode = app.exit(error) == 0 ? kExitDone : kExitTrouble;
+        exitCode = app.exit(error) == 0 ? kExitDone : kExitUsage;
         return std::nullopt;
     }
     line.settings.document = PathOf(document);
     if (app.got_subcommand("check")) line.traceLevel = std::max<std::uint32_t>(line.traceLevel, kernel::TraceWarning);
-    if (app.got_subcommand("diff") || app.got_subcommand("find")) line.refused = kExitTrouble;
     line.module =
         module.empty() ? host::ProgramFolder() / (std::string("arbor") + host::ModuleEnding()) : PathOf(module);
     return line;

@@ -23,7 +23,6 @@ struct CommandLine {
     Colours colours = Colours::Auto;
     DocumentSettings settings;
     std::function<int(const Session&)> command;
-    int refused = kExitRefused;   // the exit code of a refusal
 };
 
 /// Reads the arguments, which don't hold the program's name. Without a result the program is to end with `exitCode`:

@@ -3,13 +3,9 @@
 #pragma once
 
 #include "document.h"
+#include "exit_codes.h"
 
 namespace arborctl {
-
-inline constexpr int kExitDone = 0;
-inline constexpr int kExitRefused = 1;   // of all commands but the two that answer a question
-inline constexpr int kExitNo = 1;        // `diff`: they differ; `find`: nothing found
-inline constexpr int kExitTrouble = 2;   // a refusal of those two; a wrong command line
 
 struct Session {
     host::Kernel& kernel;

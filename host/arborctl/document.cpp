@@ -35,7 +35,9 @@ Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progr
     set(object.SetNumber(kernel::PropertyBackupMode, settings.backupMode));
     if (!settings.root.empty()) set(object.SetRootPoint(settings.root));
     const Progress::Stage stage = progress.Begin("loading", file);
-    set(object.Ready());
+    const kernel::ResultCode code = object.Ready();
+    if (kernel::IsFailure(code) && code != kernel::kNoSuchEntry) throw LoadError(code, tried);
+    set(code);
 }
 
 Document::Document(host::Kernel& kernel, host::IoObject& io) : object(kernel) {

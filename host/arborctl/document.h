@@ -26,6 +26,12 @@ private:
     kernel::ResultCode refused;
 };
 
+/// A document that can't be loaded.
+class LoadError : public Refusal {
+public:
+    using Refusal::Refusal;
+};
+
 /// Throws a `Refusal` if `status` is a failure.
 void Demand(arbor::Status status, std::string_view tried);
 
@@ -54,7 +60,8 @@ struct DocumentSettings {
 /// `Refusal`.
 class Document {
 public:
-    /// Loads the document. Shows it, and the saving, as stages of `progress`.
+    /// Loads the document. Shows it, and the saving, as stages of `progress`. Throws a `LoadError` if it can't be
+    /// loaded, and a plain `Refusal` if it has no key `settings.root`.
     Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress);
     /// Loads what `io` holds, and saves there; nothing makes an empty tree.
     Document(host::Kernel& kernel, host::IoObject& io);

@@ -170,7 +170,7 @@ int Find(const Session& session, const std::string& text) {
         });
     });
     if (session.json) json.EndArray().End();
-    return found != 0 ? kExitDone : kExitNo;
+    return found != 0 ? kExitDone : kExitRefused;
 }
 
 int Diff(const Session& session, const std::filesystem::path& other) {
@@ -185,7 +185,7 @@ int Diff(const Session& session, const std::filesystem::path& other) {
         json.BeginArray();
         for (const Change& change : changes) Print(json, valueText, change);
         json.EndArray().End();
-        return changes.empty() ? kExitDone : kExitNo;
+        return changes.empty() ? kExitDone : kExitRefused;
     }
     const Palette palette = PaletteOf(session);
     for (const Change& change : changes) {
@@ -193,7 +193,7 @@ int Diff(const Session& session, const std::filesystem::path& other) {
             std::cout << (line.front() == '-' ? palette.removed : palette.added) << line << palette.plain << '\n';
         }
     }
-    return changes.empty() ? kExitDone : kExitNo;
+    return changes.empty() ? kExitDone : kExitRefused;
 }
 
 int Export(const Session& session, const std::string& path) {
@@ -209,7 +209,7 @@ int Export(const Session& session, const std::string& path) {
 
 int Backups(const Session& session) {
     const std::vector<BackupFile> files = FindBackups(session.settings.document);
-    if (files.empty()) throw Refusal(kernel::kNoDocument, PathText(session.settings.document));
+    if (files.empty()) throw LoadError(kernel::kNoDocument, PathText(session.settings.document));
     Json json(std::cout);
     if (session.json) json.BeginArray();
     for (const BackupFile& file : files) {

@@ -10,6 +10,8 @@ namespace {
 
 void PrintLine(const host::TraceLine& line) { std::cerr << line.level << ' ' << line.text << '\n'; }
 
+void PrintError(const std::exception& error) { std::cerr << "arborctl: " << error.what() << '\n'; }
+
 /// By the custom that a set NO_COLOR asks programs for none.
 bool WantsColours(Colours colours, bool terminal) {
     if (colours != Colours::Auto) return colours == Colours::Always;
@@ -22,13 +24,16 @@ int RunCommand(const CommandLine& line, Terminals terminals) {
                          .traceSink = PrintLine,
                          .blocks = line.leaks ? host::BlockWatch::Each : host::BlockWatch::Count});
     Progress progress(terminals.error ? &std::cerr : nullptr);
-    int exitCode = line.refused;
+    int exitCode = kExitRefused;
     try {
         kernel.LoadModule(line.module);
         exitCode =
             line.command({kernel, line.settings, progress, line.json, WantsColours(line.colours, terminals.output)});
+    } catch (const LoadError& error) {
+        PrintError(error);
+        exitCode = kExitNotLoaded;
     } catch (const std::exception& error) {
-        std::cerr << "arborctl: " << error.what() << '\n';
+        PrintError(error);
     }
     if (line.leaks || kernel.LiveBlocks() != 0) std::cerr << kernel.LeakReport();
     return exitCode;

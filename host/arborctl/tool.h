@@ -12,8 +12,7 @@ struct Terminals {
     bool error = false;
 };
 
-/// Runs one command line, without the program's name, and returns the program's exit code: 0, 1 for a refused
-/// operation, 2 for a wrong command line; `diff` and `find` answer with 1 and refuse with 2. A process runs one at a
+/// Runs one command line, without the program's name, and returns the program's exit code. A process runs one at a
 /// time.
 [[nodiscard]] int RunTool(std::vector<std::string> arguments, Terminals terminals = {});
 
