@@ -174,12 +174,15 @@ TEST_F(ValuesTest, AHostStringTakesAndGivesText) {
     EXPECT_EQ(text.View(), u"");
 }
 
-TEST_F(ValuesTest, EveryFailedAllocationLeavesTheValueAndTellsSo) {
+TEST_F(ValuesTest, EveryFailedAllocationIsReportedAndKeepsTheValue) {
     Store& s = MakeStore();
     host::Text text(kernel);
     const std::vector<std::function<ResultCode()>> calls = {
         [&] { return s.SetText(0, "text", "a longer text than before"); },
         [&] { return s.SetNumber(0, "text", tDWORD, 123U); },
+        [&] { return s.SetText(0, "text", "N\0E\0W\0"sv, tWSTRING); },
+        [&] { return s.SetText(0, "number", "77"); },
+        [&] { return s.SetText(0, "block", "0AFF"); },
         [&] { return s.SetText(0, "wide", "N\0E\0W\0"sv, tWSTRING); },
         [&] { return s.SetText(0, "new", "created"); },
         [&] { return s.Make("new/key") != kNoKey ? kDone : s.code; },
@@ -198,6 +201,8 @@ TEST_F(ValuesTest, EveryFailedAllocationLeavesTheValueAndTellsSo) {
             s.methods.Clean(s.object.Get());
             s.SetText(0, "text", "old");
             s.SetText(0, "wide", "O\0L\0D\0"sv, tWSTRING);
+            s.SetNumber(0, "number", tDWORD, 8080U);
+            s.SetText(0, "block", "old", tBINARY);
             TakeDirty(kernel, s);
             kernel.FailAllocation(failAt);
             const ResultCode code = calls[i]();
@@ -210,7 +215,10 @@ TEST_F(ValuesTest, EveryFailedAllocationLeavesTheValueAndTellsSo) {
             EXPECT_EQ(code, kOutOfMemory);
             EXPECT_EQ(s.Text(0, "text"), "old");
             EXPECT_EQ(s.Text(0, "wide"), "OLD");
-            EXPECT_EQ(s.ValueCount(), 2U);
+            EXPECT_EQ(s.Text(0, "number"), "8080");
+            EXPECT_EQ(s.Bytes(0, "block"), "old");
+            EXPECT_EQ(s.ValueCount(), 4U);
+            EXPECT_FALSE(TakeDirty(kernel, s));
         }
     }
 }

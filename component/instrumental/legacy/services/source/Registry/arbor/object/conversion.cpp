@@ -91,7 +91,9 @@ ResultCode Arbor::ConvertOnWrite(Value& value, TypeCode type, const void* data, 
 
     const ValuePtr given = MakeTemporary(this, type);
     if (!given) return kOutOfMemory;
-    static_cast<void>(given->Set(data, size));   // what it refuses leaves it empty, and the text decides
+    // Refused data leaves `given` zero or empty, and the text of that is written. Any other failure ends the write.
+    const ResultCode filled = given->Set(data, size);
+    if (IsFailure(filled) && filled != kInvalidArgument) return filled;
     HostBlock<char> text;
     if (const ResultCode code = TakeText(this, *given, text); IsFailure(code)) return code;
     if (const ResultCode code = value.FromText(text.get()); IsFailure(code)) return code;
