@@ -6,9 +6,11 @@
 #include <component/kernel/properties.h>
 #include <host/io_object.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
+#include <initializer_list>
 #include <new>
 #include <utility>
 
@@ -101,8 +103,6 @@ struct Call {
 };
 
 TEST_F(HeapFaultsTest, NoExceptionLeavesAMethodAndNothingIsHalfDone) {
-    Store target(kernel);
-    ASSERT_EQ(target.object.Ready(), kDone);
     const Call calls[] = {
         {"a new key", [](Store& s) { return s.Make("new/key") != kNoKey ? kDone : s.code; }, true},
         {"a new value", [](Store& s) { return s.SetNumber(0, "new", tDWORD, 1U); }, true},
@@ -118,7 +118,6 @@ TEST_F(HeapFaultsTest, NoExceptionLeavesAMethodAndNothingIsHalfDone) {
          [](Store& s) { return s.methods.GetKeyName(s.object.Get(), nullptr, s.Open("home/below"), nullptr, 0, 1); },
          false},
         {"a root by its handle", [](Store& s) { return s.methods.SetRootKey(s.object.Get(), s.Open("home")); }, false},
-        {"a copy", [&](Store& s) { return s.methods.CopyKey(s.object.Get(), 0, target.object.Get(), 0); }, false},
         {"a save", [](Store& s) { return s.Save(); }, false},
     };
     for (const Call& call : calls) {
@@ -138,6 +137,63 @@ TEST_F(HeapFaultsTest, NoExceptionLeavesAMethodAndNothingIsHalfDone) {
                 EXPECT_TRUE(!call.changes || (s.KeyCount() == 1 && s.ValueCount() == 0));
                 EXPECT_EQ(folder.Read(u"a.xml"), kDocument);
             }
+        }
+    }
+}
+
+/// Counts the keys that are opened through the own table of any object that it was given, and not closed.
+class OpenKeyCount {
+public:
+    explicit OpenKeyCount(std::initializer_list<HostObject*> objects) : counted(objects) {
+        own = counted.front()->MethodFace;
+        std::copy_n(own, kRegistryMethods, table);
+        table[static_cast<std::size_t>(Method::OpenKey)] = reinterpret_cast<void*>(&OpenKey);
+        table[static_cast<std::size_t>(Method::CloseKey)] = reinterpret_cast<void*>(&CloseKey);
+        for (HostObject* object : counted) object->MethodFace = table;
+        open = 0;
+    }
+    ~OpenKeyCount() {
+        for (HostObject* object : counted) object->MethodFace = own;
+    }
+    OpenKeyCount(const OpenKeyCount&) = delete;
+    OpenKeyCount& operator=(const OpenKeyCount&) = delete;
+
+    [[nodiscard]] static int Open() { return open; }
+
+private:
+    static ResultCode OpenKey(HostObject* object, KeyHandle* key, KeyHandle parent, const char* path,
+                              std::uint32_t create) {
+        const ResultCode code = Registry(own).OpenKey(object, key, parent, path, create);
+        if (IsSuccess(code)) ++open;
+        return code;
+    }
+    static ResultCode CloseKey(HostObject* object, KeyHandle key) {
+        --open;
+        return Registry(own).CloseKey(object, key);
+    }
+
+    static inline MethodTable own = nullptr;
+    static inline int open = 0;
+    std::vector<HostObject*> counted;
+    void* table[kRegistryMethods];
+};
+
+TEST_F(HeapFaultsTest, ACopyClosesEachKeyThatItOpened) {
+    for (const HeapFault& fault : kFaults) {
+        bool failed = true;
+        for (std::size_t nth = 1; failed; ++nth) {
+            SCOPED_TRACE(testing::Message() << fault.label << ' ' << nth);
+            Store source(kernel), target(kernel);
+            ASSERT_EQ(source.object.Ready(), kDone);
+            ASSERT_EQ(target.object.Ready(), kDone);
+            const KeyHandle deepest = source.Make("1/2/3/4/5/6/7/8/9/10/11/12/13/14/15/16/17");
+            source.SetText(deepest, std::string(300, 'n').c_str(), std::string(300, 't'));
+            const OpenKeyCount keys{source.object.Get(), target.object.Get()};
+            ResultCode code = kDone;
+            failed = FailsUnder(fault, nth,
+                                [&] { code = source.methods.CopyKey(source.object.Get(), 0, target.object.Get(), 0); });
+            EXPECT_EQ(code, failed ? kOutOfMemory : kDone);
+            EXPECT_EQ(keys.Open(), 0);
         }
     }
 }

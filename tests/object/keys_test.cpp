@@ -210,23 +210,6 @@ TEST_F(KeysTest, CopyingMergesThroughTheInterface) {
     EXPECT_EQ(s.methods.CopyKey(s.object.Get(), source, to.object.Get(), target), kReadOnlyObject);
 }
 
-TEST_F(KeysTest, ACopySurvivesEveryFailedAllocation) {
-    Store& s = MakeStore();
-    const KeyHandle source = s.Make("source");
-    s.SetText(source, std::string(300, 'n').c_str(), std::string(300, 't'));
-    s.Make("source/deep");
-    for (std::size_t failAt = 1;; ++failAt) {
-        Store to(kernel);
-        EXPECT_EQ(to.object.Ready(), kDone);
-        kernel.FailAllocation(failAt);
-        const ResultCode code = s.methods.CopyKey(s.object.Get(), source, to.object.Get(), 0);
-        const bool failed = kernel.AllocationFailed();
-        kernel.FailAllocation(0);
-        EXPECT_EQ(code, failed ? kOutOfMemory : kDone) << failAt;
-        if (!failed) break;
-    }
-}
-
 // Each method leaves its one line, to the letter.
 TEST_F(KeysTest, TraceLines) {
     Store& s = MakeStore();

@@ -34,7 +34,7 @@ private:
     std::uint32_t capacity = sizeof own;
 };
 
-/// One copy: a walk down the source with a stack of its own.
+/// One copy: a walk down the source with a stack of its own. The destructor closes the keys that a failure left open.
 class TreeCopy {
 public:
     TreeCopy(HostObject* sourceObject, HostObject* destinationObject)
@@ -45,13 +45,19 @@ public:
           name(sourceObject),
           value(sourceObject) {}
 
+    ~TreeCopy() {
+        while (!open.empty()) static_cast<void>(Leave());   // the failure that ended the copy is the result
+    }
+    TreeCopy(const TreeCopy&) = delete;
+    TreeCopy& operator=(const TreeCopy&) = delete;
+
+    /// Throws `std::bad_alloc` if the stack can't grow.
     ResultCode Run(KeyHandle sourceKey, KeyHandle destinationKey) {
         ResultCode code = Enter(sourceKey, destinationKey);
         while (IsSuccess(code) && !open.empty()) {
             Level& level = open.back();
             code = level.next < level.keyCount ? CopyNextKey(level) : Leave();
         }
-        while (!open.empty()) static_cast<void>(Leave());   // the failure is the result
         return code;
     }
 
@@ -86,7 +92,7 @@ private:
         const std::uint32_t index = level.next++;
         const KeyHandle sourceKey = level.sourceKey;
         const KeyHandle destinationKey = level.destinationKey;
-        // No key is opened that couldn't be closed again.
+        // Reserved before the keys are opened: `Enter` must not throw while only locals hold them.
         if (open.size() == open.capacity()) open.reserve(2 * open.size());
         std::uint32_t size = 0;
         ResultCode code = from.GetKeyNameByIndex(source, &size, sourceKey, index, nullptr, 0, 0);
