@@ -459,8 +459,8 @@ ResultCode Store::AddNew(Key& key, const std::string& name, TypeCode type, const
     if (!IsStored(type)) return kOutOfMemory;
     Value value = NewValue(type);
     if (const ResultCode code = Set(value, data, size); IsFailure(code)) {
-        // On its way out the entry takes the record of its name along, also where that stands for another one.
-        if (!name.empty()) key.valuesByName.erase(Folded(name));
+        // The failed entry is removed by name, and the record of its name with it, also where that is another entry's.
+        key.valuesByName.erase(Folded(name));
         return code;
     }
     key.AddValue(name, value);

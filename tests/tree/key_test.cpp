@@ -221,6 +221,21 @@ TEST_F(KeyTest, ValuesAreAddedOnceByNameAndTwiceByDocuments) {
     EXPECT_EQ(Outline(Root()), "Void;");
 }
 
+/// Also the record of an earlier entry of that name. An add that fails before its entry is named erases none.
+TEST_F(KeyTest, AFailedAddErasesTheIndexRecordOfItsName) {
+    const std::uint32_t one = 1;
+    for (const char* name : {"port", ""}) {
+        SCOPED_TRACE(testing::Message() << '"' << name << '"');
+        EXPECT_EQ(Root().AddValue(name, tDWORD, &one, sizeof one), kDone);
+        EXPECT_EQ(Root().AddValue(name, tSTRING_OBJ, &one, sizeof one), kOutOfMemory);
+        EXPECT_EQ(Root().AddValue(nullptr, tDWORD, &one, sizeof one), kInvalidArgument);
+        EXPECT_NE(Root().FindValue(name), nullptr);
+        EXPECT_EQ(Root().AddValue(name, tDWORD, &one, 3), kInvalidArgument);
+        EXPECT_EQ(Root().FindValue(name), nullptr);
+        EXPECT_EQ(Root().RemoveValueAt(0), kDone);
+    }
+}
+
 TEST_F(KeyTest, AddValueAtTakesThePlaceBehindTheLast) {
     const char byte = 'x';
     EXPECT_EQ(Root().AddValueAt(1, tCHAR, &byte, 1), kInvalidArgument);

@@ -232,16 +232,6 @@ void Key::Clear() {
 
 // Values
 
-/// Takes an entry down again that couldn't be finished; one that had no name yet leaves the index alone.
-class Key::EntryRemover {
-public:
-    explicit EntryRemover(Key& key) : home(&key) {}
-    void operator()(ValueEntry* entry) const { home->RemoveEntry(entry, entry->name.IsEmpty()); }
-
-private:
-    Key* home;
-};
-
 ValueEntry* Key::FindEntry(std::string_view valueName) const {
     const auto found = valueIndex.find(HashName(valueName), StoredHash(), SameName());
     return found != valueIndex.end() ? *found : nullptr;
@@ -274,11 +264,15 @@ ResultCode Key::AddFilled(const BegunName& valueName, TypeCode code, Fill fill) 
     if (owner == nullptr) return kNotInitialised;
     // The rest of the hash first: nothing waits for it until the index does, and it takes as long as all before that.
     const std::uint32_t hash = valueName.Hash();
-    std::unique_ptr<ValueEntry, EntryRemover> entry(NewEntry(code), EntryRemover(*this));
+    // A failed add erases the index record of its name, as every removal does. Without a name yet it erases none.
+    bool isNamed = false;
+    const auto remove = [this, &isNamed](ValueEntry* failed) { RemoveEntry(failed, !isNamed); };
+    std::unique_ptr<ValueEntry, decltype(remove)> entry(NewEntry(code), remove);
     if (!entry) return kOutOfMemory;
     if (valueName.View().data() == nullptr) return kInvalidArgument;
     if (const ResultCode named = CopyName(valueName.View(), entry->name); IsFailure(named)) return named;
     entry->hash = hash;
+    isNamed = true;
     if (const ResultCode filled = fill(*entry->value); IsFailure(filled)) return filled;
     values.push_back(*entry);
     valueCursor.Clear();

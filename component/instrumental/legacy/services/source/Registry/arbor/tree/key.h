@@ -113,6 +113,7 @@ public:
 
     /// Adds a value at the end, whether or not the name is there. `kOutOfMemory` also for a type that can't be stored;
     /// `kInvalidArgument` for a null name; otherwise what the value's `Set` says. A failed add leaves no entry.
+    /// One that fails after its entry was named erases the index record of the name, also that of an earlier entry.
     ResultCode AddValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size);
 
     /// The same for a name that must be new, else `kAlreadyExists`.
@@ -137,7 +138,6 @@ public:
 
 private:
     friend struct KeyLayout;
-    class EntryRemover;
 
     Key* FindChild(const HashedName& childName) const;
     Key* AddChild(std::string_view childName, std::uint32_t hash);
