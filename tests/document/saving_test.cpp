@@ -6,7 +6,10 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cstdio>
+#include <latch>
+#include <thread>
 
 namespace test {
 namespace {
@@ -40,6 +43,16 @@ protected:
             text += (text.empty() ? "" : " ") + shown;
         }
         return files == folder.List().size() ? text : text + " and files of other names";
+    }
+
+    /// A shared object on a document that holds 1, to be saved when it closes.
+    Store& LoadShared() {
+        folder.Write(u"a.xml", kDocument);
+        Store& s = MakeStore(u"a.xml");
+        EXPECT_EQ(s.object.SetNumber(PropertySynchronised, 1), kDone);
+        EXPECT_EQ(s.object.SetNumber(PropertySaveOnClose, 1), kDone);
+        EXPECT_EQ(s.object.Ready(), kDone);
+        return s;
     }
 
     void RemoveAll() {
@@ -246,6 +259,88 @@ TEST_F(SavingTest, NoFailedCallLosesADocument) {
                 }
             }
         }
+    }
+}
+
+/// What other threads do in turn after a save has written its temporary file and before it moves it: `c` changes the
+/// value, `s` saves, `f` fails to save. `S` and `F` do so too, and move their temporary files only after the first save
+/// has returned.
+struct OverlapCase {
+    const char* steps;
+    FileFault fault = kNoFault;   // of the first save
+};
+constexpr FileFault kNoMove{kMove, kHeld, 1, 1};
+const OverlapCase kOverlaps[] = {
+    {"c"},  {"c", kNoMove},  {"cs"},   {"cf"},   {"cS"}, {"cS", kNoMove}, {"cF"},
+    {"Sc"}, {"Sc", kNoMove}, {"cScF"}, {"cFcS"}, {"s"},  {"s", kNoMove},  {"f"},
+};
+
+TEST_F(SavingTest, NoChangeDuringASaveIsLost) {
+    for (const OverlapCase& row : kOverlaps) {
+        SCOPED_TRACE(row.steps);
+        Store& s = LoadShared();
+        std::uint32_t value = 2;
+        s.SetNumber(0, "v", tDWORD, value);
+        std::latch returned(1);
+        std::vector<std::thread> savers;
+        const auto startSave = [&](bool fails, bool waits) {
+            std::latch written(1);
+            savers.emplace_back([&, fails, waits] {
+                const FileFaults faults(fails ? kNoMove : kNoFault, [&](const testing_support::FileEvent& event) {
+                    if (!waits || event.call != FileCall::Write) return;
+                    written.count_down();
+                    returned.wait();
+                });
+                EXPECT_EQ(IsFailure(s.object.OwnMethods().Save(s.object.Get(), 1)), fails);
+            });
+            waits ? written.wait() : savers.back().join();
+        };
+        const auto step = [&](char what) {
+            if (what == 'c') std::thread([&] { s.SetNumber(0, "v", tDWORD, ++value); }).join();
+            if (what == 's' || what == 'f') startSave(what == 'f', false);
+            if (what == 'S' || what == 'F') startSave(what == 'F', true);
+        };
+        {
+            const FileFaults faults(row.fault, [&](const testing_support::FileEvent& event) {
+                if (event.call == FileCall::Write) std::for_each_n(row.steps, std::strlen(row.steps), step);
+            });
+            s.Save();
+        }
+        returned.count_down();
+        for (std::thread& saver : savers) {
+            if (saver.joinable()) saver.join();
+        }
+        EXPECT_EQ(s.object.Close(), kDone);
+        EXPECT_EQ(folder.Read(u"a.xml"), DocumentOf(static_cast<int>(value)));
+        store.reset();
+        RemoveAll();
+    }
+}
+
+TEST_F(SavingTest, SaversAndAWriterTogetherLoseNoChange) {
+    for (int round = 0; round < 50; ++round) {
+        Store& s = LoadShared();
+        std::atomic<int> saving{2};
+        std::latch start(3);
+        const auto save = [&] {
+            start.arrive_and_wait();
+            for (int nth = 1; nth <= 4; ++nth) {
+                const FileFaults faults(nth % 2 == 0 ? kNoMove : FileFault{FileCall::Flush, 0});
+                static_cast<void>(s.object.OwnMethods().Save(s.object.Get(), 1));   // some fail, as they should
+            }
+            --saving;
+        };
+        std::thread first(save);
+        std::thread second(save);
+        start.arrive_and_wait();
+        int value = 1;
+        while (saving.load() != 0) s.SetNumber(0, "v", tDWORD, ++value);
+        first.join();
+        second.join();
+        EXPECT_EQ(s.object.Close(), kDone);
+        EXPECT_EQ(folder.Read(u"a.xml"), DocumentOf(value));
+        store.reset();
+        RemoveAll();
     }
 }
 

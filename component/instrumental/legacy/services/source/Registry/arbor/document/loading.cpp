@@ -112,7 +112,7 @@ ResultCode Arbor::readFromBuffer(const char* data, std::uint64_t size) {
         }
     }
     const ResultCode code = tree.LoadDocument(data, static_cast<std::uint32_t>(size));
-    if (IsSuccess(code)) ForgetChanges();
+    if (IsSuccess(code)) ClearDirty();
     return code;
 }
 

@@ -63,17 +63,16 @@ struct Arbor::DocumentFiles {
 };
 
 ResultCode Arbor::Save(HostWord) {
-    if (!HasChanges()) {
+    if (!IsDirty()) {
         Trace(this, TraceProgress, "arbor\tskip saving because data wasn`t changed");
         return kDone;
     }
-    ResultCode code = kDone;
-    if (!Name.empty()) {
-        code = SaveToFile();
-    } else if (IoObject != nullptr) {
-        code = WriteToIoObject(IoObject);
+    if (Name.empty() && IoObject == nullptr) {
+        ClearDirty();   // there is no document to store
+        return kDone;
     }
-    if (IsSuccess(code)) ForgetChanges();
+    const ResultCode code = Name.empty() ? WriteToIoObject(IoObject) : SaveToFile();
+    EndSave(code);
     return code;
 }
 
@@ -125,7 +124,9 @@ ResultCode Arbor::WriteToIoObject(HostObject* io) {
 
 ResultCode Arbor::Serialise(TextBuffer& document) {
     const LockGuard guard = LockGuard::Shared(lock, Synchronised);
-    return tree.SaveDocument(document);
+    const ResultCode code = tree.SaveDocument(document);
+    if (IsSuccess(code)) MarkSerialised();
+    return code;
 }
 
 void Arbor::MakeFirstBackup(const DocumentFiles& files) {

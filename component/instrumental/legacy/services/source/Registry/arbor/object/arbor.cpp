@@ -13,6 +13,11 @@ namespace {
 /// The object's own copy of the placeholders; the host puts its table in their place once the object is built.
 const SystemTable kSystemTable = MakePlaceholderSystemTable();
 
+/// The values of `Dirty`.
+constexpr std::uint32_t kClean = 0;
+constexpr std::uint32_t kChanged = 1;
+constexpr std::uint32_t kSerialised = 2;
+
 }   // namespace
 
 Arbor::Arbor() {
@@ -47,11 +52,20 @@ ResultCode Arbor::Closing() {
     return kDone;
 }
 
-// Copying sets the flag under shared entry, on several threads at once: one word, no order.
-void Arbor::NoteChange() { std::atomic_ref(Dirty).store(1, std::memory_order_relaxed); }
-void Arbor::ForgetChanges() { std::atomic_ref(Dirty).store(0, std::memory_order_relaxed); }
-bool Arbor::HasChanges() const {
-    return std::atomic_ref(const_cast<std::uint32_t&>(Dirty)).load(std::memory_order_relaxed) != 0;
+bool Arbor::IsDirty() const { return std::atomic_ref(const_cast<std::uint32_t&>(Dirty)).load() != kClean; }
+
+// Relaxed order suffices: the lock orders changes and serialisations. A copy marks its source under shared entry, but
+// changes only the destination.
+void Arbor::MarkDirty() { std::atomic_ref(Dirty).store(kChanged, std::memory_order_relaxed); }
+
+void Arbor::ClearDirty() { std::atomic_ref(Dirty).store(kClean); }
+
+void Arbor::MarkSerialised() { std::atomic_ref(Dirty).store(kSerialised); }
+
+void Arbor::EndSave(ResultCode code) {
+    const std::atomic_ref dirty(Dirty);
+    std::uint32_t state = kSerialised;
+    if (IsFailure(code) || !dirty.compare_exchange_strong(state, kClean)) dirty.store(kChanged);
 }
 
 Key* Arbor::ResolveKey(KeyHandle handle) const {

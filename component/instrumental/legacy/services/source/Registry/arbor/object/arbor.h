@@ -74,7 +74,8 @@ public:
 
     /// Stores the tree if it has changed: in its file, by a temporary file, backups and one final move, or in
     /// `IoObject`. After a failure a complete document stands on the disk and `Dirty` stays set. Takes the lock for the
-    /// serialisation alone. What a failed write leaves in `IoObject` is that object's care.
+    /// serialisation alone: a change made during the rest of a save is left for the next save. What a failed write
+    /// leaves in `IoObject` is that object's care.
     ResultCode Save(HostWord unused);
 
     // Property handlers. They take no lock. `count` gets what the property needs, the root's path without its
@@ -94,13 +95,28 @@ private:
     [[nodiscard]] Key* ResolveKey(KeyHandle handle) const;
 
     /// The shape of everything that changes the tree: refuses on a read-only object, resolves the key, does the work,
-    /// and notes the change if it succeeded. Under exclusive entry.
+    /// and marks the object dirty if it succeeded. Under exclusive entry.
     template <class Work>
     ResultCode ChangeKey(KeyHandle handle, Work work);
 
-    void NoteChange();
-    void ForgetChanges();
-    [[nodiscard]] bool HasChanges() const;
+    // The states of `Dirty`. Every access is atomic, since saves write their files outside the lock.
+    //
+    // | State         | change | serialisation | save succeeds | save fails |
+    // |---------------|--------|---------------|---------------|------------|
+    // | 0, clean      | 1      | 2             | 1             | 1          |
+    // | 1, changed    | 1      | 2             | 1             | 1          |
+    // | 2, serialised | 1      | 2             | 0             | 1          |
+    //
+    // A save that ends in state 0 or 1 overlapped a change or another save. Its text may be the older one and may have
+    // replaced the newer one, so the next save stores the tree again. State 0 after the last of several saves means
+    // that this one serialised after the last change and after all others had ended.
+    [[nodiscard]] bool IsDirty() const;
+    void MarkDirty();
+    void ClearDirty();
+    /// For a text that holds every change so far. Inside the lock, so that no change comes in between.
+    void MarkSerialised();
+    /// For the end of every save, with its result, after its last file call.
+    void EndSave(ResultCode code);
 
     // Keys, under entry
     ResultCode OpenKeyLocked(KeyHandle& answer, KeyHandle parent, const char* path, bool create);
@@ -160,7 +176,7 @@ private:
     std::uint32_t Synchronised;
     std::uint8_t BackupMode;
     ReadersWriterLock lock;
-    std::uint32_t Dirty;   // non-zero: the tree differs from the stored document
+    std::uint32_t Dirty;   // 0 clean, 1 changed, 2 serialised and not yet stored
 };
 
 }   // namespace arbor

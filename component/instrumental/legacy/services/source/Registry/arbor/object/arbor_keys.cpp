@@ -49,7 +49,7 @@ ResultCode Arbor::OpenKeyLocked(KeyHandle& answer, KeyHandle parent, const char*
     answer = HandleOf(home->OpenPath(path, false, &created));
     if (answer == kNoKey) return kOutOfMemory;
     if (created == 0) return kDone;
-    NoteChange();
+    MarkDirty();
     return kKeyCreated;
 }
 
@@ -164,7 +164,7 @@ ResultCode Arbor::CopyLocked(KeyHandle source, HostObject* destination, KeyHandl
         if (IsSuccess(below)) return kInvalidArgument;   // into its own subtree: there would always be more to copy
     }
     const ResultCode code = CopyKeyTree(this, source, destination, destinationKey);
-    if (IsSuccess(code)) NoteChange();
+    if (IsSuccess(code)) MarkDirty();
     return code;
 }
 

@@ -96,7 +96,7 @@ ResultCode Arbor::WriteValue(Value* value, TypeCode type, const void* data, std:
     if (value != nullptr) return ConvertOnWrite(*value, type, data, size);
     if (create == 0) return kNoSuchEntry;
     const ResultCode code = add();
-    if (IsSuccess(code)) NoteChange();
+    if (IsSuccess(code)) MarkDirty();
     return code;
 }
 

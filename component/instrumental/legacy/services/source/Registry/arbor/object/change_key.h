@@ -11,7 +11,7 @@ ResultCode Arbor::ChangeKey(KeyHandle handle, Work work) {
     Key* key = ResolveKey(handle);
     if (key == nullptr) return kNoKeyThere;
     const ResultCode code = work(*key);
-    if (IsSuccess(code)) NoteChange();
+    if (IsSuccess(code)) MarkDirty();
     return code;
 }
 

@@ -97,14 +97,14 @@ ResultCode Arbor::ConvertOnWrite(Value& value, TypeCode type, const void* data, 
     HostBlock<char> text;
     if (const ResultCode code = TakeText(this, *given, text); IsFailure(code)) return code;
     if (const ResultCode code = value.FromText(text.get()); IsFailure(code)) return code;
-    NoteChange();   // also for the same text: only a write in the own type compares
+    MarkDirty();   // also for the same text: only a write in the own type compares
     return kDone;
 }
 
 ResultCode Arbor::WriteDirectly(Value& value, const void* data, std::uint32_t size) {
     const ResultCode code = value.Set(data, size);
     if (IsFailure(code)) return code;
-    if (code != ResultUnchanged) NoteChange();
+    if (code != ResultUnchanged) MarkDirty();
     return kDone;
 }
 
