@@ -32,6 +32,8 @@ constexpr std::uint32_t kCreate = 2;
 constexpr std::uint32_t kBrokenDisk = platform::kErrorIoDevice;
 constexpr ResultCode kSharingViolation = MakeResult(0x80010104);
 constexpr ResultCode kFromBrokenDisk = MakeResult(0x8007045D);
+/// A document that is there, but not yet when it is opened first.
+constexpr FileFault kMissedOnce{FileCall::Open, platform::kErrorFileNotFound};
 const LoadCase kLoads[] = {
     {"a document", kOne, kDone, 1},
     {"a name that isn't ASCII", kOne, kDone, 1, u"caf\u00E9 \u20AC.xml"},
@@ -62,6 +64,10 @@ const LoadCase kLoads[] = {
      0,
      nullptr,
      kCreate},
+    {"made by another process after the first look", kOne, kDone, 1, u"a.xml", kMissedOnce, 0, nullptr, kCreate},
+    {"made empty by another process", "", kDone, 0, u"a.xml", kMissedOnce, 0, nullptr, kCreate},
+    {"made by another process, without the root", kOne, kNoSuchEntry, 1, u"a.xml", kMissedOnce, 0, "x", kCreate},
+    {"made by another process, and broken", "<", kInvalidArgument, 0, u"a.xml", kMissedOnce, 0, nullptr, kCreate},
     {"missing, and can't be made",
      kMissing,
      MakeResult(0x80000062),

@@ -44,10 +44,15 @@ ResultCode Arbor::LoadFromFile() {
               "arbor\t%S contains '%%' symbol, but environment variable expansion is currently not supported",
               Name.data());
     }
-    ResultCode code = ilk::ToHostResult(ReadDocumentFile());
-    if (IsSuccess(code) && PendingRootPath != nullptr) code = ApplyPendingRootPath();
-    if (code == kNoDocument && (OpenFlags & kOpenFlagCreate) != 0) code = CreateMissingFile();
-    return code;
+    ResultCode code = LoadExistingFile();
+    if (code != kNoDocument || (OpenFlags & kOpenFlagCreate) == 0) return code;
+    code = CreateMissingFile();
+    return code == kAlreadyExists ? LoadExistingFile() : code;
+}
+
+ResultCode Arbor::LoadExistingFile() {
+    const ResultCode code = ilk::ToHostResult(ReadDocumentFile());
+    return IsSuccess(code) && PendingRootPath != nullptr ? ApplyPendingRootPath() : code;
 }
 
 ResultCode Arbor::ReadDocumentFile() {
@@ -80,11 +85,12 @@ ResultCode Arbor::ApplyPendingRootPath() {
     return code;
 }
 
+// Creates only a new file: another process may have saved the document since the load found none.
 ResultCode Arbor::CreateMissingFile() {
     if (Name.empty()) return kInvalidArgument;
     static_cast<void>(ilk::CreateDirectories(ilk::ParentPath(DocumentPath())));   // the file's own code tells
     ilk::File file;
-    return ilk::ToHostResult(file.Open(Name.data(), ilk::kFileWrite, ilk::kFileCreateAlways, 0));
+    return ilk::ToHostResult(file.Open(Name.data(), ilk::kFileWrite, ilk::kFileCreateNew, 0));
 }
 
 ResultCode Arbor::LoadFromIoObject() {

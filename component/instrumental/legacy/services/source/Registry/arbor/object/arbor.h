@@ -142,6 +142,7 @@ private:
 
     // Loading
     ResultCode LoadFromFile();
+    ResultCode LoadExistingFile();
     ResultCode ReadDocumentFile();
     ResultCode LoadFromIoObject();
     ResultCode readFromBuffer(const char* data, std::uint64_t size);
