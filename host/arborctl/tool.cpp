@@ -2,6 +2,8 @@
 
 #include "command_line.h"
 
+#include <host/system.h>
+
 #include <cstdlib>
 #include <iostream>
 
@@ -39,12 +41,21 @@ int RunCommand(const CommandLine& line, Terminals terminals) {
     return exitCode;
 }
 
+/// A reader that closed the pipe has what it wanted and needs no message.
+int FailOutput(int exitCode) {
+    if (!host::IsReaderGone(host::Stream::Output)) std::cerr << "arborctl: can't write to standard output\n";
+    return exitCode == kExitDone ? kExitRefused : exitCode;
+}
+
 }   // namespace
 
 int RunTool(std::vector<std::string> arguments, Terminals terminals) {
     int exitCode = kExitDone;
+    std::cout.clear();   // of an earlier run in this process
     const auto line = ReadCommandLine(std::move(arguments), exitCode);
-    return line ? RunCommand(*line, terminals) : exitCode;
+    if (line) exitCode = RunCommand(*line, terminals);
+    if (!std::cout.flush()) return FailOutput(exitCode);
+    return exitCode;
 }
 
 }   // namespace arborctl

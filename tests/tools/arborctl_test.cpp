@@ -269,6 +269,17 @@ TEST_F(ArborctlTest, AWrongCommandLineEndsWithTwo) {
     }
 }
 
+TEST_F(ArborctlTest, OutputThatCannotBeWrittenIsAFailure) {
+    struct FullDisk : std::streambuf {
+    } full;   // as it is the class refuses every character
+    std::streambuf* const realOutput = std::cout.rdbuf(&full);
+    for (const char* command : {"tree", "check", "backups", "--help"}) {
+        EXPECT_EQ(arborctl::RunTool({Path("d.xml"), command}), 1) << command;
+    }
+    std::cout.rdbuf(realOutput);
+    EXPECT_EQ(RunOn("d.xml", {"get", "", "Blob"}).output, "0A0BFF\n");   // the failure ends with the run
+}
+
 TEST_F(ArborctlTest, BackupsStandBesideTheDocumentAsTheModeSays) {
     const auto save = [&](const char* mode, const char* text) {
         return RunOn("d.xml", {"set", "", "Title", "tSTRING", text}, {"--backup", mode}).exitCode;

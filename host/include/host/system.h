@@ -16,8 +16,7 @@ namespace host {
 /// The ending of a module's file, with its point.
 [[nodiscard]] const char* ModuleEnding();
 
-/// The program's arguments without its name, in UTF-8. Where they must be told, lets the console show UTF-8 and
-/// standard output pass bytes as they are.
+/// The program's arguments without its name, in UTF-8.
 [[nodiscard]] std::vector<std::string> ProgramArguments(int count, const char* const* values);
 
 enum class Stream {
@@ -27,6 +26,15 @@ enum class Stream {
 
 /// Whether a standard stream goes to a terminal, which shows colours then.
 [[nodiscard]] bool IsTerminal(Stream stream);
+
+/// For the start of a program: output is UTF-8 and passes unchanged. On Linux a stream that the parent process closed
+/// is replaced by one that can't be written, so that no file that is opened later gets its descriptor and what is
+/// printed.
+void PrepareStandardStreams();
+
+/// Whether a standard stream is a pipe and its reader has closed it. For streams that failed: on Windows every pipe
+/// counts, as nothing else makes one fail.
+[[nodiscard]] bool IsReaderGone(Stream stream);
 
 /// What was written to a file, or the entries of a folder, are on the disk when this returns. Throws
 /// `std::filesystem::filesystem_error`.

@@ -6,6 +6,7 @@
 #include <elf.h>
 #include <fcntl.h>
 #include <link.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -25,6 +26,8 @@ EntryCall FindEntry(void* handle) {
     if (header == nullptr || std::memcmp(header->e_ident, ELFMAG, SELFMAG) != 0 || header->e_entry == 0) return nullptr;
     return reinterpret_cast<EntryCall>(map->l_addr + header->e_entry);
 }
+
+int DescriptorOf(Stream stream) { return stream == Stream::Output ? STDOUT_FILENO : STDERR_FILENO; }
 
 }   // namespace
 
@@ -57,7 +60,20 @@ std::vector<std::string> ProgramArguments(int count, const char* const* values) 
     return {values + std::min(count, 1), values + count};
 }
 
-bool IsTerminal(Stream stream) { return isatty(stream == Stream::Output ? STDOUT_FILENO : STDERR_FILENO) != 0; }
+bool IsTerminal(Stream stream) { return isatty(DescriptorOf(stream)) != 0; }
+
+void PrepareStandardStreams() {
+    int descriptor = STDIN_FILENO;
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO) {   // the system gives the lowest one that is free
+        descriptor = open("/dev/null", O_RDONLY);
+    }
+    if (descriptor > STDERR_FILENO) close(descriptor);
+}
+
+bool IsReaderGone(Stream stream) {
+    pollfd state{DescriptorOf(stream), POLLOUT, 0};
+    return poll(&state, 1, 0) == 1 && (state.revents & POLLERR) != 0;
+}
 
 void FlushToDisk(const std::filesystem::path& path) {
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);

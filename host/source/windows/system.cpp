@@ -26,6 +26,8 @@ EntryCall FindEntry(void* image) {
 
 std::u16string_view Units(const wchar_t* text) { return reinterpret_cast<const char16_t*>(text); }
 
+HANDLE HandleOf(Stream stream) { return GetStdHandle(stream == Stream::Output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE); }
+
 }   // namespace
 
 ModuleFile::ModuleFile(const std::filesystem::path& path) {
@@ -63,8 +65,6 @@ const char* ModuleEnding() { return ".dll"; }
 
 /// What `main` gets has lost the characters that the system's code page lacks.
 std::vector<std::string> ProgramArguments(int, const char* const*) {
-    SetConsoleOutputCP(CP_UTF8);
-    _setmode(_fileno(stdout), _O_BINARY);
     int count = 0;
     int newMode = 0;
     wchar_t** values = nullptr;
@@ -76,11 +76,18 @@ std::vector<std::string> ProgramArguments(int, const char* const*) {
 }
 
 bool IsTerminal(Stream stream) {
-    const HANDLE console = GetStdHandle(stream == Stream::Output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
+    const HANDLE console = HandleOf(stream);
     DWORD mode = 0;
     return GetConsoleMode(console, &mode) != 0 &&
            SetConsoleMode(console, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
+
+void PrepareStandardStreams() {
+    SetConsoleOutputCP(CP_UTF8);
+    _setmode(_fileno(stdout), _O_BINARY);
+}
+
+bool IsReaderGone(Stream stream) { return GetFileType(HandleOf(stream)) == FILE_TYPE_PIPE; }
 
 /// A folder's entries need no call of their own.
 void FlushToDisk(const std::filesystem::path& path) {
