@@ -1,5 +1,7 @@
 #include "backups.h"
 
+#include "document.h"
+
 #include <host/system.h>
 
 #include <algorithm>
@@ -8,49 +10,57 @@
 namespace arborctl {
 namespace {
 
-using Name = std::u16string;
+using Name = std::filesystem::path::string_type;   // as the system has it: names needn't be text
 
-constexpr std::u16string_view kHexadecimal = u"0123456789abcdef";
-constexpr std::u16string_view kDigits = u"0123456789";
-constexpr std::u16string_view kReplaced = u".before-restore";
+constexpr std::string_view kHexadecimal = "0123456789abcdef";
+constexpr std::string_view kDigits = "0123456789";
+constexpr std::string_view kReplaced = ".before-restore";
 
 /// What may follow a document's name in the name of a file that belongs to it.
 struct Ending {
-    std::u16string_view text;
-    std::u16string_view digits;   // any number of them behind the text
+    std::string_view text;
+    std::string_view digits;   // any number of them after the text
     bool needsDigits;
     const char* role;
 };
 constexpr Ending kEndings[] = {
-    {u"", u"", false, "document"},
-    {u".bak", u"", false, "first backup"},
-    {u".bak2", u"", false, "second backup"},
-    {u".bak2", kHexadecimal, true, "old second backup"},
-    {u".tmp", kHexadecimal, true, "temporary file"},
+    {"", "", false, "document"},
+    {".bak", "", false, "first backup"},
+    {".bak2", "", false, "second backup"},
+    {".bak2", kHexadecimal, true, "old second backup"},
+    {".tmp", kHexadecimal, true, "temporary file"},
     {kReplaced, kDigits, false, "before a restore"},
 };
+
+Name Widen(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
 
 /// Null for a file that has nothing to do with the document.
 const Ending* EndingOf(const Name& file, const Name& document) {
     if (!file.starts_with(document)) return nullptr;
-    const std::u16string_view rest = std::u16string_view(file).substr(document.size());
-    const auto* row = std::find_if(std::begin(kEndings), std::end(kEndings), [rest](const Ending& ending) {
-        if (!rest.starts_with(ending.text)) return false;
-        const std::u16string_view behind = rest.substr(ending.text.size());
-        return behind.find_first_not_of(ending.digits) == std::u16string_view::npos &&
-               (!ending.needsDigits || !behind.empty());
+    const Name rest = file.substr(document.size());
+    const auto* row = std::find_if(std::begin(kEndings), std::end(kEndings), [&rest](const Ending& ending) {
+        if (!rest.starts_with(Widen(ending.text))) return false;
+        const Name digits = rest.substr(ending.text.size());
+        return digits.find_first_not_of(Widen(ending.digits)) == Name::npos && (!ending.needsDigits || !digits.empty());
     });
     return row == std::end(kEndings) ? nullptr : row;
 }
 
-std::filesystem::path WithEnding(const std::filesystem::path& document, const std::u16string& ending) {
-    return document.u16string() + ending;
+std::filesystem::path FolderOf(const std::filesystem::path& path) {
+    return std::filesystem::absolute(path).parent_path();
 }
+
+bool IsSameEntry(const std::filesystem::path& a, const std::filesystem::path& b) {
+    std::error_code ignored;   // a folder that doesn't exist is another one
+    return a.filename() == b.filename() && std::filesystem::equivalent(FolderOf(a), FolderOf(b), ignored);
+}
+
+std::filesystem::path WithEnding(std::filesystem::path document, std::string_view ending) { return document += ending; }
 
 std::filesystem::path FreeName(const std::filesystem::path& document) {
     for (unsigned number = 1;; ++number) {
         const std::string digits = number == 1 ? "" : std::to_string(number);
-        std::filesystem::path path = WithEnding(document, Name(kReplaced) + Name(digits.begin(), digits.end()));
+        std::filesystem::path path = WithEnding(document, std::string(kReplaced) + digits);
         if (!std::filesystem::exists(path)) return path;
     }
 }
@@ -63,10 +73,9 @@ void CopyToDisk(const std::filesystem::path& from, const std::filesystem::path& 
 }   // namespace
 
 std::vector<BackupFile> FindBackups(const std::filesystem::path& document) {
-    const std::filesystem::path whole = std::filesystem::absolute(document);
     std::vector<BackupFile> files;
-    for (const auto& entry : std::filesystem::directory_iterator(whole.parent_path())) {
-        const Ending* ending = EndingOf(entry.path().filename().u16string(), whole.filename().u16string());
+    for (const auto& entry : std::filesystem::directory_iterator(FolderOf(document))) {
+        const Ending* ending = EndingOf(entry.path().filename().native(), document.filename().native());
         if (ending != nullptr && entry.is_regular_file()) {
             files.push_back({document.parent_path() / entry.path().filename(), ending->role});
         }
@@ -75,8 +84,19 @@ std::vector<BackupFile> FindBackups(const std::filesystem::path& document) {
     return files;
 }
 
+std::optional<std::filesystem::path> FindBackup(const std::filesystem::path& document, const std::string& given) {
+    const std::string own = PathText(document.filename());
+    for (const BackupFile& file : FindBackups(document)) {
+        if (file.path.filename() == document.filename()) continue;
+        const std::string name = PathText(file.path.filename());
+        if (given == name || own + given == name || own + '.' + given == name) return file.path;
+        if (IsSameEntry(PathOf(given), file.path)) return file.path;
+    }
+    return std::nullopt;
+}
+
 std::filesystem::path Restore(const std::filesystem::path& document, const std::filesystem::path& backup) {
-    const std::filesystem::path temporary = WithEnding(document, u".restoring");
+    const std::filesystem::path temporary = WithEnding(document, ".restoring");
     std::filesystem::path kept;
     try {
         CopyToDisk(backup, temporary);
@@ -90,7 +110,7 @@ std::filesystem::path Restore(const std::filesystem::path& document, const std::
         std::filesystem::remove(temporary, ignored);
         throw;
     }
-    host::FlushToDisk(std::filesystem::absolute(document).parent_path());
+    host::FlushToDisk(FolderOf(document));
     return kept;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,11 @@ struct BackupFile {
 
 /// The document and what stands beside it, as far as they exist: the document first, the rest by name.
 [[nodiscard]] std::vector<BackupFile> FindBackups(const std::filesystem::path& document);
+
+/// The file beside the document that `given` names: by its name, by a path, or by what follows the document's name in
+/// it. The document itself is none.
+[[nodiscard]] std::optional<std::filesystem::path> FindBackup(const std::filesystem::path& document,
+                                                              const std::string& given);
 
 /// Puts a copy of `backup` in the document's place, by a temporary file and a move: one of the two stands there at
 /// every moment. Returns the file that a copy of the former document went to; empty if there was none. Throws

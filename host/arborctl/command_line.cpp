@@ -12,7 +12,14 @@
 namespace arborctl {
 namespace {
 
-std::filesystem::path PathOf(const std::string& text) { return host::ToUtf16(text); }
+std::filesystem::path DocumentOf(const std::string& argument) { return FollowLink(PathOf(argument)); }
+
+CLI::Option* AddDocument(CLI::App& app, const char* name, std::string& target, const char* help) {
+    return app.add_option(name, target, help)->check([](const std::string& path) {
+        const std::string_view fault = host::PathFault(path);
+        return fault.empty() ? "" : host::Printable(path).append(": ").append(fault);
+    });
+}
 
 std::string TypeNames() {
     std::string names;
@@ -122,8 +129,8 @@ private:
 
         CLI::App* diff = AddReader(
             "diff", "Show in which keys and values another document differs", "settings.xml diff settings.xml.bak2",
-            [](const Session& session, const Operands& given) { return Diff(session, PathOf(given.file)); });
-        diff->add_option("OTHER-DOCUMENT", operands.file, "what DOCUMENT is compared with")->required();
+            [](const Session& session, const Operands& given) { return Diff(session, DocumentOf(given.file)); });
+        AddDocument(*diff, "OTHER-DOCUMENT", operands.file, "what DOCUMENT is compared with")->required();
 
         AddReader("backups", "Show the document and the files that saves left beside it, and whether each loads",
                   "settings.xml backups", [](const Session& session, const Operands&) { return Backups(session); });
@@ -155,21 +162,21 @@ private:
         CLI::App* cp =
             Add("cp", "Copy a subtree into another document, to the same place",
                 "settings.xml cp Network/Proxy other.xml", [](const Session& session, const Operands& given) {
-                    return Copy(session, given.path, PathOf(given.file));
+                    return Copy(session, given.path, DocumentOf(given.file));
                 });
         AddPath(cp)->required();
-        cp->add_option("TARGET-DOCUMENT", operands.file, "made if it's missing")->required();
+        AddDocument(*cp, "TARGET-DOCUMENT", operands.file, "made if it's missing")->required();
 
         CLI::App* import =
             Add("import", "Read any XML into this document", "--create settings.xml import foreign.xml",
-                [](const Session& session, const Operands& given) { return Import(session, PathOf(given.file)); });
-        import->add_option("FOREIGN.xml", operands.file, "elements become keys, attributes and text become values")
+                [](const Session& session, const Operands& given) { return Import(session, DocumentOf(given.file)); });
+        AddDocument(*import, "FOREIGN.xml", operands.file, "elements become keys, attributes and text become values")
             ->required();
 
         CLI::App* restore = Add(
             "restore", "Put a backup in the document's place; what stood there is kept", "settings.xml restore .bak2",
             [](const Session& session, const Operands& given) { return RestoreBackup(session, given.file); });
-        restore->add_option("BACKUP", operands.file, "a file that the command backups shows, or its ending")
+        restore->add_option("BACKUP", operands.file, "a file that the command backups shows, its path, or its ending")
             ->required();
     }
 
@@ -196,7 +203,7 @@ void AddOptions(CLI::App& app, CommandLine& line, std::string& module, std::stri
         ->check([](const std::string& when) { return when.size() == 1 ? "" : when + " is not auto, always or never"; });
     app.add_flag("--leaks", line.leaks, "say how much memory the module kept");
     app.set_version_flag("--version", "arborctl " ARBOR_VERSION);
-    app.add_option("DOCUMENT", document, "file of the settings");
+    AddDocument(app, "DOCUMENT", document, "file of the settings");
 }
 
 std::string FailureLine(const CLI::App* app, const CLI::Error& error) {
@@ -242,7 +249,7 @@ std::optional<CommandLine> ReadCommandLine(std::vector<std::string> arguments, i
         exitCode = app.exit(error) == 0 ? kExitDone : kExitUsage;
         return std::nullopt;
     }
-    line.settings.document = PathOf(document);
+    line.settings.document = DocumentOf(document);
     if (app.got_subcommand("check")) line.traceLevel = std::max<std::uint32_t>(line.traceLevel, kernel::TraceWarning);
     line.module =
         module.empty() ? host::ProgramFolder() / (std::string("arbor") + host::ModuleEnding()) : PathOf(module);

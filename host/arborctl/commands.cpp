@@ -4,7 +4,8 @@
 #include "copy_apart.h"
 #include "value_text.h"
 
-#include <algorithm>
+#include <host/text.h>
+
 #include <iostream>
 
 namespace arborctl {
@@ -56,17 +57,13 @@ int Import(const Session& session, const std::filesystem::path& foreign) {
 int RestoreBackup(const Session& session, const std::string& backup) {
     const std::filesystem::path& document = session.settings.document;
     if (session.settings.readOnly) throw Refusal(kernel::kReadOnlyObject, "restoring " + PathText(document));
-    const std::vector<BackupFile> files = FindBackups(document);
-    const auto chosen = std::find_if(files.begin(), files.end(), [&](const BackupFile& file) {
-        const std::string name = PathText(file.path.filename());
-        const std::string own = PathText(document.filename());
-        return name != own && (name == backup || name == own + backup || name == own + '.' + backup);
-    });
-    if (chosen == files.end()) throw Refusal(kernel::kNoDocument, backup + " is no backup of " + PathText(document));
+    const std::optional<std::filesystem::path> chosen = FindBackup(document, backup);
+    if (!chosen) throw Refusal(kernel::kNoDocument, host::Printable(backup) + " is no backup of " + PathText(document));
     static_cast<void>(
-        Document(session.kernel, {.document = chosen->path, .readOnly = true}, session.progress));   // it must load
-    const std::filesystem::path kept = Restore(document, chosen->path);
-    std::cout << PathText(document) << " is what " << PathText(chosen->path.filename()) << " holds";
+        Document(session.kernel, {.document = *chosen, .readOnly = true}, session.progress));   // it must load
+    const std::filesystem::path kept = Restore(document, *chosen);
+    std::cout << PathText(document) << " is what " << PathText(chosen->filename()) << " holds";
+    if (std::filesystem::is_empty(document)) std::cout << ", which is empty";
     if (!kept.empty()) std::cout << "; what it was stands in " << PathText(kept.filename());
     std::cout << '\n';
     return kExitDone;

@@ -38,7 +38,7 @@ int RemoveValue(const Session& session, const std::string& path, const std::stri
 int Copy(const Session& session, const std::string& path, const std::filesystem::path& target);
 /// Elements that repeat in their parent become keys of their own: "item", "item#2".
 int Import(const Session& session, const std::filesystem::path& foreign);
-/// `backup` is a file's name or what follows the document's name in it.
+/// `backup` is a file's name, a path to it, or what follows the document's name in it.
 int RestoreBackup(const Session& session, const std::string& backup);
 
 }   // namespace arborctl

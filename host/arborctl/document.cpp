@@ -1,6 +1,7 @@
 #include "document.h"
 
 #include <host/result_text.h>
+#include <host/system.h>
 #include <host/text.h>
 
 namespace arborctl {
@@ -18,7 +19,17 @@ void Demand(arbor::Status status, std::string_view tried) {
     if (!status) throw Refusal(status.Code(), tried);
 }
 
-std::string PathText(const std::filesystem::path& path) { return host::ToUtf8(path.u16string()); }
+std::filesystem::path PathOf(const std::string& argument) { return std::u8string(argument.begin(), argument.end()); }
+
+std::filesystem::path FollowLink(const std::filesystem::path& path) {
+    std::error_code ignored;   // a path that can't be examined is no link
+    return std::filesystem::is_symlink(path, ignored) ? host::RealPath(path) : path;
+}
+
+std::string PathText(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return host::Printable({reinterpret_cast<const char*>(text.data()), text.size()});
+}
 
 std::string LoadState(kernel::ResultCode code) {
     return kernel::IsSuccess(code) ? "loads" : "doesn't load: " + host::Describe(code);

@@ -50,7 +50,14 @@ struct DocumentSettings {
     std::string root{};   // the key that paths start at
 };
 
-/// A path as messages show it.
+/// The path that an argument names.
+[[nodiscard]] std::filesystem::path PathOf(const std::string& argument);
+
+/// The file that a symbolic link leads to, so that a save replaces the file and leaves the link; any other path as it
+/// is.
+[[nodiscard]] std::filesystem::path FollowLink(const std::filesystem::path& path);
+
+/// A path as messages show it, with what isn't printable escaped.
 [[nodiscard]] std::string PathText(const std::filesystem::path& path);
 
 /// "loads", or that it doesn't and why.

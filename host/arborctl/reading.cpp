@@ -215,7 +215,7 @@ int Backups(const Session& session) {
     for (const BackupFile& file : files) {
         const kernel::ResultCode code = LoadCode(session, file.path);
         const std::uintmax_t size = std::filesystem::file_size(file.path);
-        const std::string loads = LoadState(code);
+        const std::string loads = size == 0 && kernel::IsSuccess(code) ? "empty" : LoadState(code);
         if (session.json) {
             json.BeginObject().Member("file", PathText(file.path)).Member("role", file.role);
             json.Member("modified", TimeOf(file.path)).Member("bytes", size).Member("state", loads).EndObject();

@@ -28,10 +28,14 @@ int RunCommand(const CommandLine& line, Terminals terminals) {
     Progress progress(terminals.error ? &std::cerr : nullptr);
     int exitCode = kExitRefused;
     try {
+        static_cast<void>(host::DocumentName(line.settings.document));   // refuses a path before any command reads it
         kernel.LoadModule(line.module);
         exitCode =
             line.command({kernel, line.settings, progress, line.json, WantsColours(line.colours, terminals.output)});
     } catch (const LoadError& error) {
+        PrintError(error);
+        exitCode = kExitNotLoaded;
+    } catch (const host::PathError& error) {
         PrintError(error);
         exitCode = kExitNotLoaded;
     } catch (const std::exception& error) {

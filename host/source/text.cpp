@@ -2,6 +2,7 @@
 #include <host/text.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 namespace host {
@@ -75,6 +76,11 @@ Decoded DecodeUtf8(std::string_view text) {
     return {kReplacement, 1};
 }
 
+bool IsMalformed(Decoded character) { return character.point == kReplacement && character.bytes == 1; }
+
+/// C0, DEL and C1.
+bool IsControl(char32_t point) { return point < 0x20 || (point >= 0x7F && point < 0xA0); }
+
 /// Puts `source` into the string's block, or into a larger one.
 kernel::ResultCode Store(Memory& memory, kernel::HostString& text, std::u16string_view source) {
     const auto size = static_cast<std::uint32_t>(source.size());
@@ -114,6 +120,34 @@ std::u16string ToUtf16(std::string_view text) {
         const Decoded character = DecodeUtf8(text);
         AppendUtf16(result, character.point);
         text.remove_prefix(character.bytes);
+    }
+    return result;
+}
+
+bool IsUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const Decoded character = DecodeUtf8(text);
+        if (IsMalformed(character)) return false;
+        text.remove_prefix(character.bytes);
+    }
+    return true;
+}
+
+std::string Printable(std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        const Decoded character = DecodeUtf8(text);
+        const std::string_view bytes = text.substr(0, character.bytes);
+        if (IsMalformed(character) || IsControl(character.point)) {
+            for (const char byte : bytes) {
+                char escape[8];
+                std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned char>(byte));
+                result += escape;
+            }
+        } else {
+            result += bytes;
+        }
+        text.remove_prefix(bytes.size());
     }
     return result;
 }

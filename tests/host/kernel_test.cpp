@@ -181,7 +181,7 @@ TEST_F(KernelTest, FilesThatAreNoModulesAreRefused) {
 }
 
 TEST(DocumentNameTest, IsAbsoluteAndHasADrive) {
-    const std::u16string name = host::DocumentName("folder/../store.xml");
+    const std::u16string name = host::DocumentName("./../store.xml");
     EXPECT_EQ(name.substr(1, 2), u":\\");
     EXPECT_EQ(name.substr(name.size() - 10), u"\\store.xml");
     EXPECT_EQ(name.find(u".."), std::u16string::npos);

@@ -19,6 +19,7 @@ TEST(TextTest, Utf8AndUtf16MeetAndBadInputIsReplaced) {
     for (const Case& row : both) {
         SCOPED_TRACE(row.label);
         EXPECT_EQ(host::ToUtf8(row.wide), row.narrow);
+        EXPECT_TRUE(host::IsUtf8(row.narrow));
         EXPECT_EQ(host::ToUtf16(row.narrow), row.wide);
     }
     const Case bad[] = {
@@ -31,10 +32,12 @@ TEST(TextTest, Utf8AndUtf16MeetAndBadInputIsReplaced) {
     };
     for (const Case& row : bad) {
         SCOPED_TRACE(row.label);
+        EXPECT_FALSE(host::IsUtf8(row.narrow));
         EXPECT_EQ(host::ToUtf16(row.narrow), row.wide);
     }
     const char16_t halves[] = {u'a', 0xD83D, u'b', 0xDE00};
     EXPECT_EQ(host::ToUtf8({halves, 4}), "a\ufffdb\ufffd");
+    EXPECT_EQ(host::Printable("\x1B[\u0085\u00e9\ufffd\xE9\x7F"), "\\x1b[\\xc2\\x85\u00e9\ufffd\\xe9\\x7f");
 }
 
 }   // namespace

@@ -2,6 +2,7 @@
 
 #include <arborctl/tool.h>
 #include <host/system.h>
+#include <host/text.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -54,6 +55,9 @@ constexpr const char* kDocument =
     "    <tBINARY name=\"Blob\">0A0BFF</tBINARY>\r\n"
     "    <tWSTRING name=\"Wide\">41004200</tWSTRING>\r\n"
     "</arbor>\r\n";
+
+/// The tests that need names that only a system without drives has: any byte but `/`.
+constexpr bool kNamesAreBytes = std::filesystem::path::preferred_separator == '/';
 
 class ArborctlTest : public testing::Test {
 protected:
@@ -374,6 +378,144 @@ TEST_F(ArborctlTest, ARestoreKeepsWhatItReplaces) {
     EXPECT_THAT(listed, HasSubstr("  d.xml (document): loads\n"));
     EXPECT_THAT(listed, HasSubstr("d.xml.tmp1f (temporary file): doesn't load: 0x800000C0"));
     EXPECT_THAT(RunOn("d.xml", {"backups", "--json"}).output, HasSubstr("\"role\":\"second backup\""));
+}
+
+TEST_F(ArborctlTest, RestoreAcceptsWhatBackupsPrints) {
+    std::ofstream(folder / "d.xml.bak2");
+    std::ofstream(folder / "d.xml.bak") << "<arbor></arbor>";
+    if (kNamesAreBytes) {
+        for (const char* name : {"\xFF", "d.xml.bak\xFF", "d.xml.tmp1\\"}) std::ofstream(folder / name) << "<arbor></arbor>";
+    }
+    const std::string listed = RunOn("d.xml", {"backups"}).output;
+    EXPECT_EQ(std::count(listed.begin(), listed.end(), '\n'), 3) << listed;
+    EXPECT_THAT(listed, HasSubstr("  d.xml.bak2 (second backup): empty\n"));
+    EXPECT_THAT(RunOn("d.xml", {"backups", "--json"}).output, HasSubstr("\"bytes\":0,\"state\":\"empty\""));
+
+    const std::filesystem::path above = folder.parent_path();
+    const std::string relative = (folder.filename() / "d.xml").string();
+    struct Case {
+        const char* label;
+        std::filesystem::path from;   // the working folder
+        std::string document, backup;
+    };
+    const Case cases[] = {
+        {"an ending", above, relative, ".bak"},
+        {"an ending without its point", above, relative, "bak"},
+        {"a name", above, relative, "d.xml.bak"},
+        {"a path from the working folder", above, relative, relative + ".bak"},
+        {"a whole path beside a relative document", above, relative, Path("d.xml.bak")},
+        {"a relative path beside a whole document", folder, Path("d.xml"), "./d.xml.bak"},
+        {"a way round", folder, "d.xml", "../" + relative + ".bak"},
+    };
+    const std::filesystem::path before = std::filesystem::current_path();
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.label);
+        std::ofstream(folder / "d.xml", std::ios::binary) << kDocument;
+        std::filesystem::current_path(row.from);
+        const Outcome outcome = RunTool({"restore", row.document, row.backup});
+        std::filesystem::current_path(before);
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.error;
+        EXPECT_EQ(FileText(folder / "d.xml"), "<arbor></arbor>");
+    }
+    EXPECT_THAT(RunOn("d.xml", {"restore", "nowhere/d.xml.bak"}).error, HasSubstr("0x800000C5: no such document"));
+    EXPECT_THAT(RunOn("d.xml", {"restore", "bak2"}).output, HasSubstr("d.xml.bak2 holds, which is empty; "));
+}
+
+TEST_F(ArborctlTest, APathLeadsWhereTheSystemsOwnDoes) {
+    if (!kNamesAreBytes) GTEST_SKIP() << "links need rights there";
+    struct Case {
+        const char* label;
+        const char* path;
+        const char* file;   // that it names
+    };
+    const Case cases[] = {
+        {"a link", "link.xml", "real/q.xml"},
+        {"a link to a link", "link2.xml", "real/q.xml"},
+        {"a link to a file that is missing", "dangling.xml", "real/new.xml"},
+        {"out of a folder's link", "deep/../q.xml", "real/q.xml"},
+        {"out of a folder's link, a missing file", "deep/../new.xml", "real/new.xml"},
+        {"a link out of a folder's link", "deep/../back.xml", "real/q.xml"},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.label);
+        const testing_support::TemporaryFolder fresh;
+        std::filesystem::create_directories(fresh.Folder() / "real/sub");
+        const auto link = [&fresh](const char* target, const char* name) {
+            std::filesystem::create_symlink(target, fresh.Folder() / name);
+        };
+        link("real/q.xml", "link.xml");
+        link("link.xml", "link2.xml");
+        link("real/new.xml", "dangling.xml");
+        link("real/sub", "deep");
+        link("sub/../q.xml", "real/back.xml");
+        std::ofstream(fresh.Folder() / "real/q.xml") << "<arbor></arbor>";
+        const std::string path = (fresh.Folder() / row.path).string();
+        for (const char* value : {"First", "Second"}) {
+            const Outcome outcome = RunTool({"--create", "--backup", "1", path, "set", "", value, "tINT", "1"});
+            EXPECT_EQ(outcome.exitCode, 0) << outcome.error;
+        }
+        EXPECT_THAT(FileText(fresh.Folder() / row.file), HasSubstr("\"Second\""));
+        EXPECT_EQ(RunTool({path, "restore", "bak2"}).exitCode, 0);
+        EXPECT_THAT(FileText(fresh.Folder() / row.file), testing::Not(HasSubstr("\"Second\"")));
+        EXPECT_THAT(fresh.List(), UnorderedElementsAre("dangling.xml", "deep", "link.xml", "link2.xml", "real"));
+        for (const char* name : {"link.xml", "link2.xml", "dangling.xml", "real/back.xml"}) {
+            EXPECT_TRUE(std::filesystem::is_symlink(fresh.Folder() / name)) << name;
+        }
+    }
+}
+
+TEST_F(ArborctlTest, APathThatTheModuleCannotHaveIsRefused) {
+    if (!kNamesAreBytes) GTEST_SKIP() << "any path of that system can be handed on";
+    const std::vector<std::string> set = {"set", "", "V", "tINT", "1"};
+    struct Case {
+        const char* label;
+        std::vector<std::string> arguments;
+        const char* shown;
+    };
+    const Case cases[] = {
+        {"not UTF-8", {"--create", "bad\xFF.xml", "set", "", "V", "tINT", "1"}, "bad\\xff.xml: "},
+        {"a control character", {"--create", "\x1B\xFE", "set", "", "V", "tINT", "1"}, "\\x1b\\xfe: "},
+        {"half a character", {"--create", "a\xE2\x82/d.xml", "set", "", "V", "tINT", "1"}, "a\\xe2\\x82/d.xml: "},
+        {"a backslash", {"--create", "a\\d.xml", "set", "", "V", "tINT", "1"}, "a\\d.xml: "},
+        {"a drive", {"--create", "Z:\\d.xml", "set", "", "V", "tINT", "1"}, "Z:\\d.xml: "},
+        {"the target of a copy", {"d.xml", "cp", "", "bad\xFF.xml"}, "bad\\xff.xml: "},
+        {"the source of an import", {"d.xml", "import", "bad\xFF.xml"}, "bad\\xff.xml: "},
+        {"another document", {"d.xml", "diff", "a\\b.xml"}, "a\\b.xml: "},
+    };
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(folder);
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.label);
+        const Outcome outcome = RunTool(row.arguments);
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_THAT(outcome.error, HasSubstr(row.shown));
+        EXPECT_EQ(outcome.error.find('\n'), outcome.error.size() - 1);
+        EXPECT_THAT(Files(), UnorderedElementsAre("d.xml"));
+    }
+    for (const char* name : {"w\xFF", "w\\x"}) {   // as the working folder, and behind a link
+        const std::string shown = host::Printable((folder / name / "d.xml").string());
+        std::filesystem::create_directory(folder / name);
+        std::ofstream(folder / name / "d.xml", std::ios::binary) << kDocument;
+        std::filesystem::create_symlink(folder / name / "d.xml", folder / "link.xml");
+        for (const auto& [from, document] : {std::pair(folder / name, "d.xml"), std::pair(folder, "link.xml")}) {
+            for (const std::vector<std::string>& command : {set, {"check"}, {"backups"}, {"restore", "bak"}}) {
+                SCOPED_TRACE(document);
+                std::filesystem::current_path(from);
+                std::vector<std::string> arguments{"--create", document};
+                arguments.insert(arguments.end(), command.begin(), command.end());
+                const Outcome outcome = RunTool(arguments);
+                EXPECT_EQ(outcome.exitCode, 3);
+                EXPECT_THAT(outcome.error, StartsWith("arborctl: " + shown + ": "));
+                EXPECT_EQ(outcome.error.find('\n'), outcome.error.size() - 1);
+            }
+        }
+        std::filesystem::current_path(folder);
+        EXPECT_EQ(FileText(folder / name / "d.xml"), kDocument);
+        std::filesystem::remove(folder / "link.xml");
+        std::filesystem::remove_all(folder / name);
+        EXPECT_THAT(Files(), UnorderedElementsAre("d.xml"));
+    }
+    std::filesystem::current_path(before);
 }
 
 TEST_F(ArborctlTest, ACopyStandsAtTheSamePlaceInTheTarget) {

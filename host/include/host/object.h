@@ -51,7 +51,7 @@ public:
     /// The document's path, as it was set.
     [[nodiscard]] std::u16string Name() const;
     kernel::ResultCode SetName(std::u16string_view name);
-    /// Makes `path` absolute first, in the form that the module takes.
+    /// Sets the name to the form of `path` that the module takes. Throws `PathError` if it has none.
     kernel::ResultCode SetDocument(const std::filesystem::path& path);
     kernel::ResultCode SetRootPoint(std::string_view path);
     kernel::ResultCode SetIoObject(kernel::HostObject* io);

@@ -2,12 +2,27 @@
 #pragma once
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace host {
 
-/// `path` in the form that the property `Name` takes: absolute, and with a drive on every system.
+/// A path that the property `Name` can't hold; `what()` names the path and the reason.
+class PathError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Why `Name` can't hold `path`, which is in the form of the program's arguments; empty if it can.
+[[nodiscard]] std::string_view PathFault(std::string_view path);
+
+/// The absolute path of the file that the system opens for `path`. On Linux symbolic links are resolved, the last one
+/// too; parts that don't exist stay as they are.
+[[nodiscard]] std::filesystem::path RealPath(const std::filesystem::path& path);
+
+/// The real path in the form that the property `Name` takes, with a drive on every system. Throws `PathError`.
 [[nodiscard]] std::u16string DocumentName(const std::filesystem::path& path);
 
 /// The folder of the running program.

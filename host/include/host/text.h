@@ -17,6 +17,11 @@ class Memory;
 /// What isn't UTF-8 becomes U+FFFD, one for each byte.
 [[nodiscard]] std::u16string ToUtf16(std::string_view text);
 
+[[nodiscard]] bool IsUtf8(std::string_view text);
+
+/// `text` for a message: control characters, and bytes that aren't UTF-8, become "\xNN".
+[[nodiscard]] std::string Printable(std::string_view text);
+
 /// The host's text import: replaces the whole of `text` by `source`, up to its end or its first terminator, in memory
 /// of `memory`; a block that is large enough stays. Reads the code pages 1200 (UTF-16), and 65001 and 0 (UTF-8); any
 /// other one is `kNotOffered`. A part of a text is `kInvalidArgument`, as is a null or half a unit. On a failure `text`

@@ -16,6 +16,8 @@
 namespace host {
 namespace {
 
+constexpr int kMaxLinks = 40;   // the kernel's limit
+
 using EntryCall = int (*)(void* first, std::uint32_t reason, void* third);
 
 /// The entry that the file's header names, or null. The header is the start of the first segment.
@@ -34,20 +36,42 @@ int DescriptorOf(Stream stream) { return stream == Stream::Output ? STDOUT_FILEN
 ModuleFile::ModuleFile(const std::filesystem::path& path) {
     const std::filesystem::path file = std::filesystem::absolute(path);
     handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr) throw ModuleError("can't load the module: " + std::string(dlerror()));
+    if (handle == nullptr) throw ModuleError("can't load the module: " + Printable(dlerror()));
     const EntryCall call = FindEntry(handle);
     if (call == nullptr) {
         dlclose(handle);
-        throw ModuleError("can't start the module: " + file.string() + ": its header names no entry");
+        throw ModuleError("can't start the module: " + Printable(file.string()) + ": its header names no entry");
     }
     entry = call;
 }
 
 ModuleFile::~ModuleFile() { dlclose(handle); }
 
+std::string_view PathFault(std::string_view path) {
+    if (!IsUtf8(path)) return "the path isn't UTF-8";
+    return path.find('\\') == std::string_view::npos ? ""
+                                                     : "the path has a backslash, which separates names in the module";
+}
+
+std::filesystem::path RealPath(const std::filesystem::path& path) {
+    std::error_code error;
+    std::filesystem::path file = std::filesystem::absolute(path);
+    std::filesystem::path real = std::filesystem::canonical(file, error);
+    if (!error) return real;
+    if (std::filesystem::exists(file, error)) return file;   // a link to a pipe: no path leads to the target
+    for (int links = 0; links < kMaxLinks && std::filesystem::is_symlink(file, error); ++links) {
+        file = file.parent_path() / std::filesystem::read_symlink(file);
+    }
+    const std::filesystem::path folder = std::filesystem::canonical(file.parent_path(), error);
+    return error ? file : folder / file.filename();
+}
+
 /// The file system is drive Z.
 std::u16string DocumentName(const std::filesystem::path& path) {
-    std::u16string name = u"Z:" + ToUtf16(std::filesystem::absolute(path).lexically_normal().string());
+    const std::string file = RealPath(path).string();
+    const std::string_view fault = PathFault(file);
+    if (!fault.empty()) throw PathError(Printable(file).append(": ").append(fault));
+    std::u16string name = u"Z:" + ToUtf16(file);
     std::replace(name.begin(), name.end(), u'/', u'\\');
     return name;
 }

@@ -48,9 +48,13 @@ ModuleFile::ModuleFile(const std::filesystem::path& path) {
 
 ModuleFile::~ModuleFile() { FreeLibrary(static_cast<HMODULE>(handle)); }
 
-std::u16string DocumentName(const std::filesystem::path& path) {
-    return std::filesystem::absolute(path).lexically_normal().make_preferred().u16string();
+std::string_view PathFault(std::string_view) { return {}; }
+
+std::filesystem::path RealPath(const std::filesystem::path& path) {
+    return std::filesystem::absolute(path).lexically_normal().make_preferred();
 }
+
+std::u16string DocumentName(const std::filesystem::path& path) { return RealPath(path).u16string(); }
 
 std::filesystem::path ProgramFolder() {
     std::wstring path(MAX_PATH, L'\0');
