@@ -21,8 +21,9 @@ std::string Chain(std::size_t levels) {
     return path;
 }
 
-TEST_F(SizesTest, AMillionLevelsTakeNoStack) {
-    const std::string path = Chain(1'000'000);
+// With 2.6 bytes of stack a level, any recursion along the tree overflows.
+TEST_F(SizesTest, AHundredThousandLevelsTakeNoStack) {
+    const std::string path = Chain(100'000);
     testing_support::OnSmallStack([&] {
         Store& s = MakeStore();
         const KeyHandle deepest = s.Make(path.c_str());
