@@ -33,11 +33,12 @@ check() {
     pattern=$(pattern_of "${expected%$'\n'}")
     # shellcheck disable=SC2053 # the right side is a pattern
     [[ $output == $pattern ]] || fail "\$ $command"$'\n'"--- shown:"$'\n'"${expected%$'\n'}"$'\n'"--- printed:"$'\n'"$output"
-    command=
+    command=''
 }
 
 # The fenced block that follows line $1 of the document, and the file $2, must be the same.
 check_file() {
+    # shellcheck disable=SC2016 # backquotes of the document
     diff <(sed -n "$(($1 + 1)),\$p" "$document" | sed -n '/^```/,/^```$/p' | sed '1d; /^```$/,$d') "$project/$2" ||
         fail "differs from $2"
 }
@@ -45,7 +46,7 @@ check_file() {
 check_document() {
     folder=$(mktemp -d)
     cp -R "$project"/examples/* "$folder"
-    command= expected= line_number=0
+    command='' expected='' line_number=0
     local line
     while IFS= read -r line || [ -n "$line" ]; do
         line_number=$((line_number + 1))
