@@ -26,7 +26,7 @@ $literals
 EOF
 
 commands=$(arborctl --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z][a-z]*\) .*/\1/p')
-options=$(for command in '' $commands; do arborctl $command --help; done | grep -oE '^  (-h,)?--[a-z-]+' | grep -oE -e '--[a-z-]+' | sort -u)
+options=$(for command in '' $commands; do arborctl ${command:+"$command"} --help; done | grep -oE '^  (-h,)?--[a-z-]+' | grep -oE -e '--[a-z-]+' | sort -u)
 [ -n "$commands" ] && [ -n "$options" ] || failed=1
 for word in $commands $options; do
     mentions host/arborctl/arborctl.bash "$word" "word"
@@ -57,10 +57,30 @@ find bench component fuzz host tests -name CMakeLists.txt | while read -r list; 
     sed 's/#.*//' "$list" | tr -s ' ()' '\n' | grep '\.cpp$' | sed "s,^,$(dirname "$list")/,; s,.*{PROJECT_SOURCE_DIR}/,,"
 done | grep -v '^examples/' | sort -u >"$folder/listed"
 find bench component fuzz host tests -name '*.cpp' | sort >"$folder/present"
-[ -s "$folder/present" ] && diff "$folder/listed" "$folder/present" || {
+[ -s "$folder/present" ] || failed=1
+diff "$folder/listed" "$folder/present" || {
     echo 'CMakeLists.txt files list sources that do not exist (<) or miss some that do (>)'
     failed=1
 }
+
+# The documents' acts of ./dev exist, and the tests that they name.
+set -- README.md CONTRIBUTING.md DEVELOPERS.md docs/*.md
+acts=$(grep -ohE '\./dev [a-z]+' "$@" | sed 's/.* //' | sort -u)
+for act in $acts; do
+    mentions dev "    $act)" "act"
+done
+build=$(dirname "$(command -v arborctl)")
+grep -ohE '\./dev test [a-z]+ [A-Z][A-Za-z0-9_.*]*' "$@" | sed 's/.* \(.*\)/_test *\1*/' >"$folder/filters"
+grep -ohE "[a-z]*_test --gtest_filter='[^']*'" "$@" | sed "s/ --gtest_filter='\(.*\)'/ \1/" >>"$folder/filters"
+[ -s "$folder/filters" ] || failed=1
+while read -r program filter; do
+    for file in "$build/"*"$program"; do
+        "$file" --gtest_list_tests --gtest_filter="$filter"
+    done | grep -q '^ ' || {
+        echo "a document names tests '$filter', which don't exist"
+        failed=1
+    }
+done <"$folder/filters"
 
 # The examples of the manual page, one after the other: a difference that was found is no trouble.
 sed -n '/^\.SH EXAMPLES/,/^\.fi/{/^arborctl /{s/\\-/-/g;p;};}' docs/arborctl.1 >"$folder/examples"
