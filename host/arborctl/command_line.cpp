@@ -34,19 +34,49 @@ std::string ExitCodes() {
     return text;
 }
 
-/// A command's usage names the document in front of it.
+std::string TypeFault(const std::string& type) {
+    return kernel::FindType(type) != nullptr ? "" : type + " is no type of a value; the types are " + TypeNames();
+}
+
+/// The usage of `set`, whose VALUE may be left out although an argument follows.
+constexpr std::string_view kParsedSetUsage = "VALUE TYPE [TEXT]";
+constexpr std::string_view kSetUsage = "[VALUE] TYPE TEXT";
+
+/// A command's usage names the document before it.
 class UsageWithDocument : public CLI::Formatter {
 public:
     std::string make_usage(const CLI::App* app, std::string name) const override {
         if (app->get_parent() != nullptr) name.insert(name.find(' '), " DOCUMENT");
-        return CLI::Formatter::make_usage(app, name);
+        std::string usage = CLI::Formatter::make_usage(app, name);
+        const std::size_t at = usage.find(kParsedSetUsage);
+        return at == std::string::npos ? usage : usage.replace(at, kParsedSetUsage.size(), kSetUsage);
     }
 };
 
+/// Calls `read(text)`; a failure is one of the command line.
+template <class Read>
+void ReadArgument(const std::string& text, Read read) {
+    try {
+        read(text);
+    } catch (const std::invalid_argument& error) {
+        throw CLI::ValidationError(text, error.what());
+    }
+}
+
 /// What the arguments of a command are read into.
 struct Operands {
-    std::string path, name, type, text, file;
-    bool named = false;   // a name was given
+    Path path;
+    std::optional<PathName> name;
+    std::string nameText, type, text, file;
+
+    /// The value that the path and the name address, or the path alone.
+    [[nodiscard]] ValuePath Value() const { return name ? ValuePath{path, *name} : ToValuePath(path); }
+    /// Of three arguments of `set` the first is the value's path.
+    void LeaveOutName() {
+        text = std::move(type);
+        type = std::move(nameText);
+        name.reset();
+    }
 
     [[nodiscard]] kernel::TypeCode Type() const { return type.empty() ? 0 : kernel::FindType(type)->type; }
 };
@@ -66,6 +96,8 @@ public:
 private:
     using Work = int (*)(const Session&, const Operands&);
 
+    static constexpr const char* kKeyPath = "key, as in Network/Proxy, or value; \"\" is the root";
+
     CLI::App* Add(const char* name, const char* help, const char* example, Work work) {
         return app.add_subcommand(name, help)
             ->footer(std::string("Example:\n  arborctl ") + example + "\n\n" + ExitCodes())
@@ -80,37 +112,43 @@ private:
         return command;
     }
 
-    CLI::Option* AddPath(CLI::App* command) {
-        return command->add_option("PATH", operands.path, "key, as in Network/Proxy; \"\" is the root");
+    /// `read` throws `std::invalid_argument` for an argument that can't be meant.
+    template <class Read>
+    static CLI::Option* AddParsed(CLI::App* command, const char* name, const char* help, Read read) {
+        return command->add_option_function<std::string>(
+            name, [read](const std::string& text) { ReadArgument(text, read); }, help);
+    }
+
+    CLI::Option* AddPath(CLI::App* command, const char* help) {
+        return AddParsed(command, "PATH", help, [this](const std::string& text) { operands.path = Path(text); });
     }
 
     CLI::Option* AddName(CLI::App* command, const char* help) {
-        return command->add_option("VALUE", operands.name, help)->each([this](const std::string&) {
-            operands.named = true;
-        });
+        return AddParsed(command, "VALUE", help,
+                         [this](const std::string& text) { operands.name = ParseName(operands.nameText = text); });
+    }
+
+    void DemandValuePath() {
+        ReadArgument("PATH", [this](const std::string&) { static_cast<void>(operands.Value()); });
     }
 
     CLI::Option* AddType(CLI::App* command, const char* name, const char* help) {
-        return command->add_option(name, operands.type, help)->option_text("TYPE")->check([](const std::string& type) {
-            return kernel::FindType(type) != nullptr ? ""
-                                                     : type + " is no type of a value; the types are " + TypeNames();
-        });
+        return command->add_option(name, operands.type, help)->option_text("TYPE")->check(TypeFault);
     }
 
     void AddReading() {
         CLI::App* tree =
             AddReader("tree", "Show keys and values, typed", "settings.xml tree Network/Proxy",
                       [](const Session& session, const Operands& given) { return Tree(session, given.path); });
-        AddPath(tree);
+        AddPath(tree, kKeyPath);
 
-        CLI::App* get = AddReader("get", "Show one value, in its own type or converted",
-                                  "settings.xml get Network/Proxy Port --as tSTRING",
-                                  [](const Session& session, const Operands& given) {
-                                      return Get(session, given.path, given.name, given.Type());
-                                  });
-        AddPath(get)->required();
-        AddName(get, "name of the value")->required();
+        CLI::App* get = AddReader(
+            "get", "Show one value, in its own type or converted", "settings.xml get Network/Proxy/Port --as tSTRING",
+            [](const Session& session, const Operands& given) { return Get(session, given.Value(), given.Type()); });
+        AddPath(get, "value, as in Network/Proxy/Port, or its key")->required();
+        AddName(get, "name of the value, if PATH is its key");
         AddType(get, "--as", "type to convert to");
+        get->parse_complete_callback([this] { DemandValuePath(); });
 
         CLI::App* find = AddReader(
             "find", "Show the keys and values with TEXT in a name or in a value's text", "settings.xml find proxy",
@@ -120,7 +158,7 @@ private:
         CLI::App* write =
             AddReader("export", "Write a subtree as a document to standard output", "settings.xml export Network/Proxy",
                       [](const Session& session, const Operands& given) { return Export(session, given.path); });
-        AddPath(write);
+        AddPath(write, kKeyPath);
     }
 
     void AddComparing() {
@@ -139,23 +177,29 @@ private:
     void AddChanging() {
         CLI::App* set =
             Add("set", "Make or change a value; keys on the way are made",
-                "settings.xml set Network/Proxy Port tDWORD 8080", [](const Session& session, const Operands& given) {
-                    return Set(session, given.path, given.name, given.Type(), given.text);
+                "settings.xml set Network/Proxy/Port tDWORD 8080", [](const Session& session, const Operands& given) {
+                    return Set(session, given.Value(), given.Type(), given.text);
                 });
-        AddPath(set)->required();
-        AddName(set, "name of the value")->required();
-        AddType(set, "TYPE", "type of a new value; one that exists keeps its own and takes TEXT converted")->required();
-        set->add_option("TEXT", operands.text,
-                        "what to store; hexadecimal for a blob; behind \"--\" if it begins with \"-\"")
+        AddPath(set, "key, as in Network/Proxy, or value, as in Network/Proxy/Port")->required();
+        AddName(set, "name of the value, if PATH is the key")->required();
+        set->add_option("TYPE", operands.type,
+                        "type of a new value; one that exists keeps its own and takes TEXT converted")
             ->required();
+        CLI::Option* text = set->add_option(
+            "TEXT", operands.text, "what to store; hexadecimal for a blob; after \"--\" if it begins with \"-\"");
+        set->parse_complete_callback([this, text] {
+            if (text->count() == 0) operands.LeaveOutName();
+            if (const std::string fault = TypeFault(operands.type); !fault.empty())
+                throw CLI::ValidationError("TYPE", fault);
+            DemandValuePath();
+        });
 
-        CLI::App* rm =
-            Add("rm", "Remove a value, or a key with all below it", "settings.xml rm Network/Proxy Port",
-                [](const Session& session, const Operands& given) {
-                    return given.named ? RemoveValue(session, given.path, given.name) : RemoveKey(session, given.path);
-                });
-        AddPath(rm)->required();
-        AddName(rm, "name of the value; without it the key goes");
+        CLI::App* rm = Add("rm", "Remove a value, or a key with all below it", "settings.xml rm Network/Proxy/Port",
+                           [](const Session& session, const Operands& given) {
+                               return given.name ? RemoveValue(session, given.Value()) : Remove(session, given.path);
+                           });
+        AddPath(rm, "value, or key if there is no such value; with \"/\" at its end a key")->required();
+        AddName(rm, "name of the value, if PATH is its key");
     }
 
     void AddMoving() {
@@ -164,7 +208,7 @@ private:
                 "settings.xml cp Network/Proxy other.xml", [](const Session& session, const Operands& given) {
                     return Copy(session, given.path, DocumentOf(given.file));
                 });
-        AddPath(cp)->required();
+        AddPath(cp, kKeyPath)->required();
         AddDocument(*cp, "TARGET-DOCUMENT", operands.file, "made if it's missing")->required();
 
         CLI::App* import =
@@ -196,7 +240,13 @@ void AddOptions(CLI::App& app, CommandLine& line, std::string& module, std::stri
     app.add_option("--backup", line.settings.backupMode, "0 none, 1 the last document, 2 also the first one saved")
         ->option_text("MODE")
         ->check(CLI::Range(0, 2));
-    app.add_option("--root", line.settings.root, "key that paths start at")->option_text("PATH");
+    app.add_option_function<std::string>(
+           "--root",
+           [&line](const std::string& text) {
+               ReadArgument(text, [&line](const std::string& path) { line.settings.root = Path(path); });
+           },
+           "key that paths start at")
+        ->option_text("PATH");
     app.add_option("--color", line.colours, "auto, always or never; auto: on a terminal")
         ->option_text("WHEN")
         ->transform(CLI::Transformer(whens))

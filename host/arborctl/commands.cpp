@@ -1,5 +1,6 @@
 #include "commands.h"
 
+#include "addressing.h"
 #include "backups.h"
 #include "copy_apart.h"
 #include "value_text.h"
@@ -10,38 +11,46 @@
 
 namespace arborctl {
 
-int Set(const Session& session, const std::string& path, const std::string& name, kernel::TypeCode type,
-        const std::string& text) {
+int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, const std::string& text) {
     const Document document = session.Load();
-    const arbor::Key key = document.Make(path);
-    const bool wide = *key.Type(name) == kernel::tWSTRING;   // it takes any type's bytes as its own
-    Demand(key.Set(name, ValueText(session.kernel).Parse(wide ? kernel::tWSTRING : type, text)), name);
+    const ValueSlot value(MakeKey(document.Root(), path.key), path.value);
+    const bool wide = value.Type() == kernel::tWSTRING;   // it takes any type's bytes as its own
+    Demand(value.Set(ValueText(session.kernel).Parse(wide ? kernel::tWSTRING : type, text)), value.Text());
     document.Save();
     return kExitDone;
 }
 
-int RemoveKey(const Session& session, const std::string& path) {
+int Remove(const Session& session, const Path& path) {
     const Document document = session.Load();
-    Demand(document.Root().RemoveKey(path), path.empty() ? "the root" : path);
+    const std::optional<ValueSlot> value = FindValue(document.Root(), path);
+    value ? Demand(value->Remove(), value->Text()) : RemoveKey(document.Root(), path);
     document.Save();
     return kExitDone;
 }
 
-int RemoveValue(const Session& session, const std::string& path, const std::string& name) {
+int RemoveValue(const Session& session, const ValuePath& path) {
     const Document document = session.Load();
-    Demand(document.Open(path).Remove(name), name);
+    const ValueSlot value(OpenKey(document.Root(), path.key), path.value);
+    Demand(value.Remove(), value.Text());
     document.Save();
     return kExitDone;
 }
 
-int Copy(const Session& session, const std::string& path, const std::filesystem::path& target) {
+int Copy(const Session& session, const Path& path, const std::filesystem::path& target) {
     if (session.settings.readOnly) throw Refusal(kernel::kReadOnlyObject, "copying to " + PathText(target));
     const Document source = session.Load();
-    const arbor::Key key = source.Open(path);   // before the target comes into being
+    const std::optional<arbor::Key> key = FindKey(source.Root(), path);
+    std::optional<arbor::Datum> value;   // read before the target comes into being
+    if (!key) value = Demand(OpenValue(source.Root(), path).Read(0), path.Text());
     const Document destination(session.kernel,
                                {.document = target, .create = true, .backupMode = session.settings.backupMode},
                                session.progress);
-    Demand(key.CopyTo(destination.Make(path)), "copying");
+    if (key) {
+        Demand(key->CopyTo(MakeKey(destination.Root(), path)), "copying");
+    } else {
+        const ValueSlot copy(MakeKey(destination.Root(), path.Parent()), path.Names().back());
+        Demand(copy.Set(*value), copy.Text());
+    }
     destination.Save();
     return kExitDone;
 }

@@ -18,24 +18,25 @@ struct Session {
     [[nodiscard]] Document Load() const { return Document(kernel, settings, progress); }
 };
 
-int Tree(const Session& session, const std::string& path);
+/// Of a value's path, the value alone.
+int Tree(const Session& session, const Path& path);
 /// In the value's own type for `type` 0.
-int Get(const Session& session, const std::string& path, const std::string& name, kernel::TypeCode type);
+int Get(const Session& session, const ValuePath& path, kernel::TypeCode type);
 /// Names of keys and values, and texts of values, without regard to the case of ASCII letters.
 int Find(const Session& session, const std::string& text);
 int Diff(const Session& session, const std::filesystem::path& other);
 /// The subtree as a native document, with elements that repeat under names of their own.
-int Export(const Session& session, const std::string& path);
+int Export(const Session& session, const Path& path);
 /// Loads, saves and loads again, the latter two in memory.
 int Check(const Session& session);
 int Backups(const Session& session);
 
-int Set(const Session& session, const std::string& path, const std::string& name, kernel::TypeCode type,
-        const std::string& text);
-int RemoveKey(const Session& session, const std::string& path);
-int RemoveValue(const Session& session, const std::string& path, const std::string& name);
+int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, const std::string& text);
+/// Removes the value at `path` or, if there is none, the key.
+int Remove(const Session& session, const Path& path);
+int RemoveValue(const Session& session, const ValuePath& path);
 /// The subtree stands under the same path in `target`, which is made if it's missing.
-int Copy(const Session& session, const std::string& path, const std::filesystem::path& target);
+int Copy(const Session& session, const Path& path, const std::filesystem::path& target);
 /// Elements that repeat in their parent become keys of their own: "item", "item#2".
 int Import(const Session& session, const std::filesystem::path& foreign);
 /// `backup` is a file's name, a path to it, or what follows the document's name in it.

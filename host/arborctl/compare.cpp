@@ -1,5 +1,6 @@
 #include "compare.h"
 
+#include "addressing.h"
 #include "walk.h"
 
 #include <algorithm>
@@ -8,17 +9,15 @@
 namespace arborctl {
 namespace {
 
-/// What a key holds on one of the two sides, by the names that tell it apart, in its order.
+/// What a key holds on one of the two sides, in its order, by printed names.
 template <class Item>
 struct Side {
     std::vector<std::pair<std::string, Item>> items{};
     std::map<std::string, std::size_t> places{};   // by name in small letters
-    TakenNames taken{};
 
-    void Add(const std::string& name, Item item) {
-        std::string fresh = taken.Fresh(name);
-        places.emplace(Lower(fresh), items.size());
-        items.emplace_back(std::move(fresh), std::move(item));
+    void Add(std::string name, Item item) {
+        places.emplace(Lower(name), items.size());
+        items.emplace_back(std::move(name), std::move(item));
     }
 
     [[nodiscard]] std::optional<Item> Find(const std::string& name) const {
@@ -33,7 +32,9 @@ using Keys = Side<arbor::Key>;
 
 Values ValuesOf(const std::optional<arbor::Key>& key) {
     Values values;
-    if (key) ForEachValue(*key, [&](const arbor::Value& value) { values.Add(value.Name(), Read(value)); });
+    if (!key) return values;
+    SiblingNames names = ValueNames(*key);
+    ForEachValue(*key, [&](const arbor::Value& value) { values.Add(names.Next(value.Name()), Read(value)); });
     return values;
 }
 
@@ -41,7 +42,8 @@ Keys KeysOf(const std::optional<arbor::Key>& key) {
     Keys keys;
     if (!key) return keys;
     arbor::KeyRange children = key->Keys();
-    for (const arbor::Key& child : children) keys.Add(NameOf(child), child);
+    SiblingNames names = KeyNames(*key);
+    for (const arbor::Key& child : children) keys.Add(names.Next(NameOf(child)), child);
     Demand(children.Outcome(), "enumerating keys");
     return keys;
 }

@@ -1,17 +1,12 @@
 #include "document.h"
 
+#include "addressing.h"
+
 #include <host/result_text.h>
 #include <host/system.h>
 #include <host/text.h>
 
 namespace arborctl {
-namespace {
-
-/// A key as a refusal tells it.
-std::string Place(const std::string& path) { return path.empty() ? "the root" : path; }
-
-}   // namespace
-
 Refusal::Refusal(kernel::ResultCode code, std::string_view tried)
     : std::runtime_error(host::Describe(code).append(" (").append(tried).append(")")), refused(code) {}
 
@@ -37,18 +32,18 @@ std::string LoadState(kernel::ResultCode code) {
 
 Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress)
     : object(kernel), stages(&progress), file(settings.document) {
-    const std::string tried =
-        "loading " + PathText(settings.document) + (settings.root.empty() ? "" : " at ") + settings.root;
+    const std::string tried = "loading " + PathText(settings.document);
     const auto set = [&tried](kernel::ResultCode code) { Demand(arbor::Status(code), tried); };
     set(object.SetDocument(settings.document));
     set(object.SetNumber(kernel::PropertyReadOnly, settings.readOnly ? 1 : 0));
     set(object.SetNumber(kernel::PropertyOpenFlags, settings.create ? kernel::kOpenFlagCreate : 0));
     set(object.SetNumber(kernel::PropertyBackupMode, settings.backupMode));
-    if (!settings.root.empty()) set(object.SetRootPoint(settings.root));
     const Progress::Stage stage = progress.Begin("loading", file);
     const kernel::ResultCode code = object.Ready();
-    if (kernel::IsFailure(code) && code != kernel::kNoSuchEntry) throw LoadError(code, tried);
-    set(code);
+    if (kernel::IsFailure(code)) throw LoadError(code, tried);
+    if (settings.root.IsRoot()) return;
+    const arbor::Key root = OpenKey(Root(), settings.root);
+    set(object.OwnMethods().SetRootKey(object.Get(), root.Handle()));
 }
 
 Document::Document(host::Kernel& kernel, host::IoObject& io) : object(kernel) {
@@ -59,12 +54,6 @@ Document::Document(host::Kernel& kernel, host::IoObject& io) : object(kernel) {
 Document::Document(host::Kernel& kernel) : object(kernel) {
     Demand(arbor::Status(object.Ready()), "making an empty tree");
 }
-
-arbor::Key Document::Open(const std::string& path) const {
-    return path.empty() ? Root() : Demand(Root().Open(path), Place(path));
-}
-
-arbor::Key Document::Make(const std::string& path) const { return Demand(Root().Make(path), Place(path)); }
 
 void Document::Save() const {
     const Progress::Stage stage = stages != nullptr ? stages->Begin("saving", file) : Progress::Stage();

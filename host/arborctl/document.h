@@ -1,6 +1,7 @@
 /// A document open through the interface, with the failures of its calls as exceptions.
 #pragma once
 
+#include "path.h"
 #include "progress.h"
 
 #include <component/client/client.h>
@@ -47,7 +48,7 @@ struct DocumentSettings {
     bool readOnly = false;
     bool create = false;   // a missing document is made
     std::uint32_t backupMode = 0;
-    std::string root{};   // the key that paths start at
+    Path root{};   // the key that paths start at
 };
 
 /// The path that an argument names.
@@ -76,10 +77,6 @@ public:
     explicit Document(host::Kernel& kernel);
 
     [[nodiscard]] arbor::Store Root() const { return arbor::Store(object.Get()); }
-    /// Opens the key at `path`; the empty path is the root.
-    [[nodiscard]] arbor::Key Open(const std::string& path) const;
-    /// The same, with the keys made that are missing.
-    [[nodiscard]] arbor::Key Make(const std::string& path) const;
 
     /// Stores the document if it was changed.
     void Save() const;

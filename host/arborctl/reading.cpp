@@ -1,3 +1,4 @@
+#include "addressing.h"
 #include "backups.h"
 #include "commands.h"
 #include "compare.h"
@@ -33,16 +34,15 @@ class TreeLines {
 public:
     TreeLines(const Session& session, const ValueText& texts) : palette(PaletteOf(session)), valueText(texts) {}
 
-    void Enter(const arbor::Key& key, std::size_t depth) const {
+    void Enter(const std::string& name, std::size_t depth) const {
         if (depth == 0) return;
-        std::cout << std::string(4 * (depth - 1), ' ') << palette.key << NameOf(key) << '/' << palette.plain << '\n';
+        std::cout << std::string(4 * (depth - 1), ' ') << palette.key << name << '/' << palette.plain << '\n';
     }
-    void Show(const arbor::Value& value, std::size_t depth) const {
-        const arbor::Datum datum = Read(value);
+    void Show(const std::string& name, const arbor::Datum& datum, std::size_t depth) const {
         const std::string line = valueText.Line(datum);
         const std::size_t type = TypeName(datum).size();
-        std::cout << std::string(4 * depth, ' ') << palette.name << value.Name() << palette.plain << ": "
-                  << palette.type << line.substr(0, type) << palette.plain << line.substr(type) << '\n';
+        std::cout << std::string(4 * depth, ' ') << palette.name << name << palette.plain << ": " << palette.type
+                  << line.substr(0, type) << palette.plain << line.substr(type) << '\n';
     }
     void EndValues() const {}
     void Leave() const {}
@@ -58,12 +58,11 @@ class TreeJson {
 public:
     explicit TreeJson(const ValueText& texts) : json(std::cout), valueText(texts) {}
 
-    void Enter(const arbor::Key& key, std::size_t depth) {
-        json.BeginObject().Member("name", depth == 0 ? "" : NameOf(key)).Name("values").BeginArray();
+    void Enter(const std::string& name, std::size_t) {
+        json.BeginObject().Member("name", name).Name("values").BeginArray();
     }
-    void Show(const arbor::Value& value, std::size_t) {
-        const arbor::Datum datum = Read(value);
-        json.BeginObject().Member("name", value.Name()).Members(datum, valueText.Show(datum)).EndObject();
+    void Show(const std::string& name, const arbor::Datum& datum, std::size_t) {
+        json.BeginObject().Member("name", name).Members(datum, valueText.Show(datum)).EndObject();
     }
     void EndValues() { json.EndArray().Name("keys").BeginArray(); }
     void Leave() { json.EndArray().EndObject(); }
@@ -75,16 +74,25 @@ private:
 };
 
 template <class Printer>
-void PrintTree(const Session& session, const std::string& path, Printer printer) {
+void PrintTree(const Session& session, const Path& path, Printer printer) {
     const Document document = session.Load();
-    const arbor::Key top = document.Open(path);
+    const std::optional<arbor::Key> top = FindKey(document.Root(), path);
+    if (!top) {
+        const ValueSlot value = OpenValue(document.Root(), path);
+        printer.Show(value.Text(), Demand(value.Read(0), value.Text()), 0);
+        return printer.End();
+    }
     Progress::Stage stage = session.progress.Begin("reading", session.settings.document);
+    WalkedNames names;
     Walk(
-        top,
+        *top,
         [&](const arbor::Key& key, std::size_t depth) {
             stage.Step();
-            printer.Enter(key, depth);
-            ForEachValue(key, [&](const arbor::Value& value) { printer.Show(value, depth); });
+            printer.Enter(names.Enter(key, depth), depth);
+            SiblingNames valueNames = ValueNames(key);
+            ForEachValue(key, [&](const arbor::Value& value) {
+                printer.Show(valueNames.Next(value.Name()), Read(value), depth);
+            });
             printer.EndValues();
         },
         [&] { printer.Leave(); });
@@ -115,16 +123,17 @@ kernel::ResultCode LoadCode(const Session& session, const std::filesystem::path&
 
 }   // namespace
 
-int Tree(const Session& session, const std::string& path) {
+int Tree(const Session& session, const Path& path) {
     const ValueText valueText(session.kernel);
     session.json ? PrintTree(session, path, TreeJson(valueText))
                  : PrintTree(session, path, TreeLines(session, valueText));
     return kExitDone;
 }
 
-int Get(const Session& session, const std::string& path, const std::string& name, kernel::TypeCode type) {
+int Get(const Session& session, const ValuePath& path, kernel::TypeCode type) {
     const Document document = session.Load();
-    const arbor::Datum datum = Demand(document.Open(path).Read(name, type), name);
+    const ValueSlot value(OpenKey(document.Root(), path.key), path.value);
+    const arbor::Datum datum = Demand(value.Read(type), value.Text());
     const std::string text = ValueText(session.kernel).Show(datum);
     if (session.json) {
         Json json(std::cout);
@@ -140,32 +149,35 @@ int Find(const Session& session, const std::string& text) {
     const ValueText valueText(session.kernel);
     const std::string wanted = Lower(text);
     std::vector<std::string> paths;   // by depth
+    WalkedNames names;
     Json json(std::cout);
     std::size_t found = 0;
     Progress::Stage stage = session.progress.Begin("searching", session.settings.document);
     if (session.json) json.BeginArray();
     Walk(document.Root(), [&](const arbor::Key& key, std::size_t depth) {
         stage.Step();
-        const std::string name = depth == 0 ? "" : NameOf(key);
+        const std::string name = names.Enter(key, depth);
         paths.resize(depth);
         paths.push_back(depth == 0 ? "" : Below(paths.back(), name));
         const std::string& path = paths.back();
-        if (depth > 0 && Contains(name, wanted)) {
+        if (depth > 0 && Contains(NameOf(key), wanted)) {
             ++found;
             if (session.json)
                 json.BeginObject().Member("path", path).EndObject();
             else
                 std::cout << path << "/\n";
         }
+        SiblingNames valueNames = ValueNames(key);
         ForEachValue(key, [&](const arbor::Value& value) {
+            const std::string valueName = valueNames.Next(value.Name());
             const arbor::Datum datum = Read(value);
             const std::string shown = valueText.Show(datum);
             if (!Contains(value.Name(), wanted) && !Contains(shown, wanted)) return;
             ++found;
             if (session.json) {
-                json.BeginObject().Member("path", path).Member("name", value.Name()).Members(datum, shown).EndObject();
+                json.BeginObject().Member("path", path).Member("name", valueName).Members(datum, shown).EndObject();
             } else {
-                std::cout << Below(path, value.Name()) << ": " << valueText.Line(datum) << '\n';
+                std::cout << Below(path, valueName) << ": " << valueText.Line(datum) << '\n';
             }
         });
     });
@@ -196,12 +208,18 @@ int Diff(const Session& session, const std::filesystem::path& other) {
     return changes.empty() ? kExitDone : kExitRefused;
 }
 
-int Export(const Session& session, const std::string& path) {
+int Export(const Session& session, const Path& path) {
     if (session.json) return Tree(session, path);
     const Document document = session.Load();
     host::MemoryIo io(session.kernel);
     const Document exported(session.kernel, io);
-    CopyApart(document.Open(path), exported.Root());
+    if (const std::optional<arbor::Key> key = FindKey(document.Root(), path)) {
+        CopyApart(*key, exported.Root());
+    } else {
+        const ValueSlot value = OpenValue(document.Root(), path);
+        const ValueSlot copy(exported.Root(), path.Names().back());
+        Demand(copy.Set(Demand(value.Read(0), value.Text())), copy.Text());
+    }
     exported.SaveAnyway();
     std::cout << io.Content();
     return kExitDone;

@@ -46,11 +46,6 @@ void ForEachValue(const arbor::Key& key, Work work) {
 [[nodiscard]] inline std::string NameOf(const arbor::Key& key) { return Demand(key.Name(), "naming a key"); }
 [[nodiscard]] inline arbor::Datum Read(const arbor::Value& value) { return Demand(value.Read(), value.Name()); }
 
-/// `path` with a name behind it.
-[[nodiscard]] inline std::string Below(const std::string& path, const std::string& name) {
-    return path.empty() ? name : path + '/' + name;
-}
-
 /// ASCII letters small, as the store compares names.
 [[nodiscard]] inline std::string Lower(std::string text) {
     for (char& letter : text) {
@@ -59,7 +54,7 @@ void ForEachValue(const arbor::Key& key, Work work) {
     return text;
 }
 
-/// Names that siblings took. One that repeats gets a number: "item", "item#2".
+/// Names for the copies of siblings. One that repeats gets a number: "item", "item#2".
 class TakenNames {
 public:
     [[nodiscard]] std::string Fresh(const std::string& name) {

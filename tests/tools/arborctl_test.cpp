@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <set>
 #include <sstream>
 
 #include <gmock/gmock.h>
@@ -93,6 +94,14 @@ TEST_F(ArborctlTest, ReadsShowValuesInTheirTypeOrAnother) {
     const Case cases[] = {
         {"own type", {"get", "Network/Proxy", "Port"}, "8080\n"},
         {"path and name in any case", {"get", "network\\PROXY", "port"}, "8080\n"},
+        {"the path of the value", {"get", "Network/Proxy/Port"}, "8080\n"},
+        {"separators of both kinds, at both ends", {"get", "\\Network/Proxy\\", "Port"}, "8080\n"},
+        {"a value of the root by its path", {"get", "/Blob"}, "0A0BFF\n"},
+        {"the root by its separator alone", {"get", "/", "Blob"}, "0A0BFF\n"},
+        {"the tree of a value", {"tree", "Network/Proxy/Port"}, "Port: tDWORD 8080\n"},
+        {"a value as a document",
+         {"export", "Blob"},
+         "<arbor>\r\n    <tBINARY name=\"Blob\">0A0BFF</tBINARY>\r\n</arbor>\r\n"},
         {"a number as text", {"get", "Network/Proxy", "Port", "--as", "tSTRING"}, "8080\n"},
         {"a truth value as a number", {"get", "Network/Proxy", "Enabled", "--as", "tQWORD"}, "1\n"},
         {"a number as wide text", {"get", "Network/Proxy", "Port", "--as", "tWSTRING"}, "8080\n"},
@@ -170,11 +179,59 @@ TEST_F(ArborctlTest, AChangeIsSavedAndReadsBack) {
         EXPECT_EQ(RunOn("d.xml", {"get", row.value[0], row.value[1]}).output, row.output);
     }
     EXPECT_THAT(FileText(folder / "d.xml"), HasSubstr("<tDWORD name=\"Port\">77</tDWORD>"));
+    EXPECT_EQ(RunOn("d.xml", {"set", "A/B/Deep", "tSTRING", "--", "-y"}).exitCode, 0);
+    EXPECT_EQ(RunOn("d.xml", {"get", "A/B", "Deep"}).output, "-y\n");
     EXPECT_EQ(RunOn("d.xml", {"rm", "Network", "Comment"}).exitCode, 0);
-    EXPECT_EQ(RunOn("d.xml", {"rm", "A"}).exitCode, 0);
+    EXPECT_EQ(RunOn("d.xml", {"rm", "/Network/Proxy/Enabled"}).exitCode, 0);
+    EXPECT_EQ(RunOn("d.xml", {"rm", "A/"}).exitCode, 0);
     EXPECT_EQ(RunOn("d.xml", {"tree"}).output,
-              "Blob: tBINARY\nWide: tSTRING \"B\u00e4r\"\nNetwork/\n    Proxy/\n        Enabled: tBOOL 1\n"
+              "Blob: tBINARY\nWide: tSTRING \"B\u00e4r\"\nNetwork/\n    Proxy/\n"
               "        Port: tDWORD 77\n");
+}
+
+/// Every path that `find` prints, with the number after it.
+std::vector<std::pair<std::string, std::string>> PrintedPaths(const std::string& found) {
+    std::vector<std::pair<std::string, std::string>> paths;
+    std::istringstream lines(found);
+    for (std::string line; std::getline(lines, line);) {
+        std::string text = line.substr(line.rfind(' ') + 1);
+        std::erase(text, '"');
+        paths.emplace_back(line.substr(0, line.find(": t")), text);
+    }
+    return paths;
+}
+
+TEST_F(ArborctlTest, WhatACommandPrintsIsAcceptedByEveryOther) {
+    const char* const documents[] = {
+        "<arbor><key name='K'><tINT name='a/b\\c'>1</tINT><tINT name=''>2</tINT><tINT name=''>3</tINT>"
+        "<tINT name='\t\x7F\xFF\xC2\x9B'>4</tINT><tINT name='%%x41%x4'>5</tINT><tINT name='D'>6</tINT>"
+        "<tINT name='d'>7</tINT><tINT name='D#2'>8</tINT><tINT name='D#2'>9</tINT><tINT name='e#x'>10</tINT></key>"
+        "<key name='q\\r/c'><tINT name='v'>11</tINT></key><key name='Q\\r/d'><tINT name='v'>12</tINT></key></arbor>",
+        "<a m='1'><m x='2'/><M x='3'/><b>4</b></a>",
+    };
+    for (const char* document : documents) {
+        SCOPED_TRACE(document);
+        std::ofstream(folder / "odd.xml", std::ios::binary) << document;
+        const std::string found = RunOn("odd.xml", {"find", ""}).output;
+        std::set<std::string> distinct;
+        for (const auto& [path, number] : PrintedPaths(found)) {
+            SCOPED_TRACE(path);
+            EXPECT_TRUE(distinct.insert(path).second);
+            EXPECT_EQ(RunOn("odd.xml", {"export", path}).exitCode, 0);
+            EXPECT_EQ(RunOn("odd.xml", {"tree", path}).exitCode, 0);
+            std::ofstream(folder / "changed.xml", std::ios::binary) << document;
+            EXPECT_EQ(RunOn("changed.xml", {"rm", path}).exitCode, 0);
+            if (path.ends_with('/')) continue;
+            EXPECT_EQ(RunOn("odd.xml", {"get", path, "--as", "tINT"}).output, number + '\n');
+            std::ofstream(folder / "changed.xml", std::ios::binary) << document;
+            EXPECT_EQ(RunOn("changed.xml", {"set", path, "tINT", number}).exitCode, 0);
+        }
+        EXPECT_GE(distinct.size(), 7U) << found;
+    }
+    EXPECT_EQ(RunOn("odd.xml", {"get", "a/m#2/x"}).output, "3\n");
+    EXPECT_EQ(RunOn("odd.xml", {"get", "a", "m"}).output, "1\n");
+    ASSERT_EQ(RunOn("odd.xml", {"rm", "a/m"}).exitCode, 0);   // the value, not the key
+    EXPECT_EQ(RunOn("odd.xml", {"get", "a/m/x"}).output, "2\n");
 }
 
 TEST_F(ArborctlTest, ARefusalTellsItsCodeAndLeavesTheDocument) {
@@ -191,6 +248,7 @@ TEST_F(ArborctlTest, ARefusalTellsItsCodeAndLeavesTheDocument) {
     const Case cases[] = {
         {"no key", "d.xml", {}, {"get", "Nowhere", "Port"}, "0x8000D002: no such key or value"},
         {"no value", "d.xml", {}, {"get", "Network", "Port"}, "0x8000D002: no such key or value"},
+        {"a new key with a separator in its name", "d.xml", {}, {"set", "a%x2Fb/V", "tINT", "1"}, "0x80000046"},
         {"no root", "d.xml", {"--root", "Nowhere"}, {"tree"}, "0x8000D002: no such key or value"},
         {"no document", "none.xml", {}, {"tree"}, "0x800000C5: no such document", 3},
         {"no document to read a value of", "none.xml", {}, {"get", "Network", "V"}, "0x800000C5: no such document", 3},
@@ -244,11 +302,21 @@ TEST_F(ArborctlTest, ARefusalTellsItsCodeAndLeavesTheDocument) {
 }
 
 TEST_F(ArborctlTest, AWrongCommandLineEndsWithTwo) {
+    std::string manyNames;
+    for (int i = 0; i < 2049; ++i) manyNames += "/k";
     const std::vector<std::string> cases[] = {
         {},
         {"d.xml"},
         {"d.xml", "grow"},
-        {"d.xml", "get", "Network"},
+        {"d.xml", "get", ""},
+        {"d.xml", "get", "Network/"},
+        {"d.xml", "set", "Network/", "tDWORD", "1"},
+        {"d.xml", "rm", "Network//Proxy"},
+        {"d.xml", "rm", "//Network"},
+        {"d.xml", "rm", "Network/\\"},
+        {"d.xml", "get", "Network", "a%x00"},
+        {"--root", "Network//Proxy", "d.xml", "tree"},
+        {"d.xml", "set", manyNames, "tDWORD", "1"},
         {"d.xml", "set", "Network", "V", "tFOO", "1"},
         {"d.xml", "get", "Network", "V", "--as", "tOBJECT"},
         {"--backup", "3", "d.xml", "tree"},
@@ -548,7 +616,7 @@ TEST_F(ArborctlTest, AnImportKeepsEveryElementAndIsTheSameTwice) {
 TEST_F(ArborctlTest, TheTraceAndTheLeakCountGoToStandardError) {
     const Outcome outcome = RunOn("d.xml", {"get", "Network/Proxy", "Port"}, {"--trace", "600", "--leaks"});
     EXPECT_EQ(outcome.output, "8080\n");
-    EXPECT_THAT(outcome.error, HasSubstr("600 arbor\tOpening key ?\\Network/Proxy: 0x00000000 (done)\n"));
+    EXPECT_THAT(outcome.error, HasSubstr("600 arbor\tOpening key ?\\Proxy: 0x00000000 (done)\n"));
     EXPECT_THAT(outcome.error, HasSubstr("\n0 blocks of host memory not given back, 0 bytes"));
 }
 
