@@ -1,5 +1,7 @@
 #include "tree/number_text.h"
 
+#include <component/platform/double_arithmetic.h>
+
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -50,6 +52,8 @@ ScanResult ScanDouble(const char* text, double& number) {
     // The library would read "p+-1" as "p-1"; to C it is no exponent.
     const char* const mark = hexadecimal ? std::strpbrk(at, "pP") : nullptr;
     if (mark != nullptr && mark[1] == '+' && mark[2] == '-') last = mark;
+    // The library reads a short decimal as one product of two doubles, which is exact only if it is rounded once.
+    const platform::DoubleArithmeticScope scope;
     double magnitude = 0;
     const auto [stop, error] =
         std::from_chars(at, last, magnitude, hexadecimal ? std::chars_format::hex : std::chars_format::general);

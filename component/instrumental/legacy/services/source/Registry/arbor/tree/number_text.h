@@ -1,5 +1,5 @@
 /// Numbers as text: the reading and printing rules of the C library in its "C" locale and with a long of 32 bits,
-/// whatever the locale and the long of the process. No call allocates.
+/// whatever the locale and the long of the process and the x87 control word of the thread. No call allocates.
 #pragma once
 
 #include <cstdint>
