@@ -1,5 +1,6 @@
 // The reader's walk, and escaping and decoding, over texts with and without anything to do.
 
+#include "document/xml_entities.h"
 #include "document/xml_reader.h"
 #include "document/xml_writer.h"
 

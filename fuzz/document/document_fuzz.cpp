@@ -37,7 +37,7 @@ std::unique_ptr<model::Key> Plain(const KeyTree& tree) {
 
 ResultCode Load(KeyTree& tree, std::string_view document) {
     const auto block = fuzz::Exactly(document);
-    return tree.LoadDocument(block.get(), static_cast<std::uint32_t>(document.size()));
+    return arbor::LoadDocument(tree, block.get(), static_cast<std::uint32_t>(document.size()));
 }
 
 /// Saves the tree, loads that into another one, and says whether there is more to see.
@@ -45,19 +45,19 @@ bool Reload(host::Kernel& kernel, const model::Key& plain, const KeyTree& tree, 
     std::string expected;
     const ResultCode writable = model::WriteDocument(plain, expected);
     arbor::TextBuffer saved;
-    FUZZ_CHECK(tree.SaveDocument(saved) == writable);
+    FUZZ_CHECK(arbor::SaveDocument(tree, saved) == writable);
     if (kernel::IsFailure(writable)) return false;
     const std::string_view document = saved.View();
     FUZZ_CHECK(document == expected);
     KeyTree again;
     FUZZ_CHECK(again.Start(kernel.Root()) == kernel::kDone);
-    const bool tooDeep = model::Depth(plain) > arbor::kDeepestLevel;
+    const bool tooDeep = model::Depth(plain) > arbor::kMaxDepth;
     FUZZ_CHECK(Load(again, document) == (tooDeep ? kernel::kMediaError : kernel::kDone));
     if (tooDeep) return false;
     reloaded = Plain(again);
     FUZZ_CHECK(model::Same(*reloaded, *model::ComesBack(plain)));
     arbor::TextBuffer settled;
-    FUZZ_CHECK(again.SaveDocument(settled) == kernel::kDone);
+    FUZZ_CHECK(arbor::SaveDocument(again, settled) == kernel::kDone);
     std::string unchanged;
     FUZZ_CHECK(model::WriteDocument(*model::ComesBack(*reloaded), unchanged) == kernel::kDone);
     FUZZ_CHECK(settled.View() == unchanged);

@@ -1,5 +1,6 @@
 // Escaping against decoding: what goes out escaped comes back as it was; and any bytes decode, by the table of
 // references and no other way.
+#include "document/xml_entities.h"
 #include "document/xml_reader.h"
 #include "document/xml_writer.h"
 #include "fuzz.h"

@@ -1,5 +1,6 @@
 // The reader's operations in any order over any bytes: it never leaves its input, never goes back, answers with its own
 // codes alone, and a look doesn't move it. The input is a count of operations, the operations, and the text.
+#include "document/xml_entities.h"
 #include "document/xml_reader.h"
 #include "fuzz.h"
 
@@ -28,7 +29,7 @@ public:
         reader = XmlReader(begin, static_cast<std::uint32_t>(end - begin), false);
         for (;;) {
             const char* const before = Position();
-            CheckPlainElements();
+            CheckSimpleElements();
             XmlElement element;
             const std::int32_t result = reader.NextStartTag(element, 0, nullptr);
             CheckElement(element, result);
@@ -129,29 +130,28 @@ private:
         FUZZ_CHECK(Position() == before);
     }
 
-    /// Elements that are taken in one look are what they are step by step.
-    void CheckPlainElements() const {
-        XmlReader inOneLook = reader;
+    /// An element read in one step is what the general operations read.
+    void CheckSimpleElements() const {
+        XmlReader inOneStep = reader;
         XmlReader inSteps = reader;
-        XmlPlainElement plain;
-        while (inOneLook.PeekPlainElement(" name=\"", plain)) {
-            inOneLook.TakePlainElement(plain);
-            // Whether its name is one is left to those who know names.
+        XmlSimpleElement plain;
+        while (inOneStep.TryReadSimpleElement(" name=\"", plain)) {
+            // The caller checks the name.
             ByteSlice name;
             if (XmlReader(plain.name.data, plain.name.length, false).ReadName(name) != XmlDone) return;
             if (name.length != plain.name.length) return;
             XmlElement element;
             FUZZ_CHECK(inSteps.NextStartTag(element, 0, nullptr) == XmlDone && element.NameIs(plain.name.View()));
             std::string value, text, decoded;
-            FUZZ_CHECK(XmlReader::ReadAttribute(element, "name", value) == XmlDone && value == plain.value.View());
+            FUZZ_CHECK(XmlReader::ReadAttribute(element, "name", value) == XmlDone && value == plain.attributeValue.View());
             static_cast<void>(inSteps.ReadText(text, true));
             DecodeEntities(plain.text.data, static_cast<std::int32_t>(plain.text.length), decoded);
             FUZZ_CHECK(text == decoded && inSteps.CloseElement(element) == XmlDone);
         }
         ByteSlice left, right;
-        inOneLook.SkipSpace();
+        inOneStep.SkipSpace();
         inSteps.SkipSpace();
-        FUZZ_CHECK(inSteps.ReadRawText(left) == inOneLook.ReadRawText(right) && left.data == right.data);
+        FUZZ_CHECK(inSteps.ReadRawText(left) == inOneStep.ReadRawText(right) && left.data == right.data);
     }
 
     void CheckEndTag(XmlReader inside, const XmlElement& element) const {

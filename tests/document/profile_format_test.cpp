@@ -1,3 +1,4 @@
+#include "document/profile_format.h"
 #include "document/text_buffer.h"
 #include "support/small_stack.h"
 #include "tree/key_tree.h"
@@ -24,11 +25,11 @@ protected:
     void NewTree() { EXPECT_EQ(tree.emplace().Start(kernel.Root()), kDone); }
 
     ResultCode Load(std::string_view text) {
-        return tree->LoadDocument(text.data(), static_cast<std::uint32_t>(text.size()));
+        return LoadDocument(*tree, text.data(), static_cast<std::uint32_t>(text.size()));
     }
     std::string Saved() {
         TextBuffer text;
-        EXPECT_EQ(tree->SaveDocument(text), kDone);
+        EXPECT_EQ(SaveDocument(*tree, text), kDone);
         return std::string(text.View());
     }
     /// What a fresh tree that loads `text` saves again, without indent and line ends.
@@ -71,7 +72,7 @@ TEST_F(ProfileFormatTest, TheNativeFormComesBackByteForByte) {
     EXPECT_EQ(Saved(), "<arbor>\r\n</arbor>\r\n");
     tree.emplace();
     TextBuffer none;
-    EXPECT_EQ(tree->SaveDocument(none), kNotInitialised);
+    EXPECT_EQ(SaveDocument(*tree, none), kNotInitialised);
     EXPECT_EQ(Load(kExample), kNotInitialised);
 }
 
@@ -200,7 +201,7 @@ TEST_F(ProfileFormatTest, AValueWithoutTextFormStopsTheSave) {
     const char16_t unit = u'x';
     EXPECT_EQ(tree->top->AddValue("w", tWCHAR, &unit, sizeof unit), kDone);
     TextBuffer text;
-    EXPECT_EQ(tree->SaveDocument(text), kUnspecified);
+    EXPECT_EQ(SaveDocument(*tree, text), kUnspecified);
 }
 
 TEST_F(ProfileFormatTest, ARandomTreeComesBackUnchanged) {

@@ -1,3 +1,4 @@
+#include "document/xml_entities.h"
 #include "document/xml_reader.h"
 
 #include <gtest/gtest.h>
@@ -20,11 +21,11 @@ std::unique_ptr<char[]> ExactCopy(std::string_view input) {   // one byte too fa
     return exact;
 }
 
-struct PlainCase {
+struct SimpleCase {
     std::string_view input;
-    std::string_view text = "not plain";
+    std::string_view text = "not simple";
 };
-constexpr PlainCase kPlainElements[] = {
+constexpr SimpleCase kSimpleElements[] = {
     {"<tINT name=\"a value's\">x</tINT>", "x"},
     {" \r\n  <tINT name=\"\"></tINT>", ""},
     {"<tINT name=\"12345678901234567\"> a &lt; b</tINT></key>", " a &lt; b"},
@@ -49,27 +50,26 @@ constexpr PlainCase kPlainElements[] = {
 
 constexpr char kOpening[] = " name=\"";
 
-TEST(XmlReaderTest, APlainElementIsTakenWholeOrNotAtAll) {
-    for (const PlainCase& row : kPlainElements) {
+TEST(XmlReaderTest, ASimpleElementIsReadWholeOrNotAtAll) {
+    for (const SimpleCase& row : kSimpleElements) {
         SCOPED_TRACE(row.input);
         const auto exact = ExactCopy(row.input);
         XmlReader reader = ReaderOf({exact.get(), row.input.size()});
-        XmlPlainElement element;
-        const bool plain = reader.PeekPlainElement(kOpening, element);
-        EXPECT_EQ(plain ? element.text.View() : "not plain", row.text);
-        if (!plain) continue;
-        reader.TakePlainElement(element);
+        XmlSimpleElement element;
+        const bool simple = reader.TryReadSimpleElement(kOpening, element);
+        EXPECT_EQ(simple ? element.text.View() : "not simple", row.text);
+        if (!simple) continue;
         EXPECT_TRUE(StandsBefore(reader, row.input.ends_with("</key>") ? "</key>" : ""));
     }
-    const std::string_view whole = kPlainElements[0].input;
+    const std::string_view whole = kSimpleElements[0].input;
     for (std::size_t size = 0; size < whole.size(); ++size) {
         const auto exact = ExactCopy(whole.substr(0, size));
-        XmlPlainElement element;
-        EXPECT_FALSE(ReaderOf({exact.get(), size}).PeekPlainElement(kOpening, element)) << size;
+        XmlSimpleElement element;
+        EXPECT_FALSE(ReaderOf({exact.get(), size}).TryReadSimpleElement(kOpening, element)) << size;
     }
 }
 
-TEST(XmlReaderTest, PlainElementsFollowOneAnotherBehindAnyBlanks) {
+TEST(XmlReaderTest, SimpleElementsFollowEachOtherAfterAnyWhitespace) {
     constexpr std::string_view kGaps[] = {"\n        ", "\n        ", "\r\n        ", "",
                                           "\n ",        "\n\t",       "\n ",          "\n        "};
     std::string input;
@@ -80,9 +80,9 @@ TEST(XmlReaderTest, PlainElementsFollowOneAnotherBehindAnyBlanks) {
         const std::string whole = input + std::string(end);
         const auto exact = ExactCopy(whole);
         XmlReader reader = ReaderOf({exact.get(), whole.size()});
-        XmlPlainElement element;
+        XmlSimpleElement element;
         std::size_t count = 0;
-        for (; reader.PeekPlainElement(kOpening, element); ++count) reader.TakePlainElement(element);
+        while (reader.TryReadSimpleElement(kOpening, element)) ++count;
         EXPECT_EQ(count, std::size(kGaps));
         EXPECT_TRUE(StandsBefore(reader, end.substr(std::min(end.size(), end.find_first_not_of("\n ")))));
     }
@@ -121,14 +121,14 @@ constexpr StartTagCase kStartTags[] = {
     {"<!-- x <a/>", 0, XmlNone, "", ""},
     {"<!DOCTYPE a><a/>", 0, XmlNone, "", "<!DOCTYPE a><a/>"},
     {"< a>", 0, XmlNone, "", "< a>"},
-    {"</a>", DemandStartTag, XmlNoStartTag, "", "</a>"},
+    {"</a>", RequireStartTag, XmlNoStartTag, "", "</a>"},
     {" text<a>", ReportText, TokenText, "", "text<a>"},
     {" <![CDATA[x]]>", ReportText, TokenCData, "", "<![CDATA[x]]>"},
     {"<\xC3\xA9>", 0, XmlMalformed, "", "\xC3\xA9>"},
     {"<a\xC3\xA9>", 0, XmlDone, "a\xC3", ""},
     {"<a b='x>y'>", 0, XmlDone, "a", "y'>"},
-    {"<expected>", DemandName, XmlDone, "expected", ""},
-    {"<expected2>", DemandName, XmlOtherName, "", ">"},
+    {"<expected>", RequireName, XmlDone, "expected", ""},
+    {"<expected2>", RequireName, XmlOtherName, "", ">"},
     {"<a><b></c></a>x", SkipElement, XmlDone, "a", "x"},
     {"<a></b>x", SkipElement, XmlBroken, "a", "x"},
 };

@@ -174,7 +174,7 @@ TEST_F(KeyTest, EveryFailedAllocationLeavesTheTreeWhole) {
         [](Key& key) { return key.OpenPath("a/below", true, nullptr) != nullptr ? kDone : kOutOfMemory; },
         [&](Key& key) { return key.AddNewValue("number", tDWORD, &number, sizeof number); },
         [&](Key& key) { return key.AddValueAt(1, tBINARY, &number, sizeof number); },
-        [](Key& key) { return key.AddValueFromText(BegunName("text"), tSTRING, "some text"); },
+        [](Key& key) { return key.AddValueFromText("text", tSTRING, "some text"); },
     };
     for (std::size_t i = 0; i < works.size(); ++i) {
         for (std::size_t failAt = 1;; ++failAt) {
@@ -211,7 +211,7 @@ TEST_F(KeyTest, ValuesAreAddedOnceByNameAndTwiceByDocuments) {
     EXPECT_EQ(Root().AddNewValue("Short", tDWORD, &one, 3), kInvalidArgument);
     EXPECT_EQ(Root().AddNewValue("Void", tVOID, nullptr, 0), kDone);
     const Value* first = Root().FindValue("port");
-    EXPECT_EQ(Root().AddValueFromText(BegunName("port"), tSTRING, "second"), kDone);
+    EXPECT_EQ(Root().AddValueFromText("port", tSTRING, "second"), kDone);
     EXPECT_EQ(Root().FindValue("Port"), first);
     EXPECT_EQ(Outline(Root()), "Port;Void;port;");
     EXPECT_EQ(Root().RemoveValue("PORT"), kDone);
@@ -249,7 +249,7 @@ TEST_F(KeyTest, AddValueAtTakesThePlaceBehindTheLast) {
 TEST_F(KeyTest, TheMarkerLeadsToTheTextOfTheChild) {
     constexpr char kMarker[] = "![CDATA[";
     const auto add = [](Key& key, const char* name, const char* text) {
-        ASSERT_EQ(key.AddValueFromText(BegunName(name), tSTRING, text), kDone);
+        ASSERT_EQ(key.AddValueFromText(name, tSTRING, text), kDone);
     };
     add(Root(), "text", kMarker);
     const Value* marker = Root().FindValue("text");

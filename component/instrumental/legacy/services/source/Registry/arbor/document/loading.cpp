@@ -1,6 +1,7 @@
 // Loading: the document's bytes, from its file or its host object, into the tree. Runs alone, before any method is
 // called.
 
+#include "document/profile_format.h"
 #include "object/arbor.h"
 
 #include <component/ilk/error/result_code.h>
@@ -117,7 +118,7 @@ ResultCode Arbor::readFromBuffer(const char* data, std::uint64_t size) {
             size -= kByteOrderMark.size();
         }
     }
-    const ResultCode code = tree.LoadDocument(data, static_cast<std::uint32_t>(size));
+    const ResultCode code = LoadDocument(tree, data, static_cast<std::uint32_t>(size));
     if (IsSuccess(code)) ClearDirty();
     return code;
 }

@@ -1,4 +1,7 @@
+// Reading a document: each element becomes a key or a value of the tree as it is read.
+
 #include "document/profile_format.h"
+#include "document/xml_entities.h"
 #include "document/xml_reader.h"
 #include "tree/key_tree.h"
 #include "tree/type_catalogue.h"
@@ -13,12 +16,10 @@ namespace arbor {
 
 namespace {
 
-constexpr char kUnnamedValue[] = "noname";
+/// Maps every failure of the reader to the one code that callers get for a syntax error.
+ResultCode ToResultCode(std::int32_t result) { return result < 0 ? kBadDocument : kDone; }
 
-/// Every syntax failure of the reader is this one code outside.
-ResultCode FromReader(std::int32_t result) { return result < 0 ? kBadDocument : kDone; }
-
-/// The elements that are open, with the key that each stands for. The root key stands below them all.
+/// Stack of the open elements and the key of each; with no element open, the current key is the root.
 class OpenElements {
 public:
     explicit OpenElements(Key& rootKey) : root(&rootKey) {}
@@ -27,16 +28,16 @@ public:
     [[nodiscard]] bool IsEmpty() const { return levels.empty(); }
 
     ResultCode Enter(Key& key, const XmlElement& element) {
-        if (levels.size() >= kDeepestLevel) return kMediaError;
+        if (levels.size() >= kMaxDepth) return kMediaError;
         levels.push_back({&key, element});
         return kDone;
     }
 
-    /// Skips what is left of the innermost element, and closes it.
+    /// Skips the rest of the innermost element and its end tag.
     ResultCode Leave(XmlReader& reader) {
         const XmlElement element = levels.back().element;
         levels.pop_back();
-        return FromReader(reader.CloseElement(element));
+        return ToResultCode(reader.CloseElement(element));
     }
 
 private:
@@ -49,19 +50,20 @@ private:
     std::vector<Level> levels;
 };
 
-class ChildrenReader {
+/// Reads the native form.
+class NativeReader {
 public:
-    ChildrenReader(Key& root, XmlReader& xmlReader) : reader(xmlReader), open(root) {}
+    NativeReader(Key& root, XmlReader& xmlReader) : reader(xmlReader), openElements(root) {}
 
     ResultCode Read() {
         for (;;) {
-            if (const ResultCode code = ReadPlainValues(); IsFailure(code)) return code;
+            if (const ResultCode code = ReadSimpleValues(); IsFailure(code)) return code;
             XmlElement element;
-            const std::int32_t tag = reader.NextStartTag(element, 0, nullptr);
-            if (tag < 0) return kBadDocument;
-            if (tag == XmlNone && open.IsEmpty()) return kDone;
-            // Stray text ends a key's elements: what follows up to its end tag is skipped.
-            const ResultCode code = tag == XmlNone                ? open.Leave(reader)
+            const std::int32_t result = reader.NextStartTag(element, 0, nullptr);
+            if (result < 0) return kBadDocument;
+            if (result == XmlNone && openElements.IsEmpty()) return kDone;
+            // No start tag: the key's end tag, or stray text, after which the rest of the key is skipped.
+            const ResultCode code = result == XmlNone             ? openElements.Leave(reader)
                                     : element.NameIs(kKeyElement) ? ReadKey(element)
                                                                   : ReadValue(element);
             if (IsFailure(code)) return code;
@@ -69,28 +71,31 @@ public:
     }
 
 private:
-    /// Values as a save writes them and most people leave them, in one look at each.
-    ResultCode ReadPlainValues() {
-        XmlPlainElement element;
-        while (reader.PeekPlainElement(kNameOpening, element)) {
-            const BegunName valueName(element.value.View());
+    /// Fast path: values in the layout that a save writes.
+    ResultCode ReadSimpleValues() {
+        for (;;) {
+            const XmlReader before = reader;
+            XmlSimpleElement element;
+            if (!reader.TryReadSimpleElement(kNameOpening, element)) return kDone;
             const TypeCode type = TypeCodeFromName(element.name.View());
-            if (type == 0) break;
+            if (type == 0) {
+                reader = before;   // a key, or not a name at all
+                return kDone;
+            }
             text.clear();
             DecodeEntities(element.text.data, static_cast<std::int32_t>(element.text.length), text);
-            const ResultCode code = open.Current().AddValueFromText(valueName, type, text.c_str());
+            const ResultCode code =
+                openElements.Current().AddValueFromText(element.attributeValue.View(), type, text.c_str());
             if (IsFailure(code)) return code;
-            reader.TakePlainElement(element);
         }
-        return kDone;
     }
 
     ResultCode ReadKey(const XmlElement& element) {
         if (const ResultCode code = ReadName(element); IsFailure(code)) return code;
-        // The name is a path: it can open a chain of keys, and enters a key that is there already.
-        Key* key = open.Current().OpenPath(name.c_str(), false, nullptr);
+        // The name is a path: it may create several levels, and reuses keys that exist.
+        Key* key = openElements.Current().OpenPath(name.c_str(), false, nullptr);
         if (key == nullptr) return kOutOfMemory;
-        return element.HasContent() ? open.Enter(*key, element) : FromReader(reader.CloseElement(element));
+        return element.HasContent() ? openElements.Enter(*key, element) : ToResultCode(reader.CloseElement(element));
     }
 
     ResultCode ReadValue(const XmlElement& element) {
@@ -99,8 +104,8 @@ private:
         if (const ResultCode code = ReadName(element); IsFailure(code)) return code;
         if (!element.HasContent()) return kBadDocument;
         reader.ReadText(text, true);
-        const ResultCode code = open.Current().AddValueFromText(BegunName(name.c_str()), type, text.c_str());
-        return IsSuccess(code) ? FromReader(reader.CloseElement(element)) : code;
+        const ResultCode code = openElements.Current().AddValueFromText(name.c_str(), type, text.c_str());
+        return IsSuccess(code) ? ToResultCode(reader.CloseElement(element)) : code;
     }
 
     ResultCode ReadName(const XmlElement& element) {
@@ -110,27 +115,28 @@ private:
     }
 
     XmlReader& reader;
-    OpenElements open;
-    std::string name;   // of the element that was read last
+    OpenElements openElements;
+    std::string name;   // of the element read last
     std::string text;
 };
 
+/// Reads any other XML.
 class ForeignReader {
 public:
-    ForeignReader(Key& root, XmlReader& xmlReader) : reader(xmlReader), open(root) {}
+    ForeignReader(Key& root, XmlReader& xmlReader) : reader(xmlReader), openElements(root) {}
 
     ResultCode Read() {
         for (;;) {
             XmlElement element;
-            const std::int32_t tag = reader.NextStartTag(element, ReportText, nullptr);
-            if (tag < 0) return kBadDocument;
+            const std::int32_t result = reader.NextStartTag(element, ReportText, nullptr);
+            if (result < 0) return kBadDocument;
             ResultCode code = kDone;
-            if (tag == 0) {
+            if (result == XmlDone) {
                 code = ReadElement(element);
             } else {
-                if (tag != XmlNone) code = ReadText();
-                if (IsSuccess(code) && open.IsEmpty()) return kDone;
-                if (IsSuccess(code)) code = open.Leave(reader);
+                if (result != XmlNone) code = ReadText();
+                if (IsSuccess(code) && openElements.IsEmpty()) return kDone;
+                if (IsSuccess(code)) code = openElements.Leave(reader);
             }
             if (IsFailure(code)) return code;
         }
@@ -139,36 +145,35 @@ public:
 private:
     ResultCode ReadText() {
         if (!reader.ReadText(text, true)) return kDone;
-        return open.Current().AddValueFromText(BegunName(kUnnamedValue), tSTRING, text.c_str());
+        return openElements.Current().AddValueFromText(kUnnamedValue, tSTRING, text.c_str());
     }
 
     ResultCode ReadElement(const XmlElement& element) {
         if (reader.ReadAttributes(element, attributes) < 0) return kBadDocument;
-        // A new key for each element, also where a sibling has its name.
-        Key* key = open.Current().OpenPath(element.name.View(), true, nullptr);
+        // Each element makes a new key, even if a sibling has its name.
+        Key* key = openElements.Current().OpenPath(element.name.View(), true, nullptr);
         if (key == nullptr) return kOutOfMemory;
         for (const XmlAttribute& attribute : attributes) {
-            const ResultCode code =
-                key->AddValueFromText(BegunName(attribute.name.c_str()), tSTRING, attribute.value.c_str());
+            const ResultCode code = key->AddValueFromText(attribute.name.c_str(), tSTRING, attribute.value.c_str());
             if (IsFailure(code)) return code;
         }
-        return element.HasContent() ? open.Enter(*key, element) : FromReader(reader.CloseElement(element));
+        return element.HasContent() ? openElements.Enter(*key, element) : ToResultCode(reader.CloseElement(element));
     }
 
     XmlReader& reader;
-    OpenElements open;
+    OpenElements openElements;
     XmlAttributeList attributes;
     std::string text;
 };
 
 }   // namespace
 
-ResultCode ReadChildren(Key& root, XmlReader& reader) { return ChildrenReader(root, reader).Read(); }
+ResultCode ReadChildren(Key& root, XmlReader& reader) { return NativeReader(root, reader).Read(); }
 
 ResultCode ReadForeign(Key& root, XmlReader& reader) { return ForeignReader(root, reader).Read(); }
 
-ResultCode KeyTree::LoadDocument(const char* data, std::uint32_t sizeBytes) {
-    if (top == nullptr) return kNotInitialised;
+ResultCode LoadDocument(KeyTree& tree, const char* data, std::uint32_t sizeBytes) {
+    if (tree.top == nullptr) return kNotInitialised;
     try {
         XmlReader reader(data, sizeBytes, false);
         XmlElement root;
@@ -176,12 +181,12 @@ ResultCode KeyTree::LoadDocument(const char* data, std::uint32_t sizeBytes) {
         if (!root.HasContent()) return kInvalidArgument;
         ResultCode code = kDone;
         if (root.NameIs(kRootElement)) {
-            code = ReadChildren(*top, reader);
+            code = ReadChildren(*tree.top, reader);
         } else {
             XmlReader whole(data, sizeBytes, false);
-            code = ReadForeign(*top, whole);
+            code = ReadForeign(*tree.top, whole);
         }
-        return IsSuccess(code) ? FromReader(reader.CloseElement(root)) : code;
+        return IsSuccess(code) ? ToResultCode(reader.CloseElement(root)) : code;
     } catch (const std::exception&) {
         return kOutOfMemory;
     }

@@ -1,6 +1,9 @@
+// Writing a document: the tree as native XML.
+
 #include "document/profile_format.h"
 #include "document/text_buffer.h"
 #include "document/xml_writer.h"
+#include "tree/key.h"
 #include "tree/key_tree.h"
 #include "tree/type_catalogue.h"
 
@@ -17,7 +20,7 @@ namespace arbor {
 
 namespace {
 
-/// Writes one body: a walk down the tree with a stack of its own, keys before values.
+/// Writes the body of a key by a walk with an explicit stack.
 class BodyWriter {
 public:
     BodyWriter(XmlWriter& xmlWriter, int firstIndent) : writer(xmlWriter), indent(firstIndent) {}
@@ -28,17 +31,17 @@ public:
         for (;;) {
             if (child != key->Children().end()) {
                 OpenKey(*child);
-                above.push_back(key);
+                ancestors.push_back(key);
                 key = &*child;
                 child = key->Children().begin();
                 continue;
             }
             if (const ResultCode code = WriteValues(*key); IsFailure(code)) return code;
-            if (above.empty()) return kDone;
+            if (ancestors.empty()) return kDone;
             CloseKey();
-            child = std::next(above.back()->Children().iterator_to(*key));
-            key = above.back();
-            above.pop_back();
+            child = std::next(ancestors.back()->Children().iterator_to(*key));
+            key = ancestors.back();
+            ancestors.pop_back();
         }
     }
 
@@ -62,37 +65,37 @@ private:
     ResultCode WriteValues(const Key& key) {
         for (const ValueEntry& entry : key.Values()) {
             std::string_view text;
-            if (const ResultCode code = TakeText(*entry.value, text); IsFailure(code)) return code;
+            if (const ResultCode code = TextOf(*entry.value, text); IsFailure(code)) return code;
             const TypeCode type = entry.value->GetType();
-            // Wide text goes out as UTF-8, which the text type reads back; its own text form would be hexadecimal.
+            // A wide text is written as UTF-8 under tSTRING: a tWSTRING element would be read as hexadecimal.
             const std::string_view element = TypeNameFromCode(type == tWSTRING ? static_cast<TypeCode>(tSTRING) : type);
             writer.WriteElementLine(indent, element, kNameAttribute, entry.name.View(), text);
         }
         return kDone;
     }
 
-    /// The value's text form, up to its first 0 byte; it lasts until the next one is taken.
-    ResultCode TakeText(const Value& value, std::string_view& taken) {
-        // A type may write less than it asks for: what the value before used is zeroed again, the rest still is.
-        std::memset(usualText, 0, usedBytes);
-        char* text = usualText;
+    /// Sets `result` to the value's text form up to its first 0 byte. It is valid until the next call.
+    ResultCode TextOf(const Value& value, std::string_view& result) {
+        // A type may write fewer bytes than it reports, so the buffer must hold zeros: clear what the last value used.
+        std::memset(shortText, 0, usedBytes);
+        char* text = shortText;
         std::uint32_t size = 0;
-        ResultCode code = value.ToText(text, sizeof usualText, &size);
-        usedBytes = std::min<std::size_t>(size, sizeof usualText);
+        ResultCode code = value.ToText(text, sizeof shortText, &size);
+        usedBytes = std::min<std::size_t>(size, sizeof shortText);
         if (code == kBufferTooSmall && size != 0) {
             longText.assign(size, '\0');
             text = longText.data();
             code = value.ToText(text, size, &size);
         }
-        taken = {text, strnlen(text, size)};
+        result = {text, strnlen(text, size)};
         return code;
     }
 
     XmlWriter& writer;
     int indent;
-    std::vector<const Key*> above;
-    char usualText[256] = {};
-    std::size_t usedBytes = 0;   // of `usualText`, by the value before
+    std::vector<const Key*> ancestors;   // of the key being written
+    char shortText[256] = {};
+    std::size_t usedBytes = 0;   // of `shortText`, by the last value
     std::string longText;
 };
 
@@ -100,19 +103,19 @@ private:
 
 ResultCode WriteBody(const Key& root, XmlWriter& writer, int indent) { return BodyWriter(writer, indent).Write(root); }
 
-ResultCode KeyTree::SaveDocument(TextBuffer& output) const {
-    if (top == nullptr) return kNotInitialised;
+ResultCode SaveDocument(const KeyTree& tree, TextBuffer& output) {
+    if (tree.top == nullptr) return kNotInitialised;
     try {
         XmlWriter writer(output);
         writer.OpenTag(kRootElement);
         writer.CloseTag();
         writer.WriteLineEnd();
-        if (const ResultCode code = WriteBody(*top, writer, kIndentStep); IsFailure(code)) return code;
+        if (const ResultCode code = WriteBody(*tree.top, writer, kIndentStep); IsFailure(code)) return code;
         writer.WriteEndTag(kRootElement);
         writer.WriteLineEnd();
         return kDone;
     } catch (const std::exception&) {
-        return kOutOfMemory;   // also for a text beyond what one write stores
+        return kOutOfMemory;   // also for a document beyond `TextBuffer::kMaxBytes`
     }
 }
 

@@ -2,6 +2,7 @@
 // made, and one final move puts the new text in the document's place: whatever fails, a complete document stands on the
 // disk.
 
+#include "document/profile_format.h"
 #include "document/text_buffer.h"
 #include "object/arbor.h"
 
@@ -124,7 +125,7 @@ ResultCode Arbor::WriteToIoObject(HostObject* io) {
 
 ResultCode Arbor::Serialise(TextBuffer& document) {
     const LockGuard guard = LockGuard::Shared(lock, Synchronised);
-    const ResultCode code = tree.SaveDocument(document);
+    const ResultCode code = SaveDocument(tree, document);
     if (IsSuccess(code)) MarkSerialised();
     return code;
 }

@@ -1,10 +1,10 @@
-/// A growing byte string that a document is built in: an append is a comparison and a copy, and room that was not
-/// written yet is never cleared.
+/// A growing byte string in which a document is built. Capacity that is not written yet is never cleared.
 ///
-/// It ends at the most bytes that one write of a file takes; beyond, and where the heap has no memory, appending throws
-/// `std::bad_alloc` with the bytes as they were. Belongs to one thread.
+/// It holds at most `kMaxBytes`, which one write of a file takes. Beyond that, and without memory, an append throws
+/// std::bad_alloc and leaves the bytes unchanged. Belongs to one thread.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -15,36 +15,41 @@ namespace arbor {
 
 class TextBuffer {
 public:
-    static constexpr std::size_t kMostBytes = UINT32_MAX;
+    static constexpr std::size_t kMaxBytes = UINT32_MAX;
 
     [[nodiscard]] std::string_view View() const { return {bytes.get(), size}; }
     [[nodiscard]] std::uint32_t SizeBytes() const { return static_cast<std::uint32_t>(size); }
 
-    void Append(char byte) {
-        *Room(1) = byte;
-        ++size;
+    /// Appends the parts in their order, with one check of the capacity.
+    template <std::convertible_to<std::string_view>... Parts>
+    void Append(const Parts&... parts) {
+        AppendViews(std::string_view(parts)...);
     }
-    void Append(std::string_view text) {
-        if (text.empty()) return;
-        std::memcpy(Room(text.size()), text.data(), text.size());
-        size += text.size();
-    }
-    void Append(std::size_t count, char byte) {
-        std::memset(Room(count), byte, count);
+
+    void AppendRepeated(std::size_t count, char byte) {
+        std::memset(PrepareWrite(count), byte, count);
         size += count;
     }
 
-    /// Empties it; its memory stays for what comes next.
+    /// Removes all bytes and keeps the capacity.
     void Clear() { size = 0; }
 
-    /// The place behind the last byte, with at least `count` bytes to write to. `Extend` says how many were written.
-    char* Room(std::size_t count) {
+    /// Returns the end of the bytes with a capacity of at least `count` more. The caller writes there and reports the
+    /// number of bytes to `CommitWrite`; nothing else may be called in between.
+    [[nodiscard]] char* PrepareWrite(std::size_t count) {
         if (capacity - size < count) Grow(count);
         return bytes.get() + size;
     }
-    void Extend(std::size_t count) { size += count; }
+    void CommitWrite(std::size_t count) { size += count; }
 
 private:
+    template <class... Views>
+    void AppendViews(Views... views) {
+        char* out = PrepareWrite((views.size() + ...));
+        ((std::memcpy(out, views.data(), views.size()), out += views.size()), ...);
+        size = static_cast<std::size_t>(out - bytes.get());
+    }
+
     void Grow(std::size_t count);
 
     std::unique_ptr<char[]> bytes;

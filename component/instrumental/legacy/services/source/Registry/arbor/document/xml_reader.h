@@ -1,8 +1,8 @@
-/// A pull reader over one range of bytes: the caller asks for the next start tag, for that element's attributes or text
-/// if it wants them, and closes the element, which skips what it didn't read. One pass, no copy, no document tree.
+/// A pull reader for XML over one range of bytes: the caller reads the next start tag, that element's attributes or
+/// text if needed, and closes the element, which skips what was not read. One pass, no copy, no document tree.
 ///
-/// It checks what it needs to walk the text and no more: no namespaces, no declared encoding, no doctype, and skipped
-/// content isn't checked for matching names. It knows no keys. A reader belongs to one thread.
+/// It checks only what it needs to walk the text: no namespaces, no declared encoding, no doctype, and the names of
+/// skipped elements are not matched. A reader belongs to one thread.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@
 
 namespace arbor {
 
-/// Bytes of the input, which must outlive it.
+/// Bytes of the input, which the caller owns and which must outlive the slice.
 struct ByteSlice {
     const char* data = nullptr;
     std::uint32_t length = 0;
@@ -21,20 +21,20 @@ struct ByteSlice {
     [[nodiscard]] std::string_view View() const { return {data, length}; }
 };
 
-/// Results of the reader: 0 is a success, a negative number one of these.
+/// Results of the reader. Negative numbers are failures.
 enum XmlResult : std::int32_t {
     XmlDone = 0,
-    XmlNone = 1,          // no start tag, or no token: the input ends
-    XmlMalformed = -1,    // a name, an attribute, an end tag, or a token without its terminator
-    XmlWrongToken = -2,   // the token isn't at the position, or its kind has no such form
-    XmlNoStartTag = -3,   // none where one must stand, or the input ends inside an element
-    XmlOtherName = -4,
-    XmlBroken = -5,   // a start tag or content that can't be walked, or an end tag that isn't the element's
+    XmlNone = 1,          // no start tag here, or the end of the input instead of a token
+    XmlMalformed = -1,    // malformed name, attribute or end tag, or a token without its terminator
+    XmlWrongToken = -2,   // the token isn't at the position, or its kind can't be read as a token
+    XmlNoStartTag = -3,   // no start tag where one is required, or the input ends inside an element
+    XmlOtherName = -4,    // not the required name
+    XmlBroken = -5,       // an unterminated start tag, content that can't be skipped, or the end tag of another element
     XmlOutOfMemory = -7,
     XmlTooDeep = -8,
 };
 
-/// What stands at the position.
+/// What the bytes at the position begin.
 enum TokenKind : std::int32_t {
     TokenEnd = 1,
     TokenText = 2,
@@ -43,45 +43,44 @@ enum TokenKind : std::int32_t {
     TokenComment = 5,
     TokenCData = 6,
     TokenInstruction = 7,
-    TokenOther = 8,   // a doctype, or a `<` that begins nothing
+    TokenOther = 8,   // a doctype, or a `<` that begins no markup
 };
 
 /// Flags of `XmlReader::NextStartTag`.
 enum StartTagFlag : std::uint32_t {
-    DemandStartTag = 1,   // no start tag is `XmlNoStartTag`
-    SkipElement = 2,      // skips the element whole; its failure is the result
-    DemandName = 8,       // another name is `XmlOtherName`
-    ReportText = 16,      // text or CDATA instead of a start tag gives its kind
+    RequireStartTag = 1,   // without a start tag the result is `XmlNoStartTag`
+    SkipElement = 2,       // skip the element with its content; a failure of that is the result
+    RequireName = 8,       // for another name the result is `XmlOtherName`
+    ReportText = 16,       // if text or CDATA comes instead of a start tag, the result is its kind
 };
 
-/// One start tag; all fields 0 is no tag at all.
+/// One start tag. All fields are 0 if no tag was read.
 struct XmlElement {
     const char* start = nullptr;   // its `<`
-    const char* end = nullptr;     // behind its first `>`
+    const char* end = nullptr;     // after its first `>`
     ByteSlice name;
 
-    /// False for a self-closed element, and for no tag at all.
+    /// False for a self-closed element, and if no tag was read.
     [[nodiscard]] bool HasContent() const { return end > start && end[-2] != '/'; }
 
     [[nodiscard]] bool NameIs(std::string_view text) const { return name.View() == text; }
 };
 
-/// An element of the plainest form, as it stands in the input.
-struct XmlPlainElement {
+/// An element with one attribute and plain text, as slices of the input.
+struct XmlSimpleElement {
     ByteSlice name;
-    ByteSlice value;             // of its one attribute; neither a reference nor a 0 byte stands in it
-    ByteSlice text;              // still to be decoded
-    const char* end = nullptr;   // behind its end tag
+    ByteSlice attributeValue;   // holds no reference and no 0 byte
+    ByteSlice text;             // not decoded yet
 };
 
-/// Decoded, and independent of the input.
+/// An attribute, decoded; doesn't refer to the input.
 struct XmlAttribute {
     std::string name;
     std::string value;
 };
 
-/// The attributes of one element in their order, duplicates side by side. One that was cleared keeps its strings'
-/// memory for the next element.
+/// The attributes of one element in document order, duplicates included. A cleared list keeps the memory of its strings
+/// for the next element.
 class XmlAttributeList {
 public:
     [[nodiscard]] const XmlAttribute* begin() const { return slots.data(); }
@@ -90,7 +89,7 @@ public:
 
     void Clear() { count = 0; }
 
-    /// A new last attribute, empty. Throws what the allocation throws, with the list as it was.
+    /// Appends an empty attribute. Throws std::bad_alloc; the list is then unchanged.
     XmlAttribute& Add();
 
 private:
@@ -98,85 +97,77 @@ private:
     std::size_t count = 0;
 };
 
-/// A failure leaves the position where it happened. Slices stay valid while the input does.
+/// A failure leaves the position at the fault. Slices are valid as long as the input is.
 class XmlReader {
 public:
-    /// `skipMark` passes over a UTF-8 byte order mark at the start.
-    XmlReader(const char* start, std::uint32_t size, bool skipMark);
+    /// `skipMark`: a UTF-8 byte order mark at the start is skipped.
+    XmlReader(const char* start, std::uint32_t sizeBytes, bool skipMark);
 
     [[nodiscard]] TokenKind PeekKind() const;
 
     void SkipSpace();
 
-    /// The literal's length if it stands at the position, else 0.
+    /// Returns the literal's length if it is at the position, else 0.
     [[nodiscard]] std::uint32_t MatchAt(std::string_view literal) const;
 
-    /// Takes the name at the position; no blanks are skipped. 0 or `XmlMalformed`.
+    /// Reads the name at the position, without skipping white space. Returns 0 or `XmlMalformed`.
     std::int32_t ReadName(ByteSlice& name);
 
-    /// Skips blanks, comments and instructions and takes the start tag behind them; the tag ends at its first `>`,
-    /// quoted or not. `XmlNone` for anything else there, which isn't consumed; under `ReportText` also `TokenText` and
-    /// `TokenCData`. `expected`, terminated, is read under `DemandName` alone. `element` is no tag after a failure to
-    /// read one.
+    /// Skips white space, comments and instructions and reads the start tag that follows. The tag ends at its first
+    /// `>`, quoted or not. Returns `XmlNone` if something else follows, which isn't consumed; with `ReportText`,
+    /// `TokenText` or `TokenCData`. `expected`, NUL-terminated, is used only with `RequireName`.
     std::int32_t NextStartTag(XmlElement& element, std::uint32_t flags, const char* expected);
 
-    /// Skips blanks and looks at the element behind them: true if it has one attribute alone, in double quotes and
-    /// without references, a text without comments and sections, or none, its own end tag, and no blank within its tags
-    /// but the one that it takes. Reading it step by step gives the same name, value and text. The name isn't checked:
-    /// whoever knows it knows that it is one. `opening` is what stands from behind the name to the value: a blank, the
-    /// attribute's name, `="`. `element` holds something only where it is true.
-    bool PeekPlainElement(std::string_view opening, XmlPlainElement& element);
+    /// Skips white space and reads a whole element if it has the layout that a save writes: `opening` (a space, the
+    /// attribute's name, `="`) after the element's name, a value without references, `">`, text without markup, and the
+    /// end tag, without further white space. Returns false for any other element, with only the white space consumed.
+    /// The result is what the general operations would give, except that the element's name isn't checked.
+    bool TryReadSimpleElement(std::string_view opening, XmlSimpleElement& element);
 
-    /// Passes the element of the look before, since which nothing may have been read.
-    void TakePlainElement(const XmlPlainElement& element) { position = element.end; }
-
+    /// Skips white space and reads an end tag. Returns 0, `XmlBroken` if there is none, or `XmlMalformed`.
     std::int32_t ReadEndTag(ByteSlice& name);
 
-    /// Takes the bytes up to the next `<` or the end. Returns whether one of them isn't a blank.
+    /// Reads the bytes up to the next `<` or the end. Returns whether they hold more than white space.
     bool ReadRawText(ByteSlice& text);
 
-    /// Takes and decodes text up to the next `<`, with `allowCData` joined over comments, instructions and CDATA
-    /// sections. Returns whether anything but blanks was read. Throws what the allocation throws.
+    /// Reads and decodes text up to the next `<`. With `allowCData` it goes on after comments, instructions and CDATA
+    /// sections and joins the text; sections are not decoded. Returns whether it read more than white space. Throws
+    /// std::bad_alloc or std::length_error from the string.
     bool ReadText(std::string& text, bool allowCData);
 
-    /// Takes a comment, a CDATA section or an instruction; the slice is what stands between its marks. A comment's text
-    /// ends at the first "--", and what follows up to the next ">" is dropped. `XmlNone` for `TokenEnd`.
+    /// Reads a comment, a CDATA section or an instruction; `token` is the content without its delimiters. A comment's
+    /// content ends at the first "--", and what follows up to the next ">" is dropped. Returns `XmlNone` for
+    /// `TokenEnd`.
     std::int32_t ReadToken(TokenKind kind, ByteSlice& token);
 
+    /// Skips one token of that kind. Returns 0 or a failure.
     std::int32_t SkipToken(TokenKind kind);
 
-    /// Moves behind the next `terminator`; `length` gets the bytes in front of it, to which a terminator of one byte is
-    /// counted. `XmlMalformed`, with the position at the end, if there is none.
+    /// Moves past the next `terminator`. `length` gets the number of bytes before it; a terminator of one byte is
+    /// counted too. Returns `XmlMalformed`, with the position at the end, if there is none.
     std::int32_t ScanUntil(std::string_view terminator, std::uint32_t& length);
 
-    /// Moves to the end tag of `element` from a place in its own content. `*size`, if not null, gets the bytes walked.
-    /// Takes no stack, whatever the nesting.
+    /// Moves from a position in the content of `element` to its end tag. `*size`, if not null, gets the number of bytes
+    /// skipped. Uses no stack, whatever the nesting.
     std::int32_t SkipContent(const XmlElement& element, std::uint32_t* size);
 
-    /// Skips the rest of the element and takes its end tag; does nothing without content.
+    /// Skips the rest of the element and its end tag. Does nothing if the element has no content.
     std::int32_t CloseElement(const XmlElement& element);
 
-    /// Reads the start tag's own bytes; the position doesn't matter and stays.
+    /// Reads the attributes from the bytes of the start tag. Returns 0, `XmlMalformed` or `XmlOutOfMemory`.
     static std::int32_t ReadAttributes(const XmlElement& element, XmlAttributeList& attributes);
 
-    /// The value of the first attribute of that name, with all attributes checked as above; `XmlNone` without one.
+    /// Reads the first attribute of that name and checks all of them as above. Returns `XmlNone` if there is none.
     static std::int32_t ReadAttribute(const XmlElement& element, std::string_view wanted, std::string& value);
 
 private:
-    [[nodiscard]] bool StandsAtStartTag() const;
-    [[nodiscard]] bool StandsAtEndTag() const;
-    void SkipGap();
+    [[nodiscard]] bool IsAtStartTag() const;
+    [[nodiscard]] bool IsAtEndTag() const;
+    void SkipIndent();
 
     const char* position;
     const char* end;
-    ByteSlice gap;   // the white space in front of the element that was looked at last
+    ByteSlice indent;   // the white space before the latest simple element
 };
-
-/// Appends the bytes with their references replaced; a `length` of -1 means up to the first 0 byte. What it can't
-/// replace stays as it is. Returns whether every reference was understood. Throws what the allocation throws.
-bool DecodeEntities(const char* data, std::int32_t length, std::string& output);
-
-/// Appends the UTF-8 of a code point below 0x10000, and nothing for one above.
-void AppendUtf8(std::uint32_t codePoint, std::string& output);
 
 }   // namespace arbor

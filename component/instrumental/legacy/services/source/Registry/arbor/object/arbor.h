@@ -23,6 +23,8 @@ class File;
 
 namespace arbor {
 
+class TextBuffer;
+
 class Arbor : public HostObjectHeader {
 public:
     using Text = ilk::basic_string_t<char16_t>;

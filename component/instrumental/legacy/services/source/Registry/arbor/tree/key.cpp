@@ -15,7 +15,6 @@ namespace {
 
 /// The text of a value that stands for another one, and the name of that other one.
 constexpr char kRedirectMarker[] = "![CDATA[";
-constexpr char kUnnamedValue[] = "noname";
 
 bool IsRedirect(const Value& value) {
     return value.GetType() == tSTRING && static_cast<const ByteStringHolder&>(value).TextIs(kRedirectMarker);
@@ -260,17 +259,17 @@ ValueEntry* Key::NewEntry(TypeCode code) {
 }
 
 template <class Fill>
-ResultCode Key::AddFilled(const BegunName& valueName, TypeCode code, Fill fill) {
+ResultCode Key::AddFilled(std::string_view valueName, TypeCode code, Fill fill) {
     if (owner == nullptr) return kNotInitialised;
-    // The rest of the hash first: nothing waits for it until the index does, and it takes as long as all before that.
-    const std::uint32_t hash = valueName.Hash();
+    // Computed first: the chain of multiplications overlaps with the allocations that follow.
+    const std::uint32_t hash = NameHash(valueName);
     // A failed add erases the index record of its name, as every removal does. Without a name yet it erases none.
     bool isNamed = false;
     const auto remove = [this, &isNamed](ValueEntry* failed) { RemoveEntry(failed, !isNamed); };
     std::unique_ptr<ValueEntry, decltype(remove)> entry(NewEntry(code), remove);
     if (!entry) return kOutOfMemory;
-    if (valueName.View().data() == nullptr) return kInvalidArgument;
-    if (const ResultCode named = CopyName(valueName.View(), entry->name); IsFailure(named)) return named;
+    if (valueName.data() == nullptr) return kInvalidArgument;
+    if (const ResultCode named = CopyName(valueName, entry->name); IsFailure(named)) return named;
     entry->hash = hash;
     isNamed = true;
     if (const ResultCode filled = fill(*entry->value); IsFailure(filled)) return filled;
@@ -288,7 +287,7 @@ ResultCode Key::AddFilled(const BegunName& valueName, TypeCode code, Fill fill) 
 
 ResultCode Key::AddValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size) {
     const std::string_view wanted = valueName != nullptr ? std::string_view(valueName) : std::string_view();
-    return AddFilled(BegunName(wanted), code, [=](Value& value) { return value.Set(data, size); });
+    return AddFilled(wanted, code, [=](Value& value) { return value.Set(data, size); });
 }
 
 ResultCode Key::AddNewValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size) {
@@ -308,7 +307,7 @@ ResultCode Key::AddValueAt(std::uint32_t index, TypeCode code, const void* data,
     return AddValue(made, code, data, size);
 }
 
-ResultCode Key::AddValueFromText(const BegunName& valueName, TypeCode code, const char* text) {
+ResultCode Key::AddValueFromText(std::string_view valueName, TypeCode code, const char* text) {
     return AddFilled(valueName, code, [=](Value& value) { return value.FromText(text); });
 }
 

@@ -23,6 +23,9 @@
 
 namespace arbor {
 
+/// Name of a value that has none: a foreign element's text, and a value added by index (with its index appended).
+inline constexpr char kUnnamedValue[] = "noname";
+
 class Key;
 using KeyList = boost::intrusive::list<Key, boost::intrusive::constant_time_size<true>>;
 
@@ -123,8 +126,8 @@ public:
     /// `kInvalidArgument` above it, `kAlreadyExists` below.
     ResultCode AddValueAt(std::uint32_t index, TypeCode code, const void* data, std::uint32_t size);
 
-    /// The document's road: the value takes its text form, and a name may come twice.
-    ResultCode AddValueFromText(const BegunName& valueName, TypeCode code, const char* text);
+    /// The same as `AddValue` with the value's text form, as documents have it.
+    ResultCode AddValueFromText(std::string_view valueName, TypeCode code, const char* text);
 
     /// The value, or its name, at that place; null behind the last.
     [[nodiscard]] Value* ValueAt(std::uint32_t index) const;
@@ -158,7 +161,7 @@ private:
     /// The one way of adding: makes the entry, names it, lets `fill` give its value the contents, and links it. A view
     /// of nothing is refused as a missing name; an empty one isn't.
     template <class Fill>
-    ResultCode AddFilled(const BegunName& valueName, TypeCode code, Fill fill);
+    ResultCode AddFilled(std::string_view valueName, TypeCode code, Fill fill);
 
     ResultCode CopyName(std::string_view source, NameRange& target) const;
     void FreeName(NameRange& target) const;

@@ -6,8 +6,6 @@
 
 namespace arbor {
 
-class TextBuffer;
-
 /// Owns the root and with it the whole tree. All three pointers are null until `Start`. `current` stands at or below
 /// `top`. No lock here.
 struct KeyTree {
@@ -39,14 +37,6 @@ struct KeyTree {
 
     /// Removes all below `current`, which stays, and forgets the steps to siblings.
     void ClearCurrent();
-
-    /// Appends the whole document to `output`. `kNotInitialised` without a tree, `kOutOfMemory`, or what a value's text
-    /// form fails with: then `output` is of no use.
-    ResultCode SaveDocument(TextBuffer& output) const;
-
-    /// Adds the keys and values of an XML text without a byte order mark: the native form, or any other mapped onto
-    /// keys and texts. On a failure the tree keeps what was added before it.
-    ResultCode LoadDocument(const char* data, std::uint32_t sizeBytes);
 
     const HostObject* owner = nullptr;
     Key* top = nullptr;

@@ -1,7 +1,7 @@
 /// Names of keys and values: bytes kept as they came, compared without regard to the case of ASCII letters.
 #pragma once
 
-#include "tree/octets.h"
+#include "tree/swar.h"
 
 #include <algorithm>
 #include <array>
@@ -40,7 +40,7 @@ inline constexpr std::array<std::int8_t, 256> kFoldedBytes = [] {
 
 [[nodiscard]] constexpr std::int32_t FoldByte(char byte) { return kFoldedBytes[static_cast<unsigned char>(byte)]; }
 
-/// One link of the chain that a name's hash is.
+/// One step of the hash.
 [[nodiscard]] constexpr std::uint32_t HashByte(std::uint32_t seed, char byte) {
     std::uint32_t x = seed + 0x9E3779B9U + static_cast<std::uint32_t>(FoldByte(byte));
     x = (x ^ (x >> 16)) * 0x21F0AAADU;
@@ -48,9 +48,9 @@ inline constexpr std::array<std::int8_t, 256> kFoldedBytes = [] {
     return x ^ (x >> 15);
 }
 
-/// A chain of the 32-bit hash combination over the folded bytes. A whole name starts from 0, the rest of one from the
-/// hash of what stands in front of it. The same on every machine, never stored.
-[[nodiscard]] constexpr std::uint32_t NameHash(std::string_view name, std::uint32_t seed = 0) {
+/// Combines the folded bytes one by one, starting from 0. The same on every machine; never stored.
+[[nodiscard]] constexpr std::uint32_t NameHash(std::string_view name) {
+    std::uint32_t seed = 0;
     for (const char byte : name) seed = HashByte(seed, byte);
     return seed;
 }
@@ -64,23 +64,6 @@ inline constexpr std::array<std::int8_t, 256> kFoldedBytes = [] {
     }
     return true;
 }
-
-/// A name whose hash is begun here and finished when it is asked for. Each link of the chain waits for the one before,
-/// and a processor has enough else to do while it waits only if other work lies between the two halves.
-class BegunName {
-public:
-    constexpr explicit BegunName(std::string_view whole) : name(whole), begun(NameHash(Beginning())) {}
-
-    [[nodiscard]] constexpr std::string_view View() const { return name; }
-    [[nodiscard]] constexpr std::uint32_t Hash() const { return NameHash(name.substr(Beginning().size()), begun); }
-
-private:
-    /// Nothing of a shorter name: a length that is always the same can be foretold.
-    [[nodiscard]] constexpr std::string_view Beginning() const { return name.substr(0, name.size() < 4 ? 0 : 4); }
-
-    std::string_view name;
-    std::uint32_t begun;
-};
 
 /// A few names that are hashed together: in one chain each multiplication waits for the one before, while several
 /// chains side by side cost little more than the longest of them.

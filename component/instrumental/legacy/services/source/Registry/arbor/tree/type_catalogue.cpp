@@ -1,6 +1,6 @@
 #include "tree/type_catalogue.h"
 
-#include "tree/octets.h"
+#include "tree/swar.h"
 
 #include <component/kernel/type_table.h>
 

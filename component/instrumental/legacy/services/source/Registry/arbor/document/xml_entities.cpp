@@ -1,0 +1,97 @@
+#include "document/xml_entities.h"
+
+#include "document/xml_scan.h"
+
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
+namespace arbor {
+namespace {
+
+struct NamedReference {
+    std::string_view name;
+    char byte;
+};
+
+constexpr NamedReference kNamedReferences[] = {
+    {"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"apos", '\''}, {"quot", '"'},
+};
+
+/// Unknown names up to this length count as entities of another vocabulary; a longer one is an error.
+constexpr std::size_t kMaxForeignNameLength = 4;
+
+constexpr unsigned kNoDigit = 16;
+
+constexpr unsigned DigitValue(char c) {
+    if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
+    if (c >= 'A' && c <= 'F') return static_cast<unsigned>(c - 'A') + 10;
+    if (c >= 'a' && c <= 'f') return static_cast<unsigned>(c - 'a') + 10;
+    return kNoDigit;
+}
+
+/// What a reference decodes to: `codePoint` if `replaced`, else the reference itself.
+struct Replacement {
+    bool replaced = false;
+    bool understood = true;
+    std::uint32_t codePoint = 0;
+};
+
+/// `digits` follows the "#". Numbers above 32 bits wrap. 0 isn't replaced: texts end at a 0 byte.
+Replacement DecodeNumber(std::string_view digits) {
+    const unsigned base = digits.front() == 'x' ? 16 : 10;
+    if (base == 16) digits.remove_prefix(1);
+    std::uint32_t number = 0;
+    for (const char c : digits) {
+        const unsigned digit = DigitValue(c);
+        if (digit >= base) return {false, false};
+        number = number * base + digit;
+    }
+    return {number != 0, true, number};
+}
+
+/// `body` is what lies between "&" and ";".
+Replacement DecodeReference(std::string_view body) {
+    if (body.size() < 2) return {};
+    if (body.front() == '#') return DecodeNumber(body.substr(1));
+    for (const NamedReference& reference : kNamedReferences) {
+        if (reference.name == body) return {true, true, static_cast<unsigned char>(reference.byte)};
+    }
+    return {false, body.size() <= kMaxForeignNameLength};
+}
+
+}   // namespace
+
+bool DecodeEntities(const char* data, std::int32_t length, std::string& output) {
+    const char* const last = data + (length == -1 ? std::strlen(data) : static_cast<std::uint32_t>(length));
+    bool understood = true;
+    const char* run = data;
+    for (;;) {
+        const char* const ampersand = FindByte(run, last, '&');
+        const char* const semicolon = FindByte(ampersand, last, ';');
+        if (semicolon == last) {
+            output.append(run, static_cast<std::size_t>(last - run));
+            return understood;
+        }
+        const Replacement found = DecodeReference({ampersand + 1, static_cast<std::size_t>(semicolon - ampersand) - 1});
+        understood = understood && found.understood;
+        output.append(run, static_cast<std::size_t>((found.replaced ? ampersand : semicolon + 1) - run));
+        if (found.replaced) AppendUtf8(found.codePoint, output);
+        run = semicolon + 1;
+    }
+}
+
+void AppendUtf8(std::uint32_t codePoint, std::string& output) {
+    if (codePoint < 0x80) {
+        output += static_cast<char>(codePoint);
+    } else if (codePoint < 0x800) {
+        output += static_cast<char>(0xC0 | codePoint >> 6);
+        output += static_cast<char>(0x80 | (codePoint & 0x3F));
+    } else if (codePoint < 0x10000) {
+        output += static_cast<char>(0xE0 | codePoint >> 12);
+        output += static_cast<char>(0x80 | (codePoint >> 6 & 0x3F));
+        output += static_cast<char>(0x80 | (codePoint & 0x3F));
+    }
+}
+
+}   // namespace arbor
