@@ -19,7 +19,7 @@ _arborctl() {
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]//\\/}
         case $word in
-            --module | --trace | --backup | --root | --color | --as) ((i++)) ;;
+            --module | --trace | --backup | --root | --color | --wait | --as) ((i++)) ;;
             -*) ;;
             *)
                 if [[ -z $command && " $commands " == *" $word "* ]]; then command=$word
@@ -36,7 +36,7 @@ _arborctl() {
     esac
     if [[ $cur == -* ]]; then
         if [[ -z $command ]]; then
-            _arborctl_offer < <(printf '%s\n' --module --trace --read-only --create --backup --root --color --leaks --version --help)
+            _arborctl_offer < <(printf '%s\n' --module --trace --read-only --create --backup --root --color --wait --leaks --version --help)
         else
             _arborctl_offer < <(printf '%s\n' --help --json --as)
         fi

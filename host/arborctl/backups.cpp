@@ -1,6 +1,7 @@
 #include "backups.h"
 
 #include "document.h"
+#include "retry.h"
 
 #include <host/system.h>
 
@@ -65,8 +66,23 @@ std::filesystem::path FreeName(const std::filesystem::path& document) {
     }
 }
 
-void CopyToDisk(const std::filesystem::path& from, const std::filesystem::path& to) {
-    std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing);
+/// Calls `step(error)` again while another process has the file open that it takes.
+template <class Step>
+void RetryWhileInUse(std::chrono::milliseconds wait, const std::filesystem::path& from, const std::filesystem::path& to,
+                     Step step) {
+    std::error_code error;
+    RetryFor(wait, [&] {
+        error.clear();
+        step(error);
+        return !host::IsSharingViolation(error);
+    });
+    if (error) throw std::filesystem::filesystem_error("can't restore", from, to, error);
+}
+
+void CopyToDisk(const std::filesystem::path& from, const std::filesystem::path& to, std::chrono::milliseconds wait) {
+    RetryWhileInUse(wait, from, to, [&](std::error_code& error) {
+        std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing, error);
+    });
     host::FlushToDisk(to);
 }
 
@@ -95,16 +111,18 @@ std::optional<std::filesystem::path> FindBackup(const std::filesystem::path& doc
     return std::nullopt;
 }
 
-std::filesystem::path Restore(const std::filesystem::path& document, const std::filesystem::path& backup) {
+std::filesystem::path Restore(const std::filesystem::path& document, const std::filesystem::path& backup,
+                              std::chrono::milliseconds wait) {
     const std::filesystem::path temporary = WithEnding(document, ".restoring");
     std::filesystem::path kept;
     try {
-        CopyToDisk(backup, temporary);
+        CopyToDisk(backup, temporary, wait);
         if (std::filesystem::exists(document)) {
             kept = FreeName(document);
-            CopyToDisk(document, kept);
+            CopyToDisk(document, kept, wait);
         }
-        std::filesystem::rename(temporary, document);
+        RetryWhileInUse(wait, temporary, document,
+                        [&](std::error_code& error) { std::filesystem::rename(temporary, document, error); });
     } catch (...) {
         std::error_code ignored;   // the first failure is the one to tell
         std::filesystem::remove(temporary, ignored);

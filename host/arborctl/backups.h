@@ -1,6 +1,7 @@
 /// The files that saves and restores leave beside a document.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -22,8 +23,10 @@ struct BackupFile {
                                                               const std::string& given);
 
 /// Puts a copy of `backup` in the document's place, by a temporary file and a move: one of the two stands there at
-/// every moment. Returns the file that a copy of the former document went to; empty if there was none. Throws
-/// `std::filesystem::filesystem_error`, with the document untouched.
-std::filesystem::path Restore(const std::filesystem::path& document, const std::filesystem::path& backup);
+/// every moment. Returns the file that a copy of the former document went to; empty if there was none. Waits up to
+/// `wait` for other processes that have one of the files open. Throws `std::filesystem::filesystem_error`, with the
+/// document untouched.
+std::filesystem::path Restore(const std::filesystem::path& document, const std::filesystem::path& backup,
+                              std::chrono::milliseconds wait);
 
 }   // namespace arborctl

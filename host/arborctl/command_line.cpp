@@ -251,6 +251,11 @@ void AddOptions(CLI::App& app, CommandLine& line, std::string& module, std::stri
         ->option_text("WHEN")
         ->transform(CLI::Transformer(whens))
         ->check([](const std::string& when) { return when.size() == 1 ? "" : when + " is not auto, always or never"; });
+    app.add_option_function<unsigned>(
+           "--wait", [&line](unsigned seconds) { line.settings.wait = std::chrono::seconds(seconds); },
+           "how long to wait for other processes that use the document (default: 5)")
+        ->option_text("SECONDS")
+        ->check(CLI::Range(0, 86'400));
     app.add_flag("--leaks", line.leaks, "say how much memory the module kept");
     app.set_version_flag("--version", "arborctl " ARBOR_VERSION);
     AddDocument(app, "DOCUMENT", document, "file of the settings");

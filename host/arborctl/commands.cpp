@@ -12,7 +12,7 @@
 namespace arborctl {
 
 int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, const std::string& text) {
-    const Document document = session.Load();
+    const Document document = session.LoadToChange();
     const ValueSlot value(MakeKey(document.Root(), path.key), path.value);
     const bool wide = value.Type() == kernel::tWSTRING;   // it takes any type's bytes as its own
     Demand(value.Set(ValueText(session.kernel).Parse(wide ? kernel::tWSTRING : type, text)), value.Text());
@@ -21,7 +21,7 @@ int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, co
 }
 
 int Remove(const Session& session, const Path& path) {
-    const Document document = session.Load();
+    const Document document = session.LoadToChange();
     const std::optional<ValueSlot> value = FindValue(document.Root(), path);
     value ? Demand(value->Remove(), value->Text()) : RemoveKey(document.Root(), path);
     document.Save();
@@ -29,7 +29,7 @@ int Remove(const Session& session, const Path& path) {
 }
 
 int RemoveValue(const Session& session, const ValuePath& path) {
-    const Document document = session.Load();
+    const Document document = session.LoadToChange();
     const ValueSlot value(OpenKey(document.Root(), path.key), path.value);
     Demand(value.Remove(), value.Text());
     document.Save();
@@ -42,9 +42,10 @@ int Copy(const Session& session, const Path& path, const std::filesystem::path& 
     const std::optional<arbor::Key> key = FindKey(source.Root(), path);
     std::optional<arbor::Datum> value;   // read before the target comes into being
     if (!key) value = Demand(OpenValue(source.Root(), path).Read(0), path.Text());
-    const Document destination(session.kernel,
-                               {.document = target, .create = true, .backupMode = session.settings.backupMode},
-                               session.progress);
+    const Document destination(
+        session.kernel,
+        {.document = target, .create = true, .backupMode = session.settings.backupMode, .wait = session.settings.wait},
+        session.progress, Access::Change);
     if (key) {
         Demand(key->CopyTo(MakeKey(destination.Root(), path)), "copying");
     } else {
@@ -56,8 +57,8 @@ int Copy(const Session& session, const Path& path, const std::filesystem::path& 
 }
 
 int Import(const Session& session, const std::filesystem::path& foreign) {
-    const Document source(session.kernel, {.document = foreign}, session.progress);
-    const Document destination = session.Load();
+    const Document source(session.kernel, {.document = foreign, .wait = session.settings.wait}, session.progress);
+    const Document destination = session.LoadToChange();
     CopyApart(source.Root(), destination.Root());
     destination.Save();
     return kExitDone;
@@ -66,11 +67,12 @@ int Import(const Session& session, const std::filesystem::path& foreign) {
 int RestoreBackup(const Session& session, const std::string& backup) {
     const std::filesystem::path& document = session.settings.document;
     if (session.settings.readOnly) throw Refusal(kernel::kReadOnlyObject, "restoring " + PathText(document));
+    const auto lock = LockDocument(session.settings);
     const std::optional<std::filesystem::path> chosen = FindBackup(document, backup);
     if (!chosen) throw Refusal(kernel::kNoDocument, host::Printable(backup) + " is no backup of " + PathText(document));
-    static_cast<void>(
-        Document(session.kernel, {.document = *chosen, .readOnly = true}, session.progress));   // it must load
-    const std::filesystem::path kept = Restore(document, *chosen);
+    static_cast<void>(Document(session.kernel, {.document = *chosen, .readOnly = true, .wait = session.settings.wait},
+                               session.progress));   // it must load
+    const std::filesystem::path kept = Restore(document, *chosen, session.settings.wait);
     std::cout << PathText(document) << " is what " << PathText(chosen->filename()) << " holds";
     if (std::filesystem::is_empty(document)) std::cout << ", which is empty";
     if (!kept.empty()) std::cout << "; what it was stands in " << PathText(kept.filename());

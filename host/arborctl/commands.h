@@ -16,6 +16,8 @@ struct Session {
 
     /// The document that the command line names.
     [[nodiscard]] Document Load() const { return Document(kernel, settings, progress); }
+    /// The same, locked against other runs until the result is gone.
+    [[nodiscard]] Document LoadToChange() const { return Document(kernel, settings, progress, Access::Change); }
 };
 
 /// Of a value's path, the value alone.

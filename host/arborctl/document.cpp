@@ -1,12 +1,40 @@
 #include "document.h"
 
 #include "addressing.h"
+#include "exit_codes.h"
+#include "retry.h"
 
 #include <host/result_text.h>
 #include <host/system.h>
 #include <host/text.h>
 
 namespace arborctl {
+namespace {
+
+/// Paths that lead to one document have one lock.
+std::filesystem::path LockFile(const std::filesystem::path& document) { return host::RealPath(document) += ".lock"; }
+
+/// A save with backups moves the document away before it moves the new one there.
+bool IsBeingReplaced(const std::filesystem::path& document) {
+    std::error_code unknown;
+    return std::filesystem::exists(LockFile(document), unknown);
+}
+
+/// Whether only a process that has the document open can be the reason that it can't be replaced.
+bool IsReplaceable(const std::filesystem::path& document) {
+    using std::filesystem::perms;
+    constexpr perms kWriting = perms::owner_write | perms::group_write | perms::others_write;
+    std::error_code unknown;
+    const std::filesystem::file_status status = std::filesystem::status(document, unknown);
+    return std::filesystem::is_regular_file(status) && (status.permissions() & kWriting) != perms::none;
+}
+
+}   // namespace
+
+int Refusal::ExitCode() const { return refused == kernel::kFileInUse ? kExitNotLoaded : kExitRefused; }
+
+int LoadError::ExitCode() const { return kExitNotLoaded; }
+
 Refusal::Refusal(kernel::ResultCode code, std::string_view tried)
     : std::runtime_error(host::Describe(code).append(" (").append(tried).append(")")), refused(code) {}
 
@@ -30,34 +58,59 @@ std::string LoadState(kernel::ResultCode code) {
     return kernel::IsSuccess(code) ? "loads" : "doesn't load: " + host::Describe(code);
 }
 
-Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress)
-    : object(kernel), stages(&progress), file(settings.document) {
-    const std::string tried = "loading " + PathText(settings.document);
-    const auto set = [&tried](kernel::ResultCode code) { Demand(arbor::Status(code), tried); };
-    set(object.SetDocument(settings.document));
-    set(object.SetNumber(kernel::PropertyReadOnly, settings.readOnly ? 1 : 0));
-    set(object.SetNumber(kernel::PropertyOpenFlags, settings.create ? kernel::kOpenFlagCreate : 0));
-    set(object.SetNumber(kernel::PropertyBackupMode, settings.backupMode));
+std::unique_ptr<host::TimedFileLock> LockDocument(const DocumentSettings& settings) {
+    const std::filesystem::path file = LockFile(settings.document);
+    if (settings.create) std::filesystem::create_directories(file.parent_path());
+    if (!std::filesystem::exists(file.parent_path())) return nullptr;
+    auto lock = std::make_unique<host::TimedFileLock>(file, settings.wait);
+    if (!lock->IsHeld()) throw LoadError(kernel::kFileInUse, "another run changes " + PathText(settings.document));
+    return lock;
+}
+
+Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress, Access access)
+    : stages(&progress), file(settings.document), wait(settings.wait) {
+    if ((access == Access::Change && !settings.readOnly) || settings.create) lock = LockDocument(settings);
     const Progress::Stage stage = progress.Begin("loading", file);
-    const kernel::ResultCode code = object.Ready();
-    if (kernel::IsFailure(code)) throw LoadError(code, tried);
+    kernel::ResultCode code = kernel::kDone;
+    RetryFor(wait, [&] {
+        code = LoadOnce(kernel, settings);
+        return !(code == kernel::kFileInUse ||
+                 (code == kernel::kNoDocument && lock == nullptr && IsBeingReplaced(file)));
+    });
+    if (kernel::IsFailure(code)) throw LoadError(code, "loading " + PathText(file));
     if (settings.root.IsRoot()) return;
     const arbor::Key root = OpenKey(Root(), settings.root);
-    set(object.OwnMethods().SetRootKey(object.Get(), root.Handle()));
+    Demand(arbor::Status(object->OwnMethods().SetRootKey(object->Get(), root.Handle())), settings.root.Text());
 }
 
 Document::Document(host::Kernel& kernel, host::IoObject& io) : object(kernel) {
-    Demand(arbor::Status(object.SetIoObject(io.Get())), "naming the document's home");
-    Demand(arbor::Status(object.Ready()), "loading");
+    Demand(arbor::Status(object->SetIoObject(io.Get())), "naming the document's home");
+    Demand(arbor::Status(object->Ready()), "loading");
 }
 
 Document::Document(host::Kernel& kernel) : object(kernel) {
-    Demand(arbor::Status(object.Ready()), "making an empty tree");
+    Demand(arbor::Status(object->Ready()), "making an empty tree");
+}
+
+/// An object loads once, so each attempt takes a new one.
+kernel::ResultCode Document::LoadOnce(host::Kernel& kernel, const DocumentSettings& settings) {
+    object.emplace(kernel);
+    const auto set = [](kernel::ResultCode code) { Demand(arbor::Status(code), "setting up the document"); };
+    set(object->SetDocument(file));
+    set(object->SetNumber(kernel::PropertyReadOnly, settings.readOnly ? 1 : 0));
+    set(object->SetNumber(kernel::PropertyOpenFlags, settings.create ? kernel::kOpenFlagCreate : 0));
+    set(object->SetNumber(kernel::PropertyBackupMode, settings.backupMode));
+    return object->Ready();
 }
 
 void Document::Save() const {
     const Progress::Stage stage = stages != nullptr ? stages->Begin("saving", file) : Progress::Stage();
-    Demand(Root().Save(), "saving");
+    kernel::ResultCode code = kernel::kDone;
+    RetryFor(wait, [&] {
+        code = Root().Save().Code();
+        return !((code == kernel::kFileInUse || code == kernel::kAccessDenied) && IsReplaceable(file));
+    });
+    Demand(arbor::Status(code), "saving");
 }
 
 /// A key that comes and goes marks the document as changed and leaves it as it was.

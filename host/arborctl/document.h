@@ -8,8 +8,12 @@
 
 #include <host/io_object.h>
 #include <host/object.h>
+#include <host/timed_file_lock.h>
 
+#include <chrono>
 #include <filesystem>
+#include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -22,6 +26,7 @@ public:
     Refusal(kernel::ResultCode code, std::string_view tried);
 
     [[nodiscard]] kernel::ResultCode Code() const { return refused; }
+    [[nodiscard]] virtual int ExitCode() const;
 
 private:
     kernel::ResultCode refused;
@@ -31,6 +36,8 @@ private:
 class LoadError : public Refusal {
 public:
     using Refusal::Refusal;
+
+    [[nodiscard]] int ExitCode() const override;
 };
 
 /// Throws a `Refusal` if `status` is a failure.
@@ -48,7 +55,8 @@ struct DocumentSettings {
     bool readOnly = false;
     bool create = false;   // a missing document is made
     std::uint32_t backupMode = 0;
-    Path root{};   // the key that paths start at
+    Path root{};                    // the key that paths start at
+    std::chrono::seconds wait{5};   // for other processes that use the document
 };
 
 /// The path that an argument names.
@@ -57,6 +65,15 @@ struct DocumentSettings {
 /// The file that a symbolic link leads to, so that a save replaces the file and leaves the link; any other path as it
 /// is.
 [[nodiscard]] std::filesystem::path FollowLink(const std::filesystem::path& path);
+
+enum class Access {
+    Read,
+    Change,
+};
+
+/// Keeps other runs from changing the document, from before a run loads it until after it has saved it; null where the
+/// document's folder is missing. Waits while another run holds it. Throws a `LoadError` if that takes too long.
+[[nodiscard]] std::unique_ptr<host::TimedFileLock> LockDocument(const DocumentSettings& settings);
 
 /// A path as messages show it, with what isn't printable escaped.
 [[nodiscard]] std::string PathText(const std::filesystem::path& path);
@@ -68,15 +85,16 @@ struct DocumentSettings {
 /// `Refusal`.
 class Document {
 public:
-    /// Loads the document. Shows it, and the saving, as stages of `progress`. Throws a `LoadError` if it can't be
-    /// loaded, and a plain `Refusal` if it has no key `settings.root`.
-    Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress);
+    /// Loads the document, and locks it first for `Access::Change`. Waits while another process has it open. Shows it,
+    /// and the saving, as stages of `progress`. Throws a `LoadError` if it can't be loaded, and a plain `Refusal` if it
+    /// has no key `settings.root`.
+    Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress, Access access = Access::Read);
     /// Loads what `io` holds, and saves there; nothing makes an empty tree.
     Document(host::Kernel& kernel, host::IoObject& io);
     /// A tree without a document.
     explicit Document(host::Kernel& kernel);
 
-    [[nodiscard]] arbor::Store Root() const { return arbor::Store(object.Get()); }
+    [[nodiscard]] arbor::Store Root() const { return arbor::Store(object->Get()); }
 
     /// Stores the document if it was changed.
     void Save() const;
@@ -84,9 +102,13 @@ public:
     void SaveAnyway() const;
 
 private:
-    host::Object object;
+    [[nodiscard]] kernel::ResultCode LoadOnce(host::Kernel& kernel, const DocumentSettings& settings);
+
+    std::unique_ptr<host::TimedFileLock> lock{};   // released after the object is gone
+    std::optional<host::Object> object;
     Progress* stages = nullptr;
     std::filesystem::path file{};
+    std::chrono::seconds wait{0};
 };
 
 }   // namespace arborctl

@@ -114,7 +114,8 @@ std::string TimeOf(const std::filesystem::path& path) {
 
 kernel::ResultCode LoadCode(const Session& session, const std::filesystem::path& path) {
     try {
-        const Document document(session.kernel, {.document = path, .readOnly = true}, session.progress);
+        const Document document(session.kernel, {.document = path, .readOnly = true, .wait = session.settings.wait},
+                                session.progress);
         return kernel::kDone;
     } catch (const Refusal& refusal) {
         return refusal.Code();
@@ -189,6 +190,7 @@ int Diff(const Session& session, const std::filesystem::path& other) {
     const Document was = session.Load();
     DocumentSettings settings = session.settings;
     settings.document = other;
+    settings.create = false;
     const Document now(session.kernel, settings, session.progress);
     const ValueText valueText(session.kernel);
     const std::vector<Change> changes = Compare(was.Root(), now.Root());

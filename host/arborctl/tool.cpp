@@ -32,9 +32,9 @@ int RunCommand(const CommandLine& line, Terminals terminals) {
         kernel.LoadModule(line.module);
         exitCode =
             line.command({kernel, line.settings, progress, line.json, WantsColours(line.colours, terminals.output)});
-    } catch (const LoadError& error) {
+    } catch (const Refusal& error) {
         PrintError(error);
-        exitCode = kExitNotLoaded;
+        exitCode = error.ExitCode();
     } catch (const host::PathError& error) {
         PrintError(error);
         exitCode = kExitNotLoaded;

@@ -3,6 +3,7 @@
 #include <arborctl/tool.h>
 #include <host/system.h>
 #include <host/text.h>
+#include <host/timed_file_lock.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -452,7 +453,8 @@ TEST_F(ArborctlTest, RestoreAcceptsWhatBackupsPrints) {
     std::ofstream(folder / "d.xml.bak2");
     std::ofstream(folder / "d.xml.bak") << "<arbor></arbor>";
     if (kNamesAreBytes) {
-        for (const char* name : {"\xFF", "d.xml.bak\xFF", "d.xml.tmp1\\"}) std::ofstream(folder / name) << "<arbor></arbor>";
+        for (const char* name : {"\xFF", "d.xml.bak\xFF", "d.xml.tmp1\\"})
+            std::ofstream(folder / name) << "<arbor></arbor>";
     }
     const std::string listed = RunOn("d.xml", {"backups"}).output;
     EXPECT_EQ(std::count(listed.begin(), listed.end(), '\n'), 3) << listed;
@@ -584,6 +586,36 @@ TEST_F(ArborctlTest, APathThatTheModuleCannotHaveIsRefused) {
         EXPECT_THAT(Files(), UnorderedElementsAre("d.xml"));
     }
     std::filesystem::current_path(before);
+}
+
+TEST_F(ArborctlTest, OneRunAtATimeChangesADocument) {
+    const std::string backup = Path("d.xml.bak2");
+    std::filesystem::copy_file(folder / "d.xml", backup);
+    const std::vector<std::string> changes[] = {{"set", "Network", "V", "tINT", "1"},
+                                                {"rm", "Network"},
+                                                {"rm", "", "Blob"},
+                                                {"import", backup},
+                                                {"restore", "bak2"}};
+    {
+        const host::TimedFileLock other(folder / "d.xml.lock", std::chrono::seconds(0));
+        ASSERT_TRUE(other.IsHeld());
+        const auto expectBusy = [](const Outcome& outcome) {
+            EXPECT_EQ(outcome.exitCode, 3);
+            EXPECT_THAT(outcome.error, StartsWith("arborctl: 0x80010104: another process uses the file (another run"));
+        };
+        for (const std::vector<std::string>& change : changes) {
+            SCOPED_TRACE(change[0]);
+            expectBusy(RunOn("d.xml", change, {"--wait", "0"}));
+        }
+        expectBusy(RunTool({"--wait", "0", backup, "cp", "Network", Path("d.xml")}));
+        expectBusy(RunOn("d.xml", {"tree"}, {"--wait", "0", "--create"}));
+        EXPECT_EQ(RunOn("d.xml", {"get", "", "Blob"}, {"--wait", "0"}).output, "0A0BFF\n");
+    }
+    EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
+    for (const std::vector<std::string>& change : changes) {
+        EXPECT_EQ(RunOn("d.xml", change, {"--wait", "0"}).exitCode, 0) << change[0];
+    }
+    EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "d.xml.bak2", "d.xml.before-restore"));
 }
 
 TEST_F(ArborctlTest, ACopyStandsAtTheSamePlaceInTheTarget) {

@@ -37,4 +37,32 @@ expect 'set with a closed output' ':0' "$(arborctl small.xml set '' n tDWORD 2 2
 expect 'a reader that closes the pipe' '' "$( (arborctl large.xml tree | true) 2>&1)"
 expect 'the same without the signal' '' "$( (trap '' PIPE; arborctl large.xml tree | true) 2>&1)"
 
+# Parallel runs: every change is in the document, no read fails, and no file stays behind. The wait is long for the sake
+# of slow builds; runs that wait in a queue need less.
+parallel=${PARALLEL_RUNS:-200}
+for mode in 0 1; do
+    printf '<arbor></arbor>' >shared.xml
+    : >failed
+    for ((i = 0; i < parallel; i++)); do
+        { arborctl --wait 60 --backup $mode shared.xml set Values "v$i" tDWORD $i || echo "set $i: $?" >>failed; } &
+        ((i % 3)) || { arborctl --wait 60 shared.xml tree >/dev/null || echo "tree: $?" >>failed; } &
+    done 2>>failed
+    wait
+    expect "parallel runs, backup mode $mode" '' "$(sort failed | uniq -c | head -5)"
+    expect "values of parallel runs, backup mode $mode" "$parallel" "$(arborctl shared.xml tree Values | wc -l)"
+done
+expect 'files after parallel runs' 'shared.xml shared.xml.bak2' "$(echo shared.xml*)"
+
+# A lock file that a killed run left locks nothing; one that a run holds ends the wait with exit code 3.
+touch small.xml.lock
+expect 'a change beside a stale lock file' ':0' "$(arborctl --wait 0 small.xml set '' n tDWORD 5 2>&1):$?"
+expect 'files after it' 'small.xml' "$(echo small.xml*)"
+ln -s small.xml link.xml
+exec 9>small.xml.lock
+flock 9
+busy="arborctl: 0x80010104: another process uses the file (another run changes $(pwd -P)/small.xml):3"
+expect 'a change while another run holds the lock' "$busy" "$(arborctl --wait 0 link.xml set '' n tDWORD 6 2>&1):$?"
+expect 'a read meanwhile' '5:0' "$(arborctl --wait 0 link.xml get '' n):$?"
+exec 9>&-
+
 exit $((failures != 0))

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace host {
@@ -50,6 +51,10 @@ void PrepareStandardStreams();
 /// Whether a standard stream is a pipe and its reader has closed it. For streams that failed: on Windows every pipe
 /// counts, as nothing else makes one fail.
 [[nodiscard]] bool IsReaderGone(Stream stream);
+
+/// Whether a call of the file system failed because another process has the file open and doesn't share it. On Linux
+/// none fails so.
+[[nodiscard]] bool IsSharingViolation(const std::error_code& error);
 
 /// What was written to a file, or the entries of a folder, are on the disk when this returns. Throws
 /// `std::filesystem::filesystem_error`.

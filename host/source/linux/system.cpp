@@ -99,6 +99,8 @@ bool IsReaderGone(Stream stream) {
     return poll(&state, 1, 0) == 1 && (state.revents & POLLERR) != 0;
 }
 
+bool IsSharingViolation(const std::error_code&) { return false; }
+
 void FlushToDisk(const std::filesystem::path& path) {
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     const bool done = file >= 0 && fsync(file) == 0;

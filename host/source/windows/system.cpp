@@ -93,6 +93,12 @@ void PrepareStandardStreams() {
 
 bool IsReaderGone(Stream stream) { return GetFileType(HandleOf(stream)) == FILE_TYPE_PIPE; }
 
+/// A move over an open file is denied.
+bool IsSharingViolation(const std::error_code& error) {
+    return error.category() == std::system_category() &&
+           (error.value() == ERROR_SHARING_VIOLATION || error.value() == ERROR_ACCESS_DENIED);
+}
+
 /// A folder's entries need no call of their own.
 void FlushToDisk(const std::filesystem::path& path) {
     if (std::filesystem::is_directory(path)) return;

@@ -25,5 +25,6 @@ inline constexpr ResultCode kNoDocument = MakeResult(0x800000C5);
 inline constexpr ResultCode kAlreadyExists = MakeResult(0x800000D1);
 inline constexpr ResultCode kNoSuchEntry = MakeResult(0x8000D002);
 inline constexpr ResultCode kNoKeyThere = MakeResult(0x8000D004);
+inline constexpr ResultCode kFileInUse = MakeResult(0x80010104);
 
 }   // namespace kernel
