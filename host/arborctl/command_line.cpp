@@ -265,9 +265,9 @@ std::string FailureLine(const CLI::App* app, const CLI::Error& error) {
     const std::vector<CLI::App*> commands = app->get_subcommands();
     const std::vector<std::string> unknown = app->remaining();
     if (commands.empty() && !unknown.empty())
-        return "arborctl: " + unknown[0] + " is no command (arborctl --help lists them)\n";
+        return "arborctl: " + host::Printable(unknown[0]) + " is no command (arborctl --help lists them)\n";
     const std::string command = commands.empty() ? "" : commands[0]->get_name() + ' ';
-    return std::string("arborctl: ") + error.what() + " (arborctl " + command + "--help tells more)\n";
+    return "arborctl: " + host::Printable(error.what()) + " (arborctl " + command + "--help tells more)\n";
 }
 
 /// A command may stand before its document too.

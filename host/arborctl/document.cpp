@@ -36,7 +36,7 @@ int Refusal::ExitCode() const { return refused == kernel::kFileInUse ? kExitNotL
 int LoadError::ExitCode() const { return kExitNotLoaded; }
 
 Refusal::Refusal(kernel::ResultCode code, std::string_view tried)
-    : std::runtime_error(host::Describe(code).append(" (").append(tried).append(")")), refused(code) {}
+    : std::runtime_error(host::Describe(code).append(" (").append(host::Printable(tried)).append(")")), refused(code) {}
 
 void Demand(arbor::Status status, std::string_view tried) {
     if (!status) throw Refusal(status.Code(), tried);

@@ -20,7 +20,7 @@
 
 namespace arborctl {
 
-/// What a call of the interface refused; `what()` is the code, its text and what was tried.
+/// What a call of the interface refused; `what()` is the code, its text and what was tried, and printable.
 class Refusal : public std::runtime_error {
 public:
     Refusal(kernel::ResultCode code, std::string_view tried);

@@ -1,5 +1,8 @@
 #include "json.h"
 
+#include <host/text.h>
+
+#include <cstdio>
 #include <cstring>
 
 #include <nlohmann/json.hpp>
@@ -38,6 +41,25 @@ nlohmann::json Scalar(const arbor::Datum& datum) {
     }
 }
 
+/// JSON escapes the control characters below the space only; a terminal obeys DEL and C1 too.
+std::string EscapeControls(std::string_view json) {
+    std::string escaped;
+    while (!json.empty()) {
+        const std::size_t length = host::PrintableLength(json);
+        if (length != 0) {
+            escaped += json.substr(0, length);
+            json.remove_prefix(length);
+        } else {
+            const std::size_t bytes = json[0] == '\x7F' ? 1 : 2;
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned char>(json[bytes - 1]));
+            escaped += escape;
+            json.remove_prefix(bytes);
+        }
+    }
+    return escaped;
+}
+
 }   // namespace
 
 Json& Json::Name(std::string_view name) {
@@ -49,7 +71,7 @@ Json& Json::Name(std::string_view name) {
 
 Json& Json::Text(std::string_view text) {
     Separate();
-    out << nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    out << EscapeControls(nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
     return *this;
 }
 

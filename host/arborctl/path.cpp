@@ -1,5 +1,7 @@
 #include "path.h"
 
+#include <host/text.h>
+
 #include <charconv>
 #include <stdexcept>
 
@@ -28,24 +30,6 @@ std::string DecodeName(std::string_view text) {
     }
     if (name.find('\0') != std::string::npos) throw std::invalid_argument("a name can't hold a zero byte");
     return name;
-}
-
-/// The length of the UTF-8 sequence at the start of `text`, which isn't empty; 0 for bytes that are none and for
-/// control characters.
-std::size_t ShownLength(std::string_view text) {
-    const auto byte = [text](std::size_t at) { return static_cast<unsigned char>(text[at]); };
-    if (byte(0) < 0x80) return byte(0) < 0x20 || byte(0) == 0x7F ? 0 : 1;
-    const std::size_t length = byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : 2;
-    if (byte(0) < 0xC2 || byte(0) > 0xF4 || text.size() < length) return 0;
-    std::uint32_t codePoint = byte(0) & (0xFFU >> (length + 1));
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) return 0;
-        codePoint = codePoint << 6 | (byte(i) & 0x3FU);
-    }
-    const bool overlong = codePoint < (length == 2 ? 0x80U : length == 3 ? 0x800U : 0x10000U);
-    const bool control = codePoint < 0xA0;
-    const bool surrogate = codePoint >= 0xD800 && codePoint < 0xE000;
-    return overlong || control || surrogate || codePoint > 0x10FFFF ? 0 : length;
 }
 
 }   // namespace
@@ -100,7 +84,7 @@ ValuePath ToValuePath(const Path& path) {
 std::string EncodeName(std::string_view name) {
     std::string text;
     for (std::size_t i = 0; i < name.size();) {
-        const std::size_t length = ShownLength(name.substr(i));
+        const std::size_t length = host::PrintableLength(name.substr(i));
         if (length == 0 || HasSeparator(name.substr(i, 1)) || EscapedByte(name.substr(i)) >= 0) {
             const auto byte = static_cast<unsigned char>(name[i++]);
             text.append(kEscape).append({kDigits[byte >> 4], kDigits[byte & 0x0F]});

@@ -3,6 +3,7 @@
 #include "command_line.h"
 
 #include <host/system.h>
+#include <host/text.h>
 
 #include <cstdlib>
 #include <iostream>
@@ -10,9 +11,14 @@
 namespace arborctl {
 namespace {
 
-void PrintLine(const host::TraceLine& line) { std::cerr << line.level << ' ' << line.text << '\n'; }
+/// A line has one tab of its own, after the part of the module that it is from; all others are from names.
+void PrintLine(const host::TraceLine& line) {
+    const std::string_view text = line.text;
+    const std::size_t start = text.find('\t') + 1;
+    std::cerr << line.level << ' ' << text.substr(0, start) << host::Printable(text.substr(start)) << '\n';
+}
 
-void PrintError(const std::exception& error) { std::cerr << "arborctl: " << error.what() << '\n'; }
+void PrintError(const std::exception& error) { std::cerr << "arborctl: " << host::Printable(error.what()) << '\n'; }
 
 /// By the custom that a set NO_COLOR asks programs for none.
 bool WantsColours(Colours colours, bool terminal) {

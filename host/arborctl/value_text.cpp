@@ -2,7 +2,6 @@
 
 #include <host/text.h>
 
-#include <cstdio>
 #include <cstring>
 
 namespace arborctl {
@@ -86,18 +85,10 @@ bool IsText(kernel::TypeCode type) {
 std::string Quoted(std::string_view text) {
     std::string quoted = "\"";
     for (const char letter : text) {
-        const auto byte = static_cast<unsigned char>(letter);
-        if (letter == '"' || letter == '\\') {
-            quoted.append({'\\', letter});
-        } else if (byte < 0x20 || byte == 0x7F) {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\x%02X", byte);
-            quoted += escape;
-        } else {
-            quoted += letter;
-        }
+        if (letter == '"' || letter == '\\') quoted += '\\';
+        quoted += letter;
     }
-    return quoted + '"';
+    return host::Printable(quoted) + '"';
 }
 
 }   // namespace arborctl

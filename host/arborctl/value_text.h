@@ -29,7 +29,7 @@ private:
 
 [[nodiscard]] bool IsText(kernel::TypeCode type);
 
-/// `text` in quotes, with what would break the line escaped.
+/// `text` in quotes, with quotes, backslashes and what isn't printable escaped.
 [[nodiscard]] std::string Quoted(std::string_view text);
 
 }   // namespace arborctl

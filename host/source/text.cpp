@@ -133,21 +133,23 @@ bool IsUtf8(std::string_view text) {
     return true;
 }
 
+std::size_t PrintableLength(std::string_view text) {
+    const Decoded character = DecodeUtf8(text);
+    return IsMalformed(character) || IsControl(character.point) ? 0 : character.bytes;
+}
+
 std::string Printable(std::string_view text) {
     std::string result;
     while (!text.empty()) {
-        const Decoded character = DecodeUtf8(text);
-        const std::string_view bytes = text.substr(0, character.bytes);
-        if (IsMalformed(character) || IsControl(character.point)) {
-            for (const char byte : bytes) {
-                char escape[8];
-                std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned char>(byte));
-                result += escape;
-            }
+        const std::size_t length = PrintableLength(text);
+        if (length == 0) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned char>(text[0]));
+            result += escape;
         } else {
-            result += bytes;
+            result += text.substr(0, length);
         }
-        text.remove_prefix(bytes.size());
+        text.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return result;
 }

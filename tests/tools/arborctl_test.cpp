@@ -353,6 +353,63 @@ TEST_F(ArborctlTest, OutputThatCannotBeWrittenIsAFailure) {
     EXPECT_EQ(RunOn("d.xml", {"get", "", "Blob"}).output, "0A0BFF\n");   // the failure ends with the run
 }
 
+/// The control characters of `text`, but for line ends, as numbers.
+std::vector<int> Controls(const std::string& text) {
+    std::vector<int> found;
+    for (const char16_t unit : host::ToUtf16(text)) {
+        if ((unit < 0x20 && unit != '\n') || (unit >= 0x7F && unit < 0xA0)) found.push_back(unit);
+    }
+    return found;
+}
+
+TEST_F(ArborctlTest, NoControlCharacterOfANameOrTextReachesATerminal) {
+    const std::string name = "\x1B]0;\a\x7F\u009B";
+    for (const char* file : {"d.xml", "bad.xml"}) {
+        std::ofstream(folder / file, std::ios::binary)
+            << "<arbor><key name='\x1B]0;\a\x7F\u009B'><tINT name='\x1B]0;\a\x7F\u009B'>1</tINT>"
+               "<tSTRING name='\x1B\x1B'>\x1B]0;\a\x7F\u009B</tSTRING></key>"
+            << (file[0] == 'd' ? "</arbor>" : "<tFOO name='\x1B'/>");
+    }
+    std::ofstream(folder / "other.xml") << "<arbor><key name='\a'/></arbor>";
+    const std::vector<std::string> commands[] = {
+        {"tree"},
+        {"tree", "--json"},
+        {"tree", name},
+        {"find", "1"},
+        {"find", "", "--json"},
+        {"diff", Path("other.xml")},
+        {"diff", Path("bad.xml")},
+        {"diff", Path("other.xml"), "--json"},
+        {"check"},
+        {"check", "--json"},
+        {"get", name, "a" + name},
+        {"get", name, name, "--as", name},
+        {"get", name, name, name},
+        {"get", name, name, "--json"},
+        {"set", name, "V", "tDWORD", name},
+        {"set", name, "V", "tBINARY", name},
+        {"set", name, name, "tWCHAR", name},
+        {"rm", "a" + name},
+        {"restore", name},
+        {"import", Path("none") + "/" + (kNamesAreBytes ? name : "")},
+        {name},
+        {"--" + name},
+    };
+    for (const std::vector<std::string>& command : commands) {
+        const Outcome outcome = RunOn("d.xml", command);
+        EXPECT_THAT(Controls(outcome.output), IsEmpty()) << testing::PrintToString(command);
+        EXPECT_THAT(Controls(outcome.error), IsEmpty()) << testing::PrintToString(command);
+    }
+    EXPECT_THAT(Controls(RunOn("bad.xml", {"check"}).error), IsEmpty());
+    EXPECT_THAT(Controls(RunOn("d.xml", {"tree"}, {"--module", name}).error), IsEmpty());
+    const std::string trace = RunOn("d.xml", {"get", name, name}, {"--trace", "600"}).error;
+    EXPECT_THAT(Controls(trace), testing::Each('\t'));
+    EXPECT_THAT(trace, HasSubstr("600 arbor\tOpening key ?\\\\x1b]0;\\x07"));
+    EXPECT_EQ(RunOn("d.xml", {"tree"}).output,
+              "%x1B]0;%x07%x7F%xC2%x9B/\n    %x1B]0;%x07%x7F%xC2%x9B: tINT 1\n"
+              "    %x1B%x1B: tSTRING \"\\x1b]0;\\x07\\x7f\\xc2\\x9b\"\n");
+}
+
 TEST_F(ArborctlTest, BackupsStandBesideTheDocumentAsTheModeSays) {
     const auto save = [&](const char* mode, const char* text) {
         return RunOn("d.xml", {"set", "", "Title", "tSTRING", text}, {"--backup", mode}).exitCode;

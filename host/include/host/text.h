@@ -19,6 +19,10 @@ class Memory;
 
 [[nodiscard]] bool IsUtf8(std::string_view text);
 
+/// The length of the character at the start of `text`, which isn't empty; 0 for a control character and for a byte that
+/// isn't UTF-8.
+[[nodiscard]] std::size_t PrintableLength(std::string_view text);
+
 /// `text` for a message: control characters, and bytes that aren't UTF-8, become "\xNN".
 [[nodiscard]] std::string Printable(std::string_view text);
 
