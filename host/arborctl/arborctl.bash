@@ -36,7 +36,7 @@ _arborctl() {
     esac
     if [[ $cur == -* ]]; then
         if [[ -z $command ]]; then
-            _arborctl_offer < <(printf '%s\n' --module --trace --read-only --create --backup --root --color --wait --leaks --version --help)
+            _arborctl_offer < <(printf '%s\n' --module --trace --read-only --create --convert --backup --root --color --wait --leaks --version --help)
         else
             _arborctl_offer < <(printf '%s\n' --help --json --as)
         fi

@@ -162,7 +162,7 @@ private:
     }
 
     void AddComparing() {
-        AddReader("check", "Say whether the document loads, where it goes wrong, and what a save would change",
+        AddReader("check", "Say whether the document loads, why not and where, and what a save drops or changes",
                   "settings.xml check", [](const Session& session, const Operands&) { return Check(session); });
 
         CLI::App* diff = AddReader(
@@ -237,6 +237,7 @@ void AddOptions(CLI::App& app, CommandLine& line, std::string& module, std::stri
         ->option_text("LEVEL");
     app.add_flag("--read-only", line.settings.readOnly, "refuse every change");
     app.add_flag("--create", line.settings.create, "make the document if it's missing");
+    app.add_flag("--convert", line.settings.convert, "let a change save a foreign document as a native one");
     app.add_option("--backup", line.settings.backupMode, "0 none, 1 the last document, 2 also the first one saved")
         ->option_text("MODE")
         ->check(CLI::Range(0, 2));

@@ -42,10 +42,13 @@ int Copy(const Session& session, const Path& path, const std::filesystem::path& 
     const std::optional<arbor::Key> key = FindKey(source.Root(), path);
     std::optional<arbor::Datum> value;   // read before the target comes into being
     if (!key) value = Demand(OpenValue(source.Root(), path).Read(0), path.Text());
-    const Document destination(
-        session.kernel,
-        {.document = target, .create = true, .backupMode = session.settings.backupMode, .wait = session.settings.wait},
-        session.progress, Access::Change);
+    const Document destination(session.kernel,
+                               {.document = target,
+                                .create = true,
+                                .convert = session.settings.convert,
+                                .backupMode = session.settings.backupMode,
+                                .wait = session.settings.wait},
+                               session.progress, Access::Change);
     if (key) {
         Demand(key->CopyTo(MakeKey(destination.Root(), path)), "copying");
     } else {

@@ -1,12 +1,15 @@
 #include "document.h"
 
 #include "addressing.h"
+#include "document_scan.h"
 #include "exit_codes.h"
 #include "retry.h"
 
 #include <host/result_text.h>
 #include <host/system.h>
 #include <host/text.h>
+
+#include <fstream>
 
 namespace arborctl {
 namespace {
@@ -54,6 +57,19 @@ std::string PathText(const std::filesystem::path& path) {
     return host::Printable({reinterpret_cast<const char*>(text.data()), text.size()});
 }
 
+std::string ReadFile(const std::filesystem::path& path, std::chrono::seconds wait) {
+    std::ifstream stream;
+    RetryFor(wait, [&] {
+        stream.open(path, std::ios::binary | std::ios::ate);
+        return stream.is_open();
+    });
+    std::string content(stream ? static_cast<std::size_t>(stream.tellg()) : 0, '\0');
+    stream.seekg(0);
+    stream.read(content.data(), static_cast<std::streamsize>(content.size()));
+    if (!stream) throw std::runtime_error(PathText(path) + " can't be read");
+    return content;
+}
+
 std::string LoadState(kernel::ResultCode code) {
     return kernel::IsSuccess(code) ? "loads" : "doesn't load: " + host::Describe(code);
 }
@@ -68,7 +84,7 @@ std::unique_ptr<host::TimedFileLock> LockDocument(const DocumentSettings& settin
 }
 
 Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress, Access access)
-    : stages(&progress), file(settings.document), wait(settings.wait) {
+    : stages(&progress), file(settings.document), mayConvert(settings.convert), wait(settings.wait) {
     if ((access == Access::Change && !settings.readOnly) || settings.create) lock = LockDocument(settings);
     const Progress::Stage stage = progress.Begin("loading", file);
     kernel::ResultCode code = kernel::kDone;
@@ -104,6 +120,13 @@ kernel::ResultCode Document::LoadOnce(host::Kernel& kernel, const DocumentSettin
 }
 
 void Document::Save() const {
+    if (!mayConvert && IsForeign(WithoutMark(ReadFile(file, wait)))) {
+        throw std::runtime_error(
+            PathText(file) +
+            " is a foreign document: a change saves it as a native one, without its comments, processing "
+            "instructions and what follows a text in an element; --convert allows that, and \"import\" reads it into "
+            "another document");
+    }
     const Progress::Stage stage = stages != nullptr ? stages->Begin("saving", file) : Progress::Stage();
     kernel::ResultCode code = kernel::kDone;
     RetryFor(wait, [&] {

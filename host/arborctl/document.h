@@ -53,7 +53,8 @@ template <class T>
 struct DocumentSettings {
     std::filesystem::path document{};
     bool readOnly = false;
-    bool create = false;   // a missing document is made
+    bool create = false;    // a missing document is made
+    bool convert = false;   // a foreign document may be saved, as a native one
     std::uint32_t backupMode = 0;
     Path root{};                    // the key that paths start at
     std::chrono::seconds wait{5};   // for other processes that use the document
@@ -78,6 +79,9 @@ enum class Access {
 /// A path as messages show it, with what isn't printable escaped.
 [[nodiscard]] std::string PathText(const std::filesystem::path& path);
 
+/// The whole content. Waits while the file can't be opened. Throws `std::runtime_error` if it can't be read.
+[[nodiscard]] std::string ReadFile(const std::filesystem::path& path, std::chrono::seconds wait);
+
 /// "loads", or that it doesn't and why.
 [[nodiscard]] std::string LoadState(kernel::ResultCode code);
 
@@ -96,7 +100,7 @@ public:
 
     [[nodiscard]] arbor::Store Root() const { return arbor::Store(object->Get()); }
 
-    /// Stores the document if it was changed.
+    /// Stores the document if it was changed. Throws `std::runtime_error` for a foreign one that isn't to be converted.
     void Save() const;
     /// The same whether it was or not.
     void SaveAnyway() const;
@@ -108,6 +112,7 @@ private:
     std::optional<host::Object> object;
     Progress* stages = nullptr;
     std::filesystem::path file{};
+    bool mayConvert = true;
     std::chrono::seconds wait{0};
 };
 

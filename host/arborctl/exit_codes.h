@@ -16,7 +16,9 @@ struct ExitCodeRow {
 /// As the help shows them.
 inline constexpr ExitCodeRow kExitCodes[] = {
     {kExitDone, "done; diff: no difference; find: something was found"},
-    {kExitRefused, "refused, or output can't be written; diff: they differ; find: nothing was found"},
+    {kExitRefused,
+     "refused, or output can't be written; diff: they differ; find: nothing was found; check: a save changes "
+     "something"},
     {kExitUsage, "wrong command line"},
     {kExitNotLoaded, "a document can't be loaded, or is still in use after the wait"},
 };

@@ -1,0 +1,364 @@
+#include "document_scan.h"
+
+#include "markup.h"
+#include "path.h"
+#include "text_check.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+namespace arborctl {
+namespace {
+
+constexpr std::string_view kRootName = "arbor";
+constexpr std::string_view kKeyName = "key";
+constexpr std::string_view kNameAttribute = "name";
+constexpr std::size_t kMaxDepth = kMaxPathNames;   // of elements that are open, and of keys that load again
+
+/// First bytes of encodings that the store doesn't read; longer ones first.
+constexpr std::pair<std::string_view, const char*> kEncodings[] = {
+    {{"\xFF\xFE\0\0", 4}, "UTF-32"},
+    {{"\0\0\xFE\xFF", 4}, "UTF-32"},
+    {{"<\0\0\0", 4}, "UTF-32"},
+    {{"\0\0\0<", 4}, "UTF-32"},
+    {{"\x4C\x6F\xA7\x94", 4}, "EBCDIC"},
+    {{"\xFF\xFE", 2}, "UTF-16"},
+    {{"\xFE\xFF", 2}, "UTF-16"},
+    {{"<\0", 2}, "UTF-16"},
+    {{"\0<", 2}, "UTF-16"},
+};
+
+/// By hash: a set of names would take more memory than the document. Letters compare as the store compares names.
+std::uint64_t HashName(std::string_view name) {
+    std::uint64_t hash = 0xCBF29CE484222325;   // FNV-1a
+    for (const char letter : name) {
+        const bool large = letter >= 'A' && letter <= 'Z';
+        hash = (hash ^ static_cast<unsigned char>(large ? letter | 0x20 : letter)) * 0x100000001B3;
+    }
+    return hash;
+}
+
+using NameSet = std::unordered_set<std::uint64_t>;
+
+/// An element that is open.
+struct Level {
+    Tag tag;
+    std::size_t depth = 0;   // of its key; 0 is the root
+    NameSet children{};
+};
+
+/// The names that the store makes of a key's name.
+struct KeyPath {
+    std::vector<std::string_view> names{};
+    bool whole = true;   // false where the walk ends at an empty name
+};
+
+KeyPath SplitAsTheStore(std::string_view text) {
+    KeyPath path;
+    while (!text.empty() && !HasSeparator(text.substr(0, 1))) {
+        const std::size_t slash = text.find('/');
+        const std::size_t length = slash != std::string_view::npos ? slash : text.find('\\');
+        path.names.push_back(text.substr(0, length));
+        text.remove_prefix(length == std::string_view::npos ? text.size() : length + 1);
+    }
+    path.whole = text.empty();
+    return path;
+}
+
+std::string Element(std::string_view name) { return '<' + EncodeName(name) + '>'; }
+
+const char* NameOf(Token token) { return token == Token::Comment ? "the comment" : "the processing instruction"; }
+
+/// What is common to the scans of both forms.
+class Scan {
+public:
+    Scan(host::Kernel& kernel, std::string_view text, const FindingSink& findings)
+        : document(text),
+          sink(findings),
+          texts(kernel),
+          reader(text, [this](Token token, std::size_t offset) { SkippedToken(token, offset); }) {}
+
+    ScanResult Run() {
+        ScanResult result;
+        try {
+            const Tag root = ReadRoot();
+            result.foreign = root.name != kRootName;
+            result.foreign ? ScanForeign(root) : ScanNative(root);
+            Flush();
+        } catch (const MarkupFault& fault) {
+            Flush();
+            result.fault = {fault.Offset(), fault.what()};
+        }
+        return result;
+    }
+
+private:
+    void Report(std::size_t offset, FindingKind kind, std::string text) {
+        pending.push_back({offset, kind, std::move(text)});
+    }
+
+    /// Passes the findings on. Called where none can come any more that belongs before them.
+    void Flush() {
+        std::stable_sort(pending.begin(), pending.end(),
+                         [](const Finding& left, const Finding& right) { return left.offset < right.offset; });
+        for (const Finding& finding : pending) sink(finding);
+        pending.clear();
+    }
+
+    void SkippedToken(Token token, std::size_t offset) {
+        constexpr std::string_view kDeclaration = "<?xml";
+        const bool declaration = offset == 0 && document.starts_with(kDeclaration) &&
+                                 document.size() > kDeclaration.size() && IsXmlSpace(document[kDeclaration.size()]);
+        if (declaration) return CheckEncoding();
+        Report(offset, FindingKind::Dropped, std::string(NameOf(token)) + " is dropped");
+    }
+
+    /// The declaration says nothing to the store; only an encoding that it doesn't have misleads.
+    void CheckEncoding() {
+        const std::string_view declaration = document.substr(0, document.find("?>"));
+        const std::size_t at = declaration.find("encoding");
+        if (at == std::string_view::npos) return;
+        const std::size_t quote = declaration.find_first_of("\"'", at);
+        if (quote == std::string_view::npos) return;
+        const std::size_t end = declaration.find(declaration[quote], quote + 1);
+        const std::string_view encoding = declaration.substr(quote + 1, std::min(end, declaration.size()) - quote - 1);
+        for (const std::string_view known : {"utf-8", "us-ascii", "ascii"}) {
+            if (HashName(known) == HashName(encoding)) return;
+        }
+        Report(at, FindingKind::Changed,
+               "the encoding " + EncodeName(encoding) + " isn't read: bytes are taken as UTF-8");
+    }
+
+    Tag ReadRoot() {
+        for (const auto& [bytes, name] : kEncodings) {
+            if (document.starts_with(bytes)) {
+                throw MarkupFault(0, std::string("the document is in ") + name + "; only UTF-8 is read");
+            }
+        }
+        Tag root;
+        const Token token = reader.NextStartTag(root);
+        const std::size_t at = reader.Position();
+        if (token == Token::End) throw reader.Truncated("there is no root element");
+        if (document.substr(at).starts_with("<!DOCTYPE")) throw MarkupFault(at, "a doctype isn't read");
+        if (token != Token::StartTag) throw MarkupFault(at, "this is before the root element");
+        if (!root.hasContent) throw MarkupFault(root.start, "the root element is self-closed");
+        return root;
+    }
+
+    /// The text up to its first zero byte, where the store cuts it off.
+    static std::string UpToZero(std::string text) {
+        text.resize(std::min(text.find('\0'), text.size()));
+        return text;
+    }
+
+    std::string DecodeRun(const TextRun& run) {
+        const std::size_t zero = run.piece.raw.find('\0');
+        if (zero != std::string_view::npos) {
+            Report(run.piece.offset + zero, FindingKind::Dropped, "a zero byte ends the text here");
+        }
+        if (run.verbatim) return std::string(run.piece.raw);
+        return Decode(run.piece, [this](std::size_t offset) {
+            Report(offset, FindingKind::Dropped, "the reference to a character above U+FFFF is dropped");
+        });
+    }
+
+    std::string ReadText() {
+        std::string text;
+        for (const TextRun& run : reader.ReadText()) text += DecodeRun(run);
+        return UpToZero(std::move(text));
+    }
+
+    void ReportIfMore(FindingKind kind, const char* text) {
+        const Token token = reader.Peek();
+        if (token != Token::EndTag && token != Token::End) Report(reader.Position(), kind, text);
+    }
+
+    void Enter(const Tag& tag, std::size_t depth) {
+        if (open.size() > kMaxDepth) throw MarkupFault(tag.start, "elements are nested deeper than 2048 levels");
+        open.push_back({tag, depth});
+    }
+
+    void Leave() {
+        const Tag tag = open.back().tag;
+        open.pop_back();
+        reader.CloseElement(tag);
+    }
+
+    void CheckDepth(std::size_t offset, std::size_t depth) {
+        if (depth <= kMaxDepth || tooDeep) return;
+        tooDeep = true;
+        Report(offset, FindingKind::ReloadFails,
+               "the key is below 2048 others: once saved, the document can't be loaded");
+    }
+
+    /// True if the open element has a child of this name already.
+    bool IsRepeated(std::string_view name) { return !open.back().children.insert(HashName(name)).second; }
+
+    void ScanNative(const Tag& root) {
+        ReportRootAttributes(root);
+        open.push_back({root});
+        for (;;) {
+            Flush();
+            Tag tag;
+            if (reader.NextStartTag(tag) == Token::StartTag) {
+                tag.name == kKeyName ? ReadKey(tag) : ReadValue(tag);
+                continue;
+            }
+            ReportIfMore(FindingKind::Dropped, "nothing from here to the end of the key is read");
+            Leave();
+            if (open.empty()) break;
+        }
+        ReportAfterRoot();
+    }
+
+    void ReportRootAttributes(const Tag& root) {
+        const std::size_t first = root.start + 1 + root.name.size();
+        const std::string_view rest = document.substr(first, root.end - 1 - first);
+        if (!IsBlank(rest)) {
+            const std::size_t space = rest.find_first_not_of(" \t\r\n");
+            Report(first + space, FindingKind::Dropped, "the attributes of the root element are dropped");
+        }
+    }
+
+    void ReportAfterRoot() {
+        for (;;) {
+            reader.SkipSpace();
+            const Token token = reader.Peek();
+            if (token == Token::End) return;
+            if (token != Token::Comment && token != Token::Instruction) {
+                return Report(reader.Position(), FindingKind::Dropped,
+                              token == Token::StartTag ? "a second root element isn't read"
+                                                       : "nothing after the root element is read");
+            }
+            SkippedToken(token, reader.Position());
+            if (!reader.SkipToken(token)) return;
+        }
+    }
+
+    /// The decoded name; reports the other attributes.
+    std::string ReadName(const Tag& tag) {
+        std::optional<std::string> name;
+        for (const Attribute& attribute : reader.ReadAttributes(tag)) {
+            if (!name && attribute.name == kNameAttribute) {
+                name = UpToZero(DecodeRun({attribute.value}));
+            } else {
+                Report(attribute.offset, FindingKind::Dropped,
+                       "the attribute " + Excerpt(std::string(attribute.name)) + " is dropped");
+            }
+        }
+        if (!name) throw MarkupFault(tag.start, Element(tag.name) + " has no name");
+        return *name;
+    }
+
+    void ReadKey(const Tag& tag) {
+        const std::string name = ReadName(tag);
+        const KeyPath path = SplitAsTheStore(name);
+        ReportKeyName(tag, name, path);
+        const std::size_t depth = open.back().depth + path.names.size();
+        CheckDepth(tag.start, depth);
+        if (tag.hasContent) Enter(tag, depth);
+    }
+
+    void ReportKeyName(const Tag& tag, const std::string& name, const KeyPath& path) {
+        const std::string shown = "the key " + Excerpt(name);
+        const bool splits = std::any_of(path.names.begin(), path.names.end(), HasSeparator);
+        if (path.names.empty()) {
+            Report(tag.start, FindingKind::Changed,
+                   shown + " has no name of its own: what is in it goes to the key around it");
+        } else if (!path.whole) {
+            Report(tag.start, FindingKind::Changed, shown + " is a path that ends at its empty name");
+        } else if (splits) {
+            Report(tag.start, FindingKind::Changed,
+                   shown + " is saved with a \"\\\" in a name, which the next load splits");
+        } else if (path.names.size() > 1 || path.names.front().size() != name.size()) {
+            Report(tag.start, FindingKind::Changed, shown + " is a path: it is saved as a key for each name");
+        }
+        if (!path.names.empty() && IsRepeated(path.names.front()) && path.names.size() == 1) {
+            Report(tag.start, FindingKind::Changed, shown + " is merged with the one of that name before it");
+        }
+    }
+
+    void ReadValue(const Tag& tag) {
+        const kernel::ValueTypeRow* const row = kernel::FindType(tag.name);
+        if (row == nullptr) throw MarkupFault(tag.start, Element(tag.name) + " is neither a key nor a type of values");
+        const std::string name = ReadName(tag);
+        const std::string shown = std::string(row->name) + ' ' + Excerpt(name);
+        if (!tag.hasContent) throw MarkupFault(tag.start, shown + " is self-closed, which only a key may be");
+        const std::string text = ReadText();
+        const TextCheck::Verdict verdict = texts.Check(*row, text);
+        if (verdict.refused) throw MarkupFault(tag.start, shown + " can't have the text " + Excerpt(text));
+        if (verdict.found) Report(tag.start, *verdict.found, shown + ' ' + verdict.text);
+        ReportIfMore(FindingKind::Dropped, "nothing from here to the end of the value is read");
+        reader.CloseElement(tag);
+    }
+
+    void ScanForeign(const Tag& root) {
+        MarkupReader rootReader = reader;   // as the store: it closes the root element by a walk of its own
+        reader = MarkupReader(document, [this](Token token, std::size_t offset) { SkippedToken(token, offset); });
+        pending.clear();
+        open.push_back({});
+        for (;;) {
+            Flush();
+            Tag tag;
+            const Token token = reader.NextStartTag(tag);
+            if (token == Token::StartTag) {
+                ReadForeignElement(tag);
+                continue;
+            }
+            if (token == Token::Text || token == Token::CData) ReadForeignText();
+            if (open.size() == 1) break;
+            Leave();
+        }
+        if (reader.Peek() != Token::End) {
+            Report(reader.Position(), FindingKind::Dropped, "nothing from here to the end of the document is read");
+        }
+        rootReader.CloseElement(root);
+    }
+
+    void ReadForeignElement(const Tag& tag) {
+        for (const Attribute& attribute : reader.ReadAttributes(tag)) static_cast<void>(DecodeRun({attribute.value}));
+        if (IsRepeated(tag.name)) {
+            Report(tag.start, FindingKind::Changed,
+                   Element(tag.name) + " is merged with the first of that name once the document is saved and loaded");
+        }
+        const std::size_t depth = open.back().depth + 1;
+        CheckDepth(tag.start, depth);
+        if (tag.hasContent) Enter(tag, depth);
+    }
+
+    void ReadForeignText() {
+        static_cast<void>(ReadText());
+        if (open.size() > 1) ReportIfMore(FindingKind::Dropped, "nothing from here to the end of the element is read");
+    }
+
+    std::string_view document;
+    const FindingSink& sink;
+    TextCheck texts;
+    MarkupReader reader;
+    std::vector<Level> open;   // the document itself, or its root, first
+    std::vector<Finding> pending;
+    bool tooDeep = false;   // reported once
+};
+
+}   // namespace
+
+ScanResult ScanDocument(host::Kernel& kernel, std::string_view document, const FindingSink& sink) {
+    return Scan(kernel, document, sink).Run();
+}
+
+bool IsForeign(std::string_view document) {
+    try {
+        MarkupReader reader(document);
+        Tag root;
+        return reader.NextStartTag(root) == Token::StartTag && root.name != kRootName;
+    } catch (const MarkupFault&) {
+        return false;
+    }
+}
+
+std::string_view WithoutMark(std::string_view content) {
+    constexpr std::string_view kMark = "\xEF\xBB\xBF";
+    return content.starts_with(kMark) ? content.substr(kMark.size()) : content;
+}
+
+}   // namespace arborctl

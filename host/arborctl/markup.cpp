@@ -1,0 +1,285 @@
+#include "markup.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace arborctl {
+namespace {
+
+constexpr std::string_view kSpace = " \t\r\n";
+
+struct TokenMarks {
+    Token token;
+    const char* name;
+    std::string_view opening;
+    std::string_view closing;
+};
+
+constexpr TokenMarks kTokenMarks[] = {
+    {Token::Comment, "comment", "<!--", "--"},
+    {Token::CData, "CDATA section", "<![CDATA[", "]]>"},
+    {Token::Instruction, "processing instruction", "<?", "?>"},
+};
+
+constexpr std::size_t kNone = std::string_view::npos;
+
+unsigned char Number(char byte) { return static_cast<unsigned char>(byte); }
+
+bool IsAscii(char byte) { return Number(byte) < 0x80; }
+
+bool IsLetter(char byte) { return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z'); }
+
+bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
+
+/// A byte of a Latin-1 letter, or of a sequence that the reader takes for one.
+bool IsHighLetter(char byte) { return Number(byte) >= 0xC0 && Number(byte) != 0xD7 && Number(byte) != 0xF7; }
+
+bool IsNameStart(char byte) { return IsLetter(byte) || byte == ':' || byte == '_' || IsHighLetter(byte); }
+
+bool IsNameChar(char byte) {
+    return IsNameStart(byte) || IsDigit(byte) || byte == '-' || byte == '.' || Number(byte) == 0xB7;
+}
+
+/// The walk over the attributes of one start tag.
+class AttributeWalk {
+public:
+    AttributeWalk(std::string_view text, const Tag& tag)
+        : document(text), at(tag.start + 1 + tag.name.size()), last(tag.end - 1) {}
+
+    std::optional<Attribute> Next() {
+        if (at >= last) return std::nullopt;
+        const std::size_t gap = at;
+        SkipSpace();
+        const char first = document[at];
+        if (!IsAscii(first) || !IsNameStart(first)) {
+            if (first == '/' || first == '>' || first == '?') return std::nullopt;
+            throw MarkupFault(at, "this is no attribute");
+        }
+        const std::size_t start = at;
+        if (at == gap) throw MarkupFault(start, "there is no space before the attribute");
+        while (IsAscii(document[at]) && IsNameChar(document[at])) ++at;
+        const std::string_view name = document.substr(start, at - start);
+        SkipSpace();
+        if (document[at] != '=') throw MarkupFault(start, "the attribute has no value");
+        ++at;
+        SkipSpace();
+        const char quote = document[at];
+        if (quote != '\'' && quote != '"') throw MarkupFault(start, "the attribute's value isn't in quotes");
+        const std::size_t value = at + 1;
+        const std::size_t end = document.substr(0, last).find(quote, value);
+        if (end == kNone) throw MarkupFault(start, "the attribute's value has no end before the tag's first \">\"");
+        at = end + 1;
+        return Attribute{start, name, {value, document.substr(value, end - value)}};
+    }
+
+private:
+    void SkipSpace() {
+        while (at < last && IsXmlSpace(document[at])) ++at;
+    }
+
+    std::string_view document;
+    std::size_t at;
+    std::size_t last;   // the ">", which ends every run of space or name bytes
+};
+
+constexpr std::uint32_t kNoNumber = 0;
+
+/// The code point that a reference stands for, by what is between "&" and ";"; 0 for one that stays in the text.
+std::uint32_t CodePointOf(std::string_view body) {
+    constexpr std::pair<std::string_view, char> kNamed[] = {
+        {"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"apos", '\''}, {"quot", '"'}};
+    for (const auto& [name, byte] : kNamed) {
+        if (name == body) return Number(byte);
+    }
+    if (body.size() < 2 || body.front() != '#') return kNoNumber;
+    const bool hexadecimal = body[1] == 'x';
+    const std::uint32_t base = hexadecimal ? 16 : 10;
+    std::uint32_t number = 0;
+    for (const char digit : body.substr(hexadecimal ? 2 : 1)) {
+        const auto small = static_cast<char>(digit | 0x20);
+        const bool letter = hexadecimal && small >= 'a' && small <= 'f';
+        if (!IsDigit(digit) && !letter) return kNoNumber;
+        number = number * base + static_cast<std::uint32_t>(letter ? small - 'a' + 10 : digit - '0');   // wraps
+    }
+    return number;
+}
+
+void AppendUtf8(std::uint32_t codePoint, std::string& text) {
+    const auto add = [&text](std::uint32_t byte) { text += static_cast<char>(byte); };
+    if (codePoint < 0x80) return add(codePoint);
+    if (codePoint < 0x800) {
+        add(0xC0 | codePoint >> 6);
+    } else {
+        add(0xE0 | codePoint >> 12);
+        add(0x80 | (codePoint >> 6 & 0x3F));
+    }
+    add(0x80 | (codePoint & 0x3F));
+}
+
+}   // namespace
+
+bool IsXmlSpace(char byte) { return kSpace.find(byte) != kNone; }
+
+bool IsBlank(std::string_view text) { return text.find_first_not_of(kSpace) == kNone; }
+
+Token MarkupReader::Peek() const {
+    if (position >= document.size()) return Token::End;
+    if (document[position] != '<') return Token::Text;
+    if (document.size() - position == 1) return Token::Other;
+    if (document[position + 1] == '/') return Token::EndTag;
+    if (IsNameStart(document[position + 1])) return Token::StartTag;
+    for (const TokenMarks& marks : kTokenMarks) {
+        if (IsAt(marks.opening)) return marks.token;
+    }
+    return Token::Other;
+}
+
+void MarkupReader::SkipSpace() { position = std::min(document.find_first_not_of(kSpace, position), document.size()); }
+
+bool MarkupReader::SkipToken(Token token) {
+    const auto* const marks = std::find_if(std::begin(kTokenMarks), std::end(kTokenMarks),
+                                           [=](const auto& row) { return row.token == token; });
+    const std::size_t start = position;
+    std::size_t end = document.find(marks->closing, start + marks->opening.size());
+    if (end != kNone) end += marks->closing.size();
+    if (end != kNone && token == Token::Comment) {
+        end = document.find('>', end);
+        if (end != kNone) ++end;
+    }
+    if (end == kNone && unclosed == kNone) unclosed = start;
+    position = std::min(end, document.size());
+    return end != kNone;
+}
+
+Token MarkupReader::NextStartTag(Tag& tag) {
+    for (;;) {
+        SkipSpace();
+        const Token token = Peek();
+        if (token == Token::StartTag) tag = ReadStartTag();
+        if (token != Token::Comment && token != Token::Instruction) return token;
+        if (onSkipped) onSkipped(token, position);
+        static_cast<void>(SkipToken(token));   // one without an end leaves the position at the document's end
+    }
+}
+
+std::string_view MarkupReader::ReadName(std::size_t tagStart) {
+    const std::size_t start = position;
+    if (start == document.size() || !IsAscii(document[start]) || !IsNameStart(document[start])) {
+        throw MarkupFault(tagStart, "the tag's name doesn't begin with an ASCII letter, \"_\" or \":\"");
+    }
+    while (position < document.size() && IsNameChar(document[position])) ++position;
+    return document.substr(start, position - start);
+}
+
+Tag MarkupReader::ReadStartTag() {
+    Tag tag{.start = position++};
+    tag.name = ReadName(tag.start);
+    const std::size_t last = document.find('>', position);
+    if (last == kNone) throw MarkupFault(tag.start, "the tag has no end");
+    position = tag.end = last + 1;
+    tag.hasContent = document[last - 1] != '/';
+    return tag;
+}
+
+std::string_view MarkupReader::ReadEndTag() {
+    const std::size_t start = position;
+    position += 2;
+    const std::string_view name = ReadName(start);
+    SkipSpace();
+    if (position == document.size() || document[position] != '>') throw MarkupFault(start, "the tag has no end");
+    ++position;
+    return name;
+}
+
+MarkupFault MarkupReader::Truncated(const std::string& reason) const {
+    if (unclosed == kNone) return {document.size(), reason};
+    for (const TokenMarks& marks : kTokenMarks) {
+        if (document.substr(unclosed).starts_with(marks.opening)) {
+            return {unclosed, std::string("the ") + marks.name + " has no end"};
+        }
+    }
+    return {unclosed, reason};
+}
+
+void MarkupReader::SkipContent(const Tag& tag) {
+    for (std::size_t depth = 0;;) {
+        const std::size_t start = position;
+        switch (const Token token = Peek()) {
+            case Token::StartTag:
+                depth += ReadStartTag().hasContent ? 1 : 0;
+                break;
+            case Token::EndTag:
+                if (depth == 0) return;
+                static_cast<void>(ReadEndTag());
+                --depth;
+                break;
+            case Token::Text:
+                position = std::min(document.find('<', position), document.size());
+                break;
+            case Token::End:
+                throw Truncated("the document ends before </" + std::string(tag.name) + '>');
+            case Token::Other:
+                throw MarkupFault(start, "a \"<\" that begins no markup of a document");
+            default:
+                static_cast<void>(SkipToken(token));
+        }
+    }
+}
+
+void MarkupReader::CloseElement(const Tag& tag) {
+    if (!tag.hasContent) return;
+    SkipContent(tag);
+    const std::size_t start = position;
+    const std::string_view name = ReadEndTag();
+    if (name == tag.name) return;
+    throw MarkupFault(start, "</" + std::string(name) + "> where </" + std::string(tag.name) + "> must be");
+}
+
+std::vector<TextRun> MarkupReader::ReadText() {
+    std::vector<TextRun> runs;
+    for (;;) {
+        const std::size_t start = position;
+        const Token token = Peek();
+        if (token == Token::Text) {
+            position = std::min(document.find('<', position), document.size());
+            runs.push_back({{start, document.substr(start, position - start)}});
+        } else if (token == Token::CData) {
+            const std::size_t first = start + kTokenMarks[1].opening.size();
+            if (!SkipToken(token)) return runs;
+            const std::size_t length = position - kTokenMarks[1].closing.size() - first;
+            runs.push_back({{first, document.substr(first, length)}, true});
+        } else if (token == Token::Comment || token == Token::Instruction) {
+            if (onSkipped) onSkipped(token, start);
+            if (!SkipToken(token)) return runs;
+        } else {
+            return runs;
+        }
+    }
+}
+
+std::vector<Attribute> MarkupReader::ReadAttributes(const Tag& tag) const {
+    std::vector<Attribute> attributes;
+    AttributeWalk walk(document, tag);
+    while (const std::optional<Attribute> attribute = walk.Next()) attributes.push_back(*attribute);
+    return attributes;
+}
+
+std::string Decode(const Piece& piece, const std::function<void(std::size_t)>& onLost) {
+    std::string text;
+    const std::string_view raw = piece.raw;
+    for (std::size_t run = 0;;) {
+        const std::size_t mark = raw.find('&', run);
+        const std::size_t stop = mark == kNone ? kNone : raw.find(';', mark);
+        if (stop == kNone) return text.append(raw.substr(run));
+        const std::uint32_t codePoint = CodePointOf(raw.substr(mark + 1, stop - mark - 1));
+        text.append(raw.substr(run, (codePoint != kNoNumber ? mark : stop + 1) - run));
+        if (codePoint > 0xFFFF) {
+            onLost(piece.offset + mark);
+        } else if (codePoint != kNoNumber) {
+            AppendUtf8(codePoint, text);
+        }
+        run = stop + 1;
+    }
+}
+
+}   // namespace arborctl
