@@ -55,8 +55,7 @@ private:
 
 class Store : public Peer {
 public:
-    explicit Store(const std::filesystem::path& module)
-        : host({.traceLevel = kTraceLevel, .blocks = host::BlockWatch::None}), io(host) {
+    explicit Store(const std::filesystem::path& module) : host({.traceLevel = kTraceLevel}), io(host) {
         host.LoadModule(module);
     }
 

@@ -30,7 +30,7 @@ bool WantsColours(Colours colours, bool terminal) {
 int RunCommand(const CommandLine& line, Terminals terminals) {
     host::Kernel kernel({.traceLevel = line.traceLevel,
                          .traceSink = PrintLine,
-                         .blocks = line.leaks ? host::BlockWatch::Each : host::BlockWatch::Count});
+                         .blocks = line.leaks ? host::BlockTracking::Each : host::BlockTracking::Count});
     Progress progress(terminals.error ? &std::cerr : nullptr);
     int exitCode = kExitRefused;
     try {

@@ -25,16 +25,16 @@ struct Kernel::Slots {
 
     static kernel::ResultCode Alloc(const kernel::MethodTable* face, void** block, std::uint32_t bytes) {
         Kernel* host = KernelOf(face);
-        return host != nullptr ? host->memory.Take(block, bytes) : kernel::kInvalidArgument;
+        return host != nullptr ? host->memory.Allocate(block, bytes) : kernel::kInvalidArgument;
     }
 
     static kernel::ResultCode Realloc(const kernel::MethodTable* face, void** block, void* old, std::uint32_t bytes) {
         Kernel* host = KernelOf(face);
-        return host != nullptr ? host->memory.Resize(block, old, bytes) : kernel::kInvalidArgument;
+        return host != nullptr ? host->memory.Reallocate(block, old, bytes) : kernel::kInvalidArgument;
     }
 
     static void Free(const kernel::MethodTable* face, void* block) {
-        if (Kernel* host = KernelOf(face); host != nullptr) host->memory.GiveBack(block);
+        if (Kernel* host = KernelOf(face); host != nullptr) host->memory.Free(block);
     }
 
     static kernel::ResultCode NotOffered() { return kNotOffered; }
@@ -189,7 +189,7 @@ std::vector<TraceLine> Kernel::TakeLines() {
 std::string Kernel::LeakReport() const {
     const std::vector<LeakedBlock> leaks = memory.Leaks();
     std::string report = std::to_string(memory.LiveBlocks()) + " blocks of host memory not given back, ";
-    if (memory.TracksBlocks()) {
+    if (memory.TracksEachBlock()) {
         const auto add = [](std::uint64_t sum, const LeakedBlock& block) { return sum + block.sizeBytes; };
         report += std::to_string(std::accumulate(leaks.begin(), leaks.end(), std::uint64_t{0}, add)) + " bytes, ";
     }

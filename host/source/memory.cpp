@@ -8,59 +8,51 @@
 #include <cstring>
 #include <limits>
 #include <new>
-#include <stdexcept>
 
 namespace host {
 
-kernel::ResultCode Memory::Take(void** block, std::uint32_t sizeBytes) {
+kernel::ResultCode Memory::Allocate(void** block, std::uint32_t sizeBytes) {
     if (block == nullptr) return kernel::kInvalidArgument;
-    if (watch != BlockWatch::None) return TakeCounted(block, sizeBytes);
-    *block = TakeZeroed(sizeBytes);
-    return *block != nullptr ? kernel::kDone : kernel::kOutOfMemory;
-}
-
-kernel::ResultCode Memory::TakeCounted(void** block, std::uint32_t sizeBytes) {
-    const std::uint32_t request = CountTaken();
-    *block = MustFail(request) ? nullptr : TakeZeroed(sizeBytes);
-    if (*block != nullptr && TracksBlocks() && !Remember(*block, {request, sizeBytes})) {
+    const std::uint32_t request = CountRequest();
+    *block = MustFail(request) ? nullptr : AllocateZeroed(sizeBytes);
+    if (*block != nullptr && TracksEachBlock() && !Track(*block, {request, sizeBytes})) {
         FreeBlock(*block);
         *block = nullptr;
     }
     if (*block != nullptr) return kernel::kDone;
-    CountGone();
+    UncountBlock();
     return kernel::kOutOfMemory;
 }
 
-kernel::ResultCode Memory::Resize(void** block, void* old, std::uint32_t sizeBytes) {
-    const kernel::ResultCode code = Take(block, sizeBytes);
+kernel::ResultCode Memory::Reallocate(void** block, void* old, std::uint32_t sizeBytes) {
+    const kernel::ResultCode code = Allocate(block, sizeBytes);
     if (kernel::IsFailure(code) || old == nullptr) return code;
     std::memcpy(*block, old, std::min<std::size_t>(BlockBytes(old), sizeBytes));
-    GiveBack(old);
+    Free(old);
     return code;
 }
 
-void Memory::GiveBack(void* block) {
+void Memory::Free(void* block) {
     if (block == nullptr) return;
-    if (TracksBlocks()) Forget(block);
-    if (watch != BlockWatch::None) CountGone();
+    if (TracksEachBlock()) Untrack(block);
+    UncountBlock();
     FreeBlock(block);
 }
 
-void Memory::FailAllocation(std::size_t nth, Failing failing) {
-    if (watch == BlockWatch::None) throw std::logic_error("blocks that aren't counted can't fail by count");
-    constexpr std::uint32_t kEver = std::numeric_limits<std::uint32_t>::max();
+void Memory::FailAllocation(std::size_t nth, FailureMode mode) {
+    constexpr std::uint32_t kNoLimit = std::numeric_limits<std::uint32_t>::max();
     const std::uint32_t first = nth == 0 ? 0 : static_cast<std::uint32_t>(Requests() + nth);
     failed.store(false, std::memory_order_relaxed);
-    lastFailing.store(failing == Failing::Once ? first : kEver, std::memory_order_relaxed);
+    lastFailing.store(mode == FailureMode::Once ? first : kNoLimit, std::memory_order_relaxed);
     firstFailing.store(first, std::memory_order_relaxed);
 }
 
-std::uint32_t Memory::CountTaken() {
+std::uint32_t Memory::CountRequest() {
     const std::uint64_t before = counts.fetch_add(kOneRequest + kOneBlock, std::memory_order_relaxed);
     return static_cast<std::uint32_t>(before / kOneRequest) + 1;
 }
 
-void Memory::CountGone() { counts.fetch_sub(kOneBlock, std::memory_order_relaxed); }
+void Memory::UncountBlock() { counts.fetch_sub(kOneBlock, std::memory_order_relaxed); }
 
 bool Memory::MustFail(std::uint32_t request) {
     const std::uint32_t first = firstFailing.load(std::memory_order_relaxed);
@@ -69,17 +61,17 @@ bool Memory::MustFail(std::uint32_t request) {
     return true;
 }
 
-bool Memory::Remember(const void* block, const LeakedBlock& request) {
+bool Memory::Track(const void* block, const LeakedBlock& record) {
     try {
         const std::scoped_lock lock(trackedMutex);
-        tracked.emplace(block, request);
+        tracked.emplace(block, record);
         return true;
     } catch (const std::bad_alloc&) {
         return false;
     }
 }
 
-void Memory::Forget(const void* block) {
+void Memory::Untrack(const void* block) {
     const std::scoped_lock lock(trackedMutex);
     if (tracked.erase(block) != 0) return;
     std::fprintf(stderr, "host: %p isn't a live block of host memory\n", block);
@@ -89,7 +81,7 @@ void Memory::Forget(const void* block) {
 std::vector<LeakedBlock> Memory::Leaks() const {
     std::vector<LeakedBlock> leaks;
     const std::scoped_lock lock(trackedMutex);
-    for (const auto& [block, request] : tracked) leaks.push_back(request);
+    for (const auto& [block, record] : tracked) leaks.push_back(record);
     std::sort(leaks.begin(), leaks.end(),
               [](const LeakedBlock& left, const LeakedBlock& right) { return left.request < right.request; });
     return leaks;

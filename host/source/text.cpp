@@ -86,9 +86,9 @@ kernel::ResultCode Store(Memory& memory, kernel::HostString& text, std::u16strin
     const auto size = static_cast<std::uint32_t>(source.size());
     if (text.text == nullptr || text.capacity < size) {
         void* block = nullptr;
-        const kernel::ResultCode code = memory.Take(&block, (size + 1) * sizeof(char16_t));
+        const kernel::ResultCode code = memory.Allocate(&block, (size + 1) * sizeof(char16_t));
         if (kernel::IsFailure(code)) return code;
-        memory.GiveBack(text.text);
+        memory.Free(text.text);
         text.text = static_cast<char16_t*>(block);
         text.capacity = size;
     }
@@ -175,7 +175,7 @@ kernel::ResultCode ImportText(Memory& memory, kernel::HostString* text, std::uin
     return Store(memory, *text, std::u16string_view(units).substr(0, units.find(u'\0')));
 }
 
-Text::~Text() { kernel.HostMemory().GiveBack(string.text); }
+Text::~Text() { kernel.HostMemory().Free(string.text); }
 
 kernel::ResultCode Text::Set(std::u16string_view text) {
     return ImportText(kernel.HostMemory(), &string, 0, kernel::kWholeText, text.data(),

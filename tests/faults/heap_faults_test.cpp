@@ -17,9 +17,9 @@
 namespace {
 
 /// Counts down with each request of the ordinary heap while it is above 0; the one that brings it to 0 fails, and with
-/// `failsFromThereOn` all behind it.
+/// `failsPersistently` all behind it.
 thread_local std::size_t requestsUntilFailure = 0;
-thread_local bool failsFromThereOn = false;
+thread_local bool failsPersistently = false;
 thread_local bool requestFailed = false;
 /// Requests above it fail too, as those of a full memory.
 thread_local std::size_t largestRequest = SIZE_MAX;
@@ -27,7 +27,7 @@ thread_local std::size_t largestRequest = SIZE_MAX;
 void* Take(std::size_t size) {
     if (requestsUntilFailure != 0 && --requestsUntilFailure == 0) {
         requestFailed = true;
-        if (failsFromThereOn) requestsUntilFailure = 1;
+        if (failsPersistently) requestsUntilFailure = 1;
         throw std::bad_alloc();
     }
     void* block = size <= largestRequest ? std::malloc(size != 0 ? size : 1) : nullptr;
@@ -61,13 +61,13 @@ constexpr ResultCode kBrokenAttributes = kBadDocument;   // what the reader make
 struct HeapFault {
     const char* label;
     bool ofHost;
-    host::Failing failing;
+    host::FailureMode mode;
 };
 constexpr HeapFault kFaults[] = {
-    {"a request", false, host::Failing::Once},
-    {"all requests from", false, host::Failing::FromThereOn},
-    {"a block", true, host::Failing::Once},
-    {"all blocks from", true, host::Failing::FromThereOn},
+    {"a request", false, host::FailureMode::Once},
+    {"all requests from", false, host::FailureMode::Persistent},
+    {"a block", true, host::FailureMode::Once},
+    {"all blocks from", true, host::FailureMode::Persistent},
 };
 
 class HeapFaultsTest : public testing::Test {
@@ -79,10 +79,10 @@ protected:
     template <class Work>
     bool FailsUnder(const HeapFault& fault, std::size_t nth, Work work) {
         if (fault.ofHost) {
-            kernel.FailAllocation(nth, fault.failing);
+            kernel.FailAllocation(nth, fault.mode);
         } else {
             requestFailed = false;
-            failsFromThereOn = fault.failing == host::Failing::FromThereOn;
+            failsPersistently = fault.mode == host::FailureMode::Persistent;
             requestsUntilFailure = nth;
         }
         work();

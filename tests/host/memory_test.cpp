@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <stdexcept>
 
 #include <gtest/gtest.h>
 
@@ -20,7 +19,7 @@ protected:
     }
     void GiveBack(void* block) { kernel::HostFree(host.Root(), block); }
 
-    host::Kernel host{{.blocks = host::BlockWatch::Each}};
+    host::Kernel host{{.blocks = host::BlockTracking::Each}};
 };
 
 TEST_F(MemoryTest, FailuresComeByCountAndLeaveTheOldBlock) {
@@ -34,7 +33,7 @@ TEST_F(MemoryTest, FailuresComeByCountAndLeaveTheOldBlock) {
     GiveBack(first);
     GiveBack(Take(4));
 
-    host.FailAllocation(2, host::Failing::FromThereOn);
+    host.FailAllocation(2, host::FailureMode::Persistent);
     GiveBack(Take(4));
     EXPECT_EQ(Take(4), nullptr);
     EXPECT_EQ(Take(4), nullptr);
@@ -55,20 +54,20 @@ TEST_F(MemoryTest, TheReportTellsEachBlockThatIsOut) {
     GiveBack(third);
 }
 
-TEST(UnwatchedMemoryTest, BlocksAreZeroAndAlignedAsEverAndFailByNoOrder) {
-    host::Memory memory(host::BlockWatch::None);
-    EXPECT_THROW(memory.FailAllocation(1), std::logic_error);
+TEST(CountedMemoryTest, BlocksAreZeroAndAlignedAndKeepTheirContents) {
+    host::Memory memory(host::BlockTracking::Count);
     for (std::uint32_t size = 0; size < 300; ++size) {
         void* block = nullptr;
-        ASSERT_EQ(memory.Take(&block, size), kernel::kDone);
+        ASSERT_EQ(memory.Allocate(&block, size), kernel::kDone);
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0U) << size;
         const auto* const bytes = static_cast<const char*>(block);
         EXPECT_EQ(std::count(bytes, bytes + size, '\0'), static_cast<std::ptrdiff_t>(size)) << size;
-        std::memset(block, 0xFF, size);
-        ASSERT_EQ(memory.Resize(&block, block, size + 40), kernel::kDone);
-        const auto* const added = static_cast<const char*>(block) + size;
-        EXPECT_EQ(std::count(added, added + 40, '\0'), 40) << size;
-        memory.GiveBack(block);
+        std::memset(block, 0xFF, size);   // the memory of a freed block is used again
+        ASSERT_EQ(memory.Reallocate(&block, block, size + 40), kernel::kDone);
+        const auto* const moved = static_cast<const char*>(block);
+        EXPECT_EQ(std::count(moved, moved + size, '\xFF'), static_cast<std::ptrdiff_t>(size)) << size;
+        EXPECT_EQ(std::count(moved + size, moved + size + 40, '\0'), 40) << size;
+        memory.Free(block);
     }
     EXPECT_EQ(memory.LiveBlocks(), 0U);
 }

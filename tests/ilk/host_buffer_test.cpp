@@ -15,7 +15,7 @@ protected:
         EXPECT_EQ(host.LiveBlocks(), 0u);
     }
 
-    host::Kernel host{{.blocks = host::BlockWatch::Each}};
+    host::Kernel host{{.blocks = host::BlockTracking::Each}};
 };
 
 TEST_F(HostBufferTest, GrowsWithAndWithoutItsContents) {

@@ -11,7 +11,7 @@ namespace {
 
 class SizesTest : public StoreTest {
 protected:
-    SizesTest() : StoreTest(host::BlockWatch::Count) {}
+    SizesTest() : StoreTest(host::BlockTracking::Count) {}
 };
 
 std::string Chain(std::size_t levels) {

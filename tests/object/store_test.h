@@ -10,7 +10,7 @@ namespace test {
 class StoreTest : public testing::Test {
 protected:
     /// A block that is left tells of itself where each is watched, which costs; else it's counted.
-    explicit StoreTest(host::BlockWatch blocks = host::BlockWatch::Each) : kernel({.blocks = blocks}) {
+    explicit StoreTest(host::BlockTracking blocks = host::BlockTracking::Each) : kernel({.blocks = blocks}) {
         kernel.LoadModule(ModulePath());
     }
 

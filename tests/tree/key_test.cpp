@@ -19,7 +19,7 @@ std::string NameOf(const Key* key) { return key != nullptr ? std::string(key->Na
 
 class KeyTest : public testing::Test {
 protected:
-    KeyTest() : kernel({.blocks = host::BlockWatch::Each}) { EXPECT_EQ(tree.emplace().Start(kernel.Root()), kDone); }
+    KeyTest() : kernel({.blocks = host::BlockTracking::Each}) { EXPECT_EQ(tree.emplace().Start(kernel.Root()), kDone); }
     ~KeyTest() override {
         tree.reset();
         EXPECT_EQ(kernel.LiveBlocks(), 0U) << kernel.LeakReport();

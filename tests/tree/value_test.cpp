@@ -86,7 +86,7 @@ protected:
                     block ? 1 : 0);
     }
 
-    host::Kernel kernel{{.blocks = host::BlockWatch::Each}};
+    host::Kernel kernel{{.blocks = host::BlockTracking::Each}};
 };
 
 TEST_F(ValueTest, TheStorableTypesAreMadeEmptyAndNoOthers) {

@@ -21,7 +21,7 @@ inline constexpr kernel::ResultCode kNotOffered = kernel::MakeResult(0x80000042)
 struct KernelOptions {
     std::uint32_t traceLevel = 0;   // lines of a higher level are dropped unformatted
     TraceSink traceSink{};          // takes the lines; without one they are kept
-    BlockWatch blocks = BlockWatch::Count;
+    BlockTracking blocks = BlockTracking::Count;
     bool offerImports = true;   // false: no function can be bound
 };
 
@@ -63,7 +63,7 @@ public:
     void AnswerRegistration(kernel::ResultCode code) { registrationAnswer = code; }
 
     [[nodiscard]] Memory& HostMemory() { return memory; }
-    void FailAllocation(std::size_t nth, Failing failing = Failing::Once) { memory.FailAllocation(nth, failing); }
+    void FailAllocation(std::size_t nth, FailureMode mode = FailureMode::Once) { memory.FailAllocation(nth, mode); }
     [[nodiscard]] bool AllocationFailed() const { return memory.AllocationFailed(); }
     [[nodiscard]] std::size_t LiveBlocks() const { return memory.LiveBlocks(); }
 

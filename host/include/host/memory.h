@@ -1,5 +1,6 @@
-/// The heap that the host gives to the module: zero-filled blocks aligned to 16, which it counts and fails on demand.
-/// One heap for all threads; every call may come from any of them.
+/// The heap that the host offers to the module: zero-filled blocks aligned to 16. It counts the blocks and can be told
+/// to fail requests, for tests.
+/// One heap serves all threads; every function may be called from any of them.
 #pragma once
 
 #include <component/kernel/result_codes.h>
@@ -11,80 +12,82 @@
 
 namespace host {
 
-/// A block that wasn't given back. `request` is its place among all requests, the first being 1.
+/// A block that was not freed. `request` is the number of its request among all requests, starting at 1.
 struct LeakedBlock {
     std::size_t request;
     std::uint32_t sizeBytes;
 };
 
-/// Whether one request fails, or that one and all behind it.
-enum class Failing {
-    Once,
-    FromThereOn,
+/// How many requests fail.
+enum class FailureMode {
+    Once,         // one request
+    Persistent,   // one request and all after it
 };
 
-/// What the heap knows of its blocks.
-enum class BlockWatch {
-    None,    // nothing: what a host in earnest does, and what speed is measured with
-    Count,   // how many were asked for and how many are out, at the price of an atomic step each way
-    Each,   // every one, for `Leaks`, at the price of a lock; giving back anything else ends the process with a message
+/// What the heap records about its blocks. A host chooses once, for the life of the heap.
+enum class BlockTracking {
+    Count,   // the numbers of requests and of live blocks; costs one atomic step per request and one per release
+    Each,    // every live block, for `Leaks`; costs a lock too. Freeing anything else aborts the process with a message
 };
 
 class Memory {
 public:
-    explicit Memory(BlockWatch blockWatch) : watch(blockWatch) {}
+    explicit Memory(BlockTracking blockTracking) : tracking(blockTracking) {}
 
-    /// Blocks that are still out stay so: whoever holds one may be reading it.
+    /// Does not free live blocks: their owners may still read them.
     ~Memory() = default;
     Memory(const Memory&) = delete;
     Memory& operator=(const Memory&) = delete;
 
-    /// Stores a block of `sizeBytes` zeroes, or null with `kOutOfMemory`. A size of 0 gives a block too.
-    kernel::ResultCode Take(void** block, std::uint32_t sizeBytes);
+    /// Stores a block of `sizeBytes` zeroes, which the caller frees. A size of 0 gives a block too.
+    /// On failure stores null and returns `kOutOfMemory`.
+    kernel::ResultCode Allocate(void** block, std::uint32_t sizeBytes);
 
-    /// Stores a block with the contents of `old`, as far as they fit, and zeroes behind; `old` is gone then. On a
-    /// failure `old` stays and null is stored. A null `old` takes a new block.
-    kernel::ResultCode Resize(void** block, void* old, std::uint32_t sizeBytes);
+    /// Stores a new block with as much of the contents of `old` as fits, followed by zeroes, and frees `old`.
+    /// On failure `old` is unchanged and null is stored. A null `old` makes it `Allocate`.
+    kernel::ResultCode Reallocate(void** block, void* old, std::uint32_t sizeBytes);
 
-    /// Gives a block back; null is allowed.
-    void GiveBack(void* block);
+    /// Frees a block; null is allowed.
+    void Free(void* block);
 
-    /// Lets the `nth` request from now on fail, 1 being the next. 0 takes an order back. Clears `AllocationFailed`.
-    /// Throws `std::logic_error` on a heap that doesn't count.
-    void FailAllocation(std::size_t nth, Failing failing = Failing::Once);
+    /// Makes the `nth` request from now fail; 1 is the next one. 0 cancels. Clears `AllocationFailed`.
+    void FailAllocation(std::size_t nth, FailureMode mode = FailureMode::Once);
 
-    /// Whether a request failed by order since the last `FailAllocation`.
+    /// Whether `FailAllocation` has made a request fail since it was last called.
     [[nodiscard]] bool AllocationFailed() const { return failed.load(std::memory_order_relaxed); }
 
-    /// 0 on a heap that doesn't count, as `Requests` is.
     [[nodiscard]] std::size_t LiveBlocks() const { return static_cast<std::size_t>(Counts() % kOneRequest); }
 
-    /// Blocks asked for so far, failed requests counted.
+    /// All requests so far, failed ones included.
     [[nodiscard]] std::size_t Requests() const { return static_cast<std::size_t>(Counts() / kOneRequest); }
 
-    [[nodiscard]] bool TracksBlocks() const { return watch == BlockWatch::Each; }
+    [[nodiscard]] bool TracksEachBlock() const { return tracking == BlockTracking::Each; }
 
-    /// What wasn't given back so far, in the order of the requests; empty unless blocks are tracked.
+    /// The live blocks in the order of their requests; empty unless each block is tracked.
     [[nodiscard]] std::vector<LeakedBlock> Leaks() const;
 
 private:
-    /// One word counts both, so that a block costs one atomic step on its way out and one on its way back.
+    /// `counts` holds the live blocks in its low 32 bits and the requests above them, so that a request and a release
+    /// are one atomic step each.
     static constexpr std::uint64_t kOneBlock = 1;
     static constexpr std::uint64_t kOneRequest = std::uint64_t{1} << 32;
 
-    kernel::ResultCode TakeCounted(void** block, std::uint32_t sizeBytes);
     [[nodiscard]] std::uint64_t Counts() const { return counts.load(std::memory_order_relaxed); }
-    /// Returns the request's number.
-    std::uint32_t CountTaken();
-    void CountGone();
+    /// Counts a request and its block. Returns the request's number.
+    std::uint32_t CountRequest();
+    /// Takes one block off the count: it was freed, or its request failed.
+    void UncountBlock();
 
+    /// Whether `FailAllocation` demands that this request fail; notes it for `AllocationFailed`.
     [[nodiscard]] bool MustFail(std::uint32_t request);
-    [[nodiscard]] bool Remember(const void* block, const LeakedBlock& request);
-    void Forget(const void* block);
+    /// Returns false if there is no memory for the record.
+    [[nodiscard]] bool Track(const void* block, const LeakedBlock& record);
+    /// Aborts the process if `block` isn't tracked.
+    void Untrack(const void* block);
 
-    const BlockWatch watch;
+    const BlockTracking tracking;
     std::atomic<std::uint64_t> counts{0};
-    std::atomic<std::uint32_t> firstFailing{0};   // 0: none
+    std::atomic<std::uint32_t> firstFailing{0};   // number of a request; 0: none fails
     std::atomic<std::uint32_t> lastFailing{0};
     std::atomic<bool> failed{false};
     mutable std::mutex trackedMutex;

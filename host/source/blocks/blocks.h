@@ -1,5 +1,5 @@
-/// Where the heap's blocks come from: a source of its own for each kind, of which the build picks one. Any thread may
-/// call; nothing throws.
+/// The allocator under `Memory`. CMake compiles one of the two sources: `plain.cpp`, or `mimalloc.cpp` if
+/// ARBOR_MIMALLOC is on. Callable from any thread; nothing throws.
 #pragma once
 
 #include <cstddef>
@@ -7,10 +7,10 @@
 
 namespace host {
 
-/// `sizeBytes` zeroes, aligned to 16, also for a size of 0; null without memory.
-[[nodiscard]] void* TakeZeroed(std::uint32_t sizeBytes) noexcept;
+/// Allocates `sizeBytes` zero bytes, aligned to 16. A size of 0 gives a block too. Returns null if memory is exhausted.
+[[nodiscard]] void* AllocateZeroed(std::uint32_t sizeBytes) noexcept;
 
-/// The bytes that may be read of a block: those that were asked for, and perhaps zeroes behind.
+/// The readable bytes of a block: those requested, and perhaps more, which are zero.
 [[nodiscard]] std::size_t BlockBytes(const void* block) noexcept;
 
 void FreeBlock(void* block) noexcept;
