@@ -1,61 +1,106 @@
-# Completion of arborctl for bash: options, the document, its commands, and the document's own keys and values.
+# Completion of arborctl for bash. The tool itself lists the words that can come next; this file does the shell's part:
+# what the line says without its quotes, and the quotes of what is inserted.
 
-# The words that can follow, one a line, from stdin; names may hold blanks.
-_arborctl_offer() {
-    local word
-    while IFS= read -r word; do
-        [[ $word == "$cur"* ]] && COMPREPLY+=("$(printf %q "$word")")
-    done
-}
-
-_arborctl() {
-    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]}
-    local commands='tree get find export check diff backups set rm cp import restore'
-    local types='tBYTE tWORD tDWORD tQWORD tBOOL tCHAR tSTRING tWSTRING tERROR tPTR tINT tUINT tSBYTE tSHORT tLONG
-        tLONGLONG tDATETIME tDOUBLE tBINARY tVERSION tVOID'
-    local document='' command='' words=() i word
-    cur=${cur//\\/}
-    COMPREPLY=()
-    for ((i = 1; i < COMP_CWORD; i++)); do
-        word=${COMP_WORDS[i]//\\/}
-        case $word in
-            --module | --trace | --backup | --root | --color | --wait | --as) ((i++)) ;;
-            -*) ;;
+# Splits a command line into `words`, of which the last may be empty. `kept` becomes the part of the last word that
+# readline doesn't replace, and `quote` the quote that is open at the end.
+_arborctl_split() {
+    local line=$1 word='' started='' before='' char i
+    words=() kept='' quote=''
+    for ((i = 0; i < ${#line}; i++)); do
+        char=${line:i:1}
+        case $quote$char in
+            "''" | '""') quote='' kept=$before ;;
+            '\'* | '"\'*)
+                ((++i))
+                [[ $quote && ${line:i:1} != [\"\\\$\`] ]] && word+=\\
+                word+=${line:i:1} started=1
+                ;;
+            \' | \") quote=$char before=$kept kept=$word started=1 ;;
+            [[:blank:]])
+                [[ -z $started ]] || words+=("$word")
+                word='' started='' kept=''
+                ;;
+            '~')
+                [[ $started || ${line:i+1:1} != / ]] || char=$HOME
+                word+=$char started=1
+                ;;
             *)
-                if [[ -z $command && " $commands " == *" $word "* ]]; then command=$word
-                elif [[ -z $document ]]; then document=$word
-                else words+=("$word"); fi
+                word+=$char started=1
+                [[ $quote || $COMP_WORDBREAKS != *"$char"* ]] || kept=$word
                 ;;
         esac
     done
-    case $prev in
-        --module) mapfile -t COMPREPLY < <(compgen -f -- "$cur"); return ;;
-        --backup) _arborctl_offer < <(printf '%s\n' 0 1 2); return ;;
-        --color) _arborctl_offer < <(printf '%s\n' auto always never); return ;;
-        --as) _arborctl_offer < <(printf '%s\n' $types); return ;;
+    words+=("$word")
+}
+
+# `quoted` becomes $1 as it is written after an open quote $2, or without one.
+_arborctl_quote() {
+    local char i special
+    case $2 in
+        \') special='[]' ;;
+        \") special='["\\$`]' ;;
+        *) special='[] '\''"\\$`!&()*;<>?[{}|#~]' ;;
     esac
-    if [[ $cur == -* ]]; then
-        if [[ -z $command ]]; then
-            _arborctl_offer < <(printf '%s\n' --module --trace --read-only --create --convert --backup --root --color --wait --leaks --version --help)
-        else
-            _arborctl_offer < <(printf '%s\n' --help --json --as)
-        fi
-    elif [[ -z $document ]]; then
-        [[ -n $command ]] || _arborctl_offer < <(printf '%s\n' $commands)
-        mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -f -- "$cur")
-    elif [[ -z $command ]]; then
-        _arborctl_offer < <(printf '%s\n' $commands)
+    quoted=''
+    for ((i = 0; i < ${#1}; i++)); do
+        char=${1:i:1}
+        # shellcheck disable=SC2053 # a pattern
+        [[ $char != $special ]] || quoted+=\\
+        [[ $2$char != "''" ]] || char="'\''"
+        quoted+=$char
+    done
+    [[ $2 != \' || $quoted != \'* ]] || quoted=\'$quoted   # readline drops a quote that repeats the open one
+}
+
+# `common` becomes what all arguments begin with.
+_arborctl_common() {
+    local each
+    common=$1
+    for each; do
+        while [[ $each != "$common"* ]]; do common=${common%?}; done
+    done
+}
+
+# Fills COMPREPLY with words that readline inserts as they are.
+_arborctl_reply() {
+    local each quoted common shared
+    for each; do
+        _arborctl_quote "${each#"$kept"}" "$quote"
+        COMPREPLY+=("$quoted")
+    done
+    if (($# == 1)); then
+        [[ -z $quote || $quoted != *"$quote" ]] || COMPREPLY=("$quoted$quote")   # readline takes it for the closing one
+        [[ $1 != */ ]] || compopt -o nospace
+        return
+    fi
+    _arborctl_common "${COMPREPLY[@]}"
+    shared=$common
+    _arborctl_common "$@"
+    _arborctl_quote "${common#"$kept"}" "$quote"
+    [[ $shared != "$quoted" ]] || return 0
+    # The words part after a backslash, which readline would insert.
+    if ((${#common} > ${#words[-1]})); then
+        COMPREPLY=("$quoted")
+        compopt -o nospace
     else
-        case $command:${#words[@]} in
-            tree:0 | export:0 | get:0 | set:0 | rm:0 | cp:0)
-                _arborctl_offer < <("${COMP_WORDS[0]}" "$document" find '' 2>/dev/null | sed -n 's,/$,,p') ;;
-            get:1 | set:1 | rm:1)
-                _arborctl_offer < <("${COMP_WORDS[0]}" "$document" tree "${words[0]}" 2>/dev/null | sed -n '/^ /d; s/^\(.*\): t[A-Z].*/\1/p') ;;
-            set:2) _arborctl_offer < <(printf '%s\n' $types) ;;
-            restore:0)
-                _arborctl_offer < <("${COMP_WORDS[0]}" "$document" backups 2>/dev/null | sed -n 's/^[^ ]* *[0-9]*  \(.*\) ([^)]*): .*/\1/p' | tail -n +2) ;;
-            diff:0 | import:0 | cp:1) mapfile -t COMPREPLY < <(compgen -f -- "$cur") ;;
-        esac
+        COMPREPLY=("$@" ' ')
     fi
 }
-complete -o filenames -F _arborctl arborctl
+
+_arborctl() {
+    local words kept quote quoted offers kind
+    _arborctl_split "${COMP_LINE:0:COMP_POINT}"
+    mapfile -t offers < <("${words[0]}" __complete "${words[@]:1}" 2>/dev/null)
+    kind=${offers[0]} offers=("${offers[@]:1}") COMPREPLY=()
+    if [[ $kind != files ]]; then
+        ((${#offers[@]} == 0)) || _arborctl_reply "${offers[@]}"
+    elif ((${#offers[@]} == 0)); then
+        compopt -o bashdefault -o default   # bash's own completion of file names
+    else
+        _arborctl_quote "${words[-1]}"
+        mapfile -t -O ${#offers[@]} offers < <(compgen -G "$quoted*")
+        COMPREPLY=("${offers[@]#"$kept"}")
+        compopt -o filenames
+    fi
+}
+complete -F _arborctl arborctl

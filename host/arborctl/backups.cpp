@@ -101,11 +101,12 @@ std::vector<BackupFile> FindBackups(const std::filesystem::path& document) {
 }
 
 std::optional<std::filesystem::path> FindBackup(const std::filesystem::path& document, const std::string& given) {
-    const std::string own = PathText(document.filename());
+    const std::size_t ownLength = PathText(document.filename()).size();
     for (const BackupFile& file : FindBackups(document)) {
         if (file.path.filename() == document.filename()) continue;
         const std::string name = PathText(file.path.filename());
-        if (given == name || own + given == name || own + '.' + given == name) return file.path;
+        const std::string_view ending = std::string_view(name).substr(ownLength);
+        if (given == name || given == ending || given == ending.substr(1)) return file.path;
         if (IsSameEntry(PathOf(given), file.path)) return file.path;
     }
     return std::nullopt;

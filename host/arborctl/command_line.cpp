@@ -12,8 +12,6 @@
 namespace arborctl {
 namespace {
 
-std::filesystem::path DocumentOf(const std::string& argument) { return FollowLink(PathOf(argument)); }
-
 CLI::Option* AddDocument(CLI::App& app, const char* name, std::string& target, const char* help) {
     return app.add_option(name, target, help)->check([](const std::string& path) {
         const std::string_view fault = host::PathFault(path);
@@ -230,8 +228,8 @@ private:
 };
 
 void AddOptions(CLI::App& app, CommandLine& line, std::string& module, std::string& document) {
-    const std::map<std::string, Colours> whens{
-        {"auto", Colours::Auto}, {"always", Colours::Always}, {"never", Colours::Never}};
+    std::map<std::string, Colours> whens;
+    for (const ColourRow& row : kColourRows) whens.emplace(row.word, row.colours);
     app.add_option("--module", module, "module to load (default: the one beside this program)")->option_text("FILE");
     app.add_option("--trace", line.traceLevel, "show the module's lines up to this level, 600 being all")
         ->option_text("LEVEL");
@@ -240,7 +238,7 @@ void AddOptions(CLI::App& app, CommandLine& line, std::string& module, std::stri
     app.add_flag("--convert", line.settings.convert, "let a change save a foreign document as a native one");
     app.add_option("--backup", line.settings.backupMode, "0 none, 1 the last document, 2 also the first one saved")
         ->option_text("MODE")
-        ->check(CLI::Range(0, 2));
+        ->check(CLI::Range(std::uint32_t{0}, kMaxBackupMode));
     app.add_option_function<std::string>(
            "--root",
            [&line](const std::string& text) {
@@ -271,45 +269,66 @@ std::string FailureLine(const CLI::App* app, const CLI::Error& error) {
     return "arborctl: " + host::Printable(error.what()) + " (arborctl " + command + "--help tells more)\n";
 }
 
-/// A command may stand before its document too.
-void PutDocumentFirst(const CLI::App& app, std::vector<std::string>& arguments) {
-    const auto isCommand = [&app](const std::string& word) {
-        return !app.get_subcommands([&word](const CLI::App* command) { return command->get_name() == word; }).empty();
-    };
-    if (arguments.size() < 2 || !isCommand(arguments[0]) || isCommand(arguments[1])) return;
-    if (!arguments[1].starts_with('-')) std::swap(arguments[0], arguments[1]);
-}
+/// The parser, and what it reads into.
+struct Parser {
+    CommandLine line{};
+    std::string module{};
+    std::string document{};
+    CLI::App app{"Reads and changes a document of settings.", "arborctl"};
+    Commands commands{app, line};
+
+    Parser() {
+        app.formatter(std::make_shared<UsageWithDocument>());
+        app.footer("arborctl COMMAND --help shows more of a command.\n\n" + ExitCodes());
+        app.failure_message(FailureLine);
+        app.allow_windows_style_options(false);   // a path may begin with "/"
+        app.require_subcommand(1);
+        AddOptions(app, line, module, document);
+        commands.AddAll();
+    }
+};
 
 }   // namespace
 
-std::optional<CommandLine> ReadCommandLine(std::vector<std::string> arguments, int& exitCode) {
-    CommandLine line;
-    std::string module;
-    std::string document;
-    CLI::App app("Reads and changes a document of settings.", "arborctl");
-    app.formatter(std::make_shared<UsageWithDocument>());
-    app.footer("arborctl COMMAND --help shows more of a command.\n\n" + ExitCodes());
-    app.failure_message(FailureLine);
-    app.allow_windows_style_options(false);   // a path may begin with "/"
-    app.require_subcommand(1);
-    AddOptions(app, line, module, document);
-    Commands commands(app, line);   // outlives the parsing, which calls into it
-    commands.AddAll();
+const CLI::App* FindCommand(const CLI::App& app, const std::string& name) {
+    const auto found = app.get_subcommands([&name](const CLI::App* command) { return command->get_name() == name; });
+    return found.empty() ? nullptr : found.front();
+}
 
+void PutDocumentFirst(const CLI::App& app, std::vector<std::string>& arguments) {
+    if (arguments.size() < 2 || FindCommand(app, arguments[0]) == nullptr) return;
+    if (FindCommand(app, arguments[1]) != nullptr) return;
+    if (!arguments[1].starts_with('-')) std::swap(arguments[0], arguments[1]);
+}
+
+std::filesystem::path DocumentOf(const std::string& argument) { return FollowLink(PathOf(argument)); }
+
+std::filesystem::path ModuleOf(const std::string& argument) {
+    return argument.empty() ? host::ProgramFolder() / (std::string("arbor") + host::ModuleEnding()) : PathOf(argument);
+}
+
+std::shared_ptr<const CLI::App> DescribeCommandLine() {
+    const auto parser = std::make_shared<Parser>();
+    return {parser, &parser->app};
+}
+
+std::optional<CommandLine> ReadCommandLine(std::vector<std::string> arguments, int& exitCode) {
+    Parser parser;
+    CLI::App& app = parser.app;
     PutDocumentFirst(app, arguments);
     try {
         std::reverse(arguments.begin(), arguments.end());   // as the parser takes them
         app.parse(arguments);
-        if (document.empty()) throw CLI::RequiredError("DOCUMENT");
+        if (parser.document.empty()) throw CLI::RequiredError("DOCUMENT");
     } catch (const CLI::ParseError& error) {
         exitCode = app.exit(error) == 0 ? kExitDone : kExitUsage;
         return std::nullopt;
     }
-    line.settings.document = DocumentOf(document);
+    CommandLine& line = parser.line;
+    line.settings.document = DocumentOf(parser.document);
     if (app.got_subcommand("check")) line.traceLevel = std::max<std::uint32_t>(line.traceLevel, kernel::TraceWarning);
-    line.module =
-        module.empty() ? host::ProgramFolder() / (std::string("arbor") + host::ModuleEnding()) : PathOf(module);
-    return line;
+    line.module = ModuleOf(parser.module);
+    return std::move(line);
 }
 
 }   // namespace arborctl

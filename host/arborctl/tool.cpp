@@ -1,12 +1,14 @@
 #include "tool.h"
 
 #include "command_line.h"
+#include "completion.h"
 
 #include <host/system.h>
 #include <host/text.h>
 
 #include <cstdlib>
 #include <iostream>
+#include <iterator>
 
 namespace arborctl {
 namespace {
@@ -62,6 +64,8 @@ int FailOutput(int exitCode) {
 int RunTool(std::vector<std::string> arguments, Terminals terminals) {
     int exitCode = kExitDone;
     std::cout.clear();   // of an earlier run in this process
+    if (!arguments.empty() && arguments[0] == kCompletionCommand)
+        return PrintCompletions({std::next(arguments.begin()), arguments.end()});
     const auto line = ReadCommandLine(std::move(arguments), exitCode);
     if (line) exitCode = RunCommand(*line, terminals);
     if (!std::cout.flush()) return FailOutput(exitCode);

@@ -29,28 +29,8 @@ commands=$(arborctl --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z][a-z]*\) .*
 options=$(for command in '' $commands; do arborctl ${command:+"$command"} --help; done | grep -oE '^  (-h,)?--[a-z-]+' | grep -oE -e '--[a-z-]+' | sort -u)
 [ -n "$commands" ] && [ -n "$options" ] || failed=1
 for word in $commands $options; do
-    mentions host/arborctl/arborctl.bash "$word" "word"
     mentions docs/arborctl.1 "$(echo "$word" | sed 's/-/\\-/g')" "word"
 done
-
-# offers WANTED WORD...: completion of the last word gives WANTED.
-offers() {
-    wanted=$1
-    shift
-    offered=$(bash -c '. host/arborctl/arborctl.bash
-        COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
-        _arborctl
-        printf %s "${COMPREPLY[*]}"' completion "$@")
-    [ "$offered" = "$wanted" ] || {
-        echo "completion of '$*' offers '$offered' instead of '$wanted'"
-        failed=1
-    }
-}
-offers 'diff' arborctl examples/settings.xml di
-offers 'Network/Proxy' arborctl examples/settings.xml tree Network/P
-offers 'Port Password\ policy' arborctl examples/settings.xml get Network/Proxy P
-offers 'tDWORD tDATETIME tDOUBLE' arborctl examples/settings.xml set Network/Proxy Port tD
-offers 'always' arborctl --color al
 
 # The sources that the CMakeLists.txt files list are those that exist.
 find bench component fuzz host tests -name CMakeLists.txt | while read -r list; do

@@ -840,6 +840,52 @@ TEST_F(ArborctlTest, AnImportKeepsEveryElementAndIsTheSameTwice) {
     }
 }
 
+TEST_F(ArborctlTest, CompletionOffersWhatTheLineAccepts) {
+    std::ofstream(folder / "d.xml.bak2") << "<arbor></arbor>";
+    const std::string document = Path("d.xml");
+    struct Case {
+        const char* label;
+        std::vector<std::string> words;
+        const char* offered;
+    };
+    const Case cases[] = {
+        {"a document or a command", {"im"}, "files\nimport\n"},
+        {"a command", {document, "re"}, "words\nrestore\n"},
+        {"a document after its command", {"get", ""}, "files\n"},
+        {"an option", {"--ba"}, "words\n--backup\n"},
+        {"an option of the command", {document, "get", "--"}, "words\n--help\n--json\n--as\n"},
+        {"no option of another command", {document, "rm", "--j"}, "words\n"},
+        {"a value of an option", {"--backup", ""}, "words\n0\n1\n2\n"},
+        {"a value after an equals sign", {"--color=a"}, "words\n--color=auto\n--color=always\n"},
+        {"a file of an option", {"--module", ""}, "files\n"},
+        {"free text", {document, "find", ""}, "words\n"},
+        {"keys and values of the root", {document, "tree", ""}, "words\nNetwork/\nBlob\nWide\n"},
+        {"a key in any case", {document, "rm", "network/P"}, "words\nnetwork/Proxy/\n"},
+        {"with both separators", {document, "rm", "Network\\Proxy/E"}, "words\nNetwork\\Proxy/Enabled\n"},
+        {"below the root that is set", {"--root", "Network", document, "get", "P"}, "words\nProxy/\n"},
+        {"a root", {document, "--root", "N"}, "words\nNetwork/\n"},
+        {"no key", {document, "tree", "Nowhere/"}, "words\n"},
+        {"no document", {Path("none.xml"), "tree", ""}, "words\n"},
+        {"a name", {"get", document, "Network/Proxy", ""}, "words\nEnabled\nPort\n"},
+        {"a type without a name", {document, "set", "Network/Proxy/Port", "tCO"}, "words\ntCODEPAGE\n"},
+        {"a type after a name", {document, "set", "Network/Proxy", "New", "tDA"}, "words\ntDATA\ntDATETIME\n"},
+        {"after the options' end", {document, "get", "--", "-"}, "words\n"},
+        {"a backup", {document, "restore", ""}, "words\nd.xml.bak2\n"},
+        {"another document", {document, "cp", "Network", ""}, "files\n"},
+        {"more than the command takes", {document, "cp", "Network", "e.xml", ""}, "words\n"},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.label);
+        std::vector<std::string> arguments{"__complete"};
+        arguments.insert(arguments.end(), row.words.begin(), row.words.end());
+        const Outcome outcome = RunTool(arguments);
+        EXPECT_EQ(outcome.output, row.offered);
+        EXPECT_THAT(outcome.error, IsEmpty());
+    }
+    const std::string types = RunTool({"__complete", document, "get", "", "V", "--as", ""}).output;
+    EXPECT_EQ(std::count(types.begin(), types.end(), '\n'), 1 + 33);
+}
+
 TEST_F(ArborctlTest, TheTraceAndTheLeakCountGoToStandardError) {
     const Outcome outcome = RunOn("d.xml", {"get", "Network/Proxy", "Port"}, {"--trace", "600", "--leaks"});
     EXPECT_EQ(outcome.output, "8080\n");
