@@ -1,15 +1,16 @@
 #include "object/readers_writer_lock.h"
 
+#include "lock_explorer.h"
 #include "store_test.h"
 
 #include <component/kernel/properties.h>
+
+#include <gmock/gmock.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <latch>
-#include <optional>
-#include <random>
 #include <string>
 #include <thread>
 
@@ -20,7 +21,7 @@ using arbor::LockGuard;
 using arbor::ReadersWriterLock;
 using namespace std::chrono_literals;
 
-/// A thread that takes a guard, says so, and holds it until it is told to let go.
+/// A thread that enters the lock and stays inside until `Leave`.
 class Holder {
 public:
     Holder(ReadersWriterLock& lock, bool exclusive)
@@ -35,7 +36,7 @@ public:
     }
 
     void WaitInside() const { WaitFor(inside); }
-    /// Whether it got in within a time in which it would have, had it been let.
+    /// Whether the thread is inside after a delay that suffices for an entry without a wait.
     [[nodiscard]] bool IsInside() const {
         std::this_thread::sleep_for(30ms);
         return inside;
@@ -52,141 +53,71 @@ private:
     std::thread thread;
 };
 
-/// More meetings with a reader inside than it takes until readers get seats.
-void MeetOften(ReadersWriterLock& lock) {
-    for (int i = 0; i < 1000; ++i) const LockGuard guard = LockGuard::Shared(lock, 1);
-}
-
-TEST(LockTest, AReaderPassesWaitingWritersWhileReadersAreInside) {
-    for (const bool seated : {false, true}) {
-        SCOPED_TRACE(seated);
-        ReadersWriterLock lock;
+// The explorer covers the algorithm; this test covers the system's gates and section, before and after the gates are
+// created anew.
+TEST(LockTest, AReleaseWakesAWriterFirstAndThenAllReaders) {
+    ReadersWriterLock lock;
+    for (const char* start : {"first", "second"}) {
+        SCOPED_TRACE(start);
         lock.Initialise();
         Holder first(lock, false);
         first.WaitInside();
-        if (seated) MeetOften(lock);
-        Holder second(lock, false);
-        second.WaitInside();
         Holder writer(lock, true);
         EXPECT_FALSE(writer.IsInside());
-        Holder third(lock, false);
-        third.WaitInside();
-        if (seated) MeetOften(lock);   // no seats while a writer waits: it would wait for nobody
+        Holder passing(lock, false);
+        passing.WaitInside();
         first.Leave();
         EXPECT_FALSE(writer.IsInside());
-        third.Leave();
-        EXPECT_FALSE(writer.IsInside());
-        second.Leave();
+        passing.Leave();
         writer.WaitInside();
+        Holder reader(lock, false);
+        Holder another(lock, false);
+        Holder third(lock, false);
+        Holder nextWriter(lock, true);
+        EXPECT_FALSE(nextWriter.IsInside());
+        writer.Leave();
+        nextWriter.WaitInside();
+        EXPECT_FALSE(reader.IsInside() || another.IsInside() || third.IsInside());
+        nextWriter.Leave();
+        reader.WaitInside();
+        another.WaitInside();
+        third.WaitInside();
     }
 }
 
-TEST(LockTest, AReleasePrefersAWriterAndThenLetsAllReadersIn) {
-    ReadersWriterLock lock;
-    lock.Initialise();
-    Holder first(lock, true);
-    first.WaitInside();
-    Holder reader(lock, false);
-    Holder another(lock, false);
-    Holder third(lock, false);
-    EXPECT_FALSE(reader.IsInside());
-    Holder second(lock, true);
-    EXPECT_FALSE(second.IsInside());
-    first.Leave();
-    second.WaitInside();
-    EXPECT_FALSE(reader.IsInside() || another.IsInside() || third.IsInside());
-    second.Leave();
-    reader.WaitInside();
-    another.WaitInside();
-    third.WaitInside();
-    Holder last(lock, true);
-    EXPECT_FALSE(last.IsInside());
-    reader.Leave();
-    another.Leave();
-    third.Leave();
-    last.WaitInside();
-}
-
-// A wake-up that is lost, or one too many, stops this test or shows in the counts.
-// Few writers among many readers let the readers be seated again and again.
-struct Entries {
-    unsigned oneWriteIn;
-    int rounds;
-    bool shareSeat;   // all threads the same one, and readers of another lock too
+struct EntersInTwoSteps : SimulatedLock {
+    void EnterShared() { active < 0 ? SimulatedLock::EnterShared() : ++active; }
 };
-class LockEntriesTest : public testing::TestWithParam<Entries> {};
 
-TEST_P(LockEntriesTest, LeaveNobodyWaitingAndEveryWriterAlone) {
-    const Entries entries = GetParam();
-    ReadersWriterLock lock;
-    lock.Initialise();
-    ReadersWriterLock other;
-    other.Initialise();
-    struct {
-        int first = 0;
-        int second = 0;
-    } changes;
-    std::atomic<int> written{0};
-    std::vector<std::thread> threads;
-    for (unsigned seed = 0; seed < 4; ++seed) {
-        threads.emplace_back([&, seed] {
-            std::minstd_rand random(seed + 1);
-            int own = 0;
-            for (int round = 0; round < entries.rounds; ++round) {
-                const bool writes = random() % entries.oneWriteIn == 0;
-                const void* place = entries.shareSeat ? static_cast<const void*>(&lock) : &own;
-                const bool seatsOther = entries.shareSeat && round % 2 == 0;
-                if (seatsOther) other.EnterShared(place);
-                writes ? lock.EnterExclusive() : lock.EnterShared(place);
-                own += writes ? 1 : 0;
-                if (writes) ++changes.first;
-                if (random() % 16 == 0) std::this_thread::yield();
-                if (writes) ++changes.second;
-                EXPECT_EQ(changes.first, changes.second);
-                lock.Release(place);
-                if (seatsOther) other.Release(place);
-            }
-            written += own;
-        });
+struct ChecksForWritersTooEarly : SimulatedLock {
+    void Release() { active == 1 && writersWaiting == 0 ? active = 0 : SimulatedLock::Release(); }
+};
+
+struct CountsAReaderAsWaiting : SimulatedLock {
+    void EnterShared() { TryEnterShared() ? ++readersWaiting : SimulatedLock::EnterShared(); }
+};
+
+struct WakesReadersFirst : SimulatedLock {
+    void Release() {
+        if (active > 0 || readersWaiting == 0) return SimulatedLock::Release();
+        const int readers = readersWaiting;
+        readersWaiting = 0;
+        active = readers;
+        SimulatedSystem::Open(readersGate, readers);
     }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(changes.first, written);
-    const LockGuard last = LockGuard::Exclusive(lock, 1);
-    const LockGuard lastOfOther = LockGuard::Exclusive(other, 1);
-}
-INSTANTIATE_TEST_SUITE_P(OneWriteIn, LockEntriesTest,
-                         testing::Values(Entries{4, 20'000, false}, Entries{100, 200'000, false},
-                                         Entries{100, 200'000, true}, Entries{1000, 500'000, false},
-                                         Entries{1000, 500'000, true}));
+};
 
-TEST(LockTest, AWriterWhoFoundReadersLooksAgainBeforeItWaits) {
-    ReadersWriterLock lock;
-    lock.Initialise();
-    std::optional<Holder> reader(std::in_place, lock, false);
-    reader->WaitInside();
-    auto* section = reinterpret_cast<platform::CriticalSection*>(&lock);   // the record's first field
-    platform::EnterCriticalSection(section);
-    Holder writer(lock, true);
-    EXPECT_FALSE(writer.IsInside());
-    reader.reset();   // goes out while the writer can't say yet that it waits, and nobody comes after
-    platform::LeaveCriticalSection(section);
-    writer.WaitInside();
+TEST(LockExplorerTest, NoInterleavingOfReadersAndWritersHasAFault) {
+    for (int writers = 0; writers <= 3; ++writers) {
+        EXPECT_THAT(LockExplorer<SimulatedLock>(writers, 4).faults, testing::IsEmpty()) << writers << " writers";
+    }
 }
 
-TEST(LockTest, AWriterWaitsForReadersAfterASecondStartToo) {
-    ReadersWriterLock lock;
-    lock.Initialise();
-    {
-        const LockGuard first = LockGuard::Shared(lock, 1);
-        MeetOften(lock);
-    }
-    lock.Initialise();   // an object that is made ready twice
-    Holder reader(lock, false);
-    reader.WaitInside();
-    Holder writer(lock, true);
-    EXPECT_FALSE(writer.IsInside());
-    reader.Leave();
-    writer.WaitInside();
+TEST(LockExplorerTest, FindsAPlantedFaultOfEachKind) {
+    EXPECT_THAT(LockExplorer<EntersInTwoSteps>(1, 3).faults, testing::Contains("exclusion"));
+    EXPECT_THAT(LockExplorer<ChecksForWritersTooEarly>(1, 3).faults, testing::Contains("lost wake-up"));
+    EXPECT_THAT(LockExplorer<CountsAReaderAsWaiting>(1, 3).faults, testing::Contains("counts"));
+    EXPECT_THAT(LockExplorer<WakesReadersFirst>(2, 3).faults, testing::Contains("order"));
 }
 
 TEST(LockTest, WithoutGatesOrWithoutTheSwitchItDoesNothing) {

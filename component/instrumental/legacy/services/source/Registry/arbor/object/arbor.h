@@ -179,7 +179,8 @@ private:
     std::uint32_t Synchronised;
     std::uint8_t BackupMode;
     ReadersWriterLock lock;
-    std::uint32_t Dirty;   // 0 clean, 1 changed, 2 serialised and not yet stored
+    std::uint32_t reserved;   // no field: the host's layout has a gap here
+    std::uint32_t Dirty;      // 0 clean, 1 changed, 2 serialised and not yet stored
 };
 
 }   // namespace arbor

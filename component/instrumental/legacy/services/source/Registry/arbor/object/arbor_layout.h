@@ -44,7 +44,7 @@ struct ArborLayout {
         return offsetof(ReadersWriterLock, section) == 0 && offsetof(ReadersWriterLock, readersGate) == 24 &&
                offsetof(ReadersWriterLock, writersGate) == 28 && offsetof(ReadersWriterLock, readersWaiting) == 32 &&
                offsetof(ReadersWriterLock, writersWaiting) == 36 && offsetof(ReadersWriterLock, active) == 40 &&
-               sizeof(ReadersWriterLock) == 48;
+               sizeof(ReadersWriterLock) == 44;
     }
 };
 

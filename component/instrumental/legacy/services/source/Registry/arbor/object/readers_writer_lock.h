@@ -1,18 +1,8 @@
-/// The lock of one object: many readers or one writer, switched on per object.
-///
-/// A new reader goes in past waiting writers while readers are inside; at the moment of a release a waiting writer goes
-/// before waiting readers. Not recursive for a writer, and a thread that is inside shared must not ask for exclusive
-/// entry. Neither a missing gate nor a failed wait fails an operation.
-///
-/// Who needn't wait goes in by one atomic step on `active`, and a reader goes out by one. To wait, to leave exclusive
-/// entry and to let others in happens under the critical section. For an instant `active` may be 0 while a writer still
-/// counts as waiting.
-///
-/// Readers who keep meeting on `active` wait for its cache line more than for anything else. They get seats then:
-/// places of the module, a cache line each, where a reader writes the lock that it is in. In `active` one stands for
-/// all seats, also while nobody sits. A writer that can't go in at once closes the seats and counts each of their
-/// readers in `active` before it tries again, so that whoever waits waits for `active` alone.
+/// The lock of one object: many readers or one writer, switched on per object. `lock_algorithm.h` has the rules of
+/// entry and the state table. A missing gate or a failed wait never fails an operation.
 #pragma once
+
+#include "object/lock_algorithm.h"
 
 #include <component/platform/threads.h>
 
@@ -21,48 +11,38 @@
 
 namespace arbor {
 
-class ReadersWriterLock {
+/// The system's objects behind the algorithm.
+struct LockSystem {
+    using Section = platform::CriticalSection;
+    using Gate = platform::Handle;
+    using GuardedCount = std::int32_t;
+    using AtomicCount = std::atomic<std::int32_t>;
+
+    static void Enter(Section& section) { platform::EnterCriticalSection(&section); }
+    static void Leave(Section& section) { platform::LeaveCriticalSection(&section); }
+    /// If the wait fails, the thread goes on without the lock.
+    static void Wait(Gate gate);
+    /// Lets `threads` waiting threads, or the next ones to wait, through the gate.
+    static void Open(Gate gate, std::int32_t threads);
+};
+
+extern template class LockAlgorithm<LockSystem>;
+
+class ReadersWriterLock : public LockAlgorithm<LockSystem> {
 public:
     ReadersWriterLock();
     ~ReadersWriterLock();
     ReadersWriterLock(const ReadersWriterLock&) = delete;
     ReadersWriterLock& operator=(const ReadersWriterLock&) = delete;
 
-    /// Makes the gates, anew if there were some; nobody may be inside. If the system has none the lock stays without.
+    /// Sets the counts to 0 and creates the gates, after closing those of an earlier call. No thread may be inside.
+    /// If the system refuses a gate, the lock stays without gates.
     void Initialise();
 
     [[nodiscard]] bool HasGates() const { return readersGate != platform::kInvalidHandle; }
 
-    /// `place` chooses the seat and must be the same one at the release. On the caller's own stack it chooses well.
-    void EnterShared(const void* place);
-    void EnterExclusive();
-    void Release(const void* place);
-
 private:
-    friend struct ArborLayout;
-
-    using Seat = std::atomic<const ReadersWriterLock*>;
-
     void CloseGates();
-    static Seat& SeatAt(const void* place);
-    bool TakeSeat(Seat& seat);
-    bool LeaveSeat(Seat& seat) const;
-    void CountMeeting();
-    void OpenSeats();
-    void CloseSeats();
-    bool TryShared(std::int32_t& others);
-    bool TryExclusive();
-    void LetWriterIn();
-    void ReleaseExclusive();
-
-    platform::CriticalSection section;   // guards the counts of those that wait
-    platform::Handle readersGate;
-    platform::Handle writersGate;
-    std::int32_t readersWaiting;
-    std::atomic<std::int32_t> writersWaiting;   // changed in the section
-    std::atomic<std::int32_t> active;           // readers inside, one for all open seats; or -1: a writer
-    std::atomic<std::uint16_t> meetings;        // of readers, towards the next opening; some go uncounted
-    std::atomic<bool> seatsOpen;                // changed in the section; not set while a writer waits or is inside
 };
 
 /// Holds the lock for a scope. Does nothing at either end if `synchronised` is 0 or the lock has no gates.
@@ -80,11 +60,11 @@ public:
         if (exclusive) {
             lock.EnterExclusive();
         } else {
-            lock.EnterShared(this);
+            lock.EnterShared();
         }
     }
     ~LockGuard() {
-        if (!IsIdle()) lock.Release(this);
+        if (!IsIdle()) lock.Release();
     }
     LockGuard(const LockGuard&) = delete;
     LockGuard& operator=(const LockGuard&) = delete;
