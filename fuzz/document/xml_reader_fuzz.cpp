@@ -143,7 +143,8 @@ private:
             XmlElement element;
             FUZZ_CHECK(inSteps.NextStartTag(element, 0, nullptr) == XmlDone && element.NameIs(plain.name.View()));
             std::string value, text, decoded;
-            FUZZ_CHECK(XmlReader::ReadAttribute(element, "name", value) == XmlDone && value == plain.attributeValue.View());
+            FUZZ_CHECK(XmlReader::ReadAttribute(element, "name", value) == XmlDone &&
+                       value == plain.attributeValue.View());
             static_cast<void>(inSteps.ReadText(text, true));
             DecodeEntities(plain.text.data, static_cast<std::int32_t>(plain.text.length), decoded);
             FUZZ_CHECK(text == decoded && inSteps.CloseElement(element) == XmlDone);

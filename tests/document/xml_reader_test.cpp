@@ -1,5 +1,5 @@
-#include "document/xml_entities.h"
 #include "document/xml_reader.h"
+#include "document/xml_entities.h"
 
 #include <gtest/gtest.h>
 

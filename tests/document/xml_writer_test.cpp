@@ -43,7 +43,8 @@ TEST(XmlWriterTest, EscapingStaysWithinTheCapacity) {
     output.Append(std::string(100000, '+'));
     output.Append(std::string(500000, '-'));
     EXPECT_EQ(output.View(), std::string(100000, '+') + std::string(500000, '-'));
-    EXPECT_THROW(static_cast<void>(output.PrepareWrite(TextBuffer::kMaxBytes - output.SizeBytes() + 1)), std::bad_alloc);
+    EXPECT_THROW(static_cast<void>(output.PrepareWrite(TextBuffer::kMaxBytes - output.SizeBytes() + 1)),
+                 std::bad_alloc);
     EXPECT_EQ(output.SizeBytes(), 600000U);
 }
 
