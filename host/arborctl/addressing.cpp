@@ -136,9 +136,9 @@ SiblingNames ValueNames(const arbor::Key& parent) {
 }
 
 std::string WalkedNames::Enter(const arbor::Key& key, std::size_t depth) {
-    std::string printed = depth == 0 ? "" : levels[depth - 1].Next(NameOf(key));
     levels.erase(levels.begin() + static_cast<std::ptrdiff_t>(depth), levels.end());
-    levels.push_back(KeyNames(key));
+    std::string printed = depth == 0 ? "" : levels.back().children.Next(NameOf(key));
+    levels.push_back({depth == 0 ? topPath : Below(Path(), printed), KeyNames(key)});
     return printed;
 }
 

@@ -68,14 +68,26 @@ private:
 [[nodiscard]] SiblingNames KeyNames(const arbor::Key& parent);
 [[nodiscard]] SiblingNames ValueNames(const arbor::Key& parent);
 
-/// The printed names along a walk through a tree.
+/// The printed names and paths along a walk through a tree.
 class WalkedNames {
 public:
+    /// `top` is the path of the first key.
+    explicit WalkedNames(std::string top = "") : topPath(std::move(top)) {}
+
     /// To be called for each key that the walk enters, in its order. Returns the key's printed name, and "" at depth 0.
     std::string Enter(const arbor::Key& key, std::size_t depth);
 
+    /// The path of the key that the walk entered last.
+    [[nodiscard]] const std::string& Path() const { return levels.back().path; }
+
 private:
-    std::vector<SiblingNames> levels;
+    struct Level {
+        std::string path;
+        SiblingNames children;
+    };
+
+    std::string topPath;
+    std::vector<Level> levels;
 };
 
 }   // namespace arborctl

@@ -75,7 +75,7 @@ std::string Line(const ValueText& valueText, const Change& change, const std::op
 }
 
 void Print(Json& json, const ValueText& valueText, const char* name, const std::optional<arbor::Datum>& datum) {
-    if (datum) json.Name(name).BeginObject().Members(*datum, valueText.Show(*datum)).EndObject();
+    if (datum) json.Name(name).BeginObject().Members(*datum, valueText).EndObject();
 }
 
 }   // namespace

@@ -81,10 +81,10 @@ Json& Json::Number(std::uint64_t number) {
     return *this;
 }
 
-Json& Json::Members(const arbor::Datum& datum, std::string_view text) {
+Json& Json::Members(const arbor::Datum& datum, const ValueText& valueText) {
     Member("type", kernel::FindType(datum.type)->name).Name("value");
     const nlohmann::json scalar = Scalar(datum);
-    if (scalar.is_null()) return Text(text);
+    if (scalar.is_null()) return Text(valueText.Show(datum));
     Separate();
     out << scalar.dump();
     return *this;

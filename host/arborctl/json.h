@@ -1,7 +1,7 @@
 /// JSON for machines, written as it comes: a tree of any size or depth needs no memory for it.
 #pragma once
 
-#include <component/client/client.h>
+#include "value_text.h"
 
 #include <cstdint>
 #include <ostream>
@@ -28,8 +28,8 @@ public:
     Json& Member(std::string_view name, std::string_view text) { return Name(name).Text(text); }
     Json& Member(std::string_view name, std::uint64_t number) { return Name(name).Number(number); }
 
-    /// The members "type" and "value" of an object: a number, a truth value or, for all else, `text`.
-    Json& Members(const arbor::Datum& datum, std::string_view text);
+    /// The members "type" and "value" of an object: a number, a truth value or, for all else, the value's text.
+    Json& Members(const arbor::Datum& datum, const ValueText& valueText);
 
     /// Ends the line.
     void End() { out << '\n'; }

@@ -29,6 +29,30 @@ constexpr Palette kColours = {"\033[1;34m", "\033[36m", "\033[2m", "\033[31m", "
 
 Palette PaletteOf(const Session& session) { return session.colours ? kColours : Palette{}; }
 
+/// The values that a command leaves out because they have no text; it names each on standard error.
+class OmittedValues {
+public:
+    /// Calls `show()`, which throws a `Refusal` if the value at `path` has no text.
+    template <class Show>
+    void Try(const std::string& path, Show show) {
+        try {
+            show();
+        } catch (const Refusal& refusal) {
+            std::cerr << "arborctl: " << Refusal(refusal.Code(), path + " has no text").what() << '\n';
+            isEmpty = false;
+        }
+    }
+
+    /// The exit code of a command that would end with `complete` if no value were left out.
+    [[nodiscard]] int ExitCode(int complete) const { return isEmpty ? complete : kExitRefused; }
+
+private:
+    bool isEmpty = true;
+};
+
+/// `path` as the start of others.
+std::string Prefix(const Path& path) { return path.IsRoot() ? "" : path.Text(); }
+
 /// A tree as lines, indented by its depth.
 class TreeLines {
 public:
@@ -62,7 +86,7 @@ public:
         json.BeginObject().Member("name", name).Name("values").BeginArray();
     }
     void Show(const std::string& name, const arbor::Datum& datum, std::size_t) {
-        json.BeginObject().Member("name", name).Members(datum, valueText.Show(datum)).EndObject();
+        json.BeginObject().Member("name", name).Members(datum, valueText).EndObject();
     }
     void EndValues() { json.EndArray().Name("keys").BeginArray(); }
     void Leave() { json.EndArray().EndObject(); }
@@ -74,16 +98,19 @@ private:
 };
 
 template <class Printer>
-void PrintTree(const Session& session, const Path& path, Printer printer) {
+int PrintTree(const Session& session, const Path& path, Printer printer) {
     const Document document = session.Load();
     const std::optional<arbor::Key> top = FindKey(document.Root(), path);
+    OmittedValues omitted;
     if (!top) {
         const ValueSlot value = OpenValue(document.Root(), path);
-        printer.Show(value.Text(), Demand(value.Read(0), value.Text()), 0);
-        return printer.End();
+        const arbor::Datum datum = Demand(value.Read(0), value.Text());
+        omitted.Try(path.Text(), [&] { printer.Show(value.Text(), datum, 0); });
+        printer.End();
+        return omitted.ExitCode(kExitDone);
     }
     Progress::Stage stage = session.progress.Begin("reading", session.settings.document);
-    WalkedNames names;
+    WalkedNames names(Prefix(path));
     Walk(
         *top,
         [&](const arbor::Key& key, std::size_t depth) {
@@ -91,12 +118,33 @@ void PrintTree(const Session& session, const Path& path, Printer printer) {
             printer.Enter(names.Enter(key, depth), depth);
             SiblingNames valueNames = ValueNames(key);
             ForEachValue(key, [&](const arbor::Value& value) {
-                printer.Show(valueNames.Next(value.Name()), Read(value), depth);
+                const std::string name = valueNames.Next(value.Name());
+                const arbor::Datum datum = Read(value);
+                omitted.Try(Below(names.Path(), name), [&] { printer.Show(name, datum, depth); });
             });
             printer.EndValues();
         },
         [&] { printer.Leave(); });
     printer.End();
+    return omitted.ExitCode(kExitDone);
+}
+
+/// Takes the values without a text out of an export to `path`.
+void RemoveTextless(const Document& exported, const std::string& path, const ValueText& valueText,
+                    OmittedValues& omitted) {
+    WalkedNames names(path);
+    Walk(exported.Root(), [&](const arbor::Key& key, std::size_t depth) {
+        names.Enter(key, depth);
+        std::vector<std::string> textless;
+        ForEachValue(key, [&](const arbor::Value& value) {
+            omitted.Try(Below(names.Path(), EncodeName(value.Name())), [&] {
+                textless.push_back(value.Name());
+                static_cast<void>(valueText.Show(Read(value)));
+                textless.pop_back();
+            });
+        });
+        for (const std::string& name : textless) Demand(key.Remove(name), name);
+    });
 }
 
 bool Contains(const std::string& text, const std::string& small) {
@@ -126,30 +174,31 @@ kernel::ResultCode LoadCode(const Session& session, const std::filesystem::path&
 
 int Tree(const Session& session, const Path& path) {
     const ValueText valueText(session.kernel);
-    session.json ? PrintTree(session, path, TreeJson(valueText))
-                 : PrintTree(session, path, TreeLines(session, valueText));
-    return kExitDone;
+    return session.json ? PrintTree(session, path, TreeJson(valueText))
+                        : PrintTree(session, path, TreeLines(session, valueText));
 }
 
 int Get(const Session& session, const ValuePath& path, kernel::TypeCode type) {
     const Document document = session.Load();
     const ValueSlot value(OpenKey(document.Root(), path.key), path.value);
     const arbor::Datum datum = Demand(value.Read(type), value.Text());
-    const std::string text = ValueText(session.kernel).Show(datum);
-    if (session.json) {
-        Json json(std::cout);
-        json.BeginObject().Members(datum, text).EndObject().End();
-    } else {
-        std::cout << text << '\n';
-    }
-    return kExitDone;
+    const ValueText valueText(session.kernel);
+    OmittedValues omitted;
+    omitted.Try(Below(Prefix(path.key), value.Text()), [&] {
+        if (session.json) {
+            Json(std::cout).BeginObject().Members(datum, valueText).EndObject().End();
+        } else {
+            std::cout << valueText.Show(datum) << '\n';
+        }
+    });
+    return omitted.ExitCode(kExitDone);
 }
 
 int Find(const Session& session, const std::string& text) {
     const Document document = session.Load();
     const ValueText valueText(session.kernel);
     const std::string wanted = Lower(text);
-    std::vector<std::string> paths;   // by depth
+    OmittedValues omitted;
     WalkedNames names;
     Json json(std::cout);
     std::size_t found = 0;
@@ -157,10 +206,8 @@ int Find(const Session& session, const std::string& text) {
     if (session.json) json.BeginArray();
     Walk(document.Root(), [&](const arbor::Key& key, std::size_t depth) {
         stage.Step();
-        const std::string name = names.Enter(key, depth);
-        paths.resize(depth);
-        paths.push_back(depth == 0 ? "" : Below(paths.back(), name));
-        const std::string& path = paths.back();
+        names.Enter(key, depth);
+        const std::string& path = names.Path();
         if (depth > 0 && Contains(NameOf(key), wanted)) {
             ++found;
             if (session.json)
@@ -172,18 +219,21 @@ int Find(const Session& session, const std::string& text) {
         ForEachValue(key, [&](const arbor::Value& value) {
             const std::string valueName = valueNames.Next(value.Name());
             const arbor::Datum datum = Read(value);
-            const std::string shown = valueText.Show(datum);
-            if (!Contains(value.Name(), wanted) && !Contains(shown, wanted)) return;
-            ++found;
-            if (session.json) {
-                json.BeginObject().Member("path", path).Member("name", valueName).Members(datum, shown).EndObject();
-            } else {
-                std::cout << Below(path, valueName) << ": " << valueText.Line(datum) << '\n';
-            }
+            omitted.Try(Below(path, valueName), [&] {
+                const std::string shown = valueText.Show(datum);
+                if (!Contains(value.Name(), wanted) && !Contains(shown, wanted)) return;
+                ++found;
+                if (session.json) {
+                    json.BeginObject().Member("path", path).Member("name", valueName);
+                    json.Members(datum, valueText).EndObject();
+                } else {
+                    std::cout << Below(path, valueName) << ": " << valueText.Line(datum) << '\n';
+                }
+            });
         });
     });
     if (session.json) json.EndArray().End();
-    return found != 0 ? kExitDone : kExitRefused;
+    return omitted.ExitCode(found != 0 ? kExitDone : kExitRefused);
 }
 
 int Diff(const Session& session, const std::filesystem::path& other) {
@@ -202,10 +252,13 @@ int Diff(const Session& session, const std::filesystem::path& other) {
         return changes.empty() ? kExitDone : kExitRefused;
     }
     const Palette palette = PaletteOf(session);
+    OmittedValues omitted;
     for (const Change& change : changes) {
-        for (const std::string& line : Lines(valueText, change)) {
-            std::cout << (line.front() == '-' ? palette.removed : palette.added) << line << palette.plain << '\n';
-        }
+        omitted.Try(Below(change.path, change.value.value_or("")), [&] {
+            for (const std::string& line : Lines(valueText, change)) {
+                std::cout << (line.front() == '-' ? palette.removed : palette.added) << line << palette.plain << '\n';
+            }
+        });
     }
     return changes.empty() ? kExitDone : kExitRefused;
 }
@@ -215,16 +268,25 @@ int Export(const Session& session, const Path& path) {
     const Document document = session.Load();
     host::MemoryIo io(session.kernel);
     const Document exported(session.kernel, io);
-    if (const std::optional<arbor::Key> key = FindKey(document.Root(), path)) {
+    const std::optional<arbor::Key> key = FindKey(document.Root(), path);
+    if (key) {
         CopyApart(*key, exported.Root());
     } else {
         const ValueSlot value = OpenValue(document.Root(), path);
         const ValueSlot copy(exported.Root(), path.Names().back());
         Demand(copy.Set(Demand(value.Read(0), value.Text())), copy.Text());
     }
-    exported.SaveAnyway();
+    OmittedValues omitted;
+    try {
+        exported.SaveAnyway();
+    } catch (const Refusal& refusal) {
+        if (refusal.Code() != kernel::kBufferTooSmall) throw;
+        const Path top = key ? path : path.Parent();
+        RemoveTextless(exported, Prefix(top), ValueText(session.kernel), omitted);
+        exported.SaveAnyway();
+    }
     std::cout << io.Content();
-    return kExitDone;
+    return omitted.ExitCode(kExitDone);
 }
 
 int Backups(const Session& session) {

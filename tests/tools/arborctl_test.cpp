@@ -410,6 +410,48 @@ TEST_F(ArborctlTest, NoControlCharacterOfANameOrTextReachesATerminal) {
               "    %x1B%x1B: tSTRING \"\\x1b]0;\\x07\\x7f\\xc2\\x9b\"\n");
 }
 
+TEST_F(ArborctlTest, AValueWithoutATextIsNamedAndTheRestShown) {
+    const std::string big = "<tDOUBLE name='Big'>1e300</tDOUBLE>";
+    const std::string rest = "<key name='L'><tINT name='after'>2</tINT></key></arbor>";
+    std::ofstream(folder / "b.xml") << "<arbor><key name='K'>" << big << "<tINT name='n'>1</tINT></key>" << big << rest;
+    std::ofstream(folder / "c.xml") << "<arbor><key name='K'><tINT name='n'>1</tINT></key>" << rest;
+    const std::string inRoot = "arborctl: 0x80000044: buffer too small (Big has no text)\n";
+    const std::string inKey = "arborctl: 0x80000044: buffer too small (K/Big has no text)\n";
+    struct Case {
+        std::vector<std::string> command;
+        std::string output;
+        std::string error;
+        int exitCode = 1;
+    };
+    const Case cases[] = {
+        {{"tree"}, "K/\n    n: tINT 1\nL/\n    after: tINT 2\n", inRoot + inKey},
+        {{"tree", "K"}, "n: tINT 1\n", inKey},
+        {{"tree", "K/Big"}, "", inKey},
+        {{"tree", "K", "--json"},
+         R"({"name":"","values":[{"name":"Big","type":"tDOUBLE","value":1e+300},{"name":"n","type":"tINT","value":1}],)"
+         "\"keys\":[]}\n",
+         "",
+         0},
+        {{"find", "after"}, "L/after: tINT 2\n", inRoot + inKey},
+        {{"find", "after", "--json"},
+         "[{\"path\":\"L\",\"name\":\"after\",\"type\":\"tINT\",\"value\":2}]\n",
+         inRoot + inKey},
+        {{"get", "K/Big"}, "", inKey},
+        {{"get", "K/Big", "--json"}, "{\"type\":\"tDOUBLE\",\"value\":1e+300}\n", "", 0},
+        {{"export", "K"}, "<arbor>\r\n    <tINT name=\"n\">1</tINT>\r\n</arbor>\r\n", inKey},
+        {{"export", "K/Big"}, "<arbor>\r\n</arbor>\r\n", inKey},
+        {{"diff", Path("c.xml")}, "", inRoot + inKey},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(testing::PrintToString(row.command));
+        const Outcome outcome = RunOn("b.xml", row.command);
+        EXPECT_EQ(outcome.exitCode, row.exitCode);
+        EXPECT_EQ(outcome.output, row.output);
+        EXPECT_EQ(outcome.error, row.error);
+    }
+    EXPECT_EQ(RunOn("b.xml", {"export"}).output, RunOn("c.xml", {"export"}).output);
+}
+
 TEST_F(ArborctlTest, BackupsStandBesideTheDocumentAsTheModeSays) {
     const auto save = [&](const char* mode, const char* text) {
         return RunOn("d.xml", {"set", "", "Title", "tSTRING", text}, {"--backup", mode}).exitCode;
