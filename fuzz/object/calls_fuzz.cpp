@@ -552,12 +552,12 @@ private:
 
     /// A save writes if the tree has changed, and then just the tree.
     static void Settle(Twin& each) {
-        const std::uint32_t writes = each.io.Writes();
+        const std::uint32_t writes = each.io.WriteCount();
         const ResultCode code = each.object.OwnMethods().Save(each.object.Get(), 1);
         std::string document;
         const ResultCode expected = each.plain.dirty ? WriteDocument(*each.plain.top, document) : kernel::kDone;
         const bool written = each.plain.dirty && kernel::IsSuccess(expected);
-        FUZZ_CHECK(code == expected && each.io.Writes() == writes + (written ? 1 : 0));
+        FUZZ_CHECK(code == expected && each.io.WriteCount() == writes + (written ? 1 : 0));
         if (!written) return;
         FUZZ_CHECK(each.io.Content() == document);
         each.plain.dirty = false;

@@ -304,7 +304,8 @@ void PutDocumentFirst(const CLI::App& app, std::vector<std::string>& arguments) 
 std::filesystem::path DocumentOf(const std::string& argument) { return FollowLink(PathOf(argument)); }
 
 std::filesystem::path ModuleOf(const std::string& argument) {
-    return argument.empty() ? host::ProgramFolder() / (std::string("arbor") + host::ModuleEnding()) : PathOf(argument);
+    return argument.empty() ? host::ProgramDirectory() / (std::string("arbor") + host::ModuleExtension())
+                            : PathOf(argument);
 }
 
 std::shared_ptr<const CLI::App> DescribeCommandLine() {

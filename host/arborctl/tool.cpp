@@ -55,7 +55,7 @@ int RunCommand(const CommandLine& line, Terminals terminals) {
 
 /// A reader that closed the pipe has what it wanted and needs no message.
 int FailOutput(int exitCode) {
-    if (!host::IsReaderGone(host::Stream::Output)) std::cerr << "arborctl: can't write to standard output\n";
+    if (!host::IsPipeClosed(host::Stream::Output)) std::cerr << "arborctl: can't write to standard output\n";
     return exitCode == kExitDone ? kExitRefused : exitCode;
 }
 

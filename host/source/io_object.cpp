@@ -37,7 +37,7 @@ struct IoObject::Slots {
         return Guarded([&] { return self.Size(*size); });
     }
 
-    static kernel::ResultCode NotOffered() { return kNotOffered; }
+    static kernel::ResultCode NotOffered() { return kNotSupported; }
 
     static kernel::ResultCode Complete(kernel::HostObject* io) {
         ++Of(io).completions;

@@ -37,7 +37,7 @@ struct Kernel::Slots {
         if (Kernel* host = KernelOf(face); host != nullptr) host->memory.Free(block);
     }
 
-    static kernel::ResultCode NotOffered() { return kNotOffered; }
+    static kernel::ResultCode NotOffered() { return kNotSupported; }
 
     static kernel::ResultCode RegisterInterface(kernel::HostObject* object, kernel::HostWord interfaceNumber,
                                                 kernel::HostWord moduleNumber, kernel::HostWord fourth,
@@ -75,13 +75,13 @@ struct Kernel::Slots {
              reinterpret_cast<void*>(&ImportHostText)},
         };
         if (function == nullptr) return kernel::kInvalidArgument;
-        if (!reinterpret_cast<Face*>(object)->self->offerImports) return kNotOffered;
+        if (!reinterpret_cast<Face*>(object)->self->offerImports) return kNotSupported;
         for (const Import& import : imports) {
             if (import.kind != kind || import.number != number || import.mode != mode) continue;
             *function = import.function;
             return kernel::kDone;
         }
-        return kNotOffered;
+        return kNotSupported;
     }
 
     static kernel::ResultCode Trace(const kernel::HostObject* object, std::uint32_t level, const char* format,
@@ -151,7 +151,7 @@ void Kernel::Start(const EntryPoint& entry) {
 
 kernel::ResultCode Kernel::Register(const Registration& offered) {
     if (kernel::IsFailure(registrationAnswer)) return registrationAnswer;
-    if (offered.interfaceNumber != kernel::kRegistryInterface) return kNotOffered;
+    if (offered.interfaceNumber != kernel::kRegistryInterface) return kNotSupported;
     if (offered.internal == nullptr || offered.internalCount != kernel::kInternalSlots || offered.methods == nullptr ||
         offered.methodCount != kernel::kRegistryMethods || offered.properties == nullptr) {
         return kernel::kInvalidArgument;
@@ -181,14 +181,14 @@ kernel::ResultCode Kernel::WriteLine(const kernel::HostObject* object, std::uint
     }
 }
 
-std::vector<TraceLine> Kernel::TakeLines() {
+std::vector<TraceLine> Kernel::DrainTraceLines() {
     const std::scoped_lock lock(traceMutex);
     return std::exchange(lines, {});
 }
 
 std::string Kernel::LeakReport() const {
     const std::vector<LeakedBlock> leaks = memory.Leaks();
-    std::string report = std::to_string(memory.LiveBlocks()) + " blocks of host memory not given back, ";
+    std::string report = std::to_string(memory.LiveBlocks()) + " blocks of host memory not freed, ";
     if (memory.TracksEachBlock()) {
         const auto add = [](std::uint64_t sum, const LeakedBlock& block) { return sum + block.sizeBytes; };
         report += std::to_string(std::accumulate(leaks.begin(), leaks.end(), std::uint64_t{0}, add)) + " bytes, ";

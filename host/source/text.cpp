@@ -167,7 +167,7 @@ kernel::ResultCode ImportText(Memory& memory, kernel::HostString* text, std::uin
         } else if (codePage == kCodePageUtf8 || codePage == kCodePageOfSystem) {
             units = ToUtf16({static_cast<const char*>(source), sizeBytes});
         } else {
-            return kNotOffered;
+            return kNotSupported;
         }
     } catch (const std::bad_alloc&) {
         return kernel::kOutOfMemory;

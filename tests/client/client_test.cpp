@@ -127,10 +127,10 @@ TEST_F(ClientTest, KeysAloneReachTheDocument) {
     const arbor::Store store(object->Get());
     ASSERT_TRUE(store.Make("a") && store.Save());
     ASSERT_TRUE(store.Make("a/b") && store.Save());   // the path's first key is there already
-    EXPECT_EQ(io.Writes(), 2U);
+    EXPECT_EQ(io.WriteCount(), 2U);
     EXPECT_THAT(io.Content(), testing::HasSubstr("name=\"b\""));
     ASSERT_TRUE(store.Save());
-    EXPECT_EQ(io.Writes(), 2U);
+    EXPECT_EQ(io.WriteCount(), 2U);
 }
 
 TEST_F(ClientTest, ScalarsAndShortTextsTakeNoMemory) {

@@ -183,8 +183,8 @@ TEST_F(LoadingTest, AnObjectOfTheHostHoldsADocumentToo) {
     EXPECT_EQ(store->Save(), kDone);
     EXPECT_NE(io.Content().find(">22<"), std::string::npos);
     EXPECT_EQ(store->Save(), kDone);
-    EXPECT_EQ(io.Writes(), 1U) << "nothing changed since";
-    EXPECT_EQ(io.Completions(), 1U);
+    EXPECT_EQ(io.WriteCount(), 1U) << "nothing changed since";
+    EXPECT_EQ(io.CompleteCount(), 1U);
     store->Make("k");
     io.FailWrite(kMediaError);
     EXPECT_EQ(store->Save(), kMediaError);
@@ -196,9 +196,9 @@ TEST_F(LoadingTest, AnObjectOfTheHostHoldsADocumentToo) {
     io.FailRead(kMediaError);
     EXPECT_EQ(load(), kMediaError);
     io.FailRead(kDone);
-    io.ShortenReads(20);
+    io.LimitReads(20);
     EXPECT_TRUE(IsFailure(load())) << "what is missing of the bytes is zeroes, and no document";
-    io.ShortenReads(~0U);
+    io.LimitReads(~0U);
     EXPECT_EQ(load(), kDone);
 }
 

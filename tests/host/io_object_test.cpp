@@ -52,8 +52,8 @@ TEST_P(IoObjectTest, ReadsFromTheStartAndAWriteReplacesAll) {
     kernel::IoComplete(io->Get());
     EXPECT_EQ(Size(), 3U);
     EXPECT_EQ(Read(20), "abc");
-    EXPECT_EQ(io->Writes(), 1U);
-    EXPECT_EQ(io->Completions(), 1U);
+    EXPECT_EQ(io->WriteCount(), 1U);
+    EXPECT_EQ(io->CompleteCount(), 1U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Homes, IoObjectTest, testing::Values(Home::Memory, Home::File),

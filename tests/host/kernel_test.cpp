@@ -160,10 +160,10 @@ TEST_F(KernelTest, ModulesThatDoNotStartSayWhy) {
                     });
                 }),
                 HasSubstr("registered no interface"));
-    host.AnswerRegistration(kernel::kAccessDenied);
+    host.SetRegistrationResult(kernel::kAccessDenied);
     EXPECT_THAT(Refusal([&] { host.Start(FakeEntry); }), HasSubstr("0x80000045: access denied"));
     EXPECT_EQ(host.Interface(), nullptr);
-    host.AnswerRegistration(kernel::kKeyCreated);
+    host.SetRegistrationResult(kernel::kKeyCreated);
     host.Start(FakeEntry);
     ASSERT_NE(host.Interface(), nullptr);
     EXPECT_EQ(host.Interface()->fixed[2], 0x55U);

@@ -47,7 +47,7 @@ TEST_F(MemoryTest, TheReportTellsEachBlockThatIsOut) {
     GiveBack(Take(5));
     void* third = Take(7);
     EXPECT_EQ(host.LeakReport(),
-              "2 blocks of host memory not given back, 10 bytes, after 3 requests\n"
+              "2 blocks of host memory not freed, 10 bytes, after 3 requests\n"
               "  request 1: 3 bytes\n"
               "  request 3: 7 bytes\n");
     GiveBack(first);

@@ -217,10 +217,10 @@ TEST_F(KeysTest, TraceLines) {
     const Registry& r = s.methods;
     kernel.SetTraceLevel(600);
     const auto line = [&](ResultCode) {
-        const std::vector<host::TraceLine> lines = kernel.TakeLines();
+        const std::vector<host::TraceLine> lines = kernel.DrainTraceLines();
         return lines.size() == 1 && lines[0].level == 600 ? lines[0].text.substr(0, lines[0].text.find("0x8")) : "(?)";
     };
-    static_cast<void>(kernel.TakeLines());
+    static_cast<void>(kernel.DrainTraceLines());
     EXPECT_EQ(line(r.OpenKey(object, nullptr, 0, "a", 0)), "arbor\tOpening key ?\\a: ");
     EXPECT_EQ(line(r.OpenKeyByIndex(object, nullptr, 0, 7)), "arbor\tArbor::OpenKeyByIndex 7: ");
     EXPECT_EQ(line(r.OpenNextKey(object, nullptr, 0)), "arbor\tArbor::OpenNextKey : ");

@@ -77,9 +77,9 @@ TEST_F(LifecycleTest, TheNameIsKeptWithoutItsTerminator) {
     kernel.SetTraceLevel(600);
     EXPECT_EQ(s.object.SetProperty(PropertyName, buffer, 3), kInvalidArgument);
     EXPECT_EQ(s.object.SetProperty(PropertyName, nullptr, 4), kInvalidArgument);
-    EXPECT_TRUE(kernel.TakeLines().empty()) << "refused at the door, without a line";
+    EXPECT_TRUE(kernel.DrainTraceLines().empty()) << "refused at the door, without a line";
     EXPECT_EQ(s.object.SetProperty(PropertyName, buffer, 0), MakeResult(0x8000005C));
-    EXPECT_EQ(kernel.TakeLines().size(), 1U);
+    EXPECT_EQ(kernel.DrainTraceLines().size(), 1U);
     EXPECT_EQ(s.object.Name(), u"Z:\\a.xml");
     EXPECT_EQ(s.object.SetProperty(PropertyName, u"", 2), kDone);
     EXPECT_EQ(s.object.Name(), u"");
@@ -90,7 +90,7 @@ TEST_F(LifecycleTest, HandlersTraceTheirLines) {
     kernel.SetTraceLevel(600);
     const auto line = [&](ResultCode) {
         std::string text;
-        for (const host::TraceLine& one : kernel.TakeLines()) text += one.text.substr(0, one.text.find(": ") + 2);
+        for (const host::TraceLine& one : kernel.DrainTraceLines()) text += one.text.substr(0, one.text.find(": ") + 2);
         return text;
     };
     char16_t buffer[2] = {};
@@ -102,7 +102,7 @@ TEST_F(LifecycleTest, HandlersTraceTheirLines) {
     EXPECT_EQ(line(s.object.SetProperty(PropertyName, buffer, 2)), "arbor\tArbor::setName : ");
     EXPECT_EQ(line(s.object.SetRootPoint("x")), "arbor\tArbor::setRootPoint : ");
     EXPECT_EQ(s.object.Ready(), kDone);
-    static_cast<void>(kernel.TakeLines());
+    static_cast<void>(kernel.DrainTraceLines());
     EXPECT_EQ(line(s.object.SetRootPoint("x")), "Setting root to x: arbor\tArbor::setRootPoint : ");
 }
 

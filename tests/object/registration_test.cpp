@@ -25,7 +25,7 @@ constexpr RowCase kRows[] = {
 
 TEST_F(StoreTest, TheModuleRegistersItsTables) {
     const host::Registration& given = *kernel.Interface();
-    EXPECT_EQ(kernel.Registrations(), 1U);
+    EXPECT_EQ(kernel.RegistrationCount(), 1U);
     EXPECT_EQ(given.interfaceNumber, 13U);
     EXPECT_EQ(given.moduleNumber, 0xA7FBU);
     EXPECT_EQ(given.fixed[0], 0U);
@@ -79,12 +79,12 @@ TEST(EntryTest, TheHostsAnswerToTheRegistrationIsPassedOn) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.label);
         host::Kernel kernel({.traceLevel = 600});
-        kernel.AnswerRegistration(row.answer);
+        kernel.SetRegistrationResult(row.answer);
         const host::ModuleFile file(ModulePath());
         ResultCode result = 77;
         EXPECT_EQ(file.Entry()(kernel.Root(), 100, &result), row.returned);
         EXPECT_EQ(result, row.answer);
-        const std::vector<host::TraceLine> lines = kernel.TakeLines();
+        const std::vector<host::TraceLine> lines = kernel.DrainTraceLines();
         ASSERT_EQ(lines.size(), row.lines.size());
         for (std::size_t i = 0; i < lines.size(); ++i) {
             EXPECT_EQ(lines[i].text.rfind(row.lines[i], 0), 0U) << lines[i].text;
@@ -99,7 +99,7 @@ TEST(EntryTest, AHostWithoutImportsLosesTheLinesAndNothingElse) {
     Store store(kernel);
     EXPECT_EQ(store.object.Ready(), kDone);
     EXPECT_NE(store.Make("a"), kNoKey);
-    EXPECT_TRUE(kernel.TakeLines().empty());
+    EXPECT_TRUE(kernel.DrainTraceLines().empty());
 }
 
 }   // namespace

@@ -24,7 +24,7 @@ using namespace kernel;
 
 /// The module's file, which the build puts beside the test programs.
 inline std::filesystem::path ModulePath() {
-    return host::ProgramFolder() / (std::string("arbor") + host::ModuleEnding());
+    return host::ProgramDirectory() / (std::string("arbor") + host::ModuleExtension());
 }
 
 /// One object, with `Methods` called on it.
@@ -105,11 +105,11 @@ public:
 /// Clears it.
 inline bool TakeDirty(host::Kernel& kernel, Store& store) {
     kernel.SetTraceLevel(400);
-    static_cast<void>(kernel.TakeLines());
+    static_cast<void>(kernel.DrainTraceLines());
     host::Object& object = store.object;
     static_cast<void>(object.OwnMethods().Save(object.Get(), 1));
     bool skipped = false;
-    for (const host::TraceLine& line : kernel.TakeLines()) {
+    for (const host::TraceLine& line : kernel.DrainTraceLines()) {
         skipped = skipped || line.text == "arbor\tskip saving because data wasn`t changed";
     }
     return !skipped;

@@ -932,12 +932,12 @@ TEST_F(ArborctlTest, TheTraceAndTheLeakCountGoToStandardError) {
     const Outcome outcome = RunOn("d.xml", {"get", "Network/Proxy", "Port"}, {"--trace", "600", "--leaks"});
     EXPECT_EQ(outcome.output, "8080\n");
     EXPECT_THAT(outcome.error, HasSubstr("600 arbor\tOpening key ?\\Proxy: 0x00000000 (done)\n"));
-    EXPECT_THAT(outcome.error, HasSubstr("\n0 blocks of host memory not given back, 0 bytes"));
+    EXPECT_THAT(outcome.error, HasSubstr("\n0 blocks of host memory not freed, 0 bytes"));
 }
 
 TEST_F(ArborctlTest, TheExamplesLoad) {
     for (const char* name : {"settings.xml", "foreign.xml"}) {
-        const Outcome outcome = RunTool({(host::ProgramFolder() / "examples" / name).string(), "check"});
+        const Outcome outcome = RunTool({(host::ProgramDirectory() / "examples" / name).string(), "check"});
         EXPECT_THAT(outcome.output, StartsWith("loads as a ")) << outcome.error;
     }
 }

@@ -25,10 +25,10 @@ public:
     void FailRead(kernel::ResultCode code) { readFault = code; }
     void FailWrite(kernel::ResultCode code) { writeFault = code; }
     /// Reads bring at most `bytes` bytes, and still succeed.
-    void ShortenReads(std::uint32_t bytes) { longestRead = bytes; }
+    void LimitReads(std::uint32_t bytes) { longestRead = bytes; }
 
-    [[nodiscard]] std::uint32_t Writes() const { return writes; }
-    [[nodiscard]] std::uint32_t Completions() const { return completions; }
+    [[nodiscard]] std::uint32_t WriteCount() const { return writes; }
+    [[nodiscard]] std::uint32_t CompleteCount() const { return completions; }
 
 protected:
     explicit IoObject(Kernel& kernel);

@@ -16,7 +16,7 @@
 namespace host {
 
 /// The answer of what the host doesn't have.
-inline constexpr kernel::ResultCode kNotOffered = kernel::MakeResult(0x80000042);
+inline constexpr kernel::ResultCode kNotSupported = kernel::MakeResult(0x80000042);
 
 struct KernelOptions {
     std::uint32_t traceLevel = 0;   // lines of a higher level are dropped unformatted
@@ -58,9 +58,9 @@ public:
 
     /// What the module registered, or null. Every registration counts, and the last one holds.
     [[nodiscard]] const Registration* Interface() const { return registrations == 0 ? nullptr : &registration; }
-    [[nodiscard]] std::uint32_t Registrations() const { return registrations; }
+    [[nodiscard]] std::uint32_t RegistrationCount() const { return registrations; }
     /// `RegisterInterface` answers `code` from now on, and keeps what it is given only on a success.
-    void AnswerRegistration(kernel::ResultCode code) { registrationAnswer = code; }
+    void SetRegistrationResult(kernel::ResultCode code) { registrationAnswer = code; }
 
     [[nodiscard]] Memory& HostMemory() { return memory; }
     void FailAllocation(std::size_t nth, FailureMode mode = FailureMode::Once) { memory.FailAllocation(nth, mode); }
@@ -73,7 +73,7 @@ public:
 
     void SetTraceLevel(std::uint32_t level) { traceLevel.store(level, std::memory_order_relaxed); }
     /// The lines kept so far, which are dropped from here.
-    [[nodiscard]] std::vector<TraceLine> TakeLines();
+    [[nodiscard]] std::vector<TraceLine> DrainTraceLines();
 
 private:
     struct Slots;

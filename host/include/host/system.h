@@ -27,10 +27,10 @@ public:
 [[nodiscard]] std::u16string DocumentName(const std::filesystem::path& path);
 
 /// The folder of the running program.
-[[nodiscard]] std::filesystem::path ProgramFolder();
+[[nodiscard]] std::filesystem::path ProgramDirectory();
 
 /// The ending of a module's file, with its point.
-[[nodiscard]] const char* ModuleEnding();
+[[nodiscard]] const char* ModuleExtension();
 
 /// The program's arguments without its name, in UTF-8.
 [[nodiscard]] std::vector<std::string> ProgramArguments(int count, const char* const* values);
@@ -50,7 +50,7 @@ void PrepareStandardStreams();
 
 /// Whether a standard stream is a pipe and its reader has closed it. For streams that failed: on Windows every pipe
 /// counts, as nothing else makes one fail.
-[[nodiscard]] bool IsReaderGone(Stream stream);
+[[nodiscard]] bool IsPipeClosed(Stream stream);
 
 /// Whether a call of the file system failed because another process has the file open and doesn't share it. On Linux
 /// none fails so.

@@ -28,8 +28,8 @@ class Memory;
 
 /// The host's text import: replaces the whole of `text` by `source`, up to its end or its first terminator, in memory
 /// of `memory`; a block that is large enough stays. Reads the code pages 1200 (UTF-16), and 65001 and 0 (UTF-8); any
-/// other one is `kNotOffered`. A part of a text is `kInvalidArgument`, as is a null or half a unit. On a failure `text`
-/// stays.
+/// other one is `kNotSupported`. A part of a text is `kInvalidArgument`, as is a null or half a unit. On a failure
+/// `text` stays.
 kernel::ResultCode ImportText(Memory& memory, kernel::HostString* text, std::uint32_t from, std::uint32_t count,
                               const void* source, std::uint32_t sizeBytes, std::uint32_t codePage);
 

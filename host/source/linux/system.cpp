@@ -76,9 +76,9 @@ std::u16string DocumentName(const std::filesystem::path& path) {
     return name;
 }
 
-std::filesystem::path ProgramFolder() { return std::filesystem::read_symlink("/proc/self/exe").parent_path(); }
+std::filesystem::path ProgramDirectory() { return std::filesystem::read_symlink("/proc/self/exe").parent_path(); }
 
-const char* ModuleEnding() { return ".so"; }
+const char* ModuleExtension() { return ".so"; }
 
 std::vector<std::string> ProgramArguments(int count, const char* const* values) {
     return {values + std::min(count, 1), values + count};
@@ -94,7 +94,7 @@ void PrepareStandardStreams() {
     if (descriptor > STDERR_FILENO) close(descriptor);
 }
 
-bool IsReaderGone(Stream stream) {
+bool IsPipeClosed(Stream stream) {
     pollfd state{DescriptorOf(stream), POLLOUT, 0};
     return poll(&state, 1, 0) == 1 && (state.revents & POLLERR) != 0;
 }

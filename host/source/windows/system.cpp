@@ -56,7 +56,7 @@ std::filesystem::path RealPath(const std::filesystem::path& path) {
 
 std::u16string DocumentName(const std::filesystem::path& path) { return RealPath(path).u16string(); }
 
-std::filesystem::path ProgramFolder() {
+std::filesystem::path ProgramDirectory() {
     std::wstring path(MAX_PATH, L'\0');
     for (;;) {
         const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
@@ -65,7 +65,7 @@ std::filesystem::path ProgramFolder() {
     }
 }
 
-const char* ModuleEnding() { return ".dll"; }
+const char* ModuleExtension() { return ".dll"; }
 
 /// What `main` gets has lost the characters that the system's code page lacks.
 std::vector<std::string> ProgramArguments(int, const char* const*) {
@@ -91,7 +91,7 @@ void PrepareStandardStreams() {
     _setmode(_fileno(stdout), _O_BINARY);
 }
 
-bool IsReaderGone(Stream stream) { return GetFileType(HandleOf(stream)) == FILE_TYPE_PIPE; }
+bool IsPipeClosed(Stream stream) { return GetFileType(HandleOf(stream)) == FILE_TYPE_PIPE; }
 
 /// A move over an open file is denied.
 bool IsSharingViolation(const std::error_code& error) {
