@@ -20,10 +20,10 @@ std::string MakeText(std::int64_t size, std::int64_t every) {
 
 void BM_Escape(benchmark::State& state) {
     const std::string text = MakeText(state.range(0), state.range(1));
-    arbor::TextBuffer output;
+    arbor::module::TextBuffer output;
     for (auto _ : state) {
         output.Clear();
-        arbor::EscapeXml(text.data(), static_cast<std::int32_t>(text.size()), output);
+        arbor::module::EscapeXml(text.data(), static_cast<std::int32_t>(text.size()), output);
         benchmark::DoNotOptimize(output.View().data());
     }
     state.SetBytesProcessed(state.iterations() * state.range(0));
@@ -31,15 +31,15 @@ void BM_Escape(benchmark::State& state) {
 BENCHMARK(BM_Escape)->ArgsProduct({{16, 256, 65536}, {0, 16}});
 
 void BM_Decode(benchmark::State& state) {
-    arbor::TextBuffer buffer;
+    arbor::module::TextBuffer buffer;
     const std::string text = MakeText(state.range(0), state.range(1));
-    arbor::EscapeXml(text.data(), static_cast<std::int32_t>(text.size()), buffer);
+    arbor::module::EscapeXml(text.data(), static_cast<std::int32_t>(text.size()), buffer);
     const std::string escaped(buffer.View());
     std::string output;
     for (auto _ : state) {
         output.clear();
         benchmark::DoNotOptimize(
-            arbor::DecodeEntities(escaped.data(), static_cast<std::int32_t>(escaped.size()), output));
+            arbor::module::DecodeEntities(escaped.data(), static_cast<std::int32_t>(escaped.size()), output));
     }
     if (output != text) state.SkipWithError("decoding doesn't undo the escaping");
     state.SetBytesProcessed(state.iterations() * state.range(0));
@@ -58,15 +58,15 @@ std::string MakeDocument(std::int64_t elements) {
 void BM_ReaderWalk(benchmark::State& state) {
     const std::string document = MakeDocument(state.range(0));
     for (auto _ : state) {
-        arbor::XmlReader reader(document.data(), static_cast<std::uint32_t>(document.size()), false);
-        arbor::XmlElement root;
-        arbor::XmlElement element;
-        arbor::XmlAttributeList attributes;
+        arbor::module::XmlReader reader(document.data(), static_cast<std::uint32_t>(document.size()), false);
+        arbor::module::XmlElement root;
+        arbor::module::XmlElement element;
+        arbor::module::XmlAttributeList attributes;
         std::string text;
         std::int64_t seen = 0;
         if (reader.NextStartTag(root, 0, nullptr) != 0) state.SkipWithError("no root");
         for (; reader.NextStartTag(element, 0, nullptr) == 0; ++seen) {
-            if (arbor::XmlReader::ReadAttributes(element, attributes) < 0) state.SkipWithError("no attributes");
+            if (arbor::module::XmlReader::ReadAttributes(element, attributes) < 0) state.SkipWithError("no attributes");
             reader.ReadText(text, true);
             if (reader.CloseElement(element) < 0) state.SkipWithError("no end tag");
         }

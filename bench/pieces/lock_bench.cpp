@@ -15,8 +15,8 @@
 
 namespace {
 
-arbor::ReadersWriterLock& ArmedLock() {
-    static arbor::ReadersWriterLock lock;
+arbor::module::ReadersWriterLock& ArmedLock() {
+    static arbor::module::ReadersWriterLock lock;
     static const bool armed = [] {
         lock.Initialise();
         return lock.HasGates();
@@ -37,7 +37,7 @@ constexpr std::uint32_t kSynchronised = 1;
 void BM_SharedEntry(benchmark::State& state) {
     if (!kHadThreads) state.SkipWithError("no thread was ever started");
     for (auto _ : state) {
-        const arbor::LockGuard guard = arbor::LockGuard::Shared(ArmedLock(), kSynchronised);
+        const arbor::module::LockGuard guard = arbor::module::LockGuard::Shared(ArmedLock(), kSynchronised);
         benchmark::ClobberMemory();
     }
 }
@@ -45,7 +45,7 @@ BENCHMARK(BM_SharedEntry)->Threads(1)->Threads(2);
 
 void BM_ExclusiveEntry(benchmark::State& state) {
     for (auto _ : state) {
-        const arbor::LockGuard guard = arbor::LockGuard::Exclusive(ArmedLock(), kSynchronised);
+        const arbor::module::LockGuard guard = arbor::module::LockGuard::Exclusive(ArmedLock(), kSynchronised);
         benchmark::ClobberMemory();
     }
 }

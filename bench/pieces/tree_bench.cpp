@@ -16,7 +16,7 @@ std::string TextOfLength(std::size_t length) { return MakeNames(1).front().appen
 
 void BM_NameHash(benchmark::State& state) {
     const std::string name = TextOfLength(static_cast<std::size_t>(state.range(0)));
-    for (auto _ : state) benchmark::DoNotOptimize(arbor::NameHash(name));
+    for (auto _ : state) benchmark::DoNotOptimize(arbor::module::NameHash(name));
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(BM_NameHash)->RangeMultiplier(4)->Range(4, 256);
@@ -26,7 +26,7 @@ void BM_HashPath(benchmark::State& state) {
     const std::vector<std::string> names = MakeNames(1024);
     std::size_t at = 0;
     for (auto _ : state) {
-        for (int i = 0; i < 5; ++i) benchmark::DoNotOptimize(arbor::NameHash(names[at++ % names.size()]));
+        for (int i = 0; i < 5; ++i) benchmark::DoNotOptimize(arbor::module::NameHash(names[at++ % names.size()]));
     }
 }
 BENCHMARK(BM_HashPath);
@@ -34,7 +34,7 @@ BENCHMARK(BM_HashPath);
 void BM_HashPathAtOnce(benchmark::State& state) {
     const std::vector<std::string> names = MakeNames(1024);
     std::size_t at = 0;
-    arbor::NameBatch batch;
+    arbor::module::NameBatch batch;
     for (auto _ : state) {
         batch.Clear();
         for (int i = 0; i < 5; ++i) batch.Add(names[at++ % names.size()]);
@@ -48,7 +48,7 @@ class TreeBench : public benchmark::Fixture {
 public:
     void SetUp(const benchmark::State& state) override {
         names = MakeNames(static_cast<std::size_t>(state.range(0)));
-        tree = std::make_unique<arbor::KeyTree>();
+        tree = std::make_unique<arbor::module::KeyTree>();
         if (kernel::IsFailure(tree->Start(SharedHost().Root()))) std::abort();
     }
     void TearDown(const benchmark::State&) override { tree.reset(); }
@@ -66,7 +66,7 @@ protected:
     const std::string& NextName() { return names[at++ % names.size()]; }
 
     std::vector<std::string> names;
-    std::unique_ptr<arbor::KeyTree> tree;
+    std::unique_ptr<arbor::module::KeyTree> tree;
     std::size_t at = 0;
 };
 
@@ -122,14 +122,14 @@ class ValueBench : public benchmark::Fixture {
 public:
     void SetUp(const benchmark::State& state) override {
         row = &kValues[state.range(0)];
-        value = arbor::CreateValue(SharedHost().Root(), row->type);
+        value = arbor::module::CreateValue(SharedHost().Root(), row->type);
         if (value == nullptr || kernel::IsFailure(value->FromText(row->text.c_str()))) std::abort();
     }
-    void TearDown(const benchmark::State&) override { arbor::ReleaseValue(SharedHost().Root(), value); }
+    void TearDown(const benchmark::State&) override { arbor::module::ReleaseValue(SharedHost().Root(), value); }
 
 protected:
     const ValueCase* row = nullptr;
-    arbor::Value* value = nullptr;
+    arbor::module::Value* value = nullptr;
     char buffer[128] = {};
     std::uint32_t size = 0;
 };
@@ -137,9 +137,9 @@ protected:
 BENCHMARK_DEFINE_F(ValueBench, Create)(benchmark::State& state) {
     state.SetLabel(row->label);
     for (auto _ : state) {
-        arbor::Value* made = arbor::CreateValue(SharedHost().Root(), row->type);
+        arbor::module::Value* made = arbor::module::CreateValue(SharedHost().Root(), row->type);
         benchmark::DoNotOptimize(made);
-        arbor::ReleaseValue(SharedHost().Root(), made);
+        arbor::module::ReleaseValue(SharedHost().Root(), made);
     }
 }
 BENCHMARK_DEFINE_F(ValueBench, Get)(benchmark::State& state) {

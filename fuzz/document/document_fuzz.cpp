@@ -10,11 +10,11 @@
 
 namespace {
 
-using arbor::KeyTree;
+using arbor::module::KeyTree;
 using kernel::ResultCode;
 
 /// The value's bytes as the model holds them.
-model::Value PlainValue(const arbor::Value& value) {
+model::Value PlainValue(const arbor::module::Value& value) {
     std::uint32_t size = 0;
     FUZZ_CHECK(value.Get(nullptr, 0, &size) == kernel::kDone);
     std::string bytes(size, '\0');
@@ -24,9 +24,10 @@ model::Value PlainValue(const arbor::Value& value) {
     return {value.GetType(), bytes};
 }
 
-void Take(const arbor::Key& key, model::Key& plain) {
-    for (const arbor::Key& child : key.Children()) Take(child, plain.AddKey(child.Name().View()));
-    for (const arbor::ValueEntry& entry : key.Values()) plain.AddValue(entry.name.View(), PlainValue(*entry.value));
+void Take(const arbor::module::Key& key, model::Key& plain) {
+    for (const arbor::module::Key& child : key.Children()) Take(child, plain.AddKey(child.Name().View()));
+    for (const arbor::module::ValueEntry& entry : key.Values())
+        plain.AddValue(entry.name.View(), PlainValue(*entry.value));
 }
 
 std::unique_ptr<model::Key> Plain(const KeyTree& tree) {
@@ -37,27 +38,27 @@ std::unique_ptr<model::Key> Plain(const KeyTree& tree) {
 
 ResultCode Load(KeyTree& tree, std::string_view document) {
     const auto block = fuzz::Exactly(document);
-    return arbor::LoadDocument(tree, block.get(), static_cast<std::uint32_t>(document.size()));
+    return arbor::module::LoadDocument(tree, block.get(), static_cast<std::uint32_t>(document.size()));
 }
 
 /// Saves the tree, loads that into another one, and says whether there is more to see.
 bool Reload(host::Kernel& kernel, const model::Key& plain, const KeyTree& tree, std::unique_ptr<model::Key>& reloaded) {
     std::string expected;
     const ResultCode writable = model::WriteDocument(plain, expected);
-    arbor::TextBuffer saved;
-    FUZZ_CHECK(arbor::SaveDocument(tree, saved) == writable);
+    arbor::module::TextBuffer saved;
+    FUZZ_CHECK(arbor::module::SaveDocument(tree, saved) == writable);
     if (kernel::IsFailure(writable)) return false;
     const std::string_view document = saved.View();
     FUZZ_CHECK(document == expected);
     KeyTree again;
     FUZZ_CHECK(again.Start(kernel.Root()) == kernel::kDone);
-    const bool tooDeep = model::Depth(plain) > arbor::kMaxDepth;
+    const bool tooDeep = model::Depth(plain) > arbor::module::kMaxDepth;
     FUZZ_CHECK(Load(again, document) == (tooDeep ? kernel::kMediaError : kernel::kDone));
     if (tooDeep) return false;
     reloaded = Plain(again);
     FUZZ_CHECK(model::Same(*reloaded, *model::ComesBack(plain)));
-    arbor::TextBuffer settled;
-    FUZZ_CHECK(arbor::SaveDocument(again, settled) == kernel::kDone);
+    arbor::module::TextBuffer settled;
+    FUZZ_CHECK(arbor::module::SaveDocument(again, settled) == kernel::kDone);
     std::string unchanged;
     FUZZ_CHECK(model::WriteDocument(*model::ComesBack(*reloaded), unchanged) == kernel::kDone);
     FUZZ_CHECK(settled.View() == unchanged);

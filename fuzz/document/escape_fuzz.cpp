@@ -9,9 +9,9 @@ namespace {
 
 std::string Escape(std::string_view text) {
     const auto block = fuzz::Exactly(text);
-    arbor::TextBuffer escaped;
+    arbor::module::TextBuffer escaped;
     escaped.Append("kept");
-    arbor::EscapeXml(block.get(), static_cast<std::int32_t>(text.size()), escaped);
+    arbor::module::EscapeXml(block.get(), static_cast<std::int32_t>(text.size()), escaped);
     FUZZ_CHECK(escaped.View().starts_with("kept"));
     return std::string(escaped.View().substr(4));
 }
@@ -19,7 +19,7 @@ std::string Escape(std::string_view text) {
 bool Decode(std::string_view text, std::string& decoded) {
     const auto block = fuzz::Exactly(text);
     decoded = "kept";
-    const bool understood = arbor::DecodeEntities(block.get(), static_cast<std::int32_t>(text.size()), decoded);
+    const bool understood = arbor::module::DecodeEntities(block.get(), static_cast<std::int32_t>(text.size()), decoded);
     FUZZ_CHECK(decoded.starts_with("kept"));
     decoded.erase(0, 4);
     return understood;
@@ -118,11 +118,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 
     // Up to the terminator, without being told where it is.
     const std::string terminated = fuzz::Terminated(text);
-    arbor::TextBuffer untold;
-    arbor::EscapeXml(terminated.c_str(), -1, untold);
+    arbor::module::TextBuffer untold;
+    arbor::module::EscapeXml(terminated.c_str(), -1, untold);
     FUZZ_CHECK(untold.View() == Escape(terminated));
     std::string measured;
-    static_cast<void>(arbor::DecodeEntities(terminated.c_str(), -1, measured));
+    static_cast<void>(arbor::module::DecodeEntities(terminated.c_str(), -1, measured));
     static_cast<void>(Decode(terminated, decoded));
     FUZZ_CHECK(measured == decoded);
     return 0;

@@ -9,7 +9,7 @@
 
 namespace {
 
-using namespace arbor;
+using namespace arbor::module;
 
 class Walk {
 public:

@@ -85,11 +85,11 @@ std::vector<std::string_view> Components(std::string_view path) {
 }
 
 void CheckKeyPath(std::string_view path) {
-    for (const std::string_view name : Components<arbor::RangeCutter>(path)) {
-        FUZZ_CHECK(!name.empty() && std::none_of(name.begin(), name.end(), arbor::IsSeparator));
+    for (const std::string_view name : Components<arbor::module::RangeCutter>(path)) {
+        FUZZ_CHECK(!name.empty() && std::none_of(name.begin(), name.end(), arbor::module::IsSeparator));
     }
     std::size_t at = 0;
-    for (const std::string_view name : Components<arbor::PathCutter>(path)) {
+    for (const std::string_view name : Components<arbor::module::PathCutter>(path)) {
         const bool slashAhead = path.find('/', at) != path.npos;
         FUZZ_CHECK(!name.empty() && name.data() == path.data() + at);
         FUZZ_CHECK(name.find(slashAhead ? '/' : '\\') == name.npos);
@@ -104,8 +104,9 @@ void CheckNames(std::string_view a, std::string_view b) {
         for (char& c : text) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
         return text;
     };
-    FUZZ_CHECK(arbor::NameEquals(a, b) == (upper(a) == upper(b)));
-    FUZZ_CHECK(arbor::NameEquals(a, upper(a)) && arbor::NameHash(a) == arbor::NameHash(upper(a)));
+    FUZZ_CHECK(arbor::module::NameEquals(a, b) == (upper(a) == upper(b)));
+    FUZZ_CHECK(arbor::module::NameEquals(a, upper(a)) &&
+               arbor::module::NameHash(a) == arbor::module::NameHash(upper(a)));
 }
 
 }   // namespace

@@ -3,7 +3,7 @@
 // length, that many bytes, and a text.
 #include "fuzz.h"
 #include "model/value.h"
-#include "tree/value_holder.h"
+#include "tree/value/value_holder.h"
 
 #include <host/kernel.h>
 
@@ -12,7 +12,7 @@
 namespace {
 
 using kernel::ResultCode;
-using Read = ResultCode (arbor::Value::*)(void*, std::uint32_t, std::uint32_t*) const;
+using Read = ResultCode (arbor::module::Value::*)(void*, std::uint32_t, std::uint32_t*) const;
 using ModelRead = model::Answer (*)(const model::Value&, model::Buffer);
 
 constexpr char kUntouched = '\xA5';
@@ -21,12 +21,12 @@ constexpr char kUntouched = '\xA5';
 class Pair {
 public:
     Pair(const kernel::HostObject* owner, kernel::TypeCode type)
-        : host(owner), value(arbor::CreateValue(owner, type)), plain(model::NewValue(type)) {
+        : host(owner), value(arbor::module::CreateValue(owner, type)), plain(model::NewValue(type)) {
         FUZZ_CHECK(value != nullptr && value->GetType() == type);
     }
     Pair(const Pair&) = delete;
     Pair& operator=(const Pair&) = delete;
-    ~Pair() { arbor::ReleaseValue(host, value); }
+    ~Pair() { arbor::module::ReleaseValue(host, value); }
 
     void Set(std::string_view bytes) {
         const auto block = fuzz::Exactly(bytes);
@@ -55,7 +55,7 @@ public:
 
     void FromUtf8(const std::string& text) {
         model::SetFromUtf8(plain, text);
-        FUZZ_CHECK(static_cast<arbor::WideStringHolder*>(value)->SetFromUtf8(text.c_str()) == kernel::kDone);
+        FUZZ_CHECK(static_cast<arbor::module::WideStringHolder*>(value)->SetFromUtf8(text.c_str()) == kernel::kDone);
         CheckReads();
     }
 
@@ -63,8 +63,9 @@ public:
 
 private:
     void CheckReads() const {
-        for (const auto& [read, modelRead] : {std::pair<Read, ModelRead>{&arbor::Value::Get, &model::Get},
-                                              std::pair<Read, ModelRead>{&arbor::Value::ToText, &model::ToText}}) {
+        for (const auto& [read, modelRead] :
+             {std::pair<Read, ModelRead>{&arbor::module::Value::Get, &model::Get},
+              std::pair<Read, ModelRead>{&arbor::module::Value::ToText, &model::ToText}}) {
             const std::uint32_t needed = modelRead(plain, {false, 0}).count.value_or(0);
             for (const std::uint32_t size : {0U, needed - std::min(needed, 1U), needed, needed + 3}) {
                 CheckRead(read, modelRead, {true, size});
@@ -87,7 +88,7 @@ private:
     }
 
     const kernel::HostObject* host;
-    arbor::Value* value;
+    arbor::module::Value* value;
     model::Value plain;
     bool isFresh = true;
 };
@@ -115,7 +116,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string bytes = input.Text(64);
     const std::string text = fuzz::Terminated(input.Rest());
     if (!model::IsStored(type)) {
-        FUZZ_CHECK(arbor::CreateValue(kernel.Root(), type) == nullptr);
+        FUZZ_CHECK(arbor::module::CreateValue(kernel.Root(), type) == nullptr);
         return 0;
     }
     {

@@ -11,7 +11,7 @@
 #include <random>
 #include <string>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 class ProfileFormatTest : public testing::Test {
@@ -255,4 +255,4 @@ TEST_F(ProfileFormatTest, ALoadSurvivesEveryFailedAllocation) {
 }
 
 }   // namespace
-}   // namespace arbor
+}   // namespace arbor::module

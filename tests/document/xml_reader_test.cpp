@@ -6,7 +6,7 @@
 #include <cstring>
 #include <memory>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 XmlReader ReaderOf(std::string_view input) { return {input.data(), static_cast<std::uint32_t>(input.size()), false}; }
@@ -357,4 +357,4 @@ TEST(XmlReaderTest, NoTruncationOrDamageLeadsOutOfTheInput) {
 }
 
 }   // namespace
-}   // namespace arbor
+}   // namespace arbor::module

@@ -7,7 +7,7 @@
 #include <new>
 #include <random>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 TEST(XmlWriterTest, PiecesAppendTheirBytesAndNoMore) {
@@ -68,4 +68,4 @@ TEST(XmlWriterTest, WhatIsEscapedReadsBackTheSame) {
 }
 
 }   // namespace
-}   // namespace arbor
+}   // namespace arbor::module

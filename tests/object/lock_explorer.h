@@ -57,7 +57,7 @@ struct SimulatedSystem {
 /// The lock's three counts, then the permits of its gates and the state of its section.
 using Counts = std::array<int, 6>;
 
-struct SimulatedLock : arbor::LockAlgorithm<SimulatedSystem> {
+struct SimulatedLock : arbor::module::LockAlgorithm<SimulatedSystem> {
     SimulatedLock() : LockAlgorithm(Count{}, Count{}) {}
     [[nodiscard]] Counts Values() const {
         return {active.value,      readersWaiting.value, writersWaiting.value,

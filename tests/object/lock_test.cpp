@@ -17,8 +17,8 @@
 namespace test {
 namespace {
 
-using arbor::LockGuard;
-using arbor::ReadersWriterLock;
+using arbor::module::LockGuard;
+using arbor::module::ReadersWriterLock;
 using namespace std::chrono_literals;
 
 /// A thread that enters the lock and stays inside until `Leave`.

@@ -1,12 +1,18 @@
+#include "object/arbor.h"
 #include "store_test.h"
 
+#include <component/client/client.h>
 #include <component/kernel/properties.h>
 #include <host/module_file.h>
 
 #include <array>
+#include <type_traits>
 
 namespace test {
 namespace {
+
+// One translation unit can use the client and the module: their classes of the same name are different types.
+static_assert(!std::is_same_v<arbor::Key, arbor::module::Key> && !std::is_same_v<arbor::Value, arbor::module::Value>);
 
 struct RowCase {
     std::uint32_t id;

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 std::string NameOf(const Key* key) { return key != nullptr ? std::string(key->Name().View()) : "(none)"; }
@@ -346,4 +346,4 @@ TEST(KeyTreeTest, MovesItsCurrentRoot) {
 }
 
 }   // namespace
-}   // namespace arbor
+}   // namespace arbor::module

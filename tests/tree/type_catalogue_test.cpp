@@ -1,10 +1,10 @@
-#include "tree/type_catalogue.h"
+#include "tree/value/type_catalogue.h"
 
 #include <component/kernel/value_types.h>
 
 #include <gtest/gtest.h>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 struct NameCase {
@@ -38,4 +38,4 @@ TEST(TypeCatalogueTest, NamesLeadToCodesByExactMatch) {
 }
 
 }   // namespace
-}   // namespace arbor
+}   // namespace arbor::module

@@ -1,6 +1,6 @@
 #include "support/x87_control_word.h"
-#include "tree/utf8.h"
-#include "tree/value_holder.h"
+#include "tree/value/utf8.h"
+#include "tree/value/value_holder.h"
 
 #include <component/kernel/value_types.h>
 #include <host/kernel.h>
@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 /// Text with its 0 bytes, and 16-bit text as the bytes that callers exchange.
@@ -429,4 +429,4 @@ TEST_F(ValueTest, Utf8IsDecodedLenientlyAndEncodedUnitByUnit) {
 }
 
 }   // namespace
-}   // namespace arbor
+}   // namespace arbor::module

@@ -12,7 +12,6 @@
 #include <vector>
 
 namespace arbor {
-inline namespace client {
 
 using kernel::TypeCode;
 
@@ -93,5 +92,4 @@ consteval TypeCode LongType() {
 
 }   // namespace detail
 
-}   // namespace client
 }   // namespace arbor

@@ -12,7 +12,6 @@
 #include <utility>
 
 namespace arbor {
-inline namespace client {
 
 class KeyRange;
 class Place;
@@ -198,5 +197,4 @@ private:
 inline Place Key::operator[](Text path) const { return {*this, path}; }
 inline KeyRange Key::Keys() const { return {*this, Status()}; }
 
-}   // namespace client
 }   // namespace arbor

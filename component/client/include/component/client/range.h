@@ -9,7 +9,6 @@
 #include <utility>
 
 namespace arbor {
-inline namespace client {
 
 /// The end of a range that reads as it walks, and the walk of a range-based `for` over it.
 template <class Range>
@@ -82,5 +81,4 @@ private:
     Value value;
 };
 
-}   // namespace client
 }   // namespace arbor

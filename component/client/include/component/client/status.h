@@ -8,7 +8,6 @@
 #include <utility>
 
 namespace arbor {
-inline namespace client {
 
 using kernel::ResultCode;
 
@@ -41,5 +40,4 @@ private:
     T value{};
 };
 
-}   // namespace client
 }   // namespace arbor

@@ -4,7 +4,6 @@
 #include <component/client/key.h>
 
 namespace arbor {
-inline namespace client {
 
 /// An object of the interface. As a key it is the object's current root.
 class Store : public Key {
@@ -25,5 +24,4 @@ private:
     [[nodiscard]] kernel::Registry Methods() const { return kernel::Registry(Object()); }
 };
 
-}   // namespace client
 }   // namespace arbor

@@ -11,7 +11,6 @@
 #include <string>
 
 namespace arbor {
-inline namespace client {
 
 using kernel::HostObject;
 using kernel::KeyHandle;
@@ -153,5 +152,4 @@ private:
     std::string name{};
 };
 
-}   // namespace client
 }   // namespace arbor

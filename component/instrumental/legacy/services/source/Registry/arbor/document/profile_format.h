@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace arbor {
+namespace arbor::module {
 
 struct KeyTree;
 class Key;
@@ -49,4 +49,4 @@ ResultCode ReadChildren(Key& root, XmlReader& reader);
 /// The same for foreign elements.
 ResultCode ReadForeign(Key& root, XmlReader& reader);
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -4,7 +4,7 @@
 #include "document/xml_entities.h"
 #include "document/xml_reader.h"
 #include "tree/key_tree.h"
-#include "tree/type_catalogue.h"
+#include "tree/value/type_catalogue.h"
 
 #include <component/kernel/value_types.h>
 
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -192,4 +192,4 @@ ResultCode LoadDocument(KeyTree& tree, const char* data, std::uint32_t sizeBytes
     }
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -5,7 +5,7 @@
 #include "document/xml_writer.h"
 #include "tree/key.h"
 #include "tree/key_tree.h"
-#include "tree/type_catalogue.h"
+#include "tree/value/type_catalogue.h"
 
 #include <component/kernel/value_types.h>
 
@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -119,4 +119,4 @@ ResultCode SaveDocument(const KeyTree& tree, TextBuffer& output) {
     }
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

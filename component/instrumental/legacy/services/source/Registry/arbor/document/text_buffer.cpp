@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <new>
 
-namespace arbor {
+namespace arbor::module {
 
 void TextBuffer::Grow(std::size_t count) {
     constexpr std::size_t kMinBytes = 16 * 1024;
@@ -18,4 +18,4 @@ void TextBuffer::Grow(std::size_t count) {
     capacity = wanted;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

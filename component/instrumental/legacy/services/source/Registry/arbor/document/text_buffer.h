@@ -11,7 +11,7 @@
 #include <memory>
 #include <string_view>
 
-namespace arbor {
+namespace arbor::module {
 
 class TextBuffer {
 public:
@@ -57,4 +57,4 @@ private:
     std::size_t capacity = 0;
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string_view>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 struct NamedReference {
@@ -94,4 +94,4 @@ void AppendUtf8(std::uint32_t codePoint, std::string& output) {
     }
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

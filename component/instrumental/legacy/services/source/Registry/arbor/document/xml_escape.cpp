@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <cstring>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 /// The replacement of a byte; a length of 0 means the byte itself.
@@ -133,4 +133,4 @@ void AppendElementLine(std::size_t indent, std::string_view element, std::string
     output.CommitWrite(static_cast<std::size_t>(out - line));
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

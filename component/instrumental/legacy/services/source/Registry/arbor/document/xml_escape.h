@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace arbor {
+namespace arbor::module {
 
 /// Appends `length` bytes so that a reader returns them unchanged; a length of -1 means up to the first 0 byte. Quotes,
 /// `&`, `<` and `>` become entities, other control bytes than line ends become hexadecimal references; bytes from 0x7F
@@ -23,4 +23,4 @@ void AppendElementLine(std::size_t indent, std::string_view element, std::string
 /// Bounds the capacity that the longest escaped form of a line reserves.
 inline constexpr std::size_t kMaxLineBytes = 4096;
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -8,7 +8,7 @@
 #include <limits>
 #include <new>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 struct TokenDelimiters {
@@ -44,8 +44,7 @@ XmlAttribute& XmlAttributeList::Add() {
 
 XmlReader::XmlReader(const char* start, std::uint32_t sizeBytes, bool skipMark)
     : position(start), end(start + sizeBytes), indent{start, 0} {
-    constexpr std::string_view kMark = "\xEF\xBB\xBF";
-    if (skipMark) position += MatchAt(kMark);
+    if (skipMark) position += MatchAt(kByteOrderMark);
 }
 
 bool XmlReader::IsAtStartTag() const { return end - position > 1 && *position == '<' && IsNameStart(position[1]); }
@@ -328,4 +327,4 @@ std::int32_t XmlReader::ReadAttribute(const XmlElement& element, std::string_vie
     return code == XmlNone && raw.data() != nullptr ? XmlDone : code;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -11,7 +11,10 @@
 #include <string_view>
 #include <vector>
 
-namespace arbor {
+namespace arbor::module {
+
+/// Optional at the start of a UTF-8 document.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 /// Bytes of the input, which the caller owns and which must outlive the slice.
 struct ByteSlice {
@@ -170,4 +173,4 @@ private:
     ByteSlice indent;   // the white space before the latest simple element
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

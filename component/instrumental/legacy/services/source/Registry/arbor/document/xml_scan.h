@@ -10,7 +10,7 @@
 #include <cstring>
 #include <string_view>
 
-namespace arbor {
+namespace arbor::module {
 
 enum CharacterClass : std::uint8_t {
     ClassSpace = 1,
@@ -109,4 +109,4 @@ template <std::size_t Size>
     return SkipLiteral(SkipText(SkipLiteral(at, last, "</"), last, name), last, ">");
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 /// Returns the first byte that `match` matches in its word, or `last`.
@@ -70,4 +70,4 @@ bool XmlReader::TryReadSimpleElement(std::string_view opening, XmlSimpleElement&
     return true;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace arbor {
+namespace arbor::module {
 
 class XmlWriter {
 public:
@@ -55,4 +55,4 @@ private:
     TextBuffer* output;
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

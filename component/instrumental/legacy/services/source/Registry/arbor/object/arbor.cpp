@@ -6,7 +6,7 @@
 
 #include <atomic>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -73,4 +73,4 @@ Key* Arbor::ResolveKey(KeyHandle handle) const {
     return handle != 0 ? reinterpret_cast<Key*>(handle) : tree.current;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -7,28 +7,22 @@
 /// host's contract.
 #pragma once
 
+#include "document/document_text.h"
 #include "object/host_object_header.h"
 #include "object/readers_writer_lock.h"
 #include "tree/key_tree.h"
 
-#include <component/ilk/rtl/basic_string.h>
 #include <component/kernel/interface.h>
 
 #include <string>
 #include <string_view>
 
-namespace ilk {
-class File;
-}
-
-namespace arbor {
+namespace arbor::module {
 
 class TextBuffer;
 
 class Arbor : public HostObjectHeader {
 public:
-    using Text = ilk::basic_string_t<char16_t>;
-
     Arbor();
     ~Arbor();
     Arbor(const Arbor&) = delete;
@@ -145,22 +139,13 @@ private:
     // Loading
     ResultCode LoadFromFile();
     ResultCode LoadExistingFile();
-    ResultCode ReadDocumentFile();
     ResultCode LoadFromIoObject();
     ResultCode readFromBuffer(const char* data, std::uint64_t size);
-    ResultCode CreateMissingFile();
 
     // Saving
-    struct DocumentFiles;
     ResultCode SaveToFile();
-    ResultCode WriteTemporaryFile(const char16_t* path);
-    ResultCode WriteToFile(ilk::File& file);
     ResultCode WriteToIoObject(HostObject* io);
     ResultCode Serialise(TextBuffer& document);
-    void MakeFirstBackup(const DocumentFiles& files);
-    void MakeSecondBackup(const DocumentFiles& files);
-    ResultCode MoveToDocument(const char16_t* temporary);
-    [[nodiscard]] const char16_t* NameOrNone() const;
 
     /// The document's path as the system takes it: `Name` up to its first terminator, wherever a caller put that.
     [[nodiscard]] std::u16string_view DocumentPath() const { return Name.data(); }
@@ -183,4 +168,4 @@ private:
     std::uint32_t Dirty;      // 0 clean, 1 changed, 2 serialised and not yet stored
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -3,11 +3,11 @@
 #include "object/arbor.h"
 #include "object/change_key.h"
 #include "object/copy_key_tree.h"
-#include "tree/buffer_contract.h"
+#include "tree/value/buffer_contract.h"
 
 #include <component/kernel/trace.h>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -188,4 +188,4 @@ ResultCode Arbor::SetRootStr(const char* path) {
     return code;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

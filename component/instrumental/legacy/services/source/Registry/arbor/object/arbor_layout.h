@@ -6,7 +6,7 @@
 
 #include <cstddef>
 
-namespace arbor {
+namespace arbor::module {
 
 // The class has a base with fields, for which the language leaves `offsetof` to the compiler; ours has it.
 #pragma GCC diagnostic push
@@ -54,4 +54,4 @@ static_assert(sizeof(HostObjectHeader) == 3 * sizeof(HostWord));
 static_assert(ArborLayout::HoldsOnTarget(), "the host takes exactly these bytes");
 static_assert(ArborLayout::LockHoldsOnTarget());
 
-}   // namespace arbor
+}   // namespace arbor::module

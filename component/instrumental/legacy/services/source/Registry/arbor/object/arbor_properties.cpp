@@ -1,13 +1,13 @@
 // The handlers of the properties that don't simply live in the object. None of them takes the lock or reads the id.
 
 #include "object/arbor.h"
-#include "tree/buffer_contract.h"
+#include "tree/value/buffer_contract.h"
 
 #include <component/ilk/error/exception.h>
 #include <component/ilk/error/result_code.h>
 #include <component/kernel/trace.h>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -97,4 +97,4 @@ ResultCode Arbor::setName(std::uint32_t* count, std::uint32_t, void* buffer, std
     return code;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -2,11 +2,11 @@
 
 #include "object/arbor.h"
 #include "object/change_key.h"
-#include "tree/buffer_contract.h"
+#include "tree/value/buffer_contract.h"
 
 #include <component/kernel/trace.h>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -115,4 +115,4 @@ ResultCode Arbor::DeleteValueByInd(KeyHandle handle, std::uint32_t index) {
     return code;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

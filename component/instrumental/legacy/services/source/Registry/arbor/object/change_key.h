@@ -3,7 +3,7 @@
 
 #include "object/arbor.h"
 
-namespace arbor {
+namespace arbor::module {
 
 template <class Work>
 ResultCode Arbor::ChangeKey(KeyHandle handle, Work work) {
@@ -15,4 +15,4 @@ ResultCode Arbor::ChangeKey(KeyHandle handle, Work work) {
     return code;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -1,7 +1,7 @@
 // Reading and writing a value in another type than its own: by way of its text form.
 
 #include "object/arbor.h"
-#include "tree/value_holder.h"
+#include "tree/value/value_holder.h"
 
 #include <component/kernel/host_string.h>
 #include <component/kernel/trace.h>
@@ -9,7 +9,7 @@
 
 #include <memory>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -122,4 +122,4 @@ ResultCode Arbor::AlignBinaryRequest(const Value* value, TypeCode* type, std::ui
     return kDone;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -5,7 +5,7 @@
 #include <new>
 #include <vector>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -155,4 +155,4 @@ ResultCode CopyKeyTree(HostObject* source, KeyHandle sourceKey, HostObject* dest
     }
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -3,7 +3,7 @@
 
 #include "tree/contract.h"
 
-namespace arbor {
+namespace arbor::module {
 
 /// Copies the values and all that lies below `sourceKey` into `destinationKey`, through the method tables of the two
 /// objects: the destination can be any object with the interface. What is there already takes the new values and keeps
@@ -11,4 +11,4 @@ namespace arbor {
 /// must not lie below the source key: such a copy would never end.
 ResultCode CopyKeyTree(HostObject* source, KeyHandle sourceKey, HostObject* destination, KeyHandle destinationKey);
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -2,7 +2,7 @@
 
 #include <component/kernel/interface.h>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -37,4 +37,4 @@ SystemTable MakePlaceholderSystemTable() {
 
 HostObjectHeader::HostObjectHeader() : HostObject{kPlaceholderMethods.data(), kPlaceholderSystem.data()} {}
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -6,7 +6,7 @@
 
 #include <array>
 
-namespace arbor {
+namespace arbor::module {
 
 /// Constant answers for every slot of a host's system table: what an object under construction, or one without a host,
 /// gets from a system call.
@@ -21,4 +21,4 @@ struct HostObjectHeader : HostObject {
     HostWord hostWord;   // the host's; neither read nor written here
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

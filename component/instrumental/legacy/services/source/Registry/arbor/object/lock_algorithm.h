@@ -27,7 +27,7 @@
 #include <atomic>
 #include <cstdint>
 
-namespace arbor {
+namespace arbor::module {
 
 template <class System>
 class LockAlgorithm {
@@ -133,4 +133,4 @@ void LockAlgorithm<System>::ReleaseExclusive() {
     if (readersToWake > 0) System::Open(readersGate, readersToWake);
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -57,4 +57,4 @@ MethodAddresses MakeForwarders() {
     return table;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

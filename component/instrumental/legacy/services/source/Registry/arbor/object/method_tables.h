@@ -6,7 +6,7 @@
 
 #include <array>
 
-namespace arbor {
+namespace arbor::module {
 
 using MethodAddresses = std::array<void*, kernel::kRegistryMethods>;
 
@@ -18,4 +18,4 @@ using MethodAddresses = std::array<void*, kernel::kRegistryMethods>;
 /// argument in place, so that one table serves all objects. The last entry is null: `Save` is the module's own.
 [[nodiscard]] MethodAddresses MakeForwarders();
 
-}   // namespace arbor
+}   // namespace arbor::module

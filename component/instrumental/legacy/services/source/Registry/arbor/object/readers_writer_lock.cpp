@@ -2,7 +2,7 @@
 
 #include <component/platform/files.h>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -56,4 +56,4 @@ void ReadersWriterLock::Initialise() {
     writersGate = newWritersGate;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

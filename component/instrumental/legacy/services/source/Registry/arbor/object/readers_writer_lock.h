@@ -9,7 +9,7 @@
 #include <atomic>
 #include <cstdint>
 
-namespace arbor {
+namespace arbor::module {
 
 /// The system's objects behind the algorithm.
 struct LockSystem {
@@ -76,4 +76,4 @@ private:
     std::uint32_t synchronised;
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -12,7 +12,7 @@
 #include <exception>
 #include <new>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -112,7 +112,7 @@ ResultCode Register(HostObject* root) {
 
 }   // namespace
 
-}   // namespace arbor
+}   // namespace arbor::module
 
 extern "C" int ModuleEntry(void* first, std::uint32_t reason, void* third) {
     if (reason != kernel::kHostStartReason) return 1;
@@ -120,7 +120,7 @@ extern "C" int ModuleEntry(void* first, std::uint32_t reason, void* third) {
     auto& result = *static_cast<kernel::ResultCode*>(third);
     kernel::HostRoot = root;
     result = 0;
-    result = arbor::Register(root);
+    result = arbor::module::Register(root);
     if (kernel::IsSuccess(result)) return 1;
     kernel::Trace(root, kernel::TraceFailure, "cannot register \"Registry\" interface");
     return 0;

@@ -7,8 +7,8 @@
 #include <component/kernel/types.h>
 #include <component/kernel/value_types.h>
 
-namespace arbor {
+namespace arbor::module {
 
 using namespace kernel;
 
-}   // namespace arbor
+}   // namespace arbor::module

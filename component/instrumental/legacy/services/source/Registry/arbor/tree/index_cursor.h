@@ -8,7 +8,7 @@
 #include <atomic>
 #include <cstdint>
 
-namespace arbor {
+namespace arbor::module {
 
 template <class List>
 class IndexCursor {
@@ -76,4 +76,4 @@ private:
     std::atomic<std::uint8_t> valid{kEmpty};
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -2,14 +2,14 @@
 
 #include "tree/key_layout.h"
 #include "tree/path.h"
-#include "tree/value_holder.h"
+#include "tree/value/value_holder.h"
 
 #include <charconv>
 #include <cstring>
 #include <iterator>
 #include <memory>
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -373,4 +373,4 @@ void Key::FreeName(NameRange& target) const {
     target = NameRange();
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -21,7 +21,7 @@
 #include <string_view>
 #include <vector>
 
-namespace arbor {
+namespace arbor::module {
 
 /// Name of a value that has none: a foreign element's text, and a value added by index (with its index appended).
 inline constexpr char kUnnamedValue[] = "noname";
@@ -176,4 +176,4 @@ private:
     mutable IndexCursor<ValueList> valueCursor;
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

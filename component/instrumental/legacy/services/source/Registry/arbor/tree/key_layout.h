@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-namespace arbor {
+namespace arbor::module {
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"   // bases with fields: the compiler has the places all the same
@@ -29,4 +29,4 @@ struct KeyLayout {
 static_assert(KeyLayout::KeyHoldsOnTarget());
 static_assert(KeyLayout::EntryHoldsOnTarget());
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -2,7 +2,7 @@
 
 #include "tree/sibling_places.h"
 
-namespace arbor {
+namespace arbor::module {
 
 KeyTree::~KeyTree() {
     SiblingPlaces::Of(*this).Forget(*this);
@@ -71,4 +71,4 @@ void KeyTree::ClearCurrent() {
     current->Clear();
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -4,7 +4,7 @@
 #include "tree/contract.h"
 #include "tree/key.h"
 
-namespace arbor {
+namespace arbor::module {
 
 /// Owns the root and with it the whole tree. All three pointers are null until `Start`. `current` stands at or below
 /// `top`. No lock here.
@@ -43,4 +43,4 @@ struct KeyTree {
     Key* current = nullptr;
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

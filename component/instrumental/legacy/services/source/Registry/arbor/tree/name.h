@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-namespace arbor {
+namespace arbor::module {
 
 /// A name and its length; one at rest has a terminator behind it. Owns nothing: whoever holds it knows the block.
 struct NameRange {
@@ -128,4 +128,4 @@ private:
     return {{name.data(), static_cast<std::uint32_t>(name.size())}, NameHash(name)};
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

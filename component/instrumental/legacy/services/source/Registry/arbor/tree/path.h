@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-namespace arbor {
+namespace arbor::module {
 
 [[nodiscard]] constexpr bool IsSeparator(char c) { return c == '/' || c == '\\'; }
 
@@ -63,4 +63,4 @@ private:
     std::string_view rest;
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

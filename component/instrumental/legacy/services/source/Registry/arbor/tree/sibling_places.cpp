@@ -2,7 +2,7 @@
 
 #include "tree/key_tree.h"
 
-namespace arbor {
+namespace arbor::module {
 
 namespace {
 
@@ -93,4 +93,4 @@ void SiblingPlaces::Fill(Place& place, const KeyTree& tree, const Key& root, con
     place.child = &child;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

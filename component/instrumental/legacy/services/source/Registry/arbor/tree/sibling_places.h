@@ -14,7 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace arbor {
+namespace arbor::module {
 
 struct KeyTree;
 
@@ -51,4 +51,4 @@ private:
     std::atomic<std::uint8_t> isClaimed{0};
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

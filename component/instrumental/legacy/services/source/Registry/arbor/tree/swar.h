@@ -12,7 +12,7 @@
 #include <string_view>
 #include <type_traits>
 
-namespace arbor {
+namespace arbor::module {
 
 using Word = std::uint64_t;
 
@@ -70,4 +70,4 @@ template <class Unsigned>
     return std::memcmp(a, b, count) == 0;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -2,11 +2,11 @@
 #pragma once
 
 #include "tree/name.h"
-#include "tree/value.h"
+#include "tree/value/value.h"
 
 #include <boost/intrusive/list.hpp>
 
-namespace arbor {
+namespace arbor::module {
 
 /// Built in place in a host block by `Key`, which owns it; its name's block and its value go with it, by `Key`'s hand.
 struct ValueEntry : boost::intrusive::list_base_hook<>, HashedName {
@@ -15,4 +15,4 @@ struct ValueEntry : boost::intrusive::list_base_hook<>, HashedName {
 
 using ValueList = boost::intrusive::list<ValueEntry, boost::intrusive::constant_time_size<true>>;
 
-}   // namespace arbor
+}   // namespace arbor::module

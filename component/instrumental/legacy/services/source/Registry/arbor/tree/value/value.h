@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-namespace arbor {
+namespace arbor::module {
 
 /// The success of a `Set` that found the same datum already there.
 inline constexpr ResultCode ResultUnchanged = 71;
@@ -51,4 +51,4 @@ public:
 /// Destroys a value of `CreateValue` and frees its block; null is allowed.
 void ReleaseValue(const HostObject* host, Value* value);
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -1,4 +1,4 @@
-#include "tree/number_text.h"
+#include "tree/value/number_text.h"
 
 #include <component/platform/double_arithmetic.h>
 
@@ -7,7 +7,7 @@
 #include <cstring>
 #include <limits>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 /// Whether a number that no double holds is too large rather than too small: where its first digit stands tells. The
@@ -73,4 +73,4 @@ char* PrintDouble(char* first, char* last, double number) {
     return error == std::errc() ? end : nullptr;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -2,13 +2,13 @@
 /// the type of the datum and the two conversions.
 #pragma once
 
-#include "tree/buffer_contract.h"
-#include "tree/number_text.h"
+#include "tree/value/buffer_contract.h"
+#include "tree/value/number_text.h"
 
 #include <charconv>
 #include <string_view>
 
-namespace arbor {
+namespace arbor::module {
 
 /// Room for any number's text; one beyond it isn't printed. The last byte is kept for a terminator that never comes.
 inline constexpr std::size_t kScratchBytes = 256;
@@ -146,4 +146,4 @@ struct FunctionWord {
     static ResultCode FromText(const char*, std::uint32_t&) { return kDone; }
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

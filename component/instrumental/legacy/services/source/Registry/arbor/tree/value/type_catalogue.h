@@ -8,7 +8,7 @@
 
 #include <string_view>
 
-namespace arbor {
+namespace arbor::module {
 
 /// Returns the type of exactly that name, case included, or 0. The name needs no terminator.
 [[nodiscard]] TypeCode TypeCodeFromName(std::string_view name);
@@ -17,4 +17,4 @@ namespace arbor {
 /// 64, as every type that a value reports is.
 [[nodiscard]] std::string_view TypeNameFromCode(TypeCode code);
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -1,4 +1,4 @@
-#include "tree/value_holder.h"
+#include "tree/value/value_holder.h"
 
 #include <component/kernel/type_table.h>
 
@@ -6,7 +6,7 @@
 #include <array>
 #include <new>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 template <class... Classes>
@@ -99,4 +99,4 @@ void ReleaseValue(const HostObject* host, Value* value) {
     HostFree(host, value);
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace arbor {
+namespace arbor::module {
 
 inline constexpr std::uint32_t kNoLimit = ~std::uint32_t{0};
 
@@ -19,4 +19,4 @@ std::int32_t DecodeUtf8(const char* source, std::uint32_t size, char16_t* target
 /// Writes one to three bytes for each unit, without a terminator; returns the end of the text.
 char* EncodeUtf8(const char16_t* source, std::uint32_t length, char* target);
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -3,14 +3,14 @@
 /// the two texts and the block have holders of their own.
 #pragma once
 
-#include "tree/scalar_storage.h"
-#include "tree/value.h"
+#include "tree/value/scalar_storage.h"
+#include "tree/value/value.h"
 
 #include <component/kernel/host_memory.h>
 
 #include <cstring>
 
-namespace arbor {
+namespace arbor::module {
 
 template <class Storage>
 class ValueHolder : public Value {
@@ -166,4 +166,4 @@ public:
     [[nodiscard]] TypeCode GetType() const override { return Code; }
 };
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -1,4 +1,4 @@
-#include "tree/type_catalogue.h"
+#include "tree/value/type_catalogue.h"
 
 #include "tree/swar.h"
 
@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 /// Names by code; a view of nothing where a code has none.
@@ -72,4 +72,4 @@ TypeCode TypeCodeFromName(std::string_view name) { return Find(name); }
 
 std::string_view TypeNameFromCode(TypeCode code) { return TypeNameTable[code]; }
 
-}   // namespace arbor
+}   // namespace arbor::module

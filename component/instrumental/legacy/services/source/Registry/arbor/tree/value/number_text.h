@@ -6,7 +6,7 @@
 #include <limits>
 #include <type_traits>
 
-namespace arbor {
+namespace arbor::module {
 
 /// White space as the C locale sees it.
 [[nodiscard]] constexpr bool IsBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
@@ -85,4 +85,4 @@ enum class ScanResult {
 /// `last`.
 [[nodiscard]] char* PrintDouble(char* first, char* last, double number);
 
-}   // namespace arbor
+}   // namespace arbor::module

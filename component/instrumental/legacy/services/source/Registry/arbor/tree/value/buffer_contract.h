@@ -6,7 +6,7 @@
 #include <cstring>
 #include <limits>
 
-namespace arbor {
+namespace arbor::module {
 
 /// Answers a read that needs `needed` bytes; `write(char*)` fills a buffer that has room for them.
 template <class Write>
@@ -38,4 +38,4 @@ inline ResultCode DeliverNothing(std::uint32_t* size) {
     return kDone;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

@@ -1,6 +1,6 @@
-#include "tree/utf8.h"
+#include "tree/value/utf8.h"
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 constexpr std::uint8_t kReplacement = '?';
@@ -59,4 +59,4 @@ char* EncodeUtf8(const char16_t* source, std::uint32_t length, char* target) {
     return target;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

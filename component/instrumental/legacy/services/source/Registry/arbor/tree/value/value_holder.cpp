@@ -1,13 +1,13 @@
-#include "tree/value_holder.h"
+#include "tree/value/value_holder.h"
 
-#include "tree/number_text.h"
-#include "tree/utf8.h"
+#include "tree/value/number_text.h"
+#include "tree/value/utf8.h"
 
 #include <algorithm>
 #include <array>
 #include <string>
 
-namespace arbor {
+namespace arbor::module {
 namespace {
 
 using Units = std::char_traits<char16_t>;
@@ -179,4 +179,4 @@ ResultCode TextValue<ByteBlock>::FromText(const char* source) {
     return kDone;
 }
 
-}   // namespace arbor
+}   // namespace arbor::module

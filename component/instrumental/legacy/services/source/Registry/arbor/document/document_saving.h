@@ -1,0 +1,31 @@
+/// Saving: a document's file is never written in place. A temporary file beside it gets the new text and is flushed,
+/// the backups are made, and one final move replaces the document. After a failure at any step a complete document is
+/// on the disk under one of the names.
+#pragma once
+
+#include "document/document_text.h"
+#include "tree/contract.h"
+
+#include <cstdint>
+#include <functional>
+
+namespace arbor::module {
+
+class TextBuffer;
+
+enum BackupModes : std::uint8_t {
+    BackupNone = 0,
+    BackupRotate = 1,            // every save keeps the last document
+    BackupFirstThenRotate = 2,   // the next save also keeps its own text; then as above
+};
+
+/// Writes the document's text into the buffer. Returns a code; a failure ends the save before the backups.
+using SerialiseCall = std::function<ResultCode(TextBuffer&)>;
+
+/// Replaces the document `name` by the text of `serialise`, with the backups of `backupMode`, which becomes
+/// `BackupRotate` after a first backup. `object` receives the trace lines. Returns the code of writing the temporary
+/// file or of the final move; a failed backup is only traced. Waits up to 400 ms for a document that is in use.
+ResultCode ReplaceDocument(const HostObject* object, const Text& name, std::uint8_t& backupMode,
+                           const SerialiseCall& serialise);
+
+}   // namespace arbor::module

@@ -1,0 +1,10 @@
+/// 16-bit text of the foundation, for the names of a document and its files.
+#pragma once
+
+#include <component/ilk/rtl/basic_string.h>
+
+namespace arbor::module {
+
+using Text = ilk::basic_string_t<char16_t>;
+
+}   // namespace arbor::module

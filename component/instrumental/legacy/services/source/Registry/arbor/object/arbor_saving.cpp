@@ -1,0 +1,47 @@
+// Saving of the object's tree.
+
+#include "document/document_saving.h"
+#include "document/profile_format.h"
+#include "document/text_buffer.h"
+#include "object/arbor.h"
+
+#include <component/kernel/io_object.h>
+#include <component/kernel/trace.h>
+
+namespace arbor::module {
+
+ResultCode Arbor::Save(HostWord) {
+    if (!IsDirty()) {
+        Trace(this, TraceProgress, "arbor\tskip saving because data wasn`t changed");
+        return kDone;
+    }
+    if (Name.empty() && IoObject == nullptr) {
+        ClearDirty();   // there is no document to store
+        return kDone;
+    }
+    const ResultCode code = Name.empty() ? WriteToIoObject(IoObject) : SaveToFile();
+    EndSave(code);
+    return code;
+}
+
+ResultCode Arbor::SaveToFile() {
+    return ReplaceDocument(this, Name, BackupMode, [this](TextBuffer& document) { return Serialise(document); });
+}
+
+ResultCode Arbor::WriteToIoObject(HostObject* io) {
+    TextBuffer document;
+    ResultCode code = Serialise(document);
+    if (IsFailure(code)) return code;
+    code = IoWrite(io, document.View().data(), document.SizeBytes());
+    IoComplete(io);
+    return code;
+}
+
+ResultCode Arbor::Serialise(TextBuffer& document) {
+    const LockGuard guard = LockGuard::Shared(lock, Synchronised);
+    const ResultCode code = SaveDocument(tree, document);
+    if (IsSuccess(code)) MarkSerialised();
+    return code;
+}
+
+}   // namespace arbor::module
