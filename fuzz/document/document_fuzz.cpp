@@ -1,8 +1,10 @@
-// Any bytes as a document. Whatever a load leaves in the tree, a save writes it by the format's rules, and what was
-// written loads to the tree that those rules promise; from then on nothing changes any more.
+// Any bytes as a document. A load gives the code and the tree of the plain reader. Whatever it leaves in the tree, a
+// save writes by the format's rules, and what was written loads to the tree that those rules promise; from then on
+// nothing changes.
 #include "document/profile_format.h"
 #include "document/text_buffer.h"
 #include "fuzz.h"
+#include "model/document.h"
 #include "model/store.h"
 #include "tree/key_tree.h"
 
@@ -72,7 +74,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     {
         KeyTree tree;
         FUZZ_CHECK(tree.Start(kernel.Root()) == kernel::kDone);
-        static_cast<void>(Load(tree, {reinterpret_cast<const char*>(data), size}));   // a refused one leaves a tree too
+        const std::string_view document(reinterpret_cast<const char*>(data), size);
+        model::Key expected;
+        const ResultCode code = model::ReadDocument(document, expected);
+        FUZZ_CHECK(Load(tree, document) == code);
+        FUZZ_CHECK(model::Same(*Plain(tree), expected));   // after a failure too
         std::unique_ptr<model::Key> reloaded;
         static_cast<void>(Reload(kernel, *Plain(tree), tree, reloaded));
     }

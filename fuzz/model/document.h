@@ -1,0 +1,15 @@
+/// The rules of loading a second time, as plainly as possible: one recursive descent over the text, without a fast
+/// path.
+#pragma once
+
+#include "model/store.h"
+
+#include <string_view>
+
+namespace model {
+
+/// Adds the keys and values of a document to `root`. Returns the code of the load; after a failure `root` keeps what
+/// was added before it. The indexes by name of `root` are those of a load that succeeds.
+ResultCode ReadDocument(std::string_view text, Key& root);
+
+}   // namespace model
