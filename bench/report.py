@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Runs the programs of the comparison and reports what they say.
+"""Runs the programs of the comparison and reports their figures.
 
 usage: report.py run      BUILD  measures everything, prints the tables, writes docs/performance.md and its pictures
-       report.py against  BUILD OTHER_MODULE NAME   this tree's module and another one, in one run
+       report.py against  BUILD OTHER_MODULE NAME   compares this tree's module with another one in one run
        report.py check    BUILD  counts instructions and compares them with bench/instructions.tsv
-       report.py record   BUILD  counts them and keeps the figures
+       report.py record   BUILD  counts them and writes bench/instructions.tsv
 """
 import collections
 import os
@@ -19,7 +19,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 DOCS = HERE.parent / 'docs'
 ROUNDS = 5
 
-# Program, and the variants that it measures.
+# Each program and the variants that it measures.
 PROGRAMS = {
     'store': ['store'],
     'pugixml': ['pugixml', 'pugixml+index'],
@@ -38,17 +38,17 @@ TITLES = {
 SIZES = ['100KB', '1MB', '10MB', '100MB']
 WIDE = [(shape, count) for shape in ('widevalues', 'widekeys') for count in ('10000', '100000')]
 
-# A process that has been running for a while has its pages: what the system takes for new ones isn't measured.
-KEPT_MEMORY = {'MIMALLOC_ALLOW_DECOMMIT': '0', 'MIMALLOC_RESERVE_OS_MEMORY': '1GiB'}
+# For times: the allocator keeps its pages, as in a process that has run for a while, so page faults aren't measured.
+KEEP_PAGES = {'MIMALLOC_ALLOW_DECOMMIT': '0', 'MIMALLOC_RESERVE_OS_MEMORY': '1GiB'}
 
-# Memory is what a program holds, and not what the allocator keeps for a while in case it's wanted again.
-FREED_AT_ONCE = {'MIMALLOC_DECOMMIT_DELAY': '0'}
+# For memory: the allocator returns free pages at once, so only memory in use is measured.
+RETURN_PAGES = {'MIMALLOC_DECOMMIT_DELAY': '0'}
 
-# Tables: title, rows of (variant, cells), with a note below.
+# `rows` holds (row title, cells); `note` is printed below the table.
 Table = collections.namedtuple('Table', 'title head rows note')
 
 
-def say(text):
+def log(text):
     print(f'bench: {text}', file=sys.stderr, flush=True)
 
 
@@ -64,7 +64,7 @@ class Run:
     def document(self, shape, size):
         path = self.documents / f'{shape}-{size}.xml'
         if not path.exists():
-            say(f'making {path.name}')
+            log(f'generating {path.name}')
             part = path.with_suffix('.part')
             subprocess.run([sys.executable, HERE / 'gen.py', shape, size, part], check=True)
             part.rename(path)
@@ -72,7 +72,7 @@ class Run:
 
     def measure(self, program, mode, document, variant=None, module=None, label=None):
         command = [self.build / f'bench_{program}', mode, document, self.documents / 'scratch.xml']
-        environment = dict(os.environ) | (FREED_AT_ONCE if mode == 'memory' else KEPT_MEMORY)
+        environment = dict(os.environ) | (RETURN_PAGES if mode == 'memory' else KEEP_PAGES)
         if module:
             environment['ARBOR_MODULE'] = str(module)
         done = subprocess.run(command + ([variant] if variant else []), env=environment, check=True,
@@ -88,9 +88,9 @@ class Run:
         return statistics.median(self.figures[document, variant, job])
 
     def hit(self, document):
-        """One unit for all: each program sees its own hits, and any of them can have a bad day."""
-        return statistics.median(figure for (where, _, job), figures in self.figures.items()
-                                 if where == document and job == 'hit' for figure in figures)
+        """The unit of GET and SET: the median over the hits of all programs, since those of one program vary."""
+        return statistics.median(figure for (measured, _, job), figures in self.figures.items()
+                                 if measured == document and job == 'hit' for figure in figures)
 
 
 def measure_all(build):
@@ -98,25 +98,25 @@ def measure_all(build):
     start = time.monotonic()
     typical = {size: run.document('typical', size) for size in SIZES}
     wide = [run.document(shape, count) for shape, count in WIDE]
-    say('checking the answers')
+    log('checking the results')
     for program in PROGRAMS:
         run.measure(program, 'check', typical['1MB'])
-    say('measuring memory')
+    log('measuring memory')
     for program, variants in PROGRAMS.items():
         for variant in variants:
             run.measure(program, 'memory', typical['10MB'], variant)
     for number in range(ROUNDS):
-        say(f'round {number + 1} of {ROUNDS}, {time.monotonic() - start:.0f} s so far')
+        log(f'round {number + 1} of {ROUNDS}, {time.monotonic() - start:.0f} s so far')
         for program in PROGRAMS:
             run.measure(program, 'access', typical['1MB'])
             for size in ('100KB', '1MB', '10MB'):
                 run.measure(program, 'document', typical[size])
         for document in wide:
             run.measure('store', 'document', document)
-    say(f'the largest document, {time.monotonic() - start:.0f} s so far')
+    log(f'the largest document, {time.monotonic() - start:.0f} s so far')
     for program in PROGRAMS:
         run.measure(program, 'document', typical['100MB'])
-    say(f'measured in {time.monotonic() - start:.0f} s')
+    log(f'measured in {time.monotonic() - start:.0f} s')
     return run
 
 
@@ -125,7 +125,7 @@ def ratio(value):
 
 
 def speed_table(run, job, title, note, sizes=SIZES, base=('pugixml', None)):
-    """A job of each variant in times of another one's job."""
+    """A job's time for each variant, as a multiple of the time of `base`: a variant (None: the same) and a job."""
     rows = []
     for variant in VARIANTS:
         cells = []
@@ -148,8 +148,8 @@ def access_table(run):
         rows.append((TITLES[variant], [ratio(run.get(document, variant, job) / run.hit(document))
                                        if run.has(document, variant, job) else '' for job in jobs]))
     return Table('GET and SET, 1 MB, in hits', ['GET by path', 'GET, key open', 'SET by path', 'SET, key open'], rows,
-                 'A hit is what `std::unordered_map` with as many entries takes to find one by its whole path. '
-                 'Only the store gives out handles of open keys.')
+                 'A hit is the time in which `std::unordered_map` with as many entries finds one by its whole path. '
+                 'Only the store has handles of open keys.')
 
 
 def memory_table(run):
@@ -157,7 +157,7 @@ def memory_table(run):
     rows = [(TITLES[variant], [ratio(run.get('typical-10MB', variant, job) / size) for job in ('held', 'peak')])
             for variant in VARIANTS]
     return Table('Memory after LOAD, 10 MB, bytes per byte of the document', ['held', 'peak'], rows,
-                 'Pages of the process, in a process that has done nothing else.')
+                 'Resident memory of a process that has done nothing else.')
 
 
 def growth_table(run):
@@ -182,18 +182,18 @@ def wide_table(run):
             cells.append(ratio(large / small) if not (job == 'next_key' and shape == 'widevalues') else '')
         rows.append((job.upper(), cells))
     return Table('Growth of one key from 10,000 to 100,000 entries', ['values', 'child keys'], rows,
-                 'ENUM_DOWN goes by falling index, NEXT_KEY from sibling to sibling by `OpenNextKey`.')
+                 'ENUM_DOWN reads by descending index, NEXT_KEY steps from sibling to sibling by `OpenNextKey`.')
 
 
 def tables_of(run):
     return [
-        speed_table(run, 'load', 'LOAD, in times of the bare pugixml', 'From the file to the last answer that can be '
-                    'asked for: with an index, its building is counted.'),
+        speed_table(run, 'load', 'LOAD, in times of the bare pugixml', 'From the file until every query can be '
+                    'answered: building an index is included.'),
         access_table(run),
         speed_table(run, 'save', 'SAVE to memory, in times of the bare pugixml', ''),
         speed_table(run, 'save_disk', 'SAVE to the disk, in times of the bare pugixml',
                     'A temporary file, one write, a flush and a move, for all of them.', ['1MB', '10MB']),
-        speed_table(run, 'enum', 'ENUM, in times of the bare pugixml', 'Every name and every value in its own type.'),
+        speed_table(run, 'enum', 'ENUM, in times of the bare pugixml', 'Reads every name, and every value in its type.'),
         speed_table(run, 'free', 'FREE, as a share of the own LOAD', '', base=(None, 'load')),
         memory_table(run),
         growth_table(run),
@@ -217,7 +217,7 @@ def as_text(table):
 
 
 def draw(run, folder):
-    """One picture a job: how the time for each byte grows with the document."""
+    """Draws a picture for each job: its time by the size of the document."""
     folder.mkdir(parents=True, exist_ok=True)
     for job, title in (('load', 'LOAD'), ('save', 'SAVE to memory'), ('enum', 'ENUM'), ('free', 'FREE')):
         blocks = []
@@ -251,12 +251,12 @@ def write_report(run, tables):
 
 
 def against(build, module, name):
-    """Alternating runs of two builds of the module under one program."""
+    """Runs one program with two builds of the module in turn."""
     run = Run(build)
     documents = [run.document('typical', size) for size in ('1MB', '10MB')]
     own = run.build / 'arbor.so'
     for number in range(ROUNDS):
-        say(f'round {number + 1} of {ROUNDS}')
+        log(f'round {number + 1} of {ROUNDS}')
         for label, path in (('this', own), ('other', module)):
             run.measure('store', 'access', documents[0], module=path, label=label)
             for document in documents:
@@ -297,40 +297,40 @@ def count_instructions(build):
     return counts
 
 
-def kept_path():
+def recorded_path():
     return HERE / 'instructions.tsv'
 
 
 def record(build):
     counts = count_instructions(build)
-    kept_path().write_text(''.join(f'{job}\t{count}\n' for job, count in counts.items()))
-    print(kept_path().read_text(), end='')
+    recorded_path().write_text(''.join(f'{job}\t{count}\n' for job, count in counts.items()))
+    print(recorded_path().read_text(), end='')
 
 
 def check(build):
     counts = count_instructions(build)
-    kept = dict(line.split('\t') for line in kept_path().read_text().splitlines())
-    worse = 0
-    for job, figure in kept.items():
+    recorded = dict(line.split('\t') for line in recorded_path().read_text().splitlines())
+    failures = 0
+    for job, figure in recorded.items():
         share = counts.get(job, 0) / int(figure) - 1
-        verdict = 'ok' if abs(share) <= TOLERANCE else 'slower' if share > 0 else 'faster: keep the new figure'
-        worse += job not in counts or abs(share) > TOLERANCE
+        verdict = 'ok' if abs(share) <= TOLERANCE else 'slower' if share > 0 else 'faster: record the new figure'
+        failures += job not in counts or abs(share) > TOLERANCE
         print(f'{job:12} {counts.get(job, 0):12} instructions  {share:+7.1%}  {verdict}')
-    sys.exit(1 if worse else 0)
+    sys.exit(1 if failures else 0)
 
 
 def main():
-    act, build, *rest = sys.argv[1:]
-    if act == 'run':
+    command, build, *rest = sys.argv[1:]
+    if command == 'run':
         run = measure_all(build)
         tables = tables_of(run)
         print('\n'.join(as_text(table) for table in tables))
         write_report(run, tables)
-    elif act == 'against':
+    elif command == 'against':
         against(build, *rest)
-    elif act == 'check':
+    elif command == 'check':
         check(build)
-    elif act == 'record':
+    elif command == 'record':
         record(build)
     else:
         sys.exit(__doc__)

@@ -1,3 +1,5 @@
+// Reads the lines of a generated document and converts its values.
+
 #include "document.h"
 
 #include <algorithm>
@@ -13,7 +15,7 @@ namespace {
 
 constexpr std::array<std::string_view, 5> kElements = {"tDWORD", "tQWORD", "tBOOL", "tSTRING", "tBINARY"};
 
-constexpr std::array<std::pair<std::string_view, char>, 6> kReferences = {{
+constexpr std::array<std::pair<std::string_view, char>, 6> kEntities = {{
     {"&amp;", '&'},
     {"&lt;", '<'},
     {"&gt;", '>'},
@@ -25,10 +27,10 @@ constexpr std::array<std::pair<std::string_view, char>, 6> kReferences = {{
 std::string Decode(std::string_view text) {
     std::string plain;
     while (!text.empty()) {
-        const auto* const found = std::find_if(kReferences.begin(), kReferences.end(),
+        const auto* const found = std::find_if(kEntities.begin(), kEntities.end(),
                                                [&](const auto& row) { return text.starts_with(row.first); });
-        plain += found != kReferences.end() ? found->second : text.front();
-        text.remove_prefix(found != kReferences.end() ? found->first.size() : 1);
+        plain += found != kEntities.end() ? found->second : text.front();
+        text.remove_prefix(found != kEntities.end() ? found->first.size() : 1);
     }
     return plain;
 }
@@ -50,14 +52,15 @@ std::string NumberText(std::string_view bytes) {
 
 unsigned HexDigit(char c) { return static_cast<unsigned>(c <= '9' ? c - '0' : c - 'A' + 10); }
 
-/// What stands between the quotes of the one attribute.
-std::string NameIn(std::string_view tag) {
+/// The value of a tag's only attribute, the name.
+std::string NameAttribute(std::string_view tag) {
     const std::size_t first = tag.find('"');
     const std::size_t last = tag.rfind('"');
     if (first == std::string_view::npos || first == last) throw std::runtime_error("a tag without a name");
     return Decode(tag.substr(first + 1, last - first - 1));
 }
 
+/// Consumes a line of `rest`. Returns it without its indent and line end.
 std::string_view NextLine(std::string_view& rest) {
     const std::size_t cut = std::min(rest.find('\n'), rest.size());
     std::string_view line = rest.substr(0, cut);
@@ -67,17 +70,17 @@ std::string_view NextLine(std::string_view& rest) {
     return line;
 }
 
-Entry ValueIn(std::string_view line, const std::string& path) {
+Entry ParseValue(std::string_view line, const std::string& path) {
     const std::size_t start = line.find('>');
     const std::size_t stop = line.rfind("</");
-    const std::size_t blank = line.find(' ');
-    if (blank > start || stop == std::string_view::npos || stop < start) throw std::runtime_error("not a value");
-    return {path, NameIn(line.substr(0, start)), KindOf(line.substr(1, blank - 1)),
+    const std::size_t space = line.find(' ');
+    if (space > start || stop == std::string_view::npos || stop < start) throw std::runtime_error("not a value");
+    return {path, NameAttribute(line.substr(0, start)), KindOf(line.substr(1, space - 1)),
             Decode(line.substr(start + 1, stop - start - 1))};
 }
 
-/// Another content of the same kind and length.
-std::string Changed(Kind kind, std::string bytes) {
+/// Returns another content of the same kind and length.
+std::string MakeChanged(Kind kind, std::string bytes) {
     if (kind == Kind::String) {
         bytes.front() = bytes.front() == 'Z' ? 'Y' : 'Z';
     } else {
@@ -90,7 +93,7 @@ std::string Changed(Kind kind, std::string bytes) {
 
 Kind KindOf(std::string_view element) {
     const auto* const found = std::find(kElements.begin(), kElements.end(), element);
-    if (found == kElements.end()) throw std::runtime_error("an element that no generator writes");
+    if (found == kElements.end()) throw std::runtime_error("an element that the generator doesn't write");
     return static_cast<Kind>(found - kElements.begin());
 }
 
@@ -118,8 +121,8 @@ std::string TextForm(Kind kind, std::string_view bytes) {
     return text;
 }
 
-void ReadDocument(std::string_view document, const std::function<void(const std::string&)>& key,
-                  const std::function<void(const Entry&)>& value) {
+void ReadDocument(std::string_view document, const std::function<void(const std::string&)>& onKey,
+                  const std::function<void(const Entry&)>& onValue) {
     std::string path;
     std::vector<std::size_t> lengths;
     bool open = false;
@@ -128,8 +131,8 @@ void ReadDocument(std::string_view document, const std::function<void(const std:
         if (line.starts_with("<key ")) {
             lengths.push_back(path.size());
             if (!path.empty()) path += '/';
-            path += NameIn(line);
-            key(path);
+            path += NameAttribute(line);
+            onKey(path);
         } else if (line == "</key>" && !lengths.empty()) {
             path.resize(lengths.back());
             lengths.pop_back();
@@ -138,36 +141,37 @@ void ReadDocument(std::string_view document, const std::function<void(const std:
         } else if (line == "</arbor>") {
             open = false;
         } else if (!line.empty() && !line.starts_with("<?")) {
-            value(ValueIn(line, path));
+            onValue(ParseValue(line, path));
         }
     }
-    if (open || !lengths.empty()) throw std::runtime_error("the document breaks off");
+    if (open || !lengths.empty()) throw std::runtime_error("the document is incomplete");
 }
 
-Census CensusOf(std::string_view document) {
-    Census census;
+ContentDigest DigestOf(std::string_view document) {
+    ContentDigest digest;
     ReadDocument(
-        document, [&](const std::string& path) { census.AddKey(std::string_view(path).substr(path.rfind('/') + 1)); },
-        [&](const Entry& entry) { census.AddValue(entry.name, BinaryForm(entry.kind, entry.text)); });
-    return census;
+        document, [&](const std::string& path) { digest.AddKey(std::string_view(path).substr(path.rfind('/') + 1)); },
+        [&](const Entry& entry) { digest.AddValue(entry.name, BinaryForm(entry.kind, entry.text)); });
+    return digest;
 }
 
-std::vector<Question> QuestionsOf(std::string_view document, std::size_t most) {
+std::vector<AccessCase> MakeAccessCases(std::string_view document, std::size_t maxCount) {
     std::vector<Entry> entries;
     ReadDocument(
         document, [](const std::string&) {}, [&](const Entry& entry) { entries.push_back(entry); });
     constexpr std::uint32_t kSeed = 1;
-    std::shuffle(entries.begin(), entries.end(), std::mt19937(kSeed));   // NOLINT(cert-msc51-cpp): the same each time
-    entries.resize(std::min(entries.size(), most));
-    std::vector<Question> questions;
-    questions.reserve(entries.size());
+    std::shuffle(entries.begin(), entries.end(),
+                 std::mt19937(kSeed));   // NOLINT(cert-msc51-cpp): the same order on each run
+    entries.resize(std::min(entries.size(), maxCount));
+    std::vector<AccessCase> cases;
+    cases.reserve(entries.size());
     for (Entry& entry : entries) {
-        std::string answer = BinaryForm(entry.kind, entry.text);
-        std::string other = Changed(entry.kind, answer);
-        std::string otherText = TextForm(entry.kind, other);
-        questions.push_back({std::move(entry), std::move(answer), std::move(other), std::move(otherText)});
+        std::string original = BinaryForm(entry.kind, entry.text);
+        std::string changed = MakeChanged(entry.kind, original);
+        std::string changedText = TextForm(entry.kind, changed);
+        cases.push_back({std::move(entry), std::move(original), std::move(changed), std::move(changedText)});
     }
-    return questions;
+    return cases;
 }
 
 }   // namespace bench

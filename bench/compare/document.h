@@ -1,7 +1,7 @@
-/// A generated document as its own generator means it: what every program of the comparison must find in it.
+/// The expected content of a generated document, against which every program of the comparison is checked.
 ///
-/// Reads the generator's form alone, a line for each tag, which the other libraries' printers keep too; so the right
-/// answers come from no XML library and not from the store either.
+/// Reads only the form that `bench/gen.py` writes, one tag or value per line, which the libraries' printers keep. So
+/// the expected content is computed by none of the programs that are checked.
 #pragma once
 
 #include <cstdint>
@@ -12,6 +12,7 @@
 
 namespace bench {
 
+/// The value types that a generated document has.
 enum class Kind : std::uint32_t {
     Dword,
     Qword,
@@ -20,31 +21,32 @@ enum class Kind : std::uint32_t {
     Binary,
 };
 
-/// The kind by its element's name. Throws `std::runtime_error` for any other name.
+/// The kind that an element's name stands for. Throws `std::runtime_error` for any other name.
 [[nodiscard]] Kind KindOf(std::string_view element);
 [[nodiscard]] std::string_view ElementOf(Kind kind);
 
-/// The bytes that a caller gets for a text: numbers in the machine's order, a string with its terminator.
+/// The bytes that a caller reads for a value's text: numbers in machine byte order, strings with their terminator.
 [[nodiscard]] std::string BinaryForm(Kind kind, std::string_view text);
 [[nodiscard]] std::string TextForm(Kind kind, std::string_view bytes);
 
+/// A value of a document.
 struct Entry {
-    std::string path;   // of its key, with `/` between the names
+    std::string path;   // of its key, names separated by `/`
     std::string name;
     Kind kind = Kind::Dword;
     std::string text;
 };
 
-/// Calls `value` for each value in the document's order and `key` with each key's path when it opens.
+/// Calls `onKey` with the path of each key and `onValue` with each value, in the document's order.
 /// Throws `std::runtime_error` for a line of another form.
-void ReadDocument(std::string_view document, const std::function<void(const std::string&)>& key,
-                  const std::function<void(const Entry&)>& value);
+void ReadDocument(std::string_view document, const std::function<void(const std::string&)>& onKey,
+                  const std::function<void(const Entry&)>& onValue);
 
-/// What a walk over a whole document has seen, in any order.
-struct Census {
+/// Counts and a checksum of all keys and values, independent of their order.
+struct ContentDigest {
     std::uint64_t keys = 0;
     std::uint64_t values = 0;
-    std::uint64_t sum = 0;   // of the lengths and last bytes of all names and binary forms
+    std::uint64_t sum = 0;   // lengths and last bytes of all names and binary forms
 
     void AddKey(std::string_view name) {
         ++keys;
@@ -55,7 +57,7 @@ struct Census {
         AddBytes(name);
         AddBytes(bytes);
     }
-    bool operator==(const Census&) const = default;
+    bool operator==(const ContentDigest&) const = default;
 
 private:
     void AddBytes(std::string_view bytes) {
@@ -64,17 +66,17 @@ private:
     }
 };
 
-[[nodiscard]] Census CensusOf(std::string_view document);
+[[nodiscard]] ContentDigest DigestOf(std::string_view document);
 
-/// One read or write of the measurement: where, and the two contents that are written in turn.
-struct Question {
+/// A value that a measurement reads and writes, and the two contents that it writes alternately.
+struct AccessCase {
     Entry entry;
-    std::string answer;   // binary form
-    std::string other;    // of the same length
-    std::string otherText;
+    std::string original;      // binary form of the document's content
+    std::string changed;       // binary form of another content of the same length
+    std::string changedText;   // the same as text
 };
 
-/// All values of a document, or an even choice of `most` of them, in a fixed random order.
-[[nodiscard]] std::vector<Question> QuestionsOf(std::string_view document, std::size_t most);
+/// All values of a document, or a random sample of `maxCount` of them, in random order; the same on each run.
+[[nodiscard]] std::vector<AccessCase> MakeAccessCases(std::string_view document, std::size_t maxCount);
 
 }   // namespace bench

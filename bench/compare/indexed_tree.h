@@ -1,5 +1,5 @@
-/// What a user would put on top of an XML library to get the store's work done: a tree of keys with hash indexes that
-/// don't look at the case of letters, and values in their own types. A string stays where the library has it.
+/// What a user of an XML library would add to it to do the store's work: a tree of keys with case-insensitive hash
+/// indexes and typed values. Names and strings refer to the library's memory.
 #pragma once
 
 #include "peer.h"
@@ -13,8 +13,8 @@
 
 namespace bench {
 
-/// Eight bytes at a time, with the case bit of each set: letters fold, and other bytes may fall together, which the
-/// comparison sorts out.
+/// Hashes 8 bytes at a time with the case bit of each byte set. Letters of both cases become equal; so do some other
+/// bytes, which `FoldedEqual` distinguishes.
 struct FoldedHash {
     std::size_t operator()(std::string_view name) const {
         std::uint64_t hash = name.size();
@@ -34,6 +34,7 @@ private:
     }
 };
 
+/// Compares without regard to the case of ASCII letters.
 struct FoldedEqual {
     static char Fold(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; }
     bool operator()(std::string_view a, std::string_view b) const {
@@ -45,7 +46,7 @@ struct FoldedEqual {
     }
 };
 
-/// `Handle` is the library's own place of a value's text.
+/// `Handle` is the library's reference to the node with a value's text.
 template <class Handle>
 class IndexedTree {
 public:
@@ -60,12 +61,12 @@ public:
         std::unordered_map<std::string_view, Value, FoldedHash, FoldedEqual> values;
     };
 
-    IndexedTree() { all.emplace_back(); }
+    IndexedTree() { keys.emplace_back(); }
 
-    [[nodiscard]] Key& Root() { return all.front(); }
+    [[nodiscard]] Key& Root() { return keys.front(); }
 
     Key& AddKey(Key& parent, std::string_view name) {
-        Key& key = all.emplace_back();
+        Key& key = keys.emplace_back();
         key.name = name;
         parent.keys.emplace(name, &key);
         return key;
@@ -73,7 +74,7 @@ public:
 
     void AddValue(Key& parent, std::string_view name, Kind kind, std::string_view text, Handle handle) {
         Value value{{}, kind, handle};
-        Take(value, text);
+        SetDatum(value, text);
         parent.values.emplace(name, std::move(value));
     }
 
@@ -109,8 +110,8 @@ public:
             value.datum);
     }
 
-    /// The typed datum from a text that the library holds.
-    static void Take(Value& value, std::string_view text) {
+    /// Sets the typed datum from the text in the library. A string refers to it.
+    static void SetDatum(Value& value, std::string_view text) {
         switch (value.kind) {
             case Kind::Dword:
             case Kind::Bool:
@@ -131,18 +132,18 @@ public:
         }
     }
 
-    [[nodiscard]] Census Enumerate() const {
-        Census census;
-        char buffer[kLongestValue];
-        for (const Key& key : all) {
-            if (&key != &all.front()) census.AddKey(key.name);
-            for (const auto& [name, value] : key.values) census.AddValue(name, {buffer, Copy(value, buffer)});
+    [[nodiscard]] ContentDigest Enumerate() const {
+        ContentDigest digest;
+        char buffer[kMaxValueBytes];
+        for (const Key& key : keys) {
+            if (&key != &keys.front()) digest.AddKey(key.name);
+            for (const auto& [name, value] : key.values) digest.AddValue(name, {buffer, Copy(value, buffer)});
         }
-        return census;
+        return digest;
     }
 
 private:
-    std::deque<Key> all;
+    std::deque<Key> keys;   // the root first
 };
 
 }   // namespace bench

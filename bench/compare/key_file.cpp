@@ -1,4 +1,5 @@
-// GLib's GKeyFile. It reads another format: the same tree as groups named by paths, written beside the document once.
+// GLib's GKeyFile. It has a format of its own: each key becomes a group named by its path. The converted document is
+// written beside the XML document at the first load.
 
 #include "peer.h"
 
@@ -12,7 +13,7 @@
 namespace bench {
 namespace {
 
-/// The group of the values at the root; no key has such a name.
+/// The group of the root's values; no key has this name.
 constexpr char kRootGroup[] = "/";
 
 struct FreeText {
@@ -20,8 +21,10 @@ struct FreeText {
 };
 using Text = std::unique_ptr<char, FreeText>;
 
-/// The kind stands in front of each text, as a user would have to do.
-std::string Held(Kind kind, std::string_view text) { return std::to_string(static_cast<unsigned>(kind)).append(text); }
+/// GKeyFile stores no types, so a digit for the kind precedes each text.
+std::string TypedText(Kind kind, std::string_view text) {
+    return std::to_string(static_cast<unsigned>(kind)).append(text);
+}
 
 class KeyFile : public Peer {
 public:
@@ -36,19 +39,19 @@ public:
     void Free() override { keyFile.reset(); }
 
     std::size_t Get(const Entry& entry, char* buffer) override {
-        const Text held(g_key_file_get_string(keyFile.get(), Group(entry), entry.name.c_str(), nullptr));
-        return CopyTyped(entry.kind, held.get() + 1, buffer);
+        const Text typed(g_key_file_get_string(keyFile.get(), Group(entry), entry.name.c_str(), nullptr));
+        return CopyTyped(entry.kind, typed.get() + 1, buffer);
     }
     void Set(const Entry& entry, std::string_view, std::string_view text) override {
-        g_key_file_set_string(keyFile.get(), Group(entry), entry.name.c_str(), Held(entry.kind, text).c_str());
+        g_key_file_set_string(keyFile.get(), Group(entry), entry.name.c_str(), TypedText(entry.kind, text).c_str());
     }
 
-    Census Enumerate() override { return CensusOf(keyFile.get()); }
+    ContentDigest Enumerate() override { return DigestOf(keyFile.get()); }
 
-    [[nodiscard]] Census CensusOfSaved(std::string_view text) override {
+    [[nodiscard]] ContentDigest DigestOfSaved(std::string_view text) override {
         const Owned saved(g_key_file_new());
         g_key_file_load_from_data(saved.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr);
-        return CensusOf(saved.get());
+        return DigestOf(saved.get());
     }
 
     void Save(std::string& text) override {
@@ -68,7 +71,7 @@ private:
     using Texts = std::unique_ptr<char*, FreeTexts>;
 
     static const char* Group(const Entry& entry) { return entry.path.empty() ? kRootGroup : entry.path.c_str(); }
-    static Kind KindIn(std::string_view held) { return static_cast<Kind>(held.front() - '0'); }
+    static Kind KindIn(std::string_view typed) { return static_cast<Kind>(typed.front() - '0'); }
 
     void Convert(const std::string& file, const std::string& converted) {
         keyFile.reset(g_key_file_new());
@@ -79,20 +82,20 @@ private:
         std::ofstream(converted, std::ios::binary) << text;
     }
 
-    static Census CensusOf(GKeyFile* file) {
-        Census census;
+    static ContentDigest DigestOf(GKeyFile* file) {
+        ContentDigest digest;
         const Texts groups(g_key_file_get_groups(file, nullptr));
         for (char** group = groups.get(); *group != nullptr; ++group) {
             const std::string_view path = *group;
-            if (path != kRootGroup) census.AddKey(path.substr(path.rfind('/') + 1));
+            if (path != kRootGroup) digest.AddKey(path.substr(path.rfind('/') + 1));
             const Texts names(g_key_file_get_keys(file, *group, nullptr, nullptr));
             for (char** name = names.get(); *name != nullptr; ++name) {
-                const Text held(g_key_file_get_string(file, *group, *name, nullptr));
-                char buffer[kLongestValue];
-                census.AddValue(*name, {buffer, CopyTyped(KindIn(held.get()), held.get() + 1, buffer)});
+                const Text typed(g_key_file_get_string(file, *group, *name, nullptr));
+                char buffer[kMaxValueBytes];
+                digest.AddValue(*name, {buffer, CopyTyped(KindIn(typed.get()), typed.get() + 1, buffer)});
             }
         }
-        return census;
+        return digest;
     }
 
     Owned keyFile;

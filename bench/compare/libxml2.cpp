@@ -15,7 +15,7 @@ std::string_view View(const xmlChar* text) {
     return text != nullptr ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
 }
 
-/// Of a node whose content is one text node: the parser joins what references had parted.
+/// The content of a text node, or nothing for null. An element has at most one: the parser joins text and entities.
 std::string_view ContentOf(const xmlNode* text) { return text != nullptr ? View(text->content) : std::string_view(); }
 std::string_view NameOf(const xmlNode& node) { return ContentOf(node.properties->children); }
 
@@ -39,12 +39,12 @@ public:
     void Set(const Entry& entry, std::string_view, std::string_view text) override {
         Tree::Value& value = *Find(entry);
         const auto* bytes = reinterpret_cast<const xmlChar*>(text.data());
-        // On the text node, which takes it as it is: an element would take markup.
+        // Sets the text node, which stores the text as it is; for an element the text would be parsed.
         xmlNodeSetContentLen(value.text->children, bytes, static_cast<int>(text.size()));
-        Tree::Take(value, ContentOf(value.text->children));
+        Tree::SetDatum(value, ContentOf(value.text->children));
     }
 
-    Census Enumerate() override { return tree->Enumerate(); }
+    ContentDigest Enumerate() override { return tree->Enumerate(); }
 
     void Save(std::string& text) override {
         xmlChar* bytes = nullptr;

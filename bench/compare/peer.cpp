@@ -1,3 +1,5 @@
+// The modes of a program of the comparison: memory, check, document, access and instructions.
+
 #include "peer.h"
 
 #include <component/ilk/system/file/detail/filesystem_impl.h>
@@ -19,17 +21,17 @@
 namespace bench {
 namespace {
 
-/// Of the processor, not of the wall: whatever else the machine is doing then, it isn't counted.
+/// Processor time of this process: other processes on the machine aren't counted.
 template <class Work>
-double SecondsOf(Work work) {
+double CpuSeconds(Work work) {
     const std::clock_t start = std::clock();
     work();
     return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }
 
-/// Of the wall, for what waits for the disk.
+/// Elapsed time, for jobs that wait for the disk.
 template <class Work>
-double WallSecondsOf(Work work) {
+double WallSeconds(Work work) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
     work();
@@ -42,7 +44,7 @@ double Median(std::vector<double> figures) {
     return *middle;
 }
 
-/// The figures of one variant, by job.
+/// Prints the figures of one variant.
 class Figures {
 public:
     explicit Figures(std::string variantName) : variant(std::move(variantName)) {}
@@ -55,100 +57,102 @@ private:
     std::string variant;
 };
 
-void Demand(bool holds, const char* what) {
+void Require(bool holds, const char* what) {
     if (!holds) throw std::runtime_error(what);
 }
 
-/// Pages of this process that are in memory, or the most that were since `ForgetPeak`.
+/// A field of the kernel's report on this process, in bytes: the resident memory now, or its peak since `ResetPeak`.
 std::uint64_t MemoryBytes(std::string_view field) {
     std::ifstream status("/proc/self/status");
     for (std::string line; std::getline(status, line);) {
         if (line.starts_with(field)) return std::stoull(line.substr(field.size())) * 1024;
     }
-    throw std::runtime_error("this system doesn't tell a process's memory");
+    throw std::runtime_error("the system doesn't report the process's memory");
 }
 
-constexpr std::string_view kHeldNow = "VmRSS:";
-constexpr std::string_view kHeldAtMost = "VmHWM:";
+constexpr std::string_view kResidentField = "VmRSS:";
+constexpr std::string_view kPeakField = "VmHWM:";
 
-void ForgetPeak() { std::ofstream("/proc/self/clear_refs") << '5'; }
+void ResetPeak() { std::ofstream("/proc/self/clear_refs") << '5'; }
 
-/// In a process that has done nothing else yet: memory that was used before would be used again, and not be counted.
+/// Must be the first work of its process: memory that was freed earlier would be reused and not be counted.
 void MeasureMemory(const Figures& figures, Peer& peer, const std::string& file) {
-    ForgetPeak();
-    const std::uint64_t before = MemoryBytes(kHeldNow);
+    ResetPeak();
+    const std::uint64_t before = MemoryBytes(kResidentField);
     peer.Load(file);
-    figures.Print("held", static_cast<double>(MemoryBytes(kHeldNow) - before));
-    figures.Print("peak", static_cast<double>(MemoryBytes(kHeldAtMost) - before));
+    figures.Print("held", static_cast<double>(MemoryBytes(kResidentField) - before));
+    figures.Print("peak", static_cast<double>(MemoryBytes(kPeakField) - before));
     peer.Free();
 }
 
+/// Checks that a variant returns the document's values, stores changes, and saves what it loaded.
 class Checker {
 public:
-    Checker(Peer& measured, const std::string& document, const std::vector<Question>& asked)
-        : peer(measured), questions(asked), expected(CensusOf(document)) {}
+    Checker(Peer& measured, const std::string& document, const std::vector<AccessCase>& accessCases)
+        : peer(measured), cases(accessCases), expected(DigestOf(document)) {}
 
     void CheckAll(const std::string& scratch) {
-        CheckAnswers(&Question::answer);
-        Write(&Question::other, &Question::otherText);
-        CheckAnswers(&Question::other);
-        for (const Question& question : questions) peer.Set(question.entry, question.answer, question.entry.text);
-        CheckAnswers(&Question::answer);
-        Demand(peer.Enumerate() == expected, "the walk over the whole document misses something");
+        CheckReads(&AccessCase::original);
+        SetAll(&AccessCase::changed, &AccessCase::changedText);
+        CheckReads(&AccessCase::changed);
+        for (const AccessCase& access : cases) peer.Set(access.entry, access.original, access.entry.text);
+        CheckReads(&AccessCase::original);
+        Require(peer.Enumerate() == expected, "the walk over the whole document misses something");
         std::string saved;
         peer.Save(saved);
-        Demand(peer.CensusOfSaved(saved) == expected, "the saved document isn't the one that was loaded");
+        Require(peer.DigestOfSaved(saved) == expected, "the saved document isn't the one that was loaded");
         peer.SaveToDisk(scratch);
-        Demand(peer.CensusOfSaved(ReadFile(scratch)) == expected,
-               "the document on the disk isn't the one that was loaded");
+        Require(peer.DigestOfSaved(ReadFile(scratch)) == expected,
+                "the document on the disk isn't the one that was loaded");
     }
 
 private:
-    void CheckAnswers(std::string Question::*answer) {
-        char buffer[kLongestValue];
-        if (peer.HasHandles()) peer.OpenAll(questions);
-        for (std::size_t i = 0; i < questions.size(); ++i) {
-            const Question& question = questions[i];
-            Demand(std::string_view(buffer, peer.Get(question.entry, buffer)) == question.*answer, "a wrong answer");
+    void CheckReads(std::string AccessCase::*expectedBytes) {
+        char buffer[kMaxValueBytes];
+        if (peer.HasHandles()) peer.OpenAll(cases);
+        for (std::size_t i = 0; i < cases.size(); ++i) {
+            const AccessCase& access = cases[i];
+            Require(std::string_view(buffer, peer.Get(access.entry, buffer)) == access.*expectedBytes,
+                    "a wrong answer");
             if (!peer.HasHandles()) continue;
-            Demand(std::string_view(buffer, peer.GetOpen(i, question.entry, buffer)) == question.*answer,
-                   "a wrong answer by handle");
+            Require(std::string_view(buffer, peer.GetOpen(i, access.entry, buffer)) == access.*expectedBytes,
+                    "a wrong answer by handle");
         }
     }
 
-    void Write(std::string Question::*bytes, std::string Question::*text) {
-        for (const Question& question : questions) peer.Set(question.entry, question.*bytes, question.*text);
+    void SetAll(std::string AccessCase::*bytes, std::string AccessCase::*text) {
+        for (const AccessCase& access : cases) peer.Set(access.entry, access.*bytes, access.*text);
     }
 
     Peer& peer;
-    const std::vector<Question>& questions;
-    const Census expected;
+    const std::vector<AccessCase>& cases;
+    const ContentDigest expected;
 };
 
-/// Reads and writes by name, and beside them the hits that they are told in: a hash map with as many entries finds one
-/// by its whole path.
+/// Measures reads and writes by name. Their unit is the hit: the time in which a hash map with as many entries finds
+/// one by its whole path.
 class AccessMeter {
 public:
-    AccessMeter(Peer& measured, const std::vector<Question>& asked) : peer(measured), questions(asked) {
-        for (const Question& question : questions) {
-            whole.push_back(question.entry.path + '/' + question.entry.name);
-            map.emplace(whole.back(), static_cast<std::uint32_t>(whole.size()));
+    AccessMeter(Peer& measured, const std::vector<AccessCase>& accessCases) : peer(measured), cases(accessCases) {
+        for (const AccessCase& access : cases) {
+            paths.push_back(access.entry.path + '/' + access.entry.name);
+            map.emplace(paths.back(), static_cast<std::uint32_t>(paths.size()));
         }
     }
 
     void Measure(const Figures& figures) {
-        constexpr std::size_t kWantedAsks = 150'000;
-        const std::size_t passes = std::max<std::size_t>(3, kWantedAsks / questions.size());
+        constexpr std::size_t kMinAccesses = 150'000;
+        const std::size_t passes = std::max<std::size_t>(3, kMinAccesses / cases.size());
         std::vector<double> hit, get, set, getOpen, setOpen;
-        if (peer.HasHandles()) peer.OpenAll(questions);
+        if (peer.HasHandles()) peer.OpenAll(cases);
         for (std::size_t pass = 0; pass < passes; ++pass) {
-            const bool other = pass % 2 == 0;
-            hit.push_back(SecondsOf([this] { Hit(); }));
-            get.push_back(SecondsOf([this] { Get(); }));
-            set.push_back(SecondsOf([&] { Set(other); }));
+            const bool changed = pass % 2 == 0;
+            hit.push_back(CpuSeconds([this] { Hit(); }));
+            get.push_back(CpuSeconds([this] { Get(); }));
+            set.push_back(CpuSeconds([&] { Set(changed); }));
             if (!peer.HasHandles()) continue;
-            getOpen.push_back(SecondsOf([this] { GetOpen(); }));
-            setOpen.push_back(SecondsOf([&] { SetOpen(!other); }));
+            getOpen.push_back(CpuSeconds([this] { GetOpen(); }));
+            setOpen.push_back(CpuSeconds([&] { SetOpen(!changed); }));
         }
         Print(figures, "hit", hit);
         Print(figures, "get", get);
@@ -158,45 +162,44 @@ public:
         Print(figures, "set_open", setOpen);
     }
 
-    /// What the passes have read; printed, so that no read can be left out.
-    [[nodiscard]] std::uint64_t Seen() const { return seen; }
+    /// A sum over everything read. The program prints it, so that the compiler can't remove a read.
+    [[nodiscard]] std::uint64_t Checksum() const { return checksum; }
 
 private:
     void Print(const Figures& figures, const char* job, const std::vector<double>& passes) const {
-        figures.Print(job, Median(passes) / static_cast<double>(questions.size()));
+        figures.Print(job, Median(passes) / static_cast<double>(cases.size()));
     }
     void Hit() {
-        for (const std::string& path : whole) seen += map.find(path)->second;
+        for (const std::string& path : paths) checksum += map.find(path)->second;
     }
     void Get() {
-        char buffer[kLongestValue];
-        for (const Question& question : questions) seen += peer.Get(question.entry, buffer);
+        char buffer[kMaxValueBytes];
+        for (const AccessCase& access : cases) checksum += peer.Get(access.entry, buffer);
     }
-    void Set(bool other) {
-        for (const Question& question : questions) {
-            peer.Set(question.entry, other ? question.other : question.answer,
-                     other ? question.otherText : question.entry.text);
+    void Set(bool changed) {
+        for (const AccessCase& access : cases) {
+            peer.Set(access.entry, changed ? access.changed : access.original,
+                     changed ? access.changedText : access.entry.text);
         }
     }
     void GetOpen() {
-        char buffer[kLongestValue];
-        for (std::size_t i = 0; i < questions.size(); ++i) seen += peer.GetOpen(i, questions[i].entry, buffer);
+        char buffer[kMaxValueBytes];
+        for (std::size_t i = 0; i < cases.size(); ++i) checksum += peer.GetOpen(i, cases[i].entry, buffer);
     }
-    void SetOpen(bool other) {
-        for (std::size_t i = 0; i < questions.size(); ++i) {
-            peer.SetOpen(i, questions[i].entry, other ? questions[i].other : questions[i].answer);
+    void SetOpen(bool changed) {
+        for (std::size_t i = 0; i < cases.size(); ++i) {
+            peer.SetOpen(i, cases[i].entry, changed ? cases[i].changed : cases[i].original);
         }
     }
 
     Peer& peer;
-    const std::vector<Question>& questions;
-    std::vector<std::string> whole;
+    const std::vector<AccessCase>& cases;
+    std::vector<std::string> paths;   // with the value's name
     std::unordered_map<std::string, std::uint32_t> map;
-    std::uint64_t seen = 0;
+    std::uint64_t checksum = 0;
 };
 
-/// Jobs on the whole document. Repeated until their median can be trusted, or the document is so large that it can be
-/// at once.
+/// Measures jobs on the whole document. A job is repeated for `kEnoughSeconds`, but one that takes long only once.
 class DocumentMeter {
 public:
     DocumentMeter(Peer& measured, std::string document) : peer(measured), file(std::move(document)) {}
@@ -206,8 +209,8 @@ public:
         peer.Load(file);
         peer.Free();
         Repeat([&] {
-            load.push_back(SecondsOf([&] { peer.Load(file); }));
-            release.push_back(SecondsOf([&] { peer.Free(); }));
+            load.push_back(CpuSeconds([&] { peer.Load(file); }));
+            release.push_back(CpuSeconds([&] { peer.Free(); }));
             return load.back() + release.back();
         });
         figures.Print("load", Median(load));
@@ -220,23 +223,24 @@ public:
         });
         std::vector<double> disk;
         Repeat([&] {
-            disk.push_back(WallSecondsOf([&] { peer.SaveToDisk(scratch); }));
+            disk.push_back(WallSeconds([&] { peer.SaveToDisk(scratch); }));
             return disk.back();
         });
         figures.Print("save_disk", Median(disk));
-        for (const auto& [name, job] : peer.OwnJobs()) Time(figures, name, job);
+        for (const auto& [name, job] : peer.ExtraJobs()) Time(figures, name, job);
         peer.Free();
     }
 
 private:
     template <class Work>
     static void Repeat(Work work) {
-        constexpr double kWantedSeconds = 0.1;
-        constexpr double kLongSeconds = 1.5;   // once is enough
-        constexpr int kFewest = 3;
-        constexpr int kMost = 200;
+        constexpr double kEnoughSeconds = 0.1;
+        constexpr double kMaxSeconds = 1.5;   // below `kMinRounds`
+        constexpr int kMinRounds = 3;
+        constexpr int kMaxRounds = 200;
         double spent = 0;
-        for (int round = 0; round < kMost && spent < (round < kFewest ? kLongSeconds : kWantedSeconds); ++round) {
+        for (int round = 0; round < kMaxRounds && spent < (round < kMinRounds ? kMaxSeconds : kEnoughSeconds);
+             ++round) {
             spent += work();
         }
     }
@@ -245,7 +249,7 @@ private:
     static void Time(const Figures& figures, const std::string& job, Work work) {
         std::vector<double> times;
         Repeat([&] {
-            times.push_back(SecondsOf(work));
+            times.push_back(CpuSeconds(work));
             return times.back();
         });
         figures.Print(job, Median(times));
@@ -259,10 +263,10 @@ private:
 class InstructionCounter {
 public:
     InstructionCounter(Peer& measured, std::string document)
-        : peer(measured), file(std::move(document)), questions(QuestionsOf(ReadFile(file), ~std::size_t{0})) {}
+        : peer(measured), file(std::move(document)), cases(MakeAccessCases(ReadFile(file), ~std::size_t{0})) {}
 
     void CountAll() {
-        char buffer[kLongestValue];
+        char buffer[kMaxValueBytes];
         std::string text;
         peer.Load(file);   // the first time binds what is bound once
         peer.Enumerate();
@@ -271,19 +275,19 @@ public:
         text.clear();
         Count("load", [&] { peer.Load(file); });
         Count("get", [&] {
-            for (const Question& question : questions) peer.Get(question.entry, buffer);
+            for (const AccessCase& access : cases) peer.Get(access.entry, buffer);
         });
         Count("set", [&] {
-            for (const Question& question : questions) peer.Set(question.entry, question.other, question.otherText);
+            for (const AccessCase& access : cases) peer.Set(access.entry, access.changed, access.changedText);
         });
         if (peer.HasHandles()) {
-            peer.OpenAll(questions);
+            peer.OpenAll(cases);
             Count("get_open", [&] {
-                for (std::size_t i = 0; i < questions.size(); ++i) peer.GetOpen(i, questions[i].entry, buffer);
+                for (std::size_t i = 0; i < cases.size(); ++i) peer.GetOpen(i, cases[i].entry, buffer);
             });
             Count("set_open", [&] {
-                for (std::size_t i = 0; i < questions.size(); ++i) {
-                    peer.SetOpen(i, questions[i].entry, questions[i].answer);
+                for (std::size_t i = 0; i < cases.size(); ++i) {
+                    peer.SetOpen(i, cases[i].entry, cases[i].original);
                 }
             });
         }
@@ -304,14 +308,14 @@ private:
 
     Peer& peer;
     const std::string file;
-    const std::vector<Question> questions;
+    const std::vector<AccessCase> cases;
 };
 
 constexpr char kUsage[] =
     "usage: PROGRAM memory|check|document|access|instructions FILE SCRATCH [VARIANT]\n"
-    "  memory    what a load holds, in a process of its own\n"
-    "  check     the right answers, and nothing is timed\n"
-    "  document  the jobs on the whole document\n"
+    "  memory    memory held after a load, and its peak\n"
+    "  check     checks the results and measures nothing\n"
+    "  document  jobs on the whole document\n"
     "  access    reads and writes by name\n"
     "  instructions  each job once, for callgrind\n";
 
@@ -321,16 +325,16 @@ void RunVariant(const std::string& mode, const std::string& file, const std::str
     if (mode == "memory") return MeasureMemory(figures, *peer, file);
     if (mode == "document") return DocumentMeter(*peer, file).Measure(figures, scratch);
     if (mode == "instructions") return InstructionCounter(*peer, file).CountAll();
-    constexpr std::size_t kMostQuestions = 1'000'000;
+    constexpr std::size_t kMaxCases = 1'000'000;
     const std::string document = ReadFile(file);
-    const std::vector<Question> questions = QuestionsOf(document, kMostQuestions);
+    const std::vector<AccessCase> cases = MakeAccessCases(document, kMaxCases);
     peer->Load(file);
     if (mode == "check") {
-        Checker(*peer, document, questions).CheckAll(scratch);
+        Checker(*peer, document, cases).CheckAll(scratch);
     } else if (mode == "access") {
-        AccessMeter meter(*peer, questions);
+        AccessMeter meter(*peer, cases);
         meter.Measure(figures);
-        std::cerr << variant.name << " read " << meter.Seen() << '\n';
+        std::cerr << variant.name << " read " << meter.Checksum() << '\n';
     } else {
         throw std::runtime_error(kUsage);
     }
@@ -346,14 +350,14 @@ void Peer::SaveToDisk(const std::string& file) {
     const std::filesystem::path temporary(file + ".tmp");
     ilk::File output;
     std::uint32_t done = 0;
-    Demand(ilk::IsSuccess(output.Open(temporary.u16string().c_str(), ilk::kFileWrite, ilk::kFileCreateAlways, 0)),
-           "no scratch file");
-    Demand(ilk::IsSuccess(output.Write(document.data(), static_cast<std::uint32_t>(document.size()), done)) &&
-               done == document.size() && ilk::IsSuccess(output.Flush()),
-           "the scratch file takes nothing");
+    Require(ilk::IsSuccess(output.Open(temporary.u16string().c_str(), ilk::kFileWrite, ilk::kFileCreateAlways, 0)),
+            "the scratch file can't be opened");
+    Require(ilk::IsSuccess(output.Write(document.data(), static_cast<std::uint32_t>(document.size()), done)) &&
+                done == document.size() && ilk::IsSuccess(output.Flush()),
+            "the scratch file can't be written");
     output.Close();
-    Demand(ilk::IsSuccess(ilk::MoveFileTo(temporary.u16string().c_str(), target.u16string().c_str())),
-           "the scratch file can't be moved");
+    Require(ilk::IsSuccess(ilk::MoveFileTo(temporary.u16string().c_str(), target.u16string().c_str())),
+            "the scratch file can't be moved");
 }
 
 int RunPeer(int argumentCount, char** arguments, const std::vector<Variant>& variants) {
@@ -401,7 +405,7 @@ std::size_t CopyTyped(Kind kind, std::string_view text, char* buffer) {
 
 std::string ReadFile(const std::string& file) {
     std::ifstream stream(file, std::ios::binary | std::ios::ate);
-    Demand(stream.good(), "the document can't be read");
+    Require(stream.good(), "the document can't be read");
     std::string text(static_cast<std::size_t>(stream.tellg()), '\0');
     stream.seekg(0);
     stream.read(text.data(), static_cast<std::streamsize>(text.size()));

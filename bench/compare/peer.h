@@ -1,4 +1,4 @@
-/// One library doing the store's work, and the program that measures it.
+/// The interface through which a program of the comparison measures a library, and that program's `main`.
 #pragma once
 
 #include "document.h"
@@ -12,10 +12,11 @@
 
 namespace bench {
 
-/// No value of a generated document is longer in its binary form.
-inline constexpr std::size_t kLongestValue = 512;
+/// The upper bound of a value's binary form in a generated document.
+inline constexpr std::size_t kMaxValueBytes = 512;
 
-/// A library, or a library with an index. One document at a time. What it is asked for is in the document.
+/// A library, or a library with an index, that does the store's work. Holds one document at a time. Callers pass only
+/// keys and values that the document has.
 class Peer {
 public:
     Peer() = default;
@@ -26,42 +27,45 @@ public:
     virtual void Load(const std::string& file) = 0;
     virtual void Free() = 0;
 
-    /// Opens the key by its path and reads the value into `buffer`; returns the bytes.
+    /// Finds the key by its path and reads the value into `buffer`. Returns the number of bytes.
     virtual std::size_t Get(const Entry& entry, char* buffer) = 0;
-    /// Opens the key by its path and gives the value another content.
+    /// Finds the key by its path and overwrites the value. `bytes` and `text` are two forms of the same content; a
+    /// library uses the one that it needs.
     virtual void Set(const Entry& entry, std::string_view bytes, std::string_view text) = 0;
 
     /// Reads every name and every value once.
-    virtual Census Enumerate() = 0;
+    virtual ContentDigest Enumerate() = 0;
 
-    /// The whole document as text.
+    /// Appends the whole document as text to `document`.
     virtual void Save(std::string& document) = 0;
-    /// What such a text holds, for the check.
-    [[nodiscard]] virtual Census CensusOfSaved(std::string_view document) { return CensusOf(document); }
-    /// The whole document into a file, safe on the disk when it returns.
+    /// The digest of a text that `Save` wrote. Overridden for libraries with another format.
+    [[nodiscard]] virtual ContentDigest DigestOfSaved(std::string_view document) { return DigestOf(document); }
+    /// Writes the whole document to a file. The data is on the disk on return.
     virtual void SaveToDisk(const std::string& file);
 
-    /// The same with the keys open already, for those that have handles: opens all, then reads and writes by number.
+    /// For libraries with handles of open keys: `OpenAll` opens the keys of all cases; `GetOpen` and `SetOpen` then
+    /// read and write a case by its index.
     [[nodiscard]] virtual bool HasHandles() const { return false; }
-    virtual void OpenAll(const std::vector<Question>&) {}
+    virtual void OpenAll(const std::vector<AccessCase>&) {}
     virtual std::size_t GetOpen(std::size_t, const Entry&, char*) { return 0; }
     virtual void SetOpen(std::size_t, const Entry&, std::string_view) {}
 
-    /// Further jobs of a peer's own, by name; each runs once for a measurement, on a loaded document.
+    /// Jobs that only this library has, with their names. Each is measured on a loaded document.
     using Job = std::function<void()>;
-    [[nodiscard]] virtual std::vector<std::pair<std::string, Job>> OwnJobs() { return {}; }
+    [[nodiscard]] virtual std::vector<std::pair<std::string, Job>> ExtraJobs() { return {}; }
 };
 
+/// A library or a configuration of it, by the name under which its figures are printed.
 struct Variant {
     const char* name;
     std::function<std::unique_ptr<Peer>()> make;
 };
 
-/// The program of a comparison: checks the answers of each variant, measures it, and prints a line for each figure:
-/// variant, job, value. Returns the process's exit code.
+/// The `main` of a program of the comparison: checks or measures each variant, as the arguments say, and prints a line
+/// per figure: variant, job and figure, separated by tabs. Returns the exit code.
 int RunPeer(int argumentCount, char** arguments, const std::vector<Variant>& variants);
 
-/// The first name of a path, which loses it.
+/// Removes the first name of a path and returns it.
 inline std::string_view CutName(std::string_view& path) {
     const std::size_t cut = path.find('/');
     const std::string_view name = path.substr(0, cut);
@@ -76,13 +80,14 @@ Number ParseNumber(std::string_view text) {
     return number;
 }
 
-/// Writes half as many bytes as the text has digits.
+/// Converts hexadecimal digits to bytes; writes half as many bytes as `text` has digits.
 void ParseHex(std::string_view text, char* bytes);
 
-/// The binary form of a text that a library holds; returns the bytes. The library's users would write just this.
+/// Converts a value's text to its binary form, as a user of a library without types has to. Returns the number of
+/// bytes.
 std::size_t CopyTyped(Kind kind, std::string_view text, char* buffer);
 
-/// The text as a whole, for libraries that have no loader of their own.
+/// The content of a file, for libraries that don't read files.
 [[nodiscard]] std::string ReadFile(const std::string& file);
 
 }   // namespace bench

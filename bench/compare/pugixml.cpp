@@ -24,10 +24,10 @@ public:
         Find(entry).text().set(std::string(text).c_str());
     }
 
-    Census Enumerate() override {
-        Census census;
-        Walk(document.child("arbor"), census);
-        return census;
+    ContentDigest Enumerate() override {
+        ContentDigest digest;
+        Walk(document.child("arbor"), digest);
+        return digest;
     }
 
     void Save(std::string& text) override {
@@ -48,7 +48,7 @@ private:
     [[nodiscard]] pugi::xml_node Find(const Entry& entry) const {
         pugi::xml_node node = document.child("arbor");
         std::string_view path = entry.path;
-        std::string name;   // the library takes terminated names
+        std::string name;   // the library needs terminated names
         while (!path.empty()) {
             name = CutName(path);
             node = node.find_child_by_attribute("key", "name", name.c_str());
@@ -56,16 +56,16 @@ private:
         return node.find_child_by_attribute("name", entry.name.c_str());
     }
 
-    static void Walk(pugi::xml_node node, Census& census) {
-        char buffer[kLongestValue];
+    static void Walk(pugi::xml_node node, ContentDigest& digest) {
+        char buffer[kMaxValueBytes];
         for (const pugi::xml_node child : node) {
             const std::string_view name = child.first_attribute().value();
             const std::string_view element = child.name();
             if (element == "key") {
-                census.AddKey(name);
-                Walk(child, census);
+                digest.AddKey(name);
+                Walk(child, digest);
             } else {
-                census.AddValue(name, {buffer, CopyTyped(KindOf(element), child.child_value(), buffer)});
+                digest.AddValue(name, {buffer, CopyTyped(KindOf(element), child.child_value(), buffer)});
             }
         }
     }
@@ -87,10 +87,10 @@ public:
     void Set(const Entry& entry, std::string_view, std::string_view text) override {
         Tree::Value& value = *Find(entry);
         value.text.text().set(std::string(text).c_str());
-        Tree::Take(value, value.text.child_value());
+        Tree::SetDatum(value, value.text.child_value());
     }
 
-    Census Enumerate() override { return tree->Enumerate(); }
+    ContentDigest Enumerate() override { return tree->Enumerate(); }
 
 private:
     using Tree = IndexedTree<pugi::xml_node>;

@@ -5,7 +5,7 @@
 
 #include <rapidxml/rapidxml.hpp>
 
-// The printer calls its own functions before it declares them; in the library's namespace they are found.
+// The library's printer calls its functions before it declares them, so they are declared here.
 namespace rapidxml::internal {
 template <class Out, class Char>
 Out print_children(Out out, const xml_node<Char>* node, int flags, int indent);
@@ -58,10 +58,10 @@ public:
     }
     void Set(const Entry& entry, std::string_view, std::string_view value) override { Replace(*Find(entry), value); }
 
-    Census Enumerate() override {
-        Census census;
-        Walk(Root(), census);
-        return census;
+    ContentDigest Enumerate() override {
+        ContentDigest digest;
+        Walk(Root(), digest);
+        return digest;
     }
 
     void Save(std::string& output) override { rapidxml::print(std::back_inserter(output), *document); }
@@ -69,12 +69,12 @@ public:
 protected:
     [[nodiscard]] const Node& Root() const { return *document->first_node(); }
 
-    /// In the old text's place where there's room, else in the document's pool, which gives nothing back.
+    /// Overwrites the old text if it is long enough; else allocates from the document's pool, which frees nothing.
     void Replace(Node& node, std::string_view value) {
-        char* place = node.value();
-        if (value.size() > node.value_size()) place = document->allocate_string(nullptr, value.size());
-        std::memcpy(place, value.data(), value.size());
-        node.value(place, value.size());
+        char* target = node.value();
+        if (value.size() > node.value_size()) target = document->allocate_string(nullptr, value.size());
+        std::memcpy(target, value.data(), value.size());
+        node.value(target, value.size());
     }
 
 private:
@@ -91,15 +91,15 @@ private:
         return FindChild(*node, false, entry.name);
     }
 
-    static void Walk(const Node& node, Census& census) {
-        char buffer[kLongestValue];
+    static void Walk(const Node& node, ContentDigest& digest) {
+        char buffer[kMaxValueBytes];
         for (const Node* child = node.first_node(); child != nullptr; child = child->next_sibling()) {
             if (ElementNameOf(*child) == "key") {
-                census.AddKey(NameOf(*child));
-                Walk(*child, census);
+                digest.AddKey(NameOf(*child));
+                Walk(*child, digest);
             } else {
                 const Kind kind = KindOf(ElementNameOf(*child));
-                census.AddValue(NameOf(*child), {buffer, CopyTyped(kind, TextOf(*child), buffer)});
+                digest.AddValue(NameOf(*child), {buffer, CopyTyped(kind, TextOf(*child), buffer)});
             }
         }
     }
@@ -124,10 +124,10 @@ public:
     void Set(const Entry& entry, std::string_view, std::string_view value) override {
         Tree::Value& found = *Find(entry);
         Replace(*found.text, value);
-        Tree::Take(found, TextOf(*found.text));
+        Tree::SetDatum(found, TextOf(*found.text));
     }
 
-    Census Enumerate() override { return tree->Enumerate(); }
+    ContentDigest Enumerate() override { return tree->Enumerate(); }
 
 private:
     using Tree = IndexedTree<Node*>;

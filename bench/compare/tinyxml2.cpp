@@ -35,10 +35,10 @@ public:
     void Set(const Entry& entry, std::string_view, std::string_view text) override {
         Tree::Value& value = *Find(entry);
         value.text->SetText(std::string(text).c_str());
-        Tree::Take(value, TextOf(*value.text));
+        Tree::SetDatum(value, TextOf(*value.text));
     }
 
-    Census Enumerate() override { return tree->Enumerate(); }
+    ContentDigest Enumerate() override { return tree->Enumerate(); }
 
     void Save(std::string& text) override {
         tinyxml2::XMLPrinter printer;

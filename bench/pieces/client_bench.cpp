@@ -1,4 +1,4 @@
-// The typed client beside the calls that it makes: the same work, which must have the same price.
+// The typed client beside the bare interface calls for the same work. Both are to take the same time.
 
 #include "object/registration.h"
 #include "pieces.h"
@@ -16,7 +16,7 @@ namespace {
 constexpr const char* kPath = "Network/Proxy";
 constexpr const char* kText = "proxy.example.net";
 
-/// One object of the module in this program, with a number and a text in a key.
+/// An object of the module, which is linked into this program, with a number and a text in one key.
 class Fixture {
 public:
     Fixture() {
@@ -57,7 +57,7 @@ std::uint32_t PathByCalls(const Fixture& fixture) {
 
 std::uint32_t PathByClient(const Fixture& fixture) { return *(*fixture.store)[kPath].Get<std::uint32_t>("Port"); }
 
-/// As a caller does it by hand: measures, then reads.
+/// As a caller without the client does it: queries the size, then reads.
 std::uint32_t TextByCalls(const Fixture& fixture) {
     std::uint32_t size = 0;
     kernel::TypeCode type = kernel::tSTRING;
@@ -88,10 +88,10 @@ using Work = std::uint32_t (*)(const Fixture&);
 
 void BM_Client(benchmark::State& state, Work work, std::uint32_t expected) {
     const Fixture fixture;
-    if (!fixture.ready) state.SkipWithError("no store");
-    std::uint32_t answer = expected;
-    for (auto _ : state) benchmark::DoNotOptimize(answer = work(fixture));
-    if (answer != expected) state.SkipWithError("not what was set");
+    if (!fixture.ready) state.SkipWithError("the store isn't ready");
+    std::uint32_t result = expected;
+    for (auto _ : state) benchmark::DoNotOptimize(result = work(fixture));
+    if (result != expected) state.SkipWithError("the value read isn't the one that was set");
 }
 BENCHMARK_CAPTURE(BM_Client, number_by_calls, NumberByCalls, 8080);
 BENCHMARK_CAPTURE(BM_Client, number_by_client, NumberByClient, 8080);

@@ -1,4 +1,4 @@
-// The reader's walk, and escaping and decoding, over texts with and without anything to do.
+// Escaping and decoding of texts with and without special characters, and the XML reader.
 
 #include "document/xml_entities.h"
 #include "document/xml_reader.h"
@@ -10,11 +10,11 @@
 
 namespace {
 
-/// A text of `size` bytes; every `every`-th byte is one to escape, none for 0.
-std::string MakeText(std::int64_t size, std::int64_t every) {
+/// A text of `size` bytes in which each `period`-th byte needs escaping; none does if `period` is 0.
+std::string MakeText(std::int64_t size, std::int64_t period) {
     std::string text;
     for (std::int64_t i = 1; i <= size; ++i)
-        text += every != 0 && i % every == 0 ? '&' : static_cast<char>('a' + i % 26);
+        text += period != 0 && i % period == 0 ? '&' : static_cast<char>('a' + i % 26);
     return text;
 }
 
@@ -54,7 +54,7 @@ std::string MakeDocument(std::int64_t elements) {
     return document + "</arbor>\r\n";
 }
 
-// Each element with its attribute and its text: the bytes a second stay the same.
+// Reads each element with its attribute and text. Bytes per second must not depend on the size.
 void BM_ReaderWalk(benchmark::State& state) {
     const std::string document = MakeDocument(state.range(0));
     for (auto _ : state) {

@@ -1,4 +1,4 @@
-// Entry to the object's lock, beside the standard library's, and reads behind it; alone and with two readers at once.
+// Acquiring the object's lock, beside the standard library's, and reads under the lock; by one thread and by two.
 
 #include "object/readers_writer_lock.h"
 #include "object/registration.h"
@@ -15,18 +15,18 @@
 
 namespace {
 
-arbor::module::ReadersWriterLock& ArmedLock() {
+arbor::module::ReadersWriterLock& InitialisedLock() {
     static arbor::module::ReadersWriterLock lock;
-    static const bool armed = [] {
+    static const bool initialised = [] {
         lock.Initialise();
         return lock.HasGates();
     }();
-    if (!armed) std::abort();
+    if (!initialised) std::abort();
     return lock;
 }
 
-/// The C library leaves its locks' atomic steps out until a process has had a second thread: then none would be
-/// measured.
+/// The C library's locks skip their atomic operations until the process has started a second thread. They are to be
+/// measured with them.
 const bool kHadThreads = [] {
     std::thread([] {}).join();
     return true;
@@ -37,7 +37,7 @@ constexpr std::uint32_t kSynchronised = 1;
 void BM_SharedEntry(benchmark::State& state) {
     if (!kHadThreads) state.SkipWithError("no thread was ever started");
     for (auto _ : state) {
-        const arbor::module::LockGuard guard = arbor::module::LockGuard::Shared(ArmedLock(), kSynchronised);
+        const arbor::module::LockGuard guard = arbor::module::LockGuard::Shared(InitialisedLock(), kSynchronised);
         benchmark::ClobberMemory();
     }
 }
@@ -45,7 +45,7 @@ BENCHMARK(BM_SharedEntry)->Threads(1)->Threads(2);
 
 void BM_ExclusiveEntry(benchmark::State& state) {
     for (auto _ : state) {
-        const arbor::module::LockGuard guard = arbor::module::LockGuard::Exclusive(ArmedLock(), kSynchronised);
+        const arbor::module::LockGuard guard = arbor::module::LockGuard::Exclusive(InitialisedLock(), kSynchronised);
         benchmark::ClobberMemory();
     }
 }
@@ -60,7 +60,7 @@ void BM_SharedMutex(benchmark::State& state) {
 }
 BENCHMARK(BM_SharedMutex)->Threads(1)->Threads(2);
 
-/// An object with one number, which lives as long as the program's host.
+/// A synchronised object with one number.
 class LockedNumber {
 public:
     LockedNumber() : object((Start(), bench::SharedHost())) {
@@ -81,7 +81,7 @@ private:
 
 void BM_SharedRead(benchmark::State& state) {
     static const LockedNumber number;
-    if (!kHadThreads || !number.ready) state.SkipWithError("the object isn't there");
+    if (!kHadThreads || !number.ready) state.SkipWithError("the object isn't ready");
     for (auto _ : state) benchmark::DoNotOptimize(number.key.Get<std::uint32_t>("Port"));
 }
 BENCHMARK(BM_SharedRead)->Threads(1)->Threads(2);

@@ -1,4 +1,4 @@
-/// What the benchmarks of the pieces share: names like a document's, and a host for the memory.
+/// Shared by the benchmarks of single components: names such as documents have, and the program's host.
 #pragma once
 
 #include <host/kernel.h>
@@ -9,9 +9,9 @@
 
 namespace bench {
 
-/// `count` different names of 4 to 16 letters, the same each time.
+/// `count` names of 4 to 12 letters and a number, the same on each run.
 inline std::vector<std::string> MakeNames(std::size_t count) {
-    std::mt19937 random(1);   // NOLINT(cert-msc51-cpp): the same each time
+    std::mt19937 random(1);   // NOLINT(cert-msc51-cpp): the same names on each run
     std::vector<std::string> names;
     for (std::size_t i = 0; i < count; ++i) {
         std::string name(1, static_cast<char>('A' + random() % 26));
@@ -23,7 +23,7 @@ inline std::vector<std::string> MakeNames(std::size_t count) {
     return names;
 }
 
-/// The one host of the program: all benchmarks take their memory there.
+/// The only host of the program, from which all benchmarks allocate.
 inline host::Kernel& SharedHost() {
     static host::Kernel kernel;
     return kernel;

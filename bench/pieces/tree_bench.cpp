@@ -1,4 +1,4 @@
-// Names, lookups, and the making and reading of keys and values.
+// Hashing of names, lookups, and creation and access of keys and values.
 
 #include "pieces.h"
 
@@ -21,7 +21,7 @@ void BM_NameHash(benchmark::State& state) {
 }
 BENCHMARK(BM_NameHash)->RangeMultiplier(4)->Range(4, 256);
 
-/// The five names of a path, one by one and side by side.
+/// Hashes the five names of a path, one by one; `BM_HashPathAtOnce` hashes them side by side.
 void BM_HashPath(benchmark::State& state) {
     const std::vector<std::string> names = MakeNames(1024);
     std::size_t at = 0;
@@ -70,7 +70,7 @@ protected:
     std::size_t at = 0;
 };
 
-// By hash: the line stays flat.
+// A lookup by hash: the time must not grow with the count.
 BENCHMARK_DEFINE_F(TreeBench, FindKey)(benchmark::State& state) {
     Fill();
     for (auto _ : state) benchmark::DoNotOptimize(tree->top->FindPath(NextName(), nullptr));
@@ -112,12 +112,12 @@ const ValueCase kValues[] = {
     {"tQWORD", kernel::tQWORD, "18446744073709551615"},
     {"tBOOL", kernel::tBOOL, "1"},
     {"tDOUBLE", kernel::tDOUBLE, "3.141593"},
-    {"tSTRING", kernel::tSTRING, "a text of a usual length, with blanks"},
+    {"tSTRING", kernel::tSTRING, "a text of a typical length, with spaces"},
     {"tWSTRING", kernel::tWSTRING, "410042004300"},
     {"tBINARY", kernel::tBINARY, "00112233445566778899AABBCCDDEEFF"},
 };
 
-/// A value of each kind, with the text that its row has.
+/// A value of each type, created from the text in its row.
 class ValueBench : public benchmark::Fixture {
 public:
     void SetUp(const benchmark::State& state) override {
@@ -137,9 +137,9 @@ protected:
 BENCHMARK_DEFINE_F(ValueBench, Create)(benchmark::State& state) {
     state.SetLabel(row->label);
     for (auto _ : state) {
-        arbor::module::Value* made = arbor::module::CreateValue(SharedHost().Root(), row->type);
-        benchmark::DoNotOptimize(made);
-        arbor::module::ReleaseValue(SharedHost().Root(), made);
+        arbor::module::Value* created = arbor::module::CreateValue(SharedHost().Root(), row->type);
+        benchmark::DoNotOptimize(created);
+        arbor::module::ReleaseValue(SharedHost().Root(), created);
     }
 }
 BENCHMARK_DEFINE_F(ValueBench, Get)(benchmark::State& state) {

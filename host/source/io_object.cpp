@@ -1,3 +1,5 @@
+// The function table of an `IoObject`, and its documents in memory and in a file.
+
 #include <host/io_object.h>
 #include <host/kernel.h>
 
@@ -8,7 +10,7 @@
 
 namespace host {
 
-/// The table that the module calls; no exception leaves it.
+/// The functions of the table that the module calls. They catch every exception: none may cross into the module.
 struct IoObject::Slots {
     static IoObject& Of(kernel::HostObject* io) { return *reinterpret_cast<Face*>(io)->self; }
 
@@ -17,27 +19,27 @@ struct IoObject::Slots {
         IoObject& self = Of(io);
         if (count == nullptr || buffer == nullptr) return kernel::kInvalidArgument;
         *count = 0;
-        if (kernel::IsFailure(self.readFault)) return self.readFault;
-        return Guarded([&] { return self.Read(*count, buffer, std::min(size, self.longestRead)); });
+        if (kernel::IsFailure(self.readFailure)) return self.readFailure;
+        return CatchAll([&] { return self.Read(*count, buffer, std::min(size, self.maxReadBytes)); });
     }
 
     static kernel::ResultCode Write(kernel::HostObject* io, kernel::HostWord, kernel::HostWord, kernel::HostWord,
                                     const void* data, std::uint32_t size) {
         IoObject& self = Of(io);
         if (data == nullptr) return kernel::kInvalidArgument;
-        if (kernel::IsFailure(self.writeFault)) return self.writeFault;
+        if (kernel::IsFailure(self.writeFailure)) return self.writeFailure;
         ++self.writes;
-        return Guarded([&] { return self.Write(data, size); });
+        return CatchAll([&] { return self.Write(data, size); });
     }
 
     static kernel::ResultCode Size(kernel::HostObject* io, std::uint64_t* size, kernel::HostWord) {
         IoObject& self = Of(io);
         if (size == nullptr) return kernel::kInvalidArgument;
-        if (kernel::IsFailure(self.sizeFault)) return self.sizeFault;
-        return Guarded([&] { return self.Size(*size); });
+        if (kernel::IsFailure(self.sizeFailure)) return self.sizeFailure;
+        return CatchAll([&] { return self.Size(*size); });
     }
 
-    static kernel::ResultCode NotOffered() { return kNotSupported; }
+    static kernel::ResultCode NotSupported() { return kNotSupported; }
 
     static kernel::ResultCode Complete(kernel::HostObject* io) {
         ++Of(io).completions;
@@ -45,7 +47,7 @@ struct IoObject::Slots {
     }
 
     template <class Work>
-    static kernel::ResultCode Guarded(Work work) {
+    static kernel::ResultCode CatchAll(Work work) {
         try {
             return work();
         } catch (const std::bad_alloc&) {
@@ -57,11 +59,11 @@ struct IoObject::Slots {
 
     static kernel::MethodTable Table() {
         static void* const table[] = {
-            reinterpret_cast<void*>(&Read),         // kIoReadSlot
-            reinterpret_cast<void*>(&Write),        // kIoWriteSlot
-            reinterpret_cast<void*>(&Size),         // kIoSizeSlot
-            reinterpret_cast<void*>(&NotOffered),   //
-            reinterpret_cast<void*>(&Complete),     // kIoCompleteSlot
+            reinterpret_cast<void*>(&Read),           // kIoReadSlot
+            reinterpret_cast<void*>(&Write),          // kIoWriteSlot
+            reinterpret_cast<void*>(&Size),           // kIoSizeSlot
+            reinterpret_cast<void*>(&NotSupported),   // 3, which the contract leaves unused
+            reinterpret_cast<void*>(&Complete),       // kIoCompleteSlot
         };
         return table;
     }

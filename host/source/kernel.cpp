@@ -1,3 +1,5 @@
+// The root object's functions, as the module calls them, and the start of a module.
+
 #include <host/kernel.h>
 #include <host/result_text.h>
 #include <host/text.h>
@@ -10,34 +12,34 @@
 namespace host {
 namespace {
 
-/// What the functions without an object work for.
-std::atomic<Kernel*> running{nullptr};
+/// The process's kernel. The functions that get no root object from the module use it.
+std::atomic<Kernel*> active{nullptr};
 
 }   // namespace
 
-/// The functions that the module calls; no exception leaves them.
+/// The functions of the two tables, and those that the module binds. No exception leaves them.
 struct Kernel::Slots {
-    /// The running kernel, or null for the face of something that is no object of its own.
-    static Kernel* KernelOf(const kernel::MethodTable* face) {
-        Kernel* host = running.load();
+    /// The active kernel if `face` is the `SystemFace` of one of its objects, else null.
+    static Kernel* ActiveKernelFor(const kernel::MethodTable* face) {
+        Kernel* host = active.load();
         return face != nullptr && *face == host->root.object.SystemFace ? host : nullptr;
     }
 
     static kernel::ResultCode Alloc(const kernel::MethodTable* face, void** block, std::uint32_t bytes) {
-        Kernel* host = KernelOf(face);
+        Kernel* host = ActiveKernelFor(face);
         return host != nullptr ? host->memory.Allocate(block, bytes) : kernel::kInvalidArgument;
     }
 
     static kernel::ResultCode Realloc(const kernel::MethodTable* face, void** block, void* old, std::uint32_t bytes) {
-        Kernel* host = KernelOf(face);
+        Kernel* host = ActiveKernelFor(face);
         return host != nullptr ? host->memory.Reallocate(block, old, bytes) : kernel::kInvalidArgument;
     }
 
     static void Free(const kernel::MethodTable* face, void* block) {
-        if (Kernel* host = KernelOf(face); host != nullptr) host->memory.Free(block);
+        if (Kernel* host = ActiveKernelFor(face); host != nullptr) host->memory.Free(block);
     }
 
-    static kernel::ResultCode NotOffered() { return kNotSupported; }
+    static kernel::ResultCode NotSupported() { return kNotSupported; }
 
     static kernel::ResultCode RegisterInterface(kernel::HostObject* object, kernel::HostWord interfaceNumber,
                                                 kernel::HostWord moduleNumber, kernel::HostWord fourth,
@@ -86,18 +88,18 @@ struct Kernel::Slots {
 
     static kernel::ResultCode Trace(const kernel::HostObject* object, std::uint32_t level, const char* format,
                                     std::va_list arguments) {
-        return running.load()->WriteLine(object, level, format, arguments);
+        return active.load()->WriteLine(object, level, format, arguments);
     }
 
     static kernel::ResultCode ImportHostText(kernel::HostString* text, std::uint32_t from, std::uint32_t count,
                                              const void* source, std::uint32_t sizeBytes, std::uint32_t codePage) {
-        return ImportText(running.load()->memory, text, from, count, source, sizeBytes, codePage);
+        return ImportText(active.load()->memory, text, from, count, source, sizeBytes, codePage);
     }
 
     static kernel::MethodTable RootTable() {
         static const auto table = [] {
             std::array<void*, kernel::kBindImportSlot + 1> slots;
-            slots.fill(reinterpret_cast<void*>(&NotOffered));
+            slots.fill(reinterpret_cast<void*>(&NotSupported));
             slots[kernel::kRegisterInterfaceSlot] = reinterpret_cast<void*>(&RegisterInterface);
             slots[kernel::kBindImportSlot] = reinterpret_cast<void*>(&BindImport);
             return slots;
@@ -108,7 +110,7 @@ struct Kernel::Slots {
     static kernel::MethodTable SystemTable() {
         static const auto table = [] {
             std::array<void*, kernel::kSystemSlots> slots;
-            slots.fill(reinterpret_cast<void*>(&NotOffered));
+            slots.fill(reinterpret_cast<void*>(&NotSupported));
             slots[kernel::kHostAllocSlot] = reinterpret_cast<void*>(&Alloc);
             slots[kernel::kHostReallocSlot] = reinterpret_cast<void*>(&Realloc);
             slots[kernel::kHostFreeSlot] = reinterpret_cast<void*>(&Free);
@@ -125,13 +127,12 @@ Kernel::Kernel(KernelOptions options)
       offerImports(options.offerImports),
       root{{Slots::RootTable(), Slots::SystemTable()}, this} {
     Kernel* none = nullptr;
-    if (!running.compare_exchange_strong(none, this))
-        throw std::logic_error("a process holds one host kernel at a time");
+    if (!active.compare_exchange_strong(none, this)) throw std::logic_error("a process has one host kernel at a time");
 }
 
 Kernel::~Kernel() {
-    file.reset();   // what runs at its unloading may still call
-    running.store(nullptr);
+    file.reset();   // while the kernel still serves calls that the module makes during its unloading
+    active.store(nullptr);
 }
 
 void Kernel::LoadModule(const std::filesystem::path& path) {
@@ -143,22 +144,23 @@ void Kernel::LoadModule(const std::filesystem::path& path) {
 void Kernel::Start(const EntryPoint& entry) {
     const std::uint32_t before = registrations;
     kernel::ResultCode code = kernel::kUnexpected;
-    const int answer = entry(&root, kernel::kHostStartReason, &code);
+    const int started = entry(&root, kernel::kHostStartReason, &code);
     if (kernel::IsFailure(code)) throw ModuleError("the module didn't start: " + Describe(code));
-    if (answer == 0) throw ModuleError("the module didn't start: its entry answers 0");
+    if (started == 0) throw ModuleError("the module didn't start: its entry point returned 0");
     if (registrations == before) throw ModuleError("the module didn't start: it registered no interface");
 }
 
-kernel::ResultCode Kernel::Register(const Registration& offered) {
-    if (kernel::IsFailure(registrationAnswer)) return registrationAnswer;
-    if (offered.interfaceNumber != kernel::kRegistryInterface) return kNotSupported;
-    if (offered.internal == nullptr || offered.internalCount != kernel::kInternalSlots || offered.methods == nullptr ||
-        offered.methodCount != kernel::kRegistryMethods || offered.properties == nullptr) {
+kernel::ResultCode Kernel::Register(const Registration& candidate) {
+    if (kernel::IsFailure(registrationResult)) return registrationResult;
+    if (candidate.interfaceNumber != kernel::kRegistryInterface) return kNotSupported;
+    if (candidate.internal == nullptr || candidate.internalCount != kernel::kInternalSlots ||
+        candidate.methods == nullptr || candidate.methodCount != kernel::kRegistryMethods ||
+        candidate.properties == nullptr) {
         return kernel::kInvalidArgument;
     }
-    registration = offered;
+    registration = candidate;
     ++registrations;
-    return registrationAnswer;
+    return registrationResult;
 }
 
 kernel::ResultCode Kernel::WriteLine(const kernel::HostObject* object, std::uint32_t level, const char* format,

@@ -1,3 +1,5 @@
+// Counting, tracking and failing of blocks; `blocks/` allocates them.
+
 #include <host/memory.h>
 
 #include "blocks/blocks.h"

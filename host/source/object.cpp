@@ -1,3 +1,5 @@
+// Construction, lifecycle calls and properties of an object, as the registered tables describe them.
+
 #include <host/object.h>
 #include <host/result_text.h>
 #include <host/system.h>
@@ -12,9 +14,9 @@ namespace {
 constexpr std::align_val_t kAlignment{16};
 constexpr kernel::ResultCode kNoSuchProperty = kernel::MakeResult(0x80000180);
 
-/// Bits of a row's flags.
-constexpr kernel::HostWord kConstant = 4;
-constexpr kernel::HostWord kConstantText = 8;
+/// Flags of a property's row: where the value is, if neither in a field nor at a handler.
+constexpr kernel::HostWord kConstant = 4;       // in `row.value` itself
+constexpr kernel::HostWord kConstantText = 8;   // at the address in `row.value`
 
 kernel::ResultCode CopyOut(const void* source, std::uint32_t needed, std::uint32_t* count, void* buffer,
                            std::uint32_t sizeBytes) {
@@ -38,38 +40,38 @@ Object::Object(Kernel& kernel) : registration(Registered(kernel)) {
     const std::size_t sizeBytes = sizeof(Header) + registration.dataAreaBytes;
     void* zeroed = std::memset(::operator new(sizeBytes, kAlignment), 0, sizeBytes);
     memory.reset(static_cast<Header*>(zeroed));
-    const kernel::ResultCode code = New(1);
+    const kernel::ResultCode code = CallObjectNew(1);
     if (kernel::IsFailure(code)) throw ModuleError("the module can't make an object: " + Describe(code));
-    memory->object.SystemFace = kernel.Root()->SystemFace;   // the construction put its own there
+    memory->object.SystemFace = kernel.Root()->SystemFace;   // the constructor has replaced it by the module's copy
 }
 
 Object::~Object() {
-    if (ready && !closed) static_cast<void>(Close());   // it has no failures of its own
-    static_cast<void>(New(0));                          // nobody is left to hear of one
+    if (ready && !closed) static_cast<void>(Close());   // a destructor can't report a failure
+    static_cast<void>(CallObjectNew(0));
 }
 
 kernel::ResultCode Object::Ready() {
     ready = true;
-    return Lifecycle(kernel::kObjectReadySlot);
+    return CallLifecycle(kernel::kObjectReadySlot);
 }
 
 kernel::ResultCode Object::Close() {
     closed = true;
-    return Lifecycle(kernel::kObjectClosingSlot);
+    return CallLifecycle(kernel::kObjectClosingSlot);
 }
 
-kernel::ResultCode Object::Lifecycle(std::size_t slot) {
+kernel::ResultCode Object::CallLifecycle(std::size_t slot) {
     return kernel::SlotOf<kernel::LifecycleCall>(registration.internal, slot)(Get());
 }
 
-kernel::ResultCode Object::New(std::uint32_t construct) {
+kernel::ResultCode Object::CallObjectNew(std::uint32_t construct) {
     return kernel::SlotOf<kernel::ObjectNewCall>(registration.internal, kernel::kObjectNewSlot)(Get(), construct);
 }
 
 const kernel::PropertyRow* Object::FindRow(kernel::PropertyId id) const {
     const kernel::PropertyRow* end = registration.properties + registration.propertyCount;
-    const kernel::PropertyRow* row =
-        std::find_if(registration.properties, end, [id](const kernel::PropertyRow& each) { return each.id == id; });
+    const kernel::PropertyRow* row = std::find_if(
+        registration.properties, end, [id](const kernel::PropertyRow& candidate) { return candidate.id == id; });
     return row == end ? nullptr : row;
 }
 
@@ -101,7 +103,8 @@ kernel::ResultCode Object::SetProperty(kernel::PropertyId id, const void* data, 
     if (row->writeHandler != 0) {
         std::uint32_t count = 0;
         const auto handler = reinterpret_cast<kernel::PropertyHandler>(row->writeHandler);
-        return handler(Get(), &count, id, const_cast<void*>(data), sizeBytes);   // one form for reads and writes
+        return handler(Get(), &count, id, const_cast<void*>(data),
+                       sizeBytes);   // a handler has the same type for reads and writes
     }
     if ((row->flags & kConstant) != 0) return kernel::kAccessDenied;
     if (data == nullptr || sizeBytes != row->size) return kernel::kInvalidArgument;
@@ -118,12 +121,13 @@ kernel::ResultCode Object::SetNumber(kernel::PropertyId id, std::uint32_t number
     const kernel::PropertyRow* row = FindRow(id);
     if (row == nullptr) return kNoSuchProperty;
     if (row->size > sizeof number) return kernel::kInvalidArgument;
-    return SetProperty(id, &number, static_cast<std::uint32_t>(row->size));   // the low bytes come first
+    return SetProperty(id, &number,
+                       static_cast<std::uint32_t>(row->size));   // on a little-endian machine the low bytes come first
 }
 
 std::u16string Object::Name() const {
     std::uint32_t bytes = 0;
-    static_cast<void>(GetProperty(kernel::PropertyName, &bytes, nullptr, 0));   // too small by design: it measures
+    static_cast<void>(GetProperty(kernel::PropertyName, &bytes, nullptr, 0));   // queries the size only
     std::u16string name(bytes / sizeof(char16_t), u'\0');
     if (kernel::IsFailure(GetProperty(kernel::PropertyName, &bytes, name.data(), bytes)) || name.empty()) return {};
     name.pop_back();

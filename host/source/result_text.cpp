@@ -1,3 +1,5 @@
+// Formatting of a result code for messages.
+
 #include <host/result_text.h>
 
 #include <cstdio>

@@ -1,5 +1,8 @@
-#include <host/kernel.h>
+// UTF-8 and UTF-16, one character at a time, and the import into the host's strings.
+
 #include <host/text.h>
+
+#include <host/kernel.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -9,49 +12,50 @@ namespace host {
 namespace {
 
 constexpr std::uint32_t kCodePageUtf8 = 65001;
-constexpr std::uint32_t kCodePageOfSystem = 0;
+constexpr std::uint32_t kCodePageDefault = 0;
 constexpr char32_t kReplacement = 0xFFFD;
 
-void AppendUtf8(std::string& text, char32_t point) {
+void AppendUtf8(std::string& text, char32_t codePoint) {
     const auto put = [&](char32_t byte) { text += static_cast<char>(static_cast<unsigned char>(byte)); };
-    if (point < 0x80) return put(point);
-    if (point < 0x800) {
-        put(0xC0 | point >> 6);
+    if (codePoint < 0x80) return put(codePoint);
+    if (codePoint < 0x800) {
+        put(0xC0 | codePoint >> 6);
     } else {
-        if (point < 0x10000) {
-            put(0xE0 | point >> 12);
+        if (codePoint < 0x10000) {
+            put(0xE0 | codePoint >> 12);
         } else {
-            put(0xF0 | point >> 18);
-            put(0x80 | (point >> 12 & 0x3F));
+            put(0xF0 | codePoint >> 18);
+            put(0x80 | (codePoint >> 12 & 0x3F));
         }
-        put(0x80 | (point >> 6 & 0x3F));
+        put(0x80 | (codePoint >> 6 & 0x3F));
     }
-    put(0x80 | (point & 0x3F));
+    put(0x80 | (codePoint & 0x3F));
 }
 
-void AppendUtf16(std::u16string& text, char32_t point) {
-    if (point < 0x10000) {
-        text += static_cast<char16_t>(point);
+void AppendUtf16(std::u16string& text, char32_t codePoint) {
+    if (codePoint < 0x10000) {
+        text += static_cast<char16_t>(codePoint);
         return;
     }
-    text += static_cast<char16_t>(0xD800 + ((point - 0x10000) >> 10));
-    text += static_cast<char16_t>(0xDC00 + ((point - 0x10000) & 0x3FF));
+    text += static_cast<char16_t>(0xD800 + ((codePoint - 0x10000) >> 10));
+    text += static_cast<char16_t>(0xDC00 + ((codePoint - 0x10000) & 0x3FF));
 }
 
-bool IsHighHalf(char16_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
-bool IsLowHalf(char16_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
+bool IsHighSurrogate(char16_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
+bool IsLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
 
 struct Decoded {
-    char32_t point;
+    char32_t codePoint;
     std::size_t bytes;
 };
 
-/// The character at the start of `text`, which isn't empty.
+/// Decodes the first character of `text`, which must not be empty. Returns `kReplacement` and 1 byte if it isn't UTF-8.
 Decoded DecodeUtf8(std::string_view text) {
     struct Form {
-        unsigned char mask, lead;
+        unsigned char mask;   // the bits of the first byte that identify the form
+        unsigned char lead;   // their value
         std::size_t bytes;
-        char32_t least;
+        char32_t min;   // below it a shorter form is required
     };
     static constexpr Form kForms[] = {
         {0x80, 0x00, 1, 0x0},
@@ -63,26 +67,26 @@ Decoded DecodeUtf8(std::string_view text) {
     for (const Form& form : kForms) {
         if ((lead & form.mask) != form.lead) continue;
         if (text.size() < form.bytes) break;
-        char32_t point = lead & static_cast<unsigned char>(~form.mask);
+        char32_t codePoint = lead & static_cast<unsigned char>(~form.mask);
         for (std::size_t i = 1; i < form.bytes; ++i) {
             const auto byte = static_cast<unsigned char>(text[i]);
             if ((byte & 0xC0) != 0x80) return {kReplacement, 1};
-            point = point << 6 | (byte & 0x3F);
+            codePoint = codePoint << 6 | (byte & 0x3F);
         }
-        const bool half = point >= 0xD800 && point < 0xE000;
-        if (point < form.least || point > 0x10FFFF || half) break;
-        return {point, form.bytes};
+        const bool isSurrogate = codePoint >= 0xD800 && codePoint < 0xE000;
+        if (codePoint < form.min || codePoint > 0x10FFFF || isSurrogate) break;
+        return {codePoint, form.bytes};
     }
     return {kReplacement, 1};
 }
 
-bool IsMalformed(Decoded character) { return character.point == kReplacement && character.bytes == 1; }
+bool IsMalformed(Decoded character) { return character.codePoint == kReplacement && character.bytes == 1; }
 
-/// C0, DEL and C1.
-bool IsControl(char32_t point) { return point < 0x20 || (point >= 0x7F && point < 0xA0); }
+/// The control characters of ASCII and of Latin-1.
+bool IsControl(char32_t codePoint) { return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0); }
 
-/// Puts `source` into the string's block, or into a larger one.
-kernel::ResultCode Store(Memory& memory, kernel::HostString& text, std::u16string_view source) {
+/// Copies `source` and a terminator into the string's block, or into a larger new one.
+kernel::ResultCode AssignUnits(Memory& memory, kernel::HostString& text, std::u16string_view source) {
     const auto size = static_cast<std::uint32_t>(source.size());
     if (text.text == nullptr || text.capacity < size) {
         void* block = nullptr;
@@ -103,13 +107,13 @@ kernel::ResultCode Store(Memory& memory, kernel::HostString& text, std::u16strin
 std::string ToUtf8(std::u16string_view text) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        char32_t point = text[i];
-        if (IsHighHalf(text[i]) && i + 1 < text.size() && IsLowHalf(text[i + 1])) {
-            point = 0x10000 + ((point - 0xD800) << 10) + (text[++i] - char32_t{0xDC00});
-        } else if (IsHighHalf(text[i]) || IsLowHalf(text[i])) {
-            point = kReplacement;
+        char32_t codePoint = text[i];
+        if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
+            codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (text[++i] - char32_t{0xDC00});
+        } else if (IsHighSurrogate(text[i]) || IsLowSurrogate(text[i])) {
+            codePoint = kReplacement;
         }
-        AppendUtf8(result, point);
+        AppendUtf8(result, codePoint);
     }
     return result;
 }
@@ -118,7 +122,7 @@ std::u16string ToUtf16(std::string_view text) {
     std::u16string result;
     while (!text.empty()) {
         const Decoded character = DecodeUtf8(text);
-        AppendUtf16(result, character.point);
+        AppendUtf16(result, character.codePoint);
         text.remove_prefix(character.bytes);
     }
     return result;
@@ -135,7 +139,7 @@ bool IsUtf8(std::string_view text) {
 
 std::size_t PrintableLength(std::string_view text) {
     const Decoded character = DecodeUtf8(text);
-    return IsMalformed(character) || IsControl(character.point) ? 0 : character.bytes;
+    return IsMalformed(character) || IsControl(character.codePoint) ? 0 : character.bytes;
 }
 
 std::string Printable(std::string_view text) {
@@ -163,8 +167,8 @@ kernel::ResultCode ImportText(Memory& memory, kernel::HostString* text, std::uin
         if (codePage == kernel::kCodePageUtf16) {
             if (sizeBytes % sizeof(char16_t) != 0) return kernel::kInvalidArgument;
             units.resize(sizeBytes / sizeof(char16_t));
-            std::memcpy(units.data(), source, sizeBytes);   // the source may stand at any address
-        } else if (codePage == kCodePageUtf8 || codePage == kCodePageOfSystem) {
+            std::memcpy(units.data(), source, sizeBytes);   // `source` needs no alignment
+        } else if (codePage == kCodePageUtf8 || codePage == kCodePageDefault) {
             units = ToUtf16({static_cast<const char*>(source), sizeBytes});
         } else {
             return kNotSupported;
@@ -172,7 +176,7 @@ kernel::ResultCode ImportText(Memory& memory, kernel::HostString* text, std::uin
     } catch (const std::bad_alloc&) {
         return kernel::kOutOfMemory;
     }
-    return Store(memory, *text, std::u16string_view(units).substr(0, units.find(u'\0')));
+    return AssignUnits(memory, *text, std::u16string_view(units).substr(0, units.find(u'\0')));
 }
 
 Text::~Text() { kernel.HostMemory().Free(string.text); }

@@ -1,3 +1,5 @@
+// The wait for the lock, common to all systems; `linux/` and `windows/` acquire and release it.
+
 #include <host/timed_file_lock.h>
 
 #include <random>
@@ -9,7 +11,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Waiting owners poll at random intervals, so that they don't collide again and again.
+/// Random intervals between two attempts keep waiting processes from colliding repeatedly.
 class PollInterval {
 public:
     std::chrono::milliseconds Next() { return std::chrono::milliseconds(milliseconds(engine)); }
@@ -19,21 +21,22 @@ private:
     std::uniform_int_distribution<int> milliseconds{2, 20};
 };
 
-/// Each owner makes the file anew, so its time tells owners apart; on Windows it counts whole seconds.
-std::filesystem::file_time_type TimeOfOwner(const std::filesystem::path& path) {
-    std::error_code gone;
-    return std::filesystem::last_write_time(path, gone);
+/// The time of the lock file. Each owner creates the file, so a new time means a new owner. On Windows the time has a
+/// resolution of a second, so a change of the owner within a second goes unnoticed.
+std::filesystem::file_time_type FileTime(const std::filesystem::path& path) {
+    std::error_code ignored;   // a missing file has a fixed time
+    return std::filesystem::last_write_time(path, ignored);
 }
 
 }   // namespace
 
 TimedFileLock::TimedFileLock(std::filesystem::path file, std::chrono::milliseconds wait) : path(std::move(file)) {
     PollInterval interval;
-    auto owner = TimeOfOwner(path);
+    auto fileTime = FileTime(path);
     auto deadline = Clock::now() + wait;
     while (!TryAcquire()) {
-        const auto newest = TimeOfOwner(path);
-        if (newest != std::exchange(owner, newest)) deadline = Clock::now() + wait;
+        const auto newest = FileTime(path);
+        if (newest != std::exchange(fileTime, newest)) deadline = Clock::now() + wait;
         if (Clock::now() >= deadline) return;
         std::this_thread::sleep_for(interval.Next());
     }

@@ -1,6 +1,9 @@
+// The formatter of trace lines: one pass over the format, one function for each kind of argument.
+
+#include <host/trace.h>
+
 #include <host/result_text.h>
 #include <host/text.h>
-#include <host/trace.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -10,12 +13,12 @@
 namespace host {
 namespace {
 
-/// What stands between "%" and the letter of a conversion.
+/// A conversion's part between "%" and its letter.
 struct Conversion {
     std::string flags;
     int width = 0;
-    int precision = -1;   // none
-    bool wide = false;    // 64 bits
+    int precision = -1;   // negative: none
+    bool is64Bit = false;
 };
 
 class Formatter {
@@ -36,18 +39,20 @@ public:
     }
 
 private:
-    bool Skip(std::string_view prefix) {
+    /// Consumes `prefix` if the rest of the format begins with it. Returns whether it did.
+    bool Consume(std::string_view prefix) {
         if (!format.starts_with(prefix)) return false;
         format.remove_prefix(prefix.size());
         return true;
     }
 
-    int Number() {
-        if (Skip("*")) return va_arg(arguments, int);
-        constexpr int kWidest = 4096;   // a broken format shan't fill the memory with blanks
+    /// Reads a width or a precision: digits, or "*", which takes it from the arguments.
+    int ReadNumber() {
+        if (Consume("*")) return va_arg(arguments, int);
+        constexpr int kMaxNumber = 4096;   // bounds the output of a malformed format
         int number = 0;
         while (!format.empty() && format.front() >= '0' && format.front() <= '9') {
-            number = std::min(number * 10 + (format.front() - '0'), kWidest);
+            number = std::min(number * 10 + (format.front() - '0'), kMaxNumber);
             format.remove_prefix(1);
         }
         return number;
@@ -59,20 +64,20 @@ private:
             conversion.flags += format.front();
             format.remove_prefix(1);
         }
-        conversion.width = Number();
-        if (Skip(".")) conversion.precision = Number();
-        if (Skip("ll") || Skip("I64")) conversion.wide = true;
-        while (Skip("h") || Skip("l")) {
+        conversion.width = ReadNumber();
+        if (Consume(".")) conversion.precision = ReadNumber();
+        if (Consume("ll") || Consume("I64")) conversion.is64Bit = true;
+        while (Consume("h") || Consume("l")) {
         }
         return conversion;
     }
 
-    /// One conversion, from its "%" on.
+    /// Appends one conversion. The format begins with its "%".
     void Convert() {
-        const std::string_view whole = format;
-        Skip("%");
+        const std::string_view rest = format;
+        Consume("%");
         const Conversion conversion = ReadConversion();
-        if (Skip("terr")) return PutText(conversion, ResultInBrackets(va_arg(arguments, kernel::ResultCode)));
+        if (Consume("terr")) return AppendText(conversion, NumberAndText(va_arg(arguments, kernel::ResultCode)));
         const char letter = format.empty() ? '\0' : format.front();
         if (letter != '\0') format.remove_prefix(1);
         switch (letter) {
@@ -80,43 +85,44 @@ private:
                 output += '%';
                 return;
             case 's':
-                return PutNarrow(conversion, va_arg(arguments, const char*));
+                return AppendNarrow(conversion, va_arg(arguments, const char*));
             case 'S':
-                return PutWide(conversion, va_arg(arguments, const char16_t*));
+                return AppendWide(conversion, va_arg(arguments, const char16_t*));
             case 'c':
-                return PutText(conversion, std::string(1, static_cast<char>(va_arg(arguments, int))));
+                return AppendText(conversion, std::string(1, static_cast<char>(va_arg(arguments, int))));
             case 'd':
             case 'i':
-                return Print(conversion, "lld", Signed(conversion));
+                return AppendNumber(conversion, "lld", SignedArgument(conversion));
             case 'u':
-                return Print(conversion, "llu", Unsigned(conversion));
+                return AppendNumber(conversion, "llu", UnsignedArgument(conversion));
             case 'x':
-                return Print(conversion, "llx", Unsigned(conversion));
+                return AppendNumber(conversion, "llx", UnsignedArgument(conversion));
             case 'X':
-                return Print(conversion, "llX", Unsigned(conversion));
+                return AppendNumber(conversion, "llX", UnsignedArgument(conversion));
             case 'p':
                 output += "0x";
-                return Print(conversion, "llx", Address());   // the runtimes' own "p" differ
+                return AppendNumber(conversion, "llx", AddressArgument());   // "p" has another form on each system
             case 'f':
-                return Print(conversion, "f", va_arg(arguments, double));
+                return AppendNumber(conversion, "f", va_arg(arguments, double));
             default:
-                output.append(whole);   // what its argument would be, and those behind, nobody knows
+                output.append(rest);   // the types of this and all later arguments are unknown
                 format = {};
         }
     }
 
-    long long Signed(const Conversion& conversion) {
-        return conversion.wide ? va_arg(arguments, std::int64_t) : va_arg(arguments, std::int32_t);
+    long long SignedArgument(const Conversion& conversion) {
+        return conversion.is64Bit ? va_arg(arguments, std::int64_t) : va_arg(arguments, std::int32_t);
     }
 
-    unsigned long long Unsigned(const Conversion& conversion) {
-        return conversion.wide ? va_arg(arguments, std::uint64_t) : va_arg(arguments, std::uint32_t);
+    unsigned long long UnsignedArgument(const Conversion& conversion) {
+        return conversion.is64Bit ? va_arg(arguments, std::uint64_t) : va_arg(arguments, std::uint32_t);
     }
 
-    unsigned long long Address() { return reinterpret_cast<std::uintptr_t>(va_arg(arguments, const void*)); }
+    unsigned long long AddressArgument() { return reinterpret_cast<std::uintptr_t>(va_arg(arguments, const void*)); }
 
+    /// Formats with the C library. `letters` is the conversion for `Value`, which is 64 bits wide.
     template <class Value>
-    void Print(const Conversion& conversion, const char* letters, Value value) {
+    void AppendNumber(const Conversion& conversion, const char* letters, Value value) {
         const std::string pattern = "%" + conversion.flags + "*.*" + letters;
         const int length = std::snprintf(nullptr, 0, pattern.c_str(), conversion.width, conversion.precision, value);
         if (length < 0) return;
@@ -127,7 +133,8 @@ private:
         output.pop_back();
     }
 
-    void PutText(const Conversion& conversion, std::string_view text) {
+    /// Cuts the text to the precision and pads it with spaces to the width.
+    void AppendText(const Conversion& conversion, std::string_view text) {
         if (conversion.precision >= 0) text = text.substr(0, static_cast<std::size_t>(conversion.precision));
         const bool left = conversion.width < 0 || conversion.flags.find('-') != std::string::npos;
         const std::size_t width = static_cast<std::size_t>(conversion.width < 0 ? -conversion.width : conversion.width);
@@ -137,28 +144,28 @@ private:
         if (left) output += fill;
     }
 
-    /// A precision bounds what is looked at: the text needs no terminator then.
-    void PutNarrow(const Conversion& conversion, const char* text) {
-        if (text == nullptr) return PutText(conversion, "(null)");
-        if (conversion.precision < 0) return PutText(conversion, text);
+    /// Reads no further than the precision: such a text needs no terminator.
+    void AppendNarrow(const Conversion& conversion, const char* text) {
+        if (text == nullptr) return AppendText(conversion, "(null)");
+        if (conversion.precision < 0) return AppendText(conversion, text);
         const char* limit = text + conversion.precision;
-        PutText(conversion, std::string_view(text, static_cast<std::size_t>(std::find(text, limit, '\0') - text)));
+        AppendText(conversion, std::string_view(text, static_cast<std::size_t>(std::find(text, limit, '\0') - text)));
     }
 
-    /// As above, the precision counting 16-bit units.
-    void PutWide(Conversion conversion, const char16_t* text) {
-        if (text == nullptr) return PutText(conversion, "(null)");
+    /// As `AppendNarrow`; the precision counts 16-bit units.
+    void AppendWide(Conversion conversion, const char16_t* text) {
+        if (text == nullptr) return AppendText(conversion, "(null)");
         std::u16string_view view;
         if (conversion.precision < 0) {
             view = text;
         } else {
             view = {text, static_cast<std::size_t>(std::find(text, text + conversion.precision, u'\0') - text)};
         }
-        conversion.precision = -1;
-        PutText(conversion, ToUtf8(view));
+        conversion.precision = -1;   // already applied; the UTF-8 may be longer
+        AppendText(conversion, ToUtf8(view));
     }
 
-    static std::string ResultInBrackets(kernel::ResultCode code) {
+    static std::string NumberAndText(kernel::ResultCode code) {
         char number[16];
         std::snprintf(number, sizeof number, "0x%08X (", static_cast<unsigned>(code));
         return std::string(number).append(kernel::ResultText(code)) + ")";

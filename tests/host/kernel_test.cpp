@@ -152,7 +152,7 @@ TEST_F(KernelTest, ModulesThatDoNotStartSayWhy) {
     EXPECT_THAT(Refusal([&] { host.Start([](void*, std::uint32_t, void*) { return 1; }); }), HasSubstr("unexpected"));
     EXPECT_THAT(
         Refusal([&] { host.Start([](void*, std::uint32_t, void* code) { return *static_cast<int*>(code) = 0; }); }),
-        HasSubstr("its entry answers 0"));
+        HasSubstr("its entry point returned 0"));
     EXPECT_THAT(Refusal([&] {
                     host.Start([](void*, std::uint32_t, void* code) {
                         *static_cast<int*>(code) = 0;
@@ -166,7 +166,7 @@ TEST_F(KernelTest, ModulesThatDoNotStartSayWhy) {
     host.SetRegistrationResult(kernel::kKeyCreated);
     host.Start(FakeEntry);
     ASSERT_NE(host.Interface(), nullptr);
-    EXPECT_EQ(host.Interface()->fixed[2], 0x55U);
+    EXPECT_EQ(host.Interface()->constants[2], 0x55U);
 
     constructionAnswer = kernel::kUnexpected;
     EXPECT_THAT(Refusal([&] { host::Object object(host); }), HasSubstr("0x80000040"));

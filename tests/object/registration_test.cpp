@@ -34,10 +34,10 @@ TEST_F(StoreTest, TheModuleRegistersItsTables) {
     EXPECT_EQ(kernel.RegistrationCount(), 1U);
     EXPECT_EQ(given.interfaceNumber, 13U);
     EXPECT_EQ(given.moduleNumber, 0xA7FBU);
-    EXPECT_EQ(given.fixed[0], 0U);
-    EXPECT_EQ(given.fixed[1], 1U);
-    EXPECT_EQ(given.fixed[2], 0x55U);
-    EXPECT_EQ(given.last, 0U);
+    EXPECT_EQ(given.constants[0], 0U);
+    EXPECT_EQ(given.constants[1], 1U);
+    EXPECT_EQ(given.constants[2], 0x55U);
+    EXPECT_EQ(given.lastConstant, 0U);
     ASSERT_EQ(given.internalCount, 12U);
     for (std::size_t i = 0; i < 12; ++i) EXPECT_EQ(given.internal[i] != nullptr, i == 1 || i == 3 || i == 5) << i;
     ASSERT_EQ(given.methodCount, 23U);

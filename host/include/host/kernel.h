@@ -1,7 +1,9 @@
-/// The root of the stand-in host: starts a module, keeps what it registers, and offers it memory, traces and text.
+/// The root object of the stand-in host: starts a module, stores what the module registers, and provides it with
+/// memory, trace output and text conversion.
 ///
-/// One kernel lives in a process at a time: the module's traces don't say whose they are. Objects and texts of a kernel
-/// end before it does. Memory and traces are for all threads; the rest is for the thread that holds the kernel.
+/// A process has at most one kernel at a time, because a call of the trace function doesn't say which kernel it is for.
+/// Objects and texts must be destroyed before their kernel. Memory and traces may be used by all threads, everything
+/// else by the thread that owns the kernel.
 #pragma once
 
 #include <component/kernel/interface.h>
@@ -15,21 +17,21 @@
 
 namespace host {
 
-/// The answer of what the host doesn't have.
+/// What the host returns for a slot, an interface or a function that it doesn't have.
 inline constexpr kernel::ResultCode kNotSupported = kernel::MakeResult(0x80000042);
 
 struct KernelOptions {
-    std::uint32_t traceLevel = 0;   // lines of a higher level are dropped unformatted
-    TraceSink traceSink{};          // takes the lines; without one they are kept
+    std::uint32_t traceLevel = 0;   // lines of a higher level are discarded without being formatted
+    TraceSink traceSink{};          // receives the lines; without a sink the kernel stores them for `DrainTraceLines`
     BlockTracking blocks = BlockTracking::Count;
-    bool offerImports = true;   // false: no function can be bound
+    bool offerImports = true;   // false: the module finds neither the trace function nor the text import
 };
 
-/// What a module handed over in its one registration.
+/// The arguments of a module's call of `RegisterInterface`, in their order. The tables stay the module's.
 struct Registration {
     kernel::HostWord interfaceNumber;
     kernel::HostWord moduleNumber;
-    kernel::HostWord fixed[3];
+    kernel::HostWord constants[3];   // the same for every module
     void* const* internal;
     kernel::HostWord internalCount;
     void* const* methods;
@@ -37,53 +39,54 @@ struct Registration {
     const kernel::PropertyRow* properties;
     kernel::HostWord propertyCount;
     kernel::HostWord dataAreaBytes;
-    kernel::HostWord last;
+    kernel::HostWord lastConstant;
 };
 
 class Kernel {
 public:
-    /// Throws `std::logic_error` while another kernel lives.
+    /// Throws `std::logic_error` if another kernel exists.
     explicit Kernel(KernelOptions options = {});
     ~Kernel();
     Kernel(const Kernel&) = delete;
     Kernel& operator=(const Kernel&) = delete;
 
-    /// Loads a module's file, to stay loaded as long as the kernel lives, and starts it. Throws `ModuleError`.
+    /// Loads a module's file and starts it; the kernel's destructor unloads it. Throws `ModuleError`.
     void LoadModule(const std::filesystem::path& path);
 
-    /// Starts a module that is in the process already. Throws `ModuleError` if the entry or its registration fails.
+    /// Starts a module that is already in the process. Throws `ModuleError` if the entry point fails or registers
+    /// nothing.
     void Start(const EntryPoint& entry);
 
     [[nodiscard]] kernel::HostObject* Root() { return &root.object; }
 
-    /// What the module registered, or null. Every registration counts, and the last one holds.
+    /// The most recent registration, or null if there is none.
     [[nodiscard]] const Registration* Interface() const { return registrations == 0 ? nullptr : &registration; }
     [[nodiscard]] std::uint32_t RegistrationCount() const { return registrations; }
-    /// `RegisterInterface` answers `code` from now on, and keeps what it is given only on a success.
-    void SetRegistrationResult(kernel::ResultCode code) { registrationAnswer = code; }
+    /// Makes `RegisterInterface` return `code` from now on. A failure discards the registration.
+    void SetRegistrationResult(kernel::ResultCode code) { registrationResult = code; }
 
     [[nodiscard]] Memory& HostMemory() { return memory; }
     void FailAllocation(std::size_t nth, FailureMode mode = FailureMode::Once) { memory.FailAllocation(nth, mode); }
     [[nodiscard]] bool AllocationFailed() const { return memory.AllocationFailed(); }
     [[nodiscard]] std::size_t LiveBlocks() const { return memory.LiveBlocks(); }
 
-    /// One line on what was never given back, and one for each block if they are watched. Means nothing on a heap that
-    /// isn't watched.
+    /// The number of live blocks in one line, followed by a line for each block if each block is tracked.
     [[nodiscard]] std::string LeakReport() const;
 
     void SetTraceLevel(std::uint32_t level) { traceLevel.store(level, std::memory_order_relaxed); }
-    /// The lines kept so far, which are dropped from here.
+    /// Returns the stored lines and clears the store. Always empty with a trace sink.
     [[nodiscard]] std::vector<TraceLine> DrainTraceLines();
 
 private:
     struct Slots;
-    /// What the module sees.
+    /// The root object as the module sees it, followed by the pointer that leads the table's functions back to this
+    /// class.
     struct Face {
         kernel::HostObject object;
         Kernel* self;
     };
 
-    kernel::ResultCode Register(const Registration& offered);
+    kernel::ResultCode Register(const Registration& candidate);
     kernel::ResultCode WriteLine(const kernel::HostObject* object, std::uint32_t level, const char* format,
                                  std::va_list arguments);
 
@@ -96,7 +99,7 @@ private:
     Face root;
     Registration registration{};
     std::uint32_t registrations = 0;
-    kernel::ResultCode registrationAnswer = kernel::kDone;
+    kernel::ResultCode registrationResult = kernel::kDone;
     std::unique_ptr<ModuleFile> file;
 };
 

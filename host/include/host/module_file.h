@@ -1,4 +1,4 @@
-/// A module's file in memory, and the way into it.
+/// Loads a module's file into the process and finds its entry point.
 #pragma once
 
 #include <cstdint>
@@ -8,19 +8,20 @@
 
 namespace host {
 
-/// A module that can't be loaded or started; `what()` names the file and the reason.
+/// A module couldn't be loaded or started, or an object couldn't be made by it; `what()` gives the reason.
 class ModuleError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// The entry of a module: a truth value for the system's reasons and the host's.
+/// A module's entry point. `reason` is one of the system loader's or `kHostStartReason`; 0 is a failure.
 using EntryPoint = std::function<int(void* first, std::uint32_t reason, void* third)>;
 
-/// Owner of a loaded module; the destructor unloads it, and nothing of it may run any more.
+/// Owner of a loaded module. The destructor unloads it; no thread may be executing its code then.
 class ModuleFile {
 public:
-    /// Loads the file and finds the entry that its header names: a module exports nothing. Throws `ModuleError`.
+    /// Loads the file and reads the entry point from its header, since a module exports no symbol. Throws
+    /// `ModuleError`.
     explicit ModuleFile(const std::filesystem::path& path);
     ~ModuleFile();
     ModuleFile(const ModuleFile&) = delete;

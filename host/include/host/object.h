@@ -1,7 +1,9 @@
-/// One object of the interface `Registry`, with the memory and the lifecycle that the host owes it.
+/// One object of the interface `Registry`: allocates its memory, calls its lifecycle functions and accesses its
+/// properties, as a host does.
 ///
-/// Built here means that properties can be set; `Ready` loads the document and opens the interface. The lifecycle is
-/// for one thread; the methods are for as many as the object allows.
+/// Order of use: construct, set properties, `Ready` (loads the document), call methods, `Close` or destroy. The
+/// functions of this class are for one thread at a time. The object's methods are too, unless its property
+/// `Synchronised` is set.
 #pragma once
 
 #include <component/kernel/interface.h>
@@ -17,47 +19,48 @@ namespace host {
 
 class Object {
 public:
-    /// Builds an object of what the kernel's module registered. Throws `ModuleError` if there is nothing or the
-    /// construction fails.
+    /// Constructs an object of the interface that the kernel's module registered. Throws `ModuleError` if it registered
+    /// none or the construction fails.
     explicit Object(Kernel& kernel);
-    /// Closes the object if `Ready` was called and `Close` wasn't, and destroys it.
+    /// Calls `Close` if `Ready` was called and `Close` wasn't; then destroys the object.
     ~Object();
     Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
 
-    /// Returns the code of the load. Once.
+    /// Loads the document and returns the load's result code. May be called once.
     kernel::ResultCode Ready();
-    /// Saves if `SaveOnClose` is set; the code doesn't tell how that went.
+    /// Saves the document if the property `SaveOnClose` is set. The result code doesn't include a failure of the save.
     kernel::ResultCode Close();
 
-    /// What callers of the host use: the methods that the module registered.
+    /// The 22 methods that the module registered for callers.
     [[nodiscard]] kernel::Registry Methods() const { return kernel::Registry(registration.methods); }
-    /// The object's own table, which has `Save` too.
+    /// The methods of the object's own table, which also has `Save`.
     [[nodiscard]] kernel::Registry OwnMethods() const { return kernel::Registry(Get()); }
-    /// The object as methods take it.
+    /// The first argument of every method.
     [[nodiscard]] kernel::HostObject* Get() const { return &memory->object; }
 
-    /// Reads by the row of the table with this id: the constant, the field, or what the handler says. `count` gets the
-    /// size, also where the buffer is too small; a null buffer with size 0 measures.
+    /// Reads a property as its row of the registered table says: a constant, a field of the object, or the result of a
+    /// handler. `count`, which may be null, gets the property's size in bytes even if the buffer is too small; a null
+    /// buffer of size 0 only queries the size.
     kernel::ResultCode GetProperty(kernel::PropertyId id, std::uint32_t* count, void* buffer,
                                    std::uint32_t sizeBytes) const;
-    /// Writes by the row of the table with this id. A constant is `kAccessDenied`; a field takes its own size only.
+    /// Writes a property. `kAccessDenied` for a constant, `kInvalidArgument` for a field if `sizeBytes` isn't its size.
     kernel::ResultCode SetProperty(kernel::PropertyId id, const void* data, std::uint32_t sizeBytes);
 
-    /// A number of the property's width; 0 if it can't be read.
+    /// The value of a property of up to 4 bytes; 0 if it can't be read.
     [[nodiscard]] std::uint32_t Number(kernel::PropertyId id) const;
     kernel::ResultCode SetNumber(kernel::PropertyId id, std::uint32_t number);
 
-    /// The document's path, as it was set.
+    /// The property `Name`: the document's path as it was set.
     [[nodiscard]] std::u16string Name() const;
     kernel::ResultCode SetName(std::u16string_view name);
-    /// Sets the name to the form of `path` that the module takes. Throws `PathError` if it has none.
+    /// Sets `Name` to `DocumentName(path)`. Throws `PathError` if `Name` can't hold the path.
     kernel::ResultCode SetDocument(const std::filesystem::path& path);
     kernel::ResultCode SetRootPoint(std::string_view path);
     kernel::ResultCode SetIoObject(kernel::HostObject* io);
 
 private:
-    /// The header that stands before the data area.
+    /// The start of an object's memory; the module's data area follows.
     struct Header {
         kernel::HostObject object;
         kernel::HostWord hostWord;
@@ -68,8 +71,10 @@ private:
 
     [[nodiscard]] const kernel::PropertyRow* FindRow(kernel::PropertyId id) const;
     [[nodiscard]] char* Field(const kernel::PropertyRow& row) const;
-    kernel::ResultCode Lifecycle(std::size_t slot);
-    kernel::ResultCode New(std::uint32_t construct);
+    /// Calls `ObjectReady` or `ObjectClosing`.
+    kernel::ResultCode CallLifecycle(std::size_t slot);
+    /// Constructs the object if `construct` is 1, destroys it if 0.
+    kernel::ResultCode CallObjectNew(std::uint32_t construct);
 
     Registration registration;
     std::unique_ptr<Header, FreeMemory> memory;

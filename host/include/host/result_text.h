@@ -1,4 +1,4 @@
-/// Result codes in the lines of programs around the host.
+/// Result codes as text, for messages of programs that use the host.
 #pragma once
 
 #include <component/kernel/result_text.h>

@@ -1,4 +1,5 @@
-/// What a program around the host asks of the system.
+/// What a program that uses the host needs from the operating system: paths, arguments, standard streams, flushes.
+/// Each system has an implementation of its own.
 #pragma once
 
 #include <filesystem>
@@ -10,29 +11,29 @@
 
 namespace host {
 
-/// A path that the property `Name` can't hold; `what()` names the path and the reason.
+/// The property `Name` can't hold a path; `what()` names the path and the reason.
 class PathError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Why `Name` can't hold `path`, which is in the form of the program's arguments; empty if it can.
+/// The reason why the property `Name` can't hold `path`, a path as `ProgramArguments` returns it; empty if it can.
 [[nodiscard]] std::string_view PathFault(std::string_view path);
 
-/// The absolute path of the file that the system opens for `path`. On Linux symbolic links are resolved, the last one
-/// too; parts that don't exist stay as they are.
+/// The absolute path of the file that the system opens for `path`. On Linux all symbolic links are resolved, as far as
+/// the path exists.
 [[nodiscard]] std::filesystem::path RealPath(const std::filesystem::path& path);
 
-/// The real path in the form that the property `Name` takes, with a drive on every system. Throws `PathError`.
+/// `RealPath` in the form of the property `Name`, which begins with a drive on every system. Throws `PathError`.
 [[nodiscard]] std::u16string DocumentName(const std::filesystem::path& path);
 
-/// The folder of the running program.
+/// The directory of the running program's file.
 [[nodiscard]] std::filesystem::path ProgramDirectory();
 
-/// The ending of a module's file, with its point.
+/// The extension of a module's file name, with its dot.
 [[nodiscard]] const char* ModuleExtension();
 
-/// The program's arguments without its name, in UTF-8.
+/// The program's arguments in UTF-8, without the program's name. Takes the arguments of `main`.
 [[nodiscard]] std::vector<std::string> ProgramArguments(int count, const char* const* values);
 
 enum class Stream {
@@ -40,23 +41,22 @@ enum class Stream {
     Error,
 };
 
-/// Whether a standard stream goes to a terminal, which shows colours then.
+/// Whether a standard stream is a terminal. On Windows this also enables the terminal's colour sequences.
 [[nodiscard]] bool IsTerminal(Stream stream);
 
-/// For the start of a program: output is UTF-8 and passes unchanged. On Linux a stream that the parent process closed
-/// is replaced by one that can't be written, so that no file that is opened later gets its descriptor and what is
-/// printed.
+/// To be called first in a program. On Windows the console shows output as UTF-8, and line ends aren't translated. On
+/// Linux a standard stream that the parent process closed is opened as /dev/null for reading: a file opened later would
+/// otherwise get its descriptor, and the program's output.
 void PrepareStandardStreams();
 
-/// Whether a standard stream is a pipe and its reader has closed it. For streams that failed: on Windows every pipe
-/// counts, as nothing else makes one fail.
+/// Whether a write to a standard stream failed because it is a pipe whose reader has closed it. Call it only after a
+/// failed write: on Windows it is true for every pipe, since a write to a pipe fails for no other reason.
 [[nodiscard]] bool IsPipeClosed(Stream stream);
 
-/// Whether a call of the file system failed because another process has the file open and doesn't share it. On Linux
-/// none fails so.
+/// Whether a file operation failed because another process has the file open without sharing. Never on Linux.
 [[nodiscard]] bool IsSharingViolation(const std::error_code& error);
 
-/// What was written to a file, or the entries of a folder, are on the disk when this returns. Throws
+/// Flushes the data written to a file, or the entries of a directory, to the disk. Throws
 /// `std::filesystem::filesystem_error`.
 void FlushToDisk(const std::filesystem::path& path);
 

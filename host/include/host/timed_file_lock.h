@@ -1,4 +1,4 @@
-/// A lock between processes, held by a file of its own that exists as long as the lock is held.
+/// A lock between processes with a limited waiting time. Its lock file exists as long as the lock is held.
 #pragma once
 
 #include <chrono>
@@ -7,12 +7,14 @@
 
 namespace host {
 
-/// Advisory: only those who take the same lock are kept out. The system releases it with the process, however that
-/// ends; on Linux a process that is killed leaves the file, which then locks nothing and is removed by the next owner.
+/// The lock is advisory: it excludes only processes that acquire the same lock. The system releases it when its process
+/// ends in any way. A process that is killed on Linux leaves the file, which locks nothing then; the next owner removes
+/// it. On a Linux file system that has no file locks every process acquires the lock at once.
 class TimedFileLock {
 public:
-    /// Waits while another owner holds the lock, up to `wait` for each owner in turn. `IsHeld` says whether the lock
-    /// was acquired. Throws `std::filesystem::filesystem_error` if `file` can't be made.
+    /// Waits until the lock is free or the same owner has held it for `wait`; a change of the owner restarts the time.
+    /// `IsHeld` returns whether the lock was acquired. Throws `std::filesystem::filesystem_error` if `file` can't be
+    /// created.
     TimedFileLock(std::filesystem::path file, std::chrono::milliseconds wait);
     /// Removes the file and releases the lock.
     ~TimedFileLock();
@@ -24,11 +26,11 @@ public:
 private:
     static constexpr std::intptr_t kNoHandle = -1;
 
-    /// False if another owner holds the lock.
+    /// Returns false if another owner holds the lock.
     [[nodiscard]] bool TryAcquire();
 
     const std::filesystem::path path;
-    std::intptr_t handle = kNoHandle;   // the open file of the system
+    std::intptr_t handle = kNoHandle;   // descriptor on Linux, HANDLE on Windows
 };
 
 }   // namespace host

@@ -1,4 +1,4 @@
-/// The lines that the module traces, formatted.
+/// Trace lines: what one holds, who receives them, and the formatter behind the host's trace function.
 #pragma once
 
 #include <component/kernel/trace.h>
@@ -11,17 +11,16 @@ namespace host {
 struct TraceLine {
     std::uint32_t level;
     std::string text;
-    const kernel::HostObject* object;   // who wrote it, or null; only to compare
+    const kernel::HostObject* object;   // the writer, or null; compare it, never dereference it
 };
 
-/// Where lines go. Called from the thread that traces, one line at a time.
+/// Receives the lines. Called in the tracing thread while a lock is held, so calls don't overlap; it must not trace.
 using TraceSink = std::function<void(const TraceLine&)>;
 
-/// Prints as printf does, with these differences: "%terr" takes a `ResultCode` and shows the number and its text, "%S"
-/// takes 16-bit text and shows UTF-8, a `long` is 32 bits wide on every system ("ll" and "I64" are 64), and a null text
-/// shows as
-/// "(null)". Knows the conversions s S c d i u x X p f terr and %; from any other one on the format stands as it came.
-/// May throw `std::bad_alloc`.
+/// Formats as printf does, with these differences: "%terr" formats a `ResultCode` as its number and text, "%S" formats
+/// 16-bit text as UTF-8, "l" means 32 bits on every system ("ll" and "I64" mean 64), and null text gives "(null)".
+/// Supports the conversions s S c d i u x X p f terr and %. At any other conversion formatting stops, and the rest of
+/// the format is appended as it is. May throw `std::bad_alloc`.
 [[nodiscard]] std::string FormatTrace(const char* format, std::va_list arguments);
 
 }   // namespace host

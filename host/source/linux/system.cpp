@@ -1,3 +1,5 @@
+// `ModuleFile` and the functions of `system.h` on Linux.
+
 #include <host/module_file.h>
 #include <host/system.h>
 #include <host/text.h>
@@ -16,11 +18,12 @@
 namespace host {
 namespace {
 
-constexpr int kMaxLinks = 40;   // the kernel's limit
+constexpr int kMaxLinks = 40;   // the limit of Linux for one path
 
+/// The type of a module's entry point.
 using EntryCall = int (*)(void* first, std::uint32_t reason, void* third);
 
-/// The entry that the file's header names, or null. The header is the start of the first segment.
+/// The entry point in the ELF header of a loaded module, or null. The header is at the start of the first segment.
 EntryCall FindEntry(void* handle) {
     const link_map* map = nullptr;
     if (dlinfo(handle, RTLD_DI_LINKMAP, static_cast<void*>(&map)) != 0) return nullptr;
@@ -40,7 +43,7 @@ ModuleFile::ModuleFile(const std::filesystem::path& path) {
     const EntryCall call = FindEntry(handle);
     if (call == nullptr) {
         dlclose(handle);
-        throw ModuleError("can't start the module: " + Printable(file.string()) + ": its header names no entry");
+        throw ModuleError("can't start the module: " + Printable(file.string()) + ": its header has no entry point");
     }
     entry = call;
 }
@@ -58,15 +61,15 @@ std::filesystem::path RealPath(const std::filesystem::path& path) {
     std::filesystem::path file = std::filesystem::absolute(path);
     std::filesystem::path real = std::filesystem::canonical(file, error);
     if (!error) return real;
-    if (std::filesystem::exists(file, error)) return file;   // a link to a pipe: no path leads to the target
+    if (std::filesystem::exists(file, error)) return file;   // a link in /proc to a pipe: its target has no path
     for (int links = 0; links < kMaxLinks && std::filesystem::is_symlink(file, error); ++links) {
         file = file.parent_path() / std::filesystem::read_symlink(file);
     }
-    const std::filesystem::path folder = std::filesystem::canonical(file.parent_path(), error);
-    return error ? file : folder / file.filename();
+    const std::filesystem::path directory = std::filesystem::canonical(file.parent_path(), error);
+    return error ? file : directory / file.filename();
 }
 
-/// The file system is drive Z.
+/// The root of the file system is the drive Z.
 std::u16string DocumentName(const std::filesystem::path& path) {
     const std::string file = RealPath(path).string();
     const std::string_view fault = PathFault(file);
@@ -88,7 +91,7 @@ bool IsTerminal(Stream stream) { return isatty(DescriptorOf(stream)) != 0; }
 
 void PrepareStandardStreams() {
     int descriptor = STDIN_FILENO;
-    while (descriptor >= 0 && descriptor <= STDERR_FILENO) {   // the system gives the lowest one that is free
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO) {   // `open` returns the lowest free descriptor
         descriptor = open("/dev/null", O_RDONLY);
     }
     if (descriptor > STDERR_FILENO) close(descriptor);
@@ -103,10 +106,10 @@ bool IsSharingViolation(const std::error_code&) { return false; }
 
 void FlushToDisk(const std::filesystem::path& path) {
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    const bool done = file >= 0 && fsync(file) == 0;
+    const bool flushed = file >= 0 && fsync(file) == 0;
     const std::error_code error(errno, std::generic_category());
     if (file >= 0) close(file);
-    if (!done) throw std::filesystem::filesystem_error("can't flush", path, error);
+    if (!flushed) throw std::filesystem::filesystem_error("can't flush", path, error);
 }
 
 }   // namespace host

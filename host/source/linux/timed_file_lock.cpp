@@ -1,3 +1,5 @@
+// Acquires and releases the lock by `flock` on the lock file.
+
 #include <host/timed_file_lock.h>
 
 #include <fcntl.h>
@@ -12,10 +14,11 @@ namespace {
 
 constexpr mode_t kLockFileMode = 0666;
 
-/// The errors of a file system without locks. It lets every owner in.
+/// Whether a file system refused `flock` because it has no locks. The lock counts as acquired then.
 bool HasNoLocks(int error) { return error == ENOSYS || error == EOPNOTSUPP || error == EINVAL || error == ENOLCK; }
 
-bool IsStillAt(const std::filesystem::path& path, int descriptor) {
+/// Whether `path` still names the open file.
+bool NamesOpenFile(const std::filesystem::path& path, int descriptor) {
     struct stat opened {};
     struct stat found {};
     return fstat(descriptor, &opened) == 0 && stat(path.c_str(), &found) == 0 && opened.st_dev == found.st_dev &&
@@ -24,8 +27,8 @@ bool IsStillAt(const std::filesystem::path& path, int descriptor) {
 
 }   // namespace
 
-/// The former owner may remove the file between the open and the lock: then the lock is one of a file without a name,
-/// and a third process may already hold that of the next file.
+/// The previous owner may remove the file between `open` and `flock`. The lock acquired then belongs to a removed file,
+/// and another process may already hold the lock of the file's successor: so it tries again.
 bool TimedFileLock::TryAcquire() {
     for (;;) {
         const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kLockFileMode);
@@ -37,7 +40,7 @@ bool TimedFileLock::TryAcquire() {
             close(descriptor);
             return false;
         }
-        if (IsStillAt(path, descriptor)) {
+        if (NamesOpenFile(path, descriptor)) {
             handle = descriptor;
             return true;
         }
@@ -47,7 +50,7 @@ bool TimedFileLock::TryAcquire() {
 
 TimedFileLock::~TimedFileLock() {
     if (!IsHeld()) return;
-    unlink(path.c_str());   // while the lock is held, so that the file isn't that of the next owner
+    unlink(path.c_str());   // before the release: later the file could be the next owner's
     close(static_cast<int>(handle));
 }
 

@@ -1,3 +1,5 @@
+// `ModuleFile` and the functions of `system.h` on Windows.
+
 #include <host/module_file.h>
 #include <host/system.h>
 #include <host/text.h>
@@ -6,20 +8,21 @@
 #include <io.h>
 #include <windows.h>
 
-/// The C runtime's parser of the command line in UTF-16; its headers don't declare it.
+/// The C runtime's parser of the command line, in UTF-16. The headers of MinGW don't declare it.
 extern "C" int __cdecl __wgetmainargs(int* count, wchar_t*** values, wchar_t*** environment, int expandWildcards,
                                       int* newMode);
 
 namespace host {
 namespace {
 
+/// The type of a module's entry point.
 using EntryCall = BOOL(__stdcall*)(void* first, DWORD reason, void* third);
 
-/// The entry that the image's header names, or null.
+/// The entry point in the PE header of a loaded module, or null.
 EntryCall FindEntry(void* image) {
     auto* base = static_cast<unsigned char*>(image);
-    const auto* start = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
-    const auto* header = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + start->e_lfanew);
+    const auto* dosHeader = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+    const auto* header = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dosHeader->e_lfanew);
     const DWORD entry = header->OptionalHeader.AddressOfEntryPoint;
     return entry == 0 ? nullptr : reinterpret_cast<EntryCall>(base + entry);
 }
@@ -41,7 +44,7 @@ ModuleFile::ModuleFile(const std::filesystem::path& path) {
     const EntryCall call = FindEntry(handle);
     if (call == nullptr) {
         FreeLibrary(static_cast<HMODULE>(handle));
-        throw ModuleError("can't start the module: " + ToUtf8(file.u16string()) + ": its header names no entry");
+        throw ModuleError("can't start the module: " + ToUtf8(file.u16string()) + ": its header has no entry point");
     }
     entry = call;
 }
@@ -67,7 +70,7 @@ std::filesystem::path ProgramDirectory() {
 
 const char* ModuleExtension() { return ".dll"; }
 
-/// What `main` gets has lost the characters that the system's code page lacks.
+/// Reads the command line anew: the arguments of `main` have lost every character outside the system's code page.
 std::vector<std::string> ProgramArguments(int, const char* const*) {
     int count = 0;
     int newMode = 0;
@@ -99,14 +102,14 @@ bool IsSharingViolation(const std::error_code& error) {
            (error.value() == ERROR_SHARING_VIOLATION || error.value() == ERROR_ACCESS_DENIED);
 }
 
-/// A folder's entries need no call of their own.
+/// Does nothing for a directory: Windows has no flush of a directory's entries.
 void FlushToDisk(const std::filesystem::path& path) {
     if (std::filesystem::is_directory(path)) return;
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-    const bool done = file != INVALID_HANDLE_VALUE && FlushFileBuffers(file) != 0;
+    const bool flushed = file != INVALID_HANDLE_VALUE && FlushFileBuffers(file) != 0;
     const std::error_code error(static_cast<int>(GetLastError()), std::system_category());
     if (file != INVALID_HANDLE_VALUE) CloseHandle(file);
-    if (!done) throw std::filesystem::filesystem_error("can't flush", path, error);
+    if (!flushed) throw std::filesystem::filesystem_error("can't flush", path, error);
 }
 
 }   // namespace host

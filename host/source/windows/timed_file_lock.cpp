@@ -1,10 +1,13 @@
+// Acquires and releases the lock by an exclusive open of the lock file.
+
 #include <host/timed_file_lock.h>
 
 #include <windows.h>
 
 namespace host {
 
-/// The system removes the file with its last handle. A file on its way out refuses access.
+/// Opening the file without sharing is the lock. The system removes the file with its last handle; until the removal is
+/// complete, opening it fails with ERROR_ACCESS_DENIED.
 bool TimedFileLock::TryAcquire() {
     const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE, 0, nullptr, OPEN_ALWAYS,
                                     FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
