@@ -113,10 +113,10 @@ private:
         for (std::size_t i = 0; i < cases.size(); ++i) {
             const AccessCase& access = cases[i];
             Require(std::string_view(buffer, peer.Get(access.entry, buffer)) == access.*expectedBytes,
-                    "a wrong answer");
+                    "a read returns a wrong value");
             if (!peer.HasHandles()) continue;
             Require(std::string_view(buffer, peer.GetOpen(i, access.entry, buffer)) == access.*expectedBytes,
-                    "a wrong answer by handle");
+                    "a read by handle returns a wrong value");
         }
     }
 
@@ -199,7 +199,7 @@ private:
     std::uint64_t checksum = 0;
 };
 
-/// Measures jobs on the whole document. A job is repeated for `kEnoughSeconds`, but one that takes long only once.
+/// Measures jobs on the whole document, each as the median of several runs.
 class DocumentMeter {
 public:
     DocumentMeter(Peer& measured, std::string document) : peer(measured), file(std::move(document)) {}
@@ -232,10 +232,12 @@ public:
     }
 
 private:
+    /// Calls `work`, which returns its seconds, for `kEnoughSeconds` and at least `kMinRounds` times, but no longer
+    /// than `kMaxSeconds`.
     template <class Work>
     static void Repeat(Work work) {
         constexpr double kEnoughSeconds = 0.1;
-        constexpr double kMaxSeconds = 1.5;   // below `kMinRounds`
+        constexpr double kMaxSeconds = 1.5;
         constexpr int kMinRounds = 3;
         constexpr int kMaxRounds = 200;
         double spent = 0;

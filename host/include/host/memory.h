@@ -1,5 +1,5 @@
-/// The heap that the host offers to the module: zero-filled blocks aligned to 16. It counts the blocks and can be told
-/// to fail requests, for tests.
+/// The heap that the host offers to the module: zero-filled blocks aligned to 16. It counts its blocks,
+/// and tests can make requests fail.
 /// One heap serves all threads; every function may be called from any of them.
 #pragma once
 
@@ -75,10 +75,10 @@ private:
     [[nodiscard]] std::uint64_t Counts() const { return counts.load(std::memory_order_relaxed); }
     /// Counts a request and its block. Returns the request's number.
     std::uint32_t CountRequest();
-    /// Takes one block off the count: it was freed, or its request failed.
+    /// Subtracts a block that was freed or whose request failed.
     void UncountBlock();
 
-    /// Whether `FailAllocation` demands that this request fail; notes it for `AllocationFailed`.
+    /// Whether `FailAllocation` selected this request; if so, sets `failed`.
     [[nodiscard]] bool MustFail(std::uint32_t request);
     /// Returns false if there is no memory for the record.
     [[nodiscard]] bool Track(const void* block, const LeakedBlock& record);
