@@ -23,14 +23,15 @@ struct Ending {
     std::string_view digits;   // any number of them after the text
     bool needsDigits;
     const char* role;
+    bool isReplaced;
 };
 constexpr Ending kEndings[] = {
-    {"", "", false, "document"},
-    {".bak", "", false, "first backup"},
-    {".bak2", "", false, "second backup"},
-    {".bak2", kHexadecimal, true, "old second backup"},
-    {".tmp", kHexadecimal, true, "temporary file"},
-    {kReplaced, kDigits, false, "before a restore"},
+    {"", "", false, "document", false},
+    {".bak", "", false, "first backup", false},
+    {".bak2", "", false, "second backup", true},
+    {".bak2", kHexadecimal, true, "old second backup", true},
+    {".tmp", kHexadecimal, true, "temporary file", true},
+    {kReplaced, kDigits, false, "before a restore", false},
 };
 
 Name Widen(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
@@ -93,7 +94,7 @@ std::vector<BackupFile> FindBackups(const std::filesystem::path& document) {
     for (const auto& entry : std::filesystem::directory_iterator(FolderOf(document))) {
         const Ending* ending = EndingOf(entry.path().filename().native(), document.filename().native());
         if (ending != nullptr && entry.is_regular_file()) {
-            files.push_back({document.parent_path() / entry.path().filename(), ending->role});
+            files.push_back({document.parent_path() / entry.path().filename(), ending->role, ending->isReplaced});
         }
     }
     std::sort(files.begin(), files.end(), [](const BackupFile& a, const BackupFile& b) { return a.path < b.path; });

@@ -12,6 +12,7 @@ namespace arborctl {
 struct BackupFile {
     std::filesystem::path path;
     const char* role;
+    bool isReplaced;   // by the saves of a new document
 };
 
 /// The document and what stands beside it, as far as they exist: the document first, the rest by name.

@@ -230,11 +230,16 @@ private:
 void AddOptions(CLI::App& app, CommandLine& line, std::string& module, std::string& document) {
     std::map<std::string, Colours> whens;
     for (const ColourRow& row : kColourRows) whens.emplace(row.word, row.colours);
+    const std::map<std::string, Creation> creations{{"true", Creation::Safe}, {"force", Creation::Force}};
     app.add_option("--module", module, "module to load (default: the one beside this program)")->option_text("FILE");
     app.add_option("--trace", line.traceLevel, "show the module's lines up to this level, 600 being all")
         ->option_text("LEVEL");
-    app.add_flag("--read-only", line.settings.readOnly, "refuse every change");
-    app.add_flag("--create", line.settings.create, "make the document if it's missing");
+    CLI::Option* readOnly = app.add_flag("--read-only", line.settings.readOnly, "refuse every change");
+    app.add_flag("--create", line.settings.create,
+                 "make the document if it's missing; with =force also beside a backup of a former one")
+        ->option_text("[=force]")
+        ->transform(CLI::Transformer(creations))
+        ->excludes(readOnly);
     app.add_flag("--convert", line.settings.convert, "let a change save a foreign document as a native one");
     app.add_option("--backup", line.settings.backupMode, "0 none, 1 the last document, 2 also the first one saved")
         ->option_text("MODE")

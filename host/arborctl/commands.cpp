@@ -44,7 +44,7 @@ int Copy(const Session& session, const Path& path, const std::filesystem::path& 
     if (!key) value = Demand(OpenValue(source.Root(), path).Read(0), path.Text());
     const Document destination(session.kernel,
                                {.document = target,
-                                .create = true,
+                                .create = session.settings.create == Creation::Force ? Creation::Force : Creation::Safe,
                                 .convert = session.settings.convert,
                                 .backupMode = session.settings.backupMode,
                                 .wait = session.settings.wait},

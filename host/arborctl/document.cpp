@@ -1,6 +1,7 @@
 #include "document.h"
 
 #include "addressing.h"
+#include "backups.h"
 #include "document_scan.h"
 #include "exit_codes.h"
 #include "retry.h"
@@ -30,6 +31,17 @@ bool IsReplaceable(const std::filesystem::path& document) {
     std::error_code unknown;
     const std::filesystem::file_status status = std::filesystem::status(document, unknown);
     return std::filesystem::is_regular_file(status) && (status.permissions() & kWriting) != perms::none;
+}
+
+/// Throws a `Refusal` if the missing `document` is left in a backup or a temporary file.
+void RefuseFormerDocument(const std::filesystem::path& document) {
+    for (const BackupFile& backup : FindBackups(document)) {
+        if (!backup.isReplaced || std::filesystem::file_size(backup.path) == 0) continue;
+        const std::string file = PathText(document);
+        const std::string left = PathText(backup.path.filename());
+        throw Refusal(kernel::kAlreadyExists, left + " holds a former " + file + ": \"arborctl " + file + " restore " +
+                                                  left + "\" brings it back, --create=force makes a new one");
+    }
 }
 
 }   // namespace
@@ -76,7 +88,7 @@ std::string LoadState(kernel::ResultCode code) {
 
 std::unique_ptr<host::TimedFileLock> LockDocument(const DocumentSettings& settings) {
     const std::filesystem::path file = LockFile(settings.document);
-    if (settings.create) std::filesystem::create_directories(file.parent_path());
+    if (settings.create != Creation::Never) std::filesystem::create_directories(file.parent_path());
     if (!std::filesystem::exists(file.parent_path())) return nullptr;
     auto lock = std::make_unique<host::TimedFileLock>(file, settings.wait);
     if (!lock->IsHeld()) throw LoadError(kernel::kFileInUse, "another run changes " + PathText(settings.document));
@@ -85,7 +97,11 @@ std::unique_ptr<host::TimedFileLock> LockDocument(const DocumentSettings& settin
 
 Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress, Access access)
     : stages(&progress), file(settings.document), mayConvert(settings.convert), wait(settings.wait) {
-    if ((access == Access::Change && !settings.readOnly) || settings.create) lock = LockDocument(settings);
+    if ((access == Access::Change && !settings.readOnly) || settings.create != Creation::Never) {
+        lock = LockDocument(settings);
+    }
+    const bool isNew = settings.create != Creation::Never && !std::filesystem::exists(file);
+    if (isNew && settings.create == Creation::Safe) RefuseFormerDocument(file);
     const Progress::Stage stage = progress.Begin("loading", file);
     kernel::ResultCode code = kernel::kDone;
     RetryFor(wait, [&] {
@@ -95,7 +111,8 @@ Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progr
     });
     if (kernel::IsFailure(code)) throw LoadError(code, "loading " + PathText(file));
     if (settings.root.IsRoot()) return;
-    const arbor::Key root = OpenKey(Root(), settings.root);
+    const arbor::Key root = isNew ? MakeKey(Root(), settings.root) : OpenKey(Root(), settings.root);
+    if (isNew) Save();
     Demand(arbor::Status(object->OwnMethods().SetRootKey(object->Get(), root.Handle())), settings.root.Text());
 }
 
@@ -114,7 +131,7 @@ kernel::ResultCode Document::LoadOnce(host::Kernel& kernel, const DocumentSettin
     const auto set = [](kernel::ResultCode code) { Demand(arbor::Status(code), "setting up the document"); };
     set(object->SetDocument(file));
     set(object->SetNumber(kernel::PropertyReadOnly, settings.readOnly ? 1 : 0));
-    set(object->SetNumber(kernel::PropertyOpenFlags, settings.create ? kernel::kOpenFlagCreate : 0));
+    set(object->SetNumber(kernel::PropertyOpenFlags, settings.create != Creation::Never ? kernel::kOpenFlagCreate : 0));
     set(object->SetNumber(kernel::PropertyBackupMode, settings.backupMode));
     return object->Ready();
 }

@@ -50,10 +50,17 @@ template <class T>
     return *std::move(result);
 }
 
+/// Whether a missing document is made.
+enum class Creation {
+    Never,
+    Safe,   // not where a former document is left in its backups: later saves would replace them
+    Force,
+};
+
 struct DocumentSettings {
     std::filesystem::path document{};
     bool readOnly = false;
-    bool create = false;    // a missing document is made
+    Creation create = Creation::Never;
     bool convert = false;   // a foreign document may be saved, as a native one
     std::uint32_t backupMode = 0;
     Path root{};                    // the key that paths start at
@@ -91,7 +98,7 @@ class Document {
 public:
     /// Loads the document, and locks it first for `Access::Change`. Waits while another process has it open. Shows it,
     /// and the saving, as stages of `progress`. Throws a `LoadError` if it can't be loaded, and a plain `Refusal` if it
-    /// has no key `settings.root`.
+    /// has no key `settings.root` or can't be made. A new document gets that key.
     Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress, Access access = Access::Read);
     /// Loads what `io` holds, and saves there; nothing makes an empty tree.
     Document(host::Kernel& kernel, host::IoObject& io);

@@ -240,7 +240,7 @@ int Diff(const Session& session, const std::filesystem::path& other) {
     const Document was = session.Load();
     DocumentSettings settings = session.settings;
     settings.document = other;
-    settings.create = false;
+    settings.create = Creation::Never;
     const Document now(session.kernel, settings, session.progress);
     const ValueText valueText(session.kernel);
     const std::vector<Change> changes = Compare(was.Root(), now.Root());

@@ -325,6 +325,8 @@ TEST_F(ArborctlTest, AWrongCommandLineEndsWithTwo) {
         {"tree", "--json"},
         {"set", "d.xml", "Network", "V", "tDWORD"},
         {"--trace", "loud", "d.xml", "tree"},
+        {"--create", "--read-only", "d.xml", "tree"},
+        {"--create=always", "d.xml", "tree"},
         {"d.xml", "tree", "Network", "more"},
     };
     for (const std::vector<std::string>& arguments : cases) {
@@ -450,6 +452,40 @@ TEST_F(ArborctlTest, AValueWithoutATextIsNamedAndTheRestShown) {
         EXPECT_EQ(outcome.error, row.error);
     }
     EXPECT_EQ(RunOn("b.xml", {"export"}).output, RunOn("c.xml", {"export"}).output);
+}
+
+TEST_F(ArborctlTest, ANewDocumentGetsItsRootKeyAndReplacesNoFormerOne) {
+    const std::vector<std::string> set{"set", "", "V", "tINT", "1"};
+    EXPECT_EQ(RunOn("new.xml", set, {"--create", "--root", "A/B"}).exitCode, 0);
+    EXPECT_EQ(RunOn("new.xml", {"tree"}).output, "A/\n    B/\n        V: tINT 1\n");
+    EXPECT_EQ(RunOn("read.xml", {"tree"}, {"--create", "--root", "A"}).exitCode, 0);
+    EXPECT_EQ(RunOn("read.xml", {"tree"}).output, "A/\n");
+    EXPECT_EQ(RunOn("read.xml", {"tree"}, {"--create", "--root", "B"}).exitCode, 1);   // it is there already
+
+    struct Case {
+        const char* left;   // of a save that failed
+        bool refused;
+    };
+    for (const Case& row :
+         {Case{"lost.xml.bak2", true}, {"lost.xml.bak21f", true}, {"lost.xml.tmp1f", true}, {"lost.xml.bak", false}}) {
+        SCOPED_TRACE(row.left);
+        std::ofstream(folder / row.left, std::ios::binary) << kDocument;
+        for (const std::vector<std::string>& run : {std::vector<std::string>{"--create", Path("lost.xml"), "tree"},
+                                                    {"--create", Path("lost.xml"), "set", "", "V", "tINT", "1"},
+                                                    {Path("d.xml"), "cp", "Network", Path("lost.xml")}}) {
+            const Outcome outcome = RunTool(run);
+            EXPECT_EQ(outcome.exitCode, row.refused ? 1 : 0);
+            EXPECT_THAT(outcome.error, HasSubstr(row.refused ? std::string("restore ") + row.left : ""));
+            EXPECT_NE(std::filesystem::exists(folder / "lost.xml"), row.refused);
+        }
+        std::filesystem::remove(folder / "lost.xml");
+        EXPECT_EQ(RunTool({"--create=force", Path("lost.xml"), "set", "", "V", "tINT", "1"}).exitCode, 0);
+        std::filesystem::remove(folder / "lost.xml");
+        EXPECT_EQ(RunOn("d.xml", {"cp", "Network", Path("lost.xml")}, {"--create=force"}).exitCode, 0);
+        std::filesystem::remove(folder / "lost.xml");
+        EXPECT_EQ(FileText(folder / row.left), kDocument);
+        std::filesystem::remove(folder / row.left);
+    }
 }
 
 TEST_F(ArborctlTest, BackupsStandBesideTheDocumentAsTheModeSays) {
