@@ -123,7 +123,8 @@ std::string SiblingNames::Next(const std::string& name) {
     const std::uint32_t number = ++counts[Lower(name)];
     if (number == 1 && !name.empty()) return EncodeName(name);
     std::string digits = std::to_string(number);
-    while (isTaken(name + '#' + digits)) digits.insert(0, 1, '0');
+    const std::string stem = name + '#';
+    while (isTaken(stem + digits)) digits.insert(0, 1, '0');
     return EncodeName(name) + '#' + digits;
 }
 

@@ -78,7 +78,7 @@ TEST_F(ClientTest, EachTypeComesBackAsItWasSet) {
     ComesBack<unsigned long long>(store, std::numeric_limits<std::uint64_t>::max(), kernel::tQWORD);
     ComesBack<long long>(store, std::numeric_limits<std::int64_t>::min(), kernel::tLONGLONG);
     ComesBack(store, -1.5, kernel::tDOUBLE);
-    for (const std::size_t length : {0, 1, 127, 128, 129, 254, 255, 256, 257, 1000}) {
+    for (const std::size_t length : {0U, 1U, 127U, 128U, 129U, 254U, 255U, 256U, 257U, 1000U}) {
         SCOPED_TRACE(length);
         ComesBack(store, std::string(length, 'n'), kernel::tSTRING);
         ComesBack(store, std::u16string(length, u'\u00e4'), kernel::tWSTRING);

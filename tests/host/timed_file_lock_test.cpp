@@ -28,7 +28,7 @@ TEST_F(TimedFileLockTest, TheFileLastsAsLongAsTheLock) {
         EXPECT_TRUE(std::filesystem::exists(file));   // the one that was refused leaves it
     }
     EXPECT_FALSE(std::filesystem::exists(file));
-    std::ofstream{file};   // as a killed owner leaves it
+    std::ofstream(file) << "";   // as a killed owner leaves it
     EXPECT_TRUE(host::TimedFileLock(file, 0s).IsHeld());
     EXPECT_FALSE(std::filesystem::exists(file));
     EXPECT_THROW(host::TimedFileLock(owned.Folder() / "none" / "lock", 0s), std::filesystem::filesystem_error);

@@ -149,7 +149,7 @@ ilk::ResultCode LookUp(std::uint64_t address, ilk::StackModule& module) {
 
 TEST(StackTraceTest, EachModuleIsLookedUpOnce) {
     ilk::StackTrace trace;
-    for (const std::uint64_t frame : {0x2200, 0x1010, 0x3000, 0x2101, 0x1800, 0x2900, 0x3010})
+    for (const std::uint64_t frame : {0x2200U, 0x1010U, 0x3000U, 0x2101U, 0x1800U, 0x2900U, 0x3010U})
         trace.frames.append(frame);
     lookUps = 0;
     ilk::ResolveModules(trace, &LookUp);

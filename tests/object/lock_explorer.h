@@ -80,7 +80,7 @@ inline std::optional<Counts> After(Counts counts, bool releases, bool writes) {
 template <class Lock>
 class LockExplorer {
 public:
-    LockExplorer(int writerCount, int entries) : writers(writerCount) { Visit({entries}); }
+    LockExplorer(std::size_t writerCount, int entries) : writers(writerCount) { Visit({entries}); }
     std::set<std::string> faults;   // "exclusion", "lost wake-up", "counts", "order"; none is followed past its first
 
 private:

@@ -723,7 +723,7 @@ TEST_F(ArborctlTest, ARestoreKeepsWhatItReplaces) {
 }
 
 TEST_F(ArborctlTest, RestoreAcceptsWhatBackupsPrints) {
-    std::ofstream(folder / "d.xml.bak2");
+    std::ofstream(folder / "d.xml.bak2") << "";
     std::ofstream(folder / "d.xml.bak") << "<arbor></arbor>";
     if (kNamesAreBytes) {
         for (const char* name : {"\xFF", "d.xml.bak\xFF", "d.xml.tmp1\\"})
