@@ -108,7 +108,7 @@ struct WakesReadersFirst : SimulatedLock {
 };
 
 TEST(LockExplorerTest, NoInterleavingOfReadersAndWritersHasAFault) {
-    for (int writers = 0; writers <= 3; ++writers) {
+    for (std::size_t writers = 0; writers <= 3; ++writers) {
         EXPECT_THAT(LockExplorer<SimulatedLock>(writers, 4).faults, testing::IsEmpty()) << writers << " writers";
     }
 }
