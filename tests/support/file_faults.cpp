@@ -56,6 +56,18 @@ Handle Open(const char16_t* path, std::uint32_t access, std::uint32_t share, con
     return file;
 }
 
+Handle RealReplacement(const char16_t*, const char16_t*, const char16_t*, Handle*)
+    REAL("21CreateReplacementFileEPKDsS1_S1_PPv");
+Handle Replacement(const char16_t*, const char16_t*, const char16_t*, Handle*)
+    WRAPPED("21CreateReplacementFileEPKDsS1_S1_PPv");
+Handle Replacement(const char16_t* path, const char16_t* original, const char16_t* backup, Handle* reservation) {
+    bool succeeds = false;
+    if (!GoesOn(FileCall::Open, succeeds) && !succeeds) return *reservation = platform::kInvalidHandle;
+    const Handle file = RealReplacement(path, original, backup, reservation);
+    FileFaults::Tell(file != platform::kInvalidHandle, {.call = FileCall::Open, .file = file, .path = path});
+    return file;
+}
+
 bool RealRead(Handle, void*, std::uint32_t, std::uint32_t*) REAL("8ReadFileEPvS0_jPj");
 bool Read(Handle, void*, std::uint32_t, std::uint32_t*) WRAPPED("8ReadFileEPvS0_jPj");
 bool Read(Handle file, void* buffer, std::uint32_t size, std::uint32_t* done) {

@@ -25,8 +25,10 @@ constexpr ErrorRow kErrors[] = {
     {EXDEV, kErrorNotSameDevice},
     {EROFS, kErrorWriteProtect},
     {ETXTBSY, kErrorSharingViolation},
-    {EBUSY, kErrorSharingViolation},
-    {EAGAIN, kErrorSharingViolation},   // another process has a lease on the file
+    {EBUSY, kErrorNotSupported},        // the name is a mount point, which can't be renamed or replaced
+    {EAGAIN, kErrorSharingViolation},   // another process holds a lock or a lease on the file
+    {ENOLCK, kErrorNoSystemResources},
+    {ENXIO, kErrorNotSupported},   // the open of a socket, or of a device without a driver
     {ENOSYS, kErrorNotSupported},
     {EOPNOTSUPP, kErrorNotSupported},
     {EEXIST, kErrorFileExists},

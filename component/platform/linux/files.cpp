@@ -1,6 +1,10 @@
+// Handles of files, and what is done with them.
+
 #include <component/platform/files.h>
 
 #include "open_file.h"
+#include "replacement.h"
+#include "sharing.h"
 #include "sync.h"
 #include "system_error.h"
 #include "system_object.h"
@@ -41,6 +45,11 @@ public:
     OpenedFile(Descriptor opened, std::uint32_t access)
         : SystemObject(kKind), descriptor(std::move(opened)), granted(access) {}
 
+    /// Whoever else has the open file, by a reservation or as a child of this process, keeps no claims.
+    ~OpenedFile() override { ReleaseClaims(descriptor.Number()); }
+    OpenedFile(const OpenedFile&) = delete;
+    OpenedFile& operator=(const OpenedFile&) = delete;
+
     const Descriptor descriptor;
     const std::uint32_t granted;
 };
@@ -53,19 +62,13 @@ OpenedFile* FileFor(Handle handle, std::uint32_t access) {
     return nullptr;
 }
 
-/// Repeats `call`, which gets how many bytes are behind and how many are left, until all are moved, no more come or one
-/// fails. The system moves fewer where a signal comes in between, and never more than 2 GiB at once.
-template <class Call>
-bool MoveAll(std::uint32_t size, std::uint32_t* done, Call call) {
-    *done = 0;
-    while (*done < size) {
-        const ssize_t moved = call(*done, size - *done);
-        if (moved < 0 && errno == EINTR) continue;
-        if (moved < 0) return FailWithErrno(errno);
-        if (moved == 0) break;
-        *done += static_cast<std::uint32_t>(moved);
-    }
-    return true;
+/// The handle of an open file; `kInvalidHandle` with the last error for one that isn't open.
+Handle MakeHandle(Descriptor descriptor, std::uint32_t access) {
+    if (!descriptor.IsOpen()) return kInvalidHandle;
+    SystemObject* const file = new (std::nothrow) OpenedFile(std::move(descriptor), access);
+    if (file != nullptr) return file;
+    SetLastError(kErrorNotEnoughMemory);
+    return kInvalidHandle;
 }
 
 bool IsValidCreation(std::uint32_t creation, std::uint32_t access) {
@@ -86,11 +89,22 @@ Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t sha
     if (!native.Assign(path)) return kInvalidHandle;
     const bool takesFolders = (flags & kFlagBackupSemantics) != 0;
     const mode_t newMode = (flags & kAttributeReadOnly) != 0 ? kNewFileMode & ~kWriteBits : kNewFileMode;
-    Descriptor descriptor = OpenFile(native, {RightsOf(access), share, creation, takesFolders, newMode});
-    if (!descriptor.IsOpen()) return kInvalidHandle;
-    SystemObject* const file = new (std::nothrow) OpenedFile(std::move(descriptor), access);
-    if (file != nullptr) return file;
-    SetLastError(kErrorNotEnoughMemory);
+    return MakeHandle(OpenFile(native, {RightsOf(access), share, creation, takesFolders, newMode}), access);
+}
+
+Handle CreateReplacementFile(const char16_t* path, const char16_t* original, const char16_t* backup,
+                             Handle* reservation) {
+    *reservation = kInvalidHandle;
+    NativePath native;
+    NativePath replaced;
+    NativePath older;
+    if (!native.Assign(path) || !replaced.Assign(original) || !older.Assign(backup)) return kInvalidHandle;
+    Descriptor reserving;
+    const Handle file = MakeHandle(OpenReplacement(native, replaced, older, reserving), kGenericWrite);
+    if (file == kInvalidHandle) return kInvalidHandle;
+    *reservation = MakeHandle(std::move(reserving), 0);
+    if (*reservation != kInvalidHandle) return file;
+    CloseHandle(file);
     return kInvalidHandle;
 }
 
@@ -98,18 +112,14 @@ bool ReadFile(Handle file, void* buffer, std::uint32_t size, std::uint32_t* done
     *done = 0;
     const OpenedFile* const object = FileFor(file, kGenericRead);
     if (object == nullptr) return false;
-    return MoveAll(size, done, [&](std::uint32_t behind, std::uint32_t left) {
-        return read(object->descriptor.Number(), static_cast<char*>(buffer) + behind, left);
-    });
+    return ReadAll(object->descriptor.Number(), buffer, size, done) || FailWithErrno(errno);
 }
 
 bool WriteFile(Handle file, const void* buffer, std::uint32_t size, std::uint32_t* done) {
     *done = 0;
     const OpenedFile* const object = FileFor(file, kGenericWrite);
     if (object == nullptr) return false;
-    return MoveAll(size, done, [&](std::uint32_t behind, std::uint32_t left) {
-        return write(object->descriptor.Number(), static_cast<const char*>(buffer) + behind, left);
-    });
+    return WriteAll(object->descriptor.Number(), buffer, size, done) || FailWithErrno(errno);
 }
 
 bool GetFileSizeEx(Handle file, std::uint64_t* sizeBytes) {

@@ -21,13 +21,13 @@ bool Empties(const OpenRequest& request) {
     return request.creation == kCreateAlways || request.creation == kTruncateExisting;
 }
 
-/// The rights that the open takes, though they may be more than the opener keeps: what empties a file writes it.
+/// The rights that the open itself needs, which may be more than the opener keeps: emptying a file is writing.
 std::uint32_t RightsToOpen(const OpenRequest& request) {
     return Empties(request) ? request.uses | kShareWrite : request.uses;
 }
 
-/// Gives the descriptor, or -1 with `errno`. Writers read as well, since only a readable descriptor can carry the
-/// marks. A FIFO is opened without a wait for its other end.
+/// Returns the descriptor, or -1 with `errno`. Writers open for reading too, since only a readable descriptor can carry
+/// marks. O_NONBLOCK: the open of a FIFO doesn't wait for its other end.
 int OpenOrCreate(const NativePath& path, const OpenRequest& request, bool& created) {
     const bool writes = (RightsToOpen(request) & kShareWrite) != 0;
     const int flags = (writes ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
@@ -60,14 +60,20 @@ Descriptor OpenFile(const NativePath& path, const OpenRequest& request) {
             FailAt(path, errno);
             return Descriptor();
         }
-        const bool isRefused = (S_ISDIR(opened.st_mode) && !request.takesFolders) || S_ISFIFO(opened.st_mode);
-        const bool writesProtected = !created && (rights & kShareWrite) != 0 && IsReadOnly(opened.st_mode);
-        if (isRefused || writesProtected) {
+        if (S_ISDIR(opened.st_mode) && request.takesFolders) return file;   // a directory is always shared
+        if (!S_ISREG(opened.st_mode)) {
+            FailWith(RefusalOf(opened.st_mode));
+            return Descriptor();
+        }
+        if (!created && (rights & kShareWrite) != 0 && IsReadOnly(opened.st_mode)) {
             FailWith(kErrorAccessDenied);
             return Descriptor();
         }
-        if (!S_ISREG(opened.st_mode)) return file;   // folders and devices are everybody's
-        if (!ClaimFile(file.Number(), rights, kAllShares & ~request.shares)) break;
+        const std::uint32_t error = ClaimFile(file.Number(), rights, kAllShares & ~request.shares);
+        if (error != kErrorSuccess) {
+            FailWith(error);
+            return Descriptor();
+        }
         if (!IsStillAt(path, opened)) continue;
         if (Empties(request) && ftruncate(file.Number(), 0) != 0) {
             FailWithErrno(errno);
@@ -80,6 +86,47 @@ Descriptor OpenFile(const NativePath& path, const OpenRequest& request) {
     FailWith(kErrorSharingViolation);
     return Descriptor();
 }
+
+Descriptor CreateNewFile(const NativePath& path, const Permissions* permissions) {
+    constexpr int kFlags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
+    Descriptor file(open(path.Text(), kFlags, permissions != nullptr ? kPrivateMode : kNewFileMode));
+    struct stat created {};
+    if (!file.IsOpen() || fstat(file.Number(), &created) != 0) {
+        FailAt(path, errno);
+        return Descriptor();
+    }
+    ForgetLostBytes(created);
+    if (permissions == nullptr || permissions->ApplyTo(file.Number())) return file;
+    FailWithErrno(errno);
+    unlink(path.Text());
+    return Descriptor();
+}
+
+bool ReadAll(int file, void* buffer, std::uint32_t size, std::uint32_t* done) {
+    *done = 0;
+    while (*done < size) {
+        const ssize_t moved = read(file, static_cast<char*>(buffer) + *done, size - *done);
+        if (moved < 0 && errno == EINTR) continue;
+        if (moved < 0) return false;
+        if (moved == 0) break;
+        *done += static_cast<std::uint32_t>(moved);
+    }
+    return true;
+}
+
+bool WriteAll(int file, const void* buffer, std::uint32_t size, std::uint32_t* done) {
+    *done = 0;
+    while (*done < size) {
+        const ssize_t moved = write(file, static_cast<const char*>(buffer) + *done, size - *done);
+        if (moved < 0 && errno == EINTR) continue;
+        if (moved == 0) errno = ENOSPC;
+        if (moved <= 0) return false;
+        *done += static_cast<std::uint32_t>(moved);
+    }
+    return true;
+}
+
+std::uint32_t RefusalOf(mode_t mode) { return S_ISDIR(mode) ? kErrorAccessDenied : kErrorNotSupported; }
 
 bool IsReadOnly(mode_t mode) { return S_ISREG(mode) && (mode & kWriteBits) == 0; }
 

@@ -1,7 +1,8 @@
-/// Opening by the rules of the layer, below the handles: what `CreateFileW` and `CopyFileW` have in common.
+/// Opening, creating and transferring below the handles: what the calls of `files.h` have in common.
 #pragma once
 
 #include "native_path.h"
+#include "permissions.h"
 
 #include <sys/types.h>
 
@@ -28,8 +29,7 @@ private:
     int descriptor;
 };
 
-/// The rights that an opener uses and shares, in the bits of `kShareRead` and its neighbours, and the rest of its
-/// wishes.
+/// What an opener requests; the rights that it uses and shares are in the bits of `kShareRead` and its neighbours.
 struct OpenRequest {
     std::uint32_t uses;
     std::uint32_t shares;
@@ -38,16 +38,30 @@ struct OpenRequest {
     mode_t newMode;
 };
 
-/// Opens, checks the sharing and only then empties, as the creation says. Not open on a failure; the last error tells.
+/// Opens, checks the sharing and only then empties, as the creation says. Not open on a failure, with the last error.
 [[nodiscard]] Descriptor OpenFile(const NativePath& path, const OpenRequest& request);
 
-/// A regular file that nobody may write.
+/// Creates a file whose name isn't used, open for reading and writing, with the given permissions from the start; null
+/// are those that the system gives a new file. Follows no symbolic link. Not open on a failure, with the last error.
+[[nodiscard]] Descriptor CreateNewFile(const NativePath& path, const Permissions* permissions);
+
+/// Transfer bytes at the file's position until `size` are transferred, the file ends or the system fails. `done` gets
+/// the bytes transferred, on a failure too. Return false with `errno`; a write that makes no progress is ENOSPC.
+[[nodiscard]] bool ReadAll(int file, void* buffer, std::uint32_t size, std::uint32_t* done);
+[[nodiscard]] bool WriteAll(int file, const void* buffer, std::uint32_t size, std::uint32_t* done);
+
+/// A regular file without write permission for anyone.
 [[nodiscard]] bool IsReadOnly(mode_t mode);
 
-/// A name that gets another file between the open and the look at it is opened anew, so many times.
+/// The error for opening what is no regular file: a directory is refused as Windows does it, other types aren't
+/// supported.
+[[nodiscard]] std::uint32_t RefusalOf(mode_t mode);
+
+/// How often a name is opened again that got another file between the open and the check.
 inline constexpr int kOpenAttempts = 16;
 
 inline constexpr mode_t kWriteBits = 0222;
 inline constexpr mode_t kNewFileMode = 0666;
+inline constexpr mode_t kPrivateMode = 0600;
 
 }   // namespace platform

@@ -1,5 +1,7 @@
 #include "sharing.h"
 
+#include "system_error.h"
+
 #include <component/platform/files.h>
 #include <component/platform/threads.h>
 
@@ -24,6 +26,8 @@ constexpr Right kRights[] = {
     {kShareDelete, kFirstMark + 2, kFirstMark + 6},
     {kChangeName, kFirstMark + 3, kFirstMark + 7},
 };
+constexpr off_t kMarks = 8;
+constexpr off_t kReservation = kFirstMark + kMarks;   // the one exclusive lock
 
 struct flock ByteLock(int type, off_t mark) {
     struct flock lock {};
@@ -34,22 +38,26 @@ struct flock ByteLock(int type, off_t mark) {
     return lock;
 }
 
-/// The errors of a file system without such locks, and of a descriptor that can't carry them since it mustn't be read.
-bool HasNoLocks(int error) { return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP || error == EBADF; }
-
-bool SetMark(int descriptor, int type, off_t mark) {
-    struct flock lock = ByteLock(type, mark);
-    return fcntl(descriptor, F_OFD_SETLK, &lock) == 0 || HasNoLocks(errno);
+/// False on a file system without such locks; a network file system without its lock service reports ENOLCK.
+bool HasLocks(int descriptor) {
+    struct flock lock = ByteLock(F_WRLCK, kReservation);
+    if (fcntl(descriptor, F_OFD_GETLK, &lock) == 0) return true;
+    return errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP && errno != ENOLCK;
 }
 
-/// False where a lock that could be had is refused: then nobody would know of this opener.
+/// Sets or removes one mark; false with `errno`. A descriptor that isn't readable can't carry marks and goes without.
+bool SetMark(int descriptor, int type, off_t mark) {
+    struct flock lock = ByteLock(type, mark);
+    return fcntl(descriptor, F_OFD_SETLK, &lock) == 0 || errno == EBADF;
+}
+
+/// Sets the marks of an opener; false with `errno` at the first that is refused.
 bool SetMarks(int descriptor, int type, std::uint32_t uses, std::uint32_t denies) {
-    bool areSet = true;
     for (const Right& right : kRights) {
-        if ((uses & right.bit) != 0) areSet = SetMark(descriptor, type, right.useMark) && areSet;
-        if ((denies & right.bit) != 0) areSet = SetMark(descriptor, type, right.denyMark) && areSet;
+        if ((uses & right.bit) != 0 && !SetMark(descriptor, type, right.useMark)) return false;
+        if ((denies & right.bit) != 0 && !SetMark(descriptor, type, right.denyMark)) return false;
     }
-    return areSet;
+    return true;
 }
 
 bool IsMarkedByOthers(int descriptor, off_t mark) {
@@ -57,8 +65,16 @@ bool IsMarkedByOthers(int descriptor, off_t mark) {
     return fcntl(descriptor, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
-/// Lets one opener at a time mark and look, so that of two that come together one goes on; without it both might turn
-/// back. It is a courtesy and no more: where it isn't to be had in time the marks alone decide.
+bool IsExcludedByOthers(int descriptor, std::uint32_t uses, std::uint32_t denies) {
+    for (const Right& right : kRights) {
+        if ((uses & right.bit) != 0 && IsMarkedByOthers(descriptor, right.denyMark)) return true;
+        if ((denies & right.bit) != 0 && IsMarkedByOthers(descriptor, right.useMark)) return true;
+    }
+    return false;
+}
+
+/// Lets one opener at a time set marks and check, so that one of two that come together succeeds; without it both might
+/// fail. If the lock can't be had in time, the opener goes on: the marks alone keep two from succeeding.
 class Turn {
 public:
     explicit Turn(int file) : descriptor(file) {
@@ -82,21 +98,36 @@ private:
 
 }   // namespace
 
-bool ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies) {
-    if (uses == 0) return true;
+std::uint32_t ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies) {
+    if (uses == 0 || !HasLocks(descriptor)) return kErrorSuccess;
     const Turn turn(descriptor);
-    bool isClaimed = SetMarks(descriptor, F_RDLCK, uses, denies);
-    for (const Right& right : kRights) {
-        const bool isDenied = (uses & right.bit) != 0 && IsMarkedByOthers(descriptor, right.denyMark);
-        const bool isInUse = (denies & right.bit) != 0 && IsMarkedByOthers(descriptor, right.useMark);
-        isClaimed = isClaimed && !isDenied && !isInUse;
+    std::uint32_t error = kErrorSuccess;
+    if (!SetMarks(descriptor, F_RDLCK, uses, denies)) {
+        error = ErrorFromErrno(errno);
+    } else if (IsExcludedByOthers(descriptor, uses, denies)) {
+        error = kErrorSharingViolation;
     }
-    if (!isClaimed) static_cast<void>(SetMarks(descriptor, F_UNLCK, uses, denies));   // at the latest they go with it
-    return isClaimed;
+    if (error != kErrorSuccess) ReleaseClaims(descriptor);
+    return error;
 }
 
 void DropUse(int descriptor, std::uint32_t uses) {
-    static_cast<void>(SetMarks(descriptor, F_UNLCK, uses, 0));   // a right too many keeps others out and lets none in
+    static_cast<void>(SetMarks(descriptor, F_UNLCK, uses, 0));   // a mark too many excludes others and admits none
 }
+
+void ReleaseClaims(int descriptor) {
+    struct flock all = ByteLock(F_UNLCK, kFirstMark);
+    all.l_len = kMarks;
+    static_cast<void>(fcntl(descriptor, F_OFD_SETLK, &all));   // closing the descriptor removes them at the latest
+}
+
+std::uint32_t ReserveFile(int descriptor) {
+    if (!HasLocks(descriptor)) return kErrorSuccess;
+    struct flock lock = ByteLock(F_WRLCK, kReservation);
+    if (fcntl(descriptor, F_OFD_SETLK, &lock) == 0) return kErrorSuccess;
+    return errno == EACCES ? kErrorSharingViolation : ErrorFromErrno(errno);
+}
+
+bool IsReserved(int descriptor) { return IsMarkedByOthers(descriptor, kReservation); }
 
 }   // namespace platform

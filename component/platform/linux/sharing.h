@@ -1,27 +1,37 @@
 /// The sharing of open files among all openers of this layer, in this process and in others.
 ///
-/// An opener leaves marks on the open file: one for each right that it uses and one for each that it denies to others.
-/// The marks are shared locks of single bytes far behind the end of any content, which the system ties to the open file
-/// description: two openers of one process have their own, and they go with the last descriptor, however the process
-/// ends. First an opener leaves its marks, then it looks for marks of others that don't go with them; so of two that
-/// exclude each other never both go on.
+/// An opener sets marks on the open file: one for each right that it uses and one for each that it denies to others.
+/// The marks are shared locks of single bytes far beyond the end of any content. The system ties them to the open file
+/// description: two openers of one process have their own, and they end with the last descriptor, however the process
+/// ends. An opener first sets its marks and then checks for marks of others that exclude it; so of two that exclude
+/// each other never both succeed. On a file system without such locks every opener succeeds.
 #pragma once
 
 #include <cstdint>
 
 namespace platform {
 
-/// A right beside those of opening, for whoever takes a name from the file or gives it one: they exclude each other, so
-/// that what one of them found under a name is still there when it acts.
+/// A right beside those of opening, used and denied by whoever removes a name of the file or gives it another: what
+/// such an opener found under a name is still there when it acts.
 inline constexpr std::uint32_t kChangeName = 8;
 
 /// Marks `descriptor` for an opener that uses and denies the given rights (`kShareRead` and its neighbours, as bits)
-/// and looks for others. False, with its marks taken back: another opener stands against it. An opener that uses no
-/// right isn't looked at. A file system without such locks lets everybody in; one that has them and refuses one lets
-/// nobody in.
-[[nodiscard]] bool ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies);
+/// and checks for others. Returns 0, or with no mark left an error: `kErrorSharingViolation` if another opener excludes
+/// this one, another number if the file system refuses a lock. An opener that uses no right isn't checked.
+[[nodiscard]] std::uint32_t ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies);
 
-/// Takes back the marks of rights in use, as the opener itself goes on without them.
+/// Removes the marks of rights in use, as the opener itself goes on without them.
 void DropUse(int descriptor, std::uint32_t uses);
+
+/// Removes all marks of `descriptor`, also for duplicates of it. A reservation stays.
+void ReleaseClaims(int descriptor);
+
+/// Reserves the file for one opener until the last duplicate of `descriptor`, which must be writable, is closed. It
+/// excludes other reservations and nothing else. Returns 0 or an error: `kErrorSharingViolation` if the file is
+/// reserved.
+[[nodiscard]] std::uint32_t ReserveFile(int descriptor);
+
+/// True if another opener has reserved the file.
+[[nodiscard]] bool IsReserved(int descriptor);
 
 }   // namespace platform

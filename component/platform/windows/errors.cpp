@@ -18,6 +18,7 @@ static_assert(kErrorModuleNotFound == ERROR_MOD_NOT_FOUND && kErrorProcNotFound 
 static_assert(kErrorDirNotEmpty == ERROR_DIR_NOT_EMPTY && kErrorAlreadyExists == ERROR_ALREADY_EXISTS);
 static_assert(kErrorFilenameTooLong == ERROR_FILENAME_EXCED_RANGE && kErrorDirectory == ERROR_DIRECTORY);
 static_assert(kErrorTooManyPosts == ERROR_TOO_MANY_POSTS && kErrorIoDevice == ERROR_IO_DEVICE);
+static_assert(kErrorNoSystemResources == ERROR_NO_SYSTEM_RESOURCES);
 static_assert(kErrorCantResolveFilename == ERROR_CANT_RESOLVE_FILENAME);
 
 std::uint32_t GetLastError() { return ::GetLastError(); }

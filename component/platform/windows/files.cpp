@@ -40,6 +40,13 @@ Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t sha
     return ::CreateFileW(Wide(path), access, share, Record(security), creation, flags, pattern);
 }
 
+Handle CreateReplacementFile(const char16_t* path, const char16_t* /*original*/, const char16_t* /*backup*/,
+                             Handle* reservation) {
+    *reservation = kInvalidHandle;
+    const SecurityAttributes security;
+    return CreateFileW(path, kGenericWrite, 0, &security, kCreateAlways, 0, nullptr);
+}
+
 bool ReadFile(Handle file, void* buffer, std::uint32_t size, std::uint32_t* done) {
     DWORD moved = 0;
     const bool succeeded = ::ReadFile(file, buffer, size, &moved, nullptr) != 0;

@@ -7,8 +7,6 @@
 
 #include <cerrno>
 
-#include <sys/stat.h>
-
 namespace {
 
 using platform_test::ErrorOf;
@@ -93,6 +91,7 @@ struct SystemCase {
     std::uint32_t error;
     const char* files = "source=new target=old";
 };
+constexpr SystemFault kNoProgress{SystemCall::Write, 0, 1, kAlways, 0};
 constexpr char kMoved[] = "target=new";
 constexpr char kAside[] = "free=new target=old";
 constexpr char kCopied[] = "copy=new source=new target=old";
@@ -100,18 +99,24 @@ constexpr SystemCase kCases[] = {
     {"a read in pieces", &ReadSource, {SystemCall::Read, 0, 1, kAlways, 2}, 0},
     {"a read that a signal breaks", &ReadSource, {SystemCall::Read, EINTR, 1, 2}, 0},
     {"a read that fails", &ReadSource, {SystemCall::Read, EIO}, platform::kErrorIoDevice},
-    {"no marks on this file system", &ReadSource, {SystemCall::Mark, EOPNOTSUPP, 1, kAlways}, 0},
-    {"marks that are refused", &ReadSource, {SystemCall::Mark, ENOLCK}, platform::kErrorSharingViolation},
+    {"no marks on this file system", &ReadSource, {SystemCall::MarkQuery, EOPNOTSUPP, 1, kAlways}, 0},
+    {"no lock service for it", &ReadSource, {SystemCall::MarkQuery, ENOLCK, 1, kAlways}, 0},
+    {"marks that are refused", &ReadSource, {SystemCall::Mark, ENOLCK}, platform::kErrorNoSystemResources},
     {"no turns", &ReadSource, {SystemCall::Turn, ENOLCK, 1, kAlways}, 0},
     {"a lease", &ReadSource, {SystemCall::Open, EWOULDBLOCK}, platform::kErrorSharingViolation},
     {"a write in pieces", &WriteTarget, {SystemCall::Write, 0, 1, kAlways, 2}, 0, "source=new target=newer"},
     {"a write that a signal breaks", &WriteTarget, {SystemCall::Write, EINTR, 1, 2}, 0, "source=new target=newer"},
     {"a full disk", &WriteTarget, {SystemCall::Write, ENOSPC}, platform::kErrorDiskFull, "source=new target="},
+    {"a write without progress", &WriteTarget, kNoProgress, platform::kErrorDiskFull, "source=new target="},
     {"a sync that a signal breaks", &WriteTarget, {SystemCall::Sync, EINTR, 1, 2}, 0, "source=new target=newer"},
     {"a file that can't be emptied", &WriteTarget, {SystemCall::Truncate, EIO}, platform::kErrorIoDevice},
     {"a copy without permissions", &Copy, {SystemCall::Permissions, EPERM}, 0, kCopied},
     {"a copy whose permissions fail", &Copy, {SystemCall::Permissions, EIO}, platform::kErrorIoDevice},
     {"a copy that breaks off", &Copy, {SystemCall::Write, ENOSPC}, platform::kErrorDiskFull},
+    {"a copy without progress", &Copy, kNoProgress, platform::kErrorDiskFull},
+    {"a copy to a name that is taken meanwhile", &Copy, {SystemCall::Rename, EEXIST}, platform::kErrorFileExists},
+    {"a copy by hard link", &Copy, {SystemCall::Rename, ENOSYS}, 0, kCopied},
+    {"a copy without locks", &Copy, {SystemCall::MarkQuery, ENOLCK, 1, kAlways}, 0, kCopied},
     {"a copy that isn't on the disk", &Copy, {SystemCall::Sync, EIO}, platform::kErrorIoDevice},
     {"a copy whose name isn't there", &Copy, {SystemCall::Sync, EIO, 2}, platform::kErrorIoDevice},
     {"a move without descriptors", &Move<kSave>, {SystemCall::Open, EMFILE}, platform::kErrorTooManyOpenFiles},
@@ -122,6 +127,9 @@ constexpr SystemCase kCases[] = {
     {"a folder without a sync", &Move<kSave>, {SystemCall::Sync, EINVAL, 2, 2}, 0, kMoved},
     {"a move that the other folder loses", &MoveAside, {SystemCall::Sync, EIO, 3}, platform::kErrorIoDevice, kAside},
     {"no rename to free names alone", &MoveAside, {SystemCall::Rename, EINVAL}, 0, kAside},
+    {"no hard links either", &MoveAside, {SystemCall::Rename, EINVAL, 1, 2}, 0, kAside},
+    {"a mount point", &Move<kSave>, {SystemCall::Rename, EBUSY}, platform::kErrorNotSupported},
+    {"a move without locks", &Move<kSave>, {SystemCall::MarkQuery, ENOLCK, 1, kAlways}, 0, kMoved},
     {"a name that is taken meanwhile", &MoveAside, {SystemCall::Rename, EEXIST}, platform::kErrorAccessDenied},
     {"another volume", &Move<kSave>, {SystemCall::Rename, EXDEV}, 0, kMoved},
     {"another volume without leave", &Move<kForGood>, {SystemCall::Rename, EXDEV}, platform::kErrorNotSameDevice},
@@ -167,11 +175,6 @@ TEST_F(SystemFaultsTest, WhatTheDiskLostStaysLostUntilItIsWrittenAnew) {
         EXPECT_EQ(ErrorOf(Move(kSave)), 0U);
         folder.Write(u"target", "old");
     }
-}
-
-TEST_F(SystemFaultsTest, AFifoIsRefusedAndNotWaitedFor) {
-    ASSERT_EQ(mkfifo(folder.Native(u"fifo").c_str(), 0600), 0);
-    EXPECT_EQ(OpenHandle(Path(u"fifo"), kRead, 0, platform::kOpenExisting).Error(), platform::kErrorAccessDenied);
 }
 
 }   // namespace

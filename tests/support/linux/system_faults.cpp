@@ -77,10 +77,22 @@ int __wrap_fchmod(int file, mode_t mode) {
     return Pass(SystemCall::Permissions, {.call = SystemCall::Permissions}, [&] { return __real_fchmod(file, mode); });
 }
 
+int __real_fchown(int, uid_t, gid_t);
+int __wrap_fchown(int file, uid_t owner, gid_t group) {
+    return Pass(SystemCall::Owner, {.call = SystemCall::Owner}, [&] { return __real_fchown(file, owner, group); });
+}
+
+int __real_fsetxattr(int, const char*, const void*, std::size_t, int);
+int __wrap_fsetxattr(int file, const char* name, const void* value, std::size_t size, int flags) {
+    return Pass(SystemCall::AccessList, {.call = SystemCall::AccessList},
+                [&] { return __real_fsetxattr(file, name, value, size, flags); });
+}
+
 int __real_fcntl(int, int, void*);
 int __wrap_fcntl(int file, int command, void* argument) {
-    if (command != F_OFD_SETLK) return __real_fcntl(file, command, argument);
-    return Pass(SystemCall::Mark, {.call = SystemCall::Mark}, [&] { return __real_fcntl(file, command, argument); });
+    if (command != F_OFD_SETLK && command != F_OFD_GETLK) return __real_fcntl(file, command, argument);
+    const SystemCall call = command == F_OFD_SETLK ? SystemCall::Mark : SystemCall::MarkQuery;
+    return Pass(call, {.call = call}, [&] { return __real_fcntl(file, command, argument); });
 }
 
 int __real_flock(int, int);
@@ -98,6 +110,11 @@ int __real_renameat2(int, const char*, int, const char*, unsigned);
 int __wrap_renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags) {
     return Pass(SystemCall::Rename, {.call = SystemCall::Rename, .path = from, .target = to},
                 [&] { return __real_renameat2(fromFolder, from, toFolder, to, flags); });
+}
+
+int __real_link(const char*, const char*);
+int __wrap_link(const char* from, const char* to) {
+    return Pass(SystemCall::Rename, {.call = SystemCall::Any}, [&] { return __real_link(from, to); });
 }
 
 int __real_unlink(const char*);

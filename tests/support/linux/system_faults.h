@@ -15,10 +15,13 @@ enum class SystemCall {
     Write,
     Sync,
     Truncate,
-    Permissions,
-    Mark,   // a lock of single bytes
-    Turn,   // a lock of the whole file
-    Rename,
+    Permissions,   // the mode
+    Owner,         // or the group
+    AccessList,
+    Mark,        // a lock of single bytes, set or removed
+    MarkQuery,   // the question for such a lock
+    Turn,        // a lock of the whole file
+    Rename,      // or a hard link, its substitute
     Unlink,
 };
 

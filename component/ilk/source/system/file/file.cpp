@@ -62,15 +62,27 @@ std::uint32_t MapCreation(std::uint32_t creation) {
 
 ResultCode ResultOf(bool succeeded) { return succeeded ? ResultOk : ResultFromLastError(); }
 
+/// Closes what `handle` has, if anything.
+ResultCode CloseOne(platform::Handle& handle) {
+    if (handle == platform::kInvalidHandle) return ResultOk;
+    return ResultOf(platform::CloseHandle(std::exchange(handle, platform::kInvalidHandle)));
+}
+
 }   // namespace
 
-File::~File() { Close(); }
+File::~File() { CloseAll(); }
 
 ResultCode File::Open(const char16_t* path, std::uint32_t access, std::uint32_t creation, std::uint32_t flags) {
-    Close();
+    CloseAll();
     const platform::SecurityAttributes security;
     handle = platform::CreateFileW(path, MapBits(kAccess, access), MapBits(kSharing, access), &security,
                                    MapCreation(creation), MapBits(kFlags, flags), nullptr);
+    return ResultOf(handle != platform::kInvalidHandle);
+}
+
+ResultCode File::OpenReplacement(const char16_t* path, const char16_t* original, const char16_t* backup) {
+    CloseAll();
+    handle = platform::CreateReplacementFile(path, original, backup, &reservation);
     return ResultOf(handle != platform::kInvalidHandle);
 }
 
@@ -94,9 +106,11 @@ ResultCode File::GetSize(std::uint64_t& sizeBytes) const {
 
 ResultCode File::Flush() { return ResultOf(platform::FlushFileBuffers(handle)); }
 
-ResultCode File::Close() {
-    if (handle == platform::kInvalidHandle) return ResultOk;
-    return ResultOf(platform::CloseHandle(std::exchange(handle, platform::kInvalidHandle)));
+ResultCode File::Close() { return CloseOne(handle); }
+
+void File::CloseAll() {
+    Close();
+    CloseOne(reservation);
 }
 
 }   // namespace ilk

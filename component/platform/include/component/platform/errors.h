@@ -33,6 +33,7 @@ inline constexpr std::uint32_t kErrorFilenameTooLong = 206;
 inline constexpr std::uint32_t kErrorDirectory = 267;
 inline constexpr std::uint32_t kErrorTooManyPosts = 298;
 inline constexpr std::uint32_t kErrorIoDevice = 1117;
+inline constexpr std::uint32_t kErrorNoSystemResources = 1450;
 inline constexpr std::uint32_t kErrorCantResolveFilename = 1921;
 
 /// The number that the calling thread's last failing call left behind. A succeeding call may leave it as it was.

@@ -46,18 +46,37 @@ struct SecurityAttributes {
     std::int32_t inherit = 0;
 };
 
-/// Opens or makes a file. The handle is the caller's to close. `kInvalidHandle` on a failure.
-/// Sharing is kept among openers of this layer in all processes: who asks for what an earlier opener doesn't share, or
-/// doesn't share what an earlier opener has, sees error 32. On Linux these are advisory locks of the open file, which
-/// the system drops with the process. A file that is refused is neither emptied nor changed. A read-only file is error
-/// 5 for writing, and so are a folder without `kFlagBackupSemantics` and a FIFO. `kAttributeReadOnly` makes a new file
-/// read-only once this handle is closed. On Linux the other flags are taken and do nothing.
+/// Opens or creates a file. The caller closes the handle. `kInvalidHandle` on a failure.
+/// Sharing applies to all openers of this layer in all processes: an opener that requests what an earlier one doesn't
+/// share, or doesn't share what an earlier one has, gets error 32. On Linux these are advisory locks of the open file,
+/// which the system drops with the process; on a file system without locks every opener succeeds. A file that is
+/// refused is neither emptied nor changed. A read-only file is error 5 for writing, and so is a directory without
+/// `kFlagBackupSemantics`. On Linux anything else that isn't a regular file, such as a device or a FIFO, is error 50,
+/// without a wait. `kAttributeReadOnly` makes a new file read-only once this handle is closed. On Linux the other flags
+/// are accepted and do nothing.
 [[nodiscard]] Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t share,
                                  const SecurityAttributes* security, std::uint32_t creation, std::uint32_t flags,
                                  Handle pattern);
 
-/// Move bytes at the file's position, until all are moved, no more come or the system fails. `done` gets the bytes
-/// moved, on a failure too; fewer than `size` is a success.
+/// Creates the file at `path` anew, empty, for writing and unshared: the temporary file that a move puts in the place
+/// of `original` later. `backup` is where `original` may have been moved before. On a failure `kInvalidHandle`;
+/// `original` is never touched. The two systems differ in what else they do:
+/// - On Windows it is `CreateFileW` with `kCreateAlways`. The file gets what its directory passes on. `reservation`
+/// gets
+///   `kInvalidHandle`.
+/// - On Linux whatever has the name `path` is removed and never written or followed, a directory excepted, which is
+/// error
+///   5. The new file gets mode, owner, group and access control list of `original`, else of `backup`, as far as the
+///   process may set them, before its first byte; without either those of any new file. `original` must be a regular
+///   file, through symbolic links, or missing, else the error is that of `CreateFileW`. Until the handle in
+///   `reservation` is closed too, this call gets error 32 for the file in every process: the thread numbers of two
+///   containers may be the same, and so may the names of their temporary files.
+[[nodiscard]] Handle CreateReplacementFile(const char16_t* path, const char16_t* original, const char16_t* backup,
+                                           Handle* reservation);
+
+/// Transfer bytes at the file's position until all are transferred, the file ends or the system fails. `done` gets the
+/// bytes transferred, on a failure too. A short read is a success. On Linux a disk that is full in the middle of a
+/// write is error 112.
 [[nodiscard]] bool ReadFile(Handle file, void* buffer, std::uint32_t size, std::uint32_t* done);
 [[nodiscard]] bool WriteFile(Handle file, const void* buffer, std::uint32_t size, std::uint32_t* done);
 
@@ -77,17 +96,19 @@ bool CloseHandle(Handle handle);
 /// An existing file or folder of that name is error 183, a missing parent error 3.
 [[nodiscard]] bool CreateDirectoryW(const char16_t* path, const SecurityAttributes* security);
 
-/// Copies the contents and the permissions. On Linux the copy and its name are on the disk when the call returns true;
-/// on Windows the system brings them there in its own time. With `failIfExists` an existing target is error 80 and
-/// stays as it was. An open source or target that isn't shared is error 32. A target that could not be written whole
-/// does not stay behind.
+/// Copies the contents and the permissions. On Linux the target's name appears with the complete copy, and both are on
+/// the disk when the call returns true; a process that is killed leaves at most a file with a random name that begins
+/// with ".move-". A symbolic link at the target is replaced. On Windows the system copies into the target and writes it
+/// to the disk in its own time. With `failIfExists` an existing target is error 80 and stays as it was. An open source
+/// or target that isn't shared is error 32. A failed copy leaves no target.
 [[nodiscard]] bool CopyFileW(const char16_t* source, const char16_t* target, bool failIfExists);
 
 /// Renames, by the three flags above. With write-through the new name is on the disk when the call returns true. On a
-/// failure `source` is whole and `target` as it was. A target that exists is error 183 without `kMoveReplaceExisting`,
-/// and error 5 where it is a folder, is read-only or is held open unshared; a source that is held open unshared is
-/// error 32. A name that somebody else is moving or deleting at the moment counts as held. A disk that fails in the
-/// very last step, the sync of the folder, is reported after the new name stands. A source that was copied to another
+/// failure `source` is complete and `target` as it was. A target that exists is error 183 without
+/// `kMoveReplaceExisting`, and error 5 where it is a directory, is read-only or is held open unshared; a source that is
+/// held open unshared is error 32. A name that another process moves or deletes at the moment counts as held. On Linux
+/// a device, FIFO or socket at either name is error 50, and so is a name that is a mount point. A failed sync of the
+/// directory, the very last step, is reported although the new name is in place. A source that was copied to another
 /// volume and can't be removed stays, and the move is a success.
 [[nodiscard]] bool MoveFileExW(const char16_t* source, const char16_t* target, std::uint32_t flags);
 

@@ -45,6 +45,11 @@ public:
     [[nodiscard]] ResultCode Open(const char16_t* path, std::uint32_t access, std::uint32_t creation,
                                   std::uint32_t flags);
 
+    /// As `Open` with write access, no sharing and `kFileCreateAlways`, for the temporary file at `path` that is moved
+    /// to `original` later; `platform::CreateReplacementFile` tells what `original` and `backup` are for. The name
+    /// stays reserved for this object after `Close`, until it is destroyed or opens another file.
+    [[nodiscard]] ResultCode OpenReplacement(const char16_t* path, const char16_t* original, const char16_t* backup);
+
     /// One call of the system at the file's position. `done` gets the bytes moved, and only on success. Fewer than
     /// `size` are a success: the caller compares.
     [[nodiscard]] ResultCode Read(void* buffer, std::uint32_t size, std::uint32_t& done);
@@ -60,7 +65,10 @@ public:
     ResultCode Close();
 
 private:
+    void CloseAll();
+
     platform::Handle handle = platform::kInvalidHandle;
+    platform::Handle reservation = platform::kInvalidHandle;   // of the name of a replacement
 };
 
 }   // namespace ilk

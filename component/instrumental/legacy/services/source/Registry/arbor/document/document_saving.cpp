@@ -84,14 +84,15 @@ private:
 
     static const char16_t* NameOrNone(const Text& name) { return name.empty() ? u"<no name>" : name.data(); }
 
-    ResultCode WriteTemporaryFile(const SerialiseCall& serialise) const {
-        ilk::File file;
+    ResultCode WriteTemporaryFile(const SerialiseCall& serialise) {
         const ResultCode opened =
-            ilk::ToHostResult(file.Open(temporary.data(), ilk::kFileWrite, ilk::kFileCreateAlways, 0));
-        return IsSuccess(opened) ? WriteToFile(file, serialise) : opened;
+            ilk::ToHostResult(file.OpenReplacement(temporary.data(), name.data(), secondBackup.data()));
+        const ResultCode code = IsSuccess(opened) ? WriteToFile(serialise) : opened;
+        file.Close();   // what is open isn't moved; the reservation stays
+        return code;
     }
 
-    static ResultCode WriteToFile(ilk::File& file, const SerialiseCall& serialise) {
+    ResultCode WriteToFile(const SerialiseCall& serialise) {
         TextBuffer text;
         if (const ResultCode code = serialise(text); IsFailure(code)) return code;
         std::uint32_t done = 0;
@@ -148,6 +149,7 @@ private:
     Text firstBackup;    // written once
     Text secondBackup;   // the document before the latest save
     Text scrap;          // the old second backup until it is removed
+    ilk::File file;      // the temporary file; its name stays reserved until the save ends
 };
 
 }   // namespace

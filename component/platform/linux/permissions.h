@@ -1,0 +1,35 @@
+/// Who may do what with a file: mode, owner, group and access control list, to pass them on to a file that replaces or
+/// copies it.
+#pragma once
+
+#include "native_path.h"
+
+#include <sys/stat.h>
+
+#include <cstddef>
+#include <memory>
+
+namespace platform {
+
+class Permissions {
+public:
+    /// Reads those of the file at `path`, through symbolic links. On a failure returns false with `errno`.
+    [[nodiscard]] bool Read(const NativePath& path);
+
+    /// Gives them to an open file that this process has just created with mode 0600, as far as the process may. What
+    /// it may not pass on only takes rights away: if the group or the list can't be set, the group gets no more than
+    /// all others have. Returns false with `errno` if the system fails.
+    [[nodiscard]] bool ApplyTo(int file) const;
+
+    /// The type and mode bits as `stat` reports them.
+    [[nodiscard]] mode_t Mode() const { return status.st_mode; }
+
+private:
+    [[nodiscard]] bool ReadAccessList(const NativePath& path);
+
+    struct stat status {};
+    std::unique_ptr<char[]> accessList;   // as the file system stores it; null if the mode says it all
+    std::size_t accessListBytes = 0;
+};
+
+}   // namespace platform
