@@ -4,6 +4,7 @@
 
 #include "tree/key.h"
 #include "tree/key_tree.h"
+#include "tree/name_batch.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,6 +1,7 @@
 #include "tree/key.h"
 
 #include "tree/key_tree.h"
+#include "tree/name_batch.h"
 
 #include <host/kernel.h>
 
@@ -282,7 +283,7 @@ TEST(NameTest, HashesAndCompares) {
     EXPECT_EQ(NameHash("\xC3"), x ^ (x >> 15));
     // Side by side each hashes as it does alone, whatever its length and theirs.
     constexpr std::string_view kNames[] = {"Network", "\xFFx", "proxies", "", "eth0", "a long name of its own"};
-    for (std::size_t count = 1; count <= NameBatch::kMost; ++count) {
+    for (std::size_t count = 1; count <= NameBatch::kCapacity; ++count) {
         NameBatch names;
         for (std::size_t i = 0; i < count; ++i) names.Add(kNames[i]);
         names.Hash();
@@ -304,7 +305,7 @@ TEST(KeyTreeTest, AStepToTheNextSiblingAnswersAsAWalkWould) {
             const std::string_view place = std::string_view(path).substr(0, random() % 2 == 0 ? 1 : 3);
             const std::uint32_t act = random() % 64;
             if (act < 6) known.push_back(tree.current->OpenPath(place, false, nullptr));
-            if (act == 6 && IsSuccess(tree.LeaveSubtree(tree.top->FindPath(place, nullptr)))) {
+            if (act == 6 && IsSuccess(tree.PrepareRemoval(tree.top->FindPath(place, nullptr)))) {
                 static_cast<void>(tree.top->RemovePath(place));
             }
             if (act == 7) static_cast<void>(tree.MoveCurrentTo(random() % 2 == 0 ? "" : path.substr(0, 1).c_str()));
@@ -335,7 +336,7 @@ TEST(KeyTreeTest, MovesItsCurrentRoot) {
         EXPECT_EQ(tree.MoveCurrentTo(static_cast<const char*>(nullptr)), kInvalidArgument);
         EXPECT_EQ(tree.MoveCurrentTo("a/b"), kDone);
         EXPECT_EQ(tree.current, b);
-        EXPECT_EQ(tree.LeaveSubtree(tree.top->FindPath("a", nullptr)), kDone);
+        EXPECT_EQ(tree.PrepareRemoval(tree.top->FindPath("a", nullptr)), kDone);
         EXPECT_EQ(tree.current, tree.top);
         EXPECT_EQ(tree.MoveCurrentTo(reinterpret_cast<KeyHandle>(b)), kDone);
         EXPECT_EQ(tree.current, b);

@@ -1,6 +1,7 @@
 #include "document/xml_entities.h"
 
 #include "document/xml_scan.h"
+#include "tree/value/number_text.h"
 
 #include <cstddef>
 #include <cstring>
@@ -20,15 +21,6 @@ constexpr NamedReference kNamedReferences[] = {
 
 /// Unknown names up to this length count as entities of another vocabulary; a longer one is an error.
 constexpr std::size_t kMaxForeignNameLength = 4;
-
-constexpr unsigned kNoDigit = 16;
-
-constexpr unsigned DigitValue(char c) {
-    if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
-    if (c >= 'A' && c <= 'F') return static_cast<unsigned>(c - 'A') + 10;
-    if (c >= 'a' && c <= 'f') return static_cast<unsigned>(c - 'a') + 10;
-    return kNoDigit;
-}
 
 /// What a reference decodes to: `codePoint` if `replaced`, else the reference itself.
 struct Replacement {

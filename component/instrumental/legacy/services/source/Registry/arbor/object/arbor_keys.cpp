@@ -3,6 +3,7 @@
 #include "object/arbor.h"
 #include "object/change_key.h"
 #include "object/copy_key_tree.h"
+#include "tree/path.h"
 #include "tree/value/buffer_contract.h"
 
 #include <component/kernel/trace.h>
@@ -10,8 +11,6 @@
 namespace arbor::module {
 
 namespace {
-
-constexpr char kPathSeparator = '\\';
 
 KeyHandle HandleOf(const Key* key) { return key != nullptr ? reinterpret_cast<KeyHandle>(key) : kNoKey; }
 
@@ -98,7 +97,7 @@ ResultCode Arbor::GetKeyNameByIndex(std::uint32_t* count, KeyHandle parent, std:
 }
 
 ResultCode Arbor::NameOfKey(std::uint32_t* count, const Key& key, char* buffer, std::uint32_t size, bool full) const {
-    if (!full) return DeliverBytes(key.Name().text, key.Name().length + 1, buffer, size, count);
+    if (!full) return CopyBytesOut(key.Name().text, key.Name().length + 1, buffer, size, count);
     std::uint32_t length = 0;
     const ResultCode code = tree.current->GetPath(&key, buffer, size, length, kPathSeparator);
     if (count != nullptr) *count = length;
@@ -119,9 +118,9 @@ ResultCode Arbor::DeleteKey(KeyHandle handle, const char* path) {
     const ResultCode code = ChangeKey(handle, [&](Key& key) {
         if (path == nullptr) return kInvalidArgument;
         Key* parent = nullptr;
-        const Key* doomed = key.FindPath(path, &parent);
-        const ResultCode left = parent != nullptr ? tree.LeaveSubtree(doomed) : kDone;
-        return IsSuccess(left) ? key.RemovePath(path) : left;
+        const Key* removed = key.FindPath(path, &parent);
+        const ResultCode prepared = parent != nullptr ? tree.PrepareRemoval(removed) : kDone;
+        return IsSuccess(prepared) ? key.RemovePath(path) : prepared;
     });
     Trace(this, TraceCall, "arbor\t%s %s: %terr", "Arbor::DeleteKey", path, code);
     return code;
@@ -130,8 +129,8 @@ ResultCode Arbor::DeleteKey(KeyHandle handle, const char* path) {
 ResultCode Arbor::DeleteKeyByInd(KeyHandle handle, std::uint32_t index) {
     const LockGuard guard = LockGuard::Exclusive(lock, Synchronised);
     const ResultCode code = ChangeKey(handle, [&](Key& key) {
-        const ResultCode left = tree.LeaveSubtree(key.ChildByIndex(index));
-        return IsSuccess(left) ? key.RemoveChildAt(index) : left;
+        const ResultCode prepared = tree.PrepareRemoval(key.ChildByIndex(index));
+        return IsSuccess(prepared) ? key.RemoveChildAt(index) : prepared;
     });
     Trace(this, TraceCall, "arbor\t%s %d : %terr", "Arbor::DeleteKeyByInd", index, code);
     return code;

@@ -1,6 +1,7 @@
 // The handlers of the properties that don't simply live in the object. None of them takes the lock or reads the id.
 
 #include "object/arbor.h"
+#include "tree/path.h"
 #include "tree/value/buffer_contract.h"
 
 #include <component/ilk/error/exception.h>
@@ -10,8 +11,6 @@
 namespace arbor::module {
 
 namespace {
-
-constexpr char kPathSeparator = '\\';
 
 void ClearCount(std::uint32_t* count) {
     if (count != nullptr) *count = 0;
@@ -56,8 +55,8 @@ ResultCode Arbor::TakeRootPath(const void* buffer, std::uint32_t size) {
 ResultCode Arbor::getRootKey(std::uint32_t* count, std::uint32_t, void* buffer, std::uint32_t size) {
     ClearCount(count);
     const auto current = reinterpret_cast<KeyHandle>(tree.current);
-    const ResultCode code = tree.top != nullptr ? DeliverBytes(&current, sizeof current, buffer, size, count)
-                                                : DeliverText(PendingRootPath, buffer, size, count);
+    const ResultCode code = tree.top != nullptr ? CopyBytesOut(&current, sizeof current, buffer, size, count)
+                                                : CopyTextOut(PendingRootPath, buffer, size, count);
     Trace(this, TraceCall, "%s : %terr", "Arbor::getRootKey", code);
     return code;
 }
@@ -78,7 +77,7 @@ ResultCode Arbor::getName(std::uint32_t* count, std::uint32_t, void* buffer, std
     const std::uint32_t needed = (Name.size() + 1) * static_cast<std::uint32_t>(sizeof(char16_t));
     ResultCode code = kBufferTooSmall;   // also where there is no buffer: this property doesn't measure with a success
     if (count != nullptr) *count = needed;
-    if (needed <= size) code = DeliverBytes(Name.data(), needed, buffer, size, count);
+    if (needed <= size) code = CopyBytesOut(Name.data(), needed, buffer, size, count);
     Trace(this, TraceCall, "arbor\t%s : %terr", "Arbor::getName", code);
     return code;
 }

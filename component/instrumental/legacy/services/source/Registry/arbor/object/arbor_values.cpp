@@ -49,7 +49,7 @@ ResultCode Arbor::GetValueNameByIndex(std::uint32_t* count, KeyHandle handle, st
     const LockGuard guard = LockGuard::Shared(lock, Synchronised);
     const Key* key = ResolveKey(handle);
     if (key == nullptr && count != nullptr) *count = 0;
-    const ResultCode code = key != nullptr ? DeliverText(key->ValueNameAt(index), buffer, size, count) : kNoKeyThere;
+    const ResultCode code = key != nullptr ? CopyTextOut(key->ValueNameAt(index), buffer, size, count) : kNoKeyThere;
     Trace(this, TraceCall, "arbor\t%s : %terr", "Arbor::GetValueNameByIndex", code);
     return code;
 }

@@ -1,4 +1,5 @@
-/// The module speaks the host's words: handles, codes, host memory and trace, without a prefix.
+/// Makes the names of the kernel contract (handles, result codes, type codes, host memory, trace) usable in the module
+/// without the prefix `kernel::`.
 #pragma once
 
 #include <component/kernel/host_memory.h>

@@ -1,8 +1,9 @@
-/// A list's last visited place, so that enumeration by index costs a step and not a walk, in either direction.
+/// Remembers the last position found in a list, so that enumeration by index takes constant time a step, upwards and
+/// downwards. Gain: the enumeration of n elements takes n steps instead of n * n / 4 from the nearer end.
 ///
-/// Finding a place is a read to its callers and happens under shared entry, while it moves the cursor: one reader at a
-/// time claims the cursor by an atomic byte. Another reader that finds it claimed for long walks from an end of the
-/// list instead, with the same result. Everything that changes the list clears the cursor under exclusive entry.
+/// A lookup is a read to its callers and runs under shared entry, but it moves the cursor. So a reader locks the cursor
+/// with an atomic byte. A reader that can't lock it after some tries walks from the nearer end of the list, with the
+/// same result. Whatever changes the list clears the cursor, under exclusive entry.
 #pragma once
 
 #include <atomic>
@@ -17,14 +18,14 @@ public:
 
     void Clear() { valid.store(kEmpty, std::memory_order_relaxed); }
 
-    /// The element at the place `wanted` of `list`, or null behind the last; a miss leaves the cursor as it was.
+    /// Returns the element at the index `wanted` of `list`, or null at or above its size; then the cursor stays.
     Element* Find(List& list, std::uint32_t wanted) {
         if (wanted >= list.size()) return nullptr;
-        const std::uint8_t state = Claim();
-        Walk walk = FromNearestEnd(list, wanted);
-        if (state == kSet) walk.StartHereIfNearer(position, index, wanted);
+        const std::uint8_t state = TryLock();
+        Walk walk = FromNearerEnd(list, wanted);
+        if (state == kSet) walk.StartAtIfNearer(position, index, wanted);
         Element& found = walk.Finish(list);
-        if (state != kClaimed) {
+        if (state != kLocked) {
             position = &found;
             index = wanted;
             valid.store(kSet, std::memory_order_release);
@@ -35,17 +36,17 @@ public:
 private:
     static constexpr std::uint8_t kEmpty = 0;
     static constexpr std::uint8_t kSet = 1;
-    static constexpr std::uint8_t kClaimed = 2;
-    static constexpr int kClaimTries = 64;   // a claim is a step or two in an enumeration
+    static constexpr std::uint8_t kLocked = 2;
+    static constexpr int kMaxTries = 64;   // an enumeration holds the lock for a step or two
 
     struct Walk {
         Element* start;
-        std::int64_t steps;   // forward, or backward when negative
+        std::int64_t steps;   // forward, or backward if negative
 
-        void StartHereIfNearer(Element* place, std::uint32_t placeIndex, std::uint32_t wanted) {
-            const std::int64_t distance = std::int64_t{wanted} - std::int64_t{placeIndex};
+        void StartAtIfNearer(Element* other, std::uint32_t otherIndex, std::uint32_t wanted) {
+            const std::int64_t distance = std::int64_t{wanted} - std::int64_t{otherIndex};
             if ((distance < 0 ? -distance : distance) >= (steps < 0 ? -steps : steps)) return;
-            start = place;
+            start = other;
             steps = distance;
         }
 
@@ -57,23 +58,24 @@ private:
         }
     };
 
-    static Walk FromNearestEnd(List& list, std::uint32_t wanted) {
+    static Walk FromNearerEnd(List& list, std::uint32_t wanted) {
         const std::int64_t fromBack = static_cast<std::int64_t>(list.size()) - 1 - wanted;
         if (wanted <= fromBack) return {&list.front(), wanted};
         return {&list.back(), -fromBack};
     }
 
-    std::uint8_t Claim() {
-        std::uint8_t state = kClaimed;
-        for (int i = 0; i < kClaimTries && state == kClaimed; ++i) {
-            state = valid.exchange(kClaimed, std::memory_order_acquire);
+    /// Returns the state before locking, or `kLocked` if another reader holds the lock. Storing a state unlocks.
+    std::uint8_t TryLock() {
+        std::uint8_t state = kLocked;
+        for (int i = 0; i < kMaxTries && state == kLocked; ++i) {
+            state = valid.exchange(kLocked, std::memory_order_acquire);
         }
         return state;
     }
 
     Element* position = nullptr;
     std::uint32_t index = 0;
-    std::atomic<std::uint8_t> valid{kEmpty};
+    std::atomic<std::uint8_t> valid{kEmpty};   // the state of the lock too
 };
 
 }   // namespace arbor::module

@@ -1,44 +1,58 @@
+// The operations of a key: paths, child keys, values and names.
+
 #include "tree/key.h"
 
+#include "tree/index_growth.h"
 #include "tree/key_layout.h"
+#include "tree/name_batch.h"
 #include "tree/path.h"
 #include "tree/value/value_holder.h"
 
 #include <charconv>
 #include <cstring>
 #include <iterator>
+#include <limits>
 #include <memory>
 
 namespace arbor::module {
 
 namespace {
 
-/// The text of a value that stands for another one, and the name of that other one.
+/// The text of a tSTRING value that stands for another one, as `FindValue` says.
 constexpr char kRedirectMarker[] = "![CDATA[";
 
 bool IsRedirect(const Value& value) {
     return value.GetType() == tSTRING && static_cast<const ByteStringHolder&>(value).TextIs(kRedirectMarker);
 }
 
-/// The lists are the key's own business; a const walk over them still hands out keys that callers may change.
+/// A const key returns keys and values that callers may change.
 template <class List>
 List& Mutable(const List& list) {
     return const_cast<List&>(list);
 }
 
-/// Before a name goes in. A growth looks at all names of an index, wherever they lie, and waits for most of them where
-/// they are many: such an index grows by four and not by two. Throws what the allocation throws.
-template <class Index>
-void GrowAhead(Index& index) {
-    constexpr std::size_t kMany = 2000;
-    if (index.size() < kMany || index.size() < index.bucket_count()) return;
-    index.rehash(3 * index.bucket_count());   // the next prime is near the fourfold
+/// Replaces the last key of `path`, which holds the keys from some root downwards, so that `path` ends at the next key
+/// in depth-first order. Empties `path` after the last key.
+void StepDepthFirst(std::vector<const Key*>& path) {
+    const Key& last = *path.back();
+    if (last.ChildCount() != 0) {
+        path.push_back(&last.Children().front());
+        return;
+    }
+    const Key* next = nullptr;
+    while (next == nullptr) {
+        const Key* const visited = path.back();
+        path.pop_back();
+        if (path.empty()) return;
+        next = path.back()->NextChild(*visited);
+    }
+    path.push_back(next);
 }
 
 }   // namespace
 
 Key::Key(const HostObject* host, std::string_view keyName) : owner(host) {
-    static_cast<void>(CopyName(keyName, name));   // the maker compares the name
+    static_cast<void>(CopyName(keyName, name));   // on failure the name stays empty, which AddChild detects
 }
 
 Key::~Key() {
@@ -55,7 +69,7 @@ Key* Key::FindChild(const HashedName& childName) const {
 
 bool Key::IndexChild(Key& child, std::uint32_t hash) {
     try {
-        GrowAhead(childIndex);
+        GrowBeforeInsert(childIndex);
         childIndex.emplace(HashedName{child.name, hash}, &child);
         return true;
     } catch (const std::bad_alloc&) {
@@ -75,39 +89,39 @@ Key* Key::AddChild(std::string_view childName, std::uint32_t hash) {
 Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created) {
     if (owner == nullptr) return nullptr;
     Key* key = this;
-    Key* firstMade = nullptr;
-    Key* homeOfFirst = nullptr;
-    bool startIsNew = false;
-    PathCutter cutter(path);
-    for (bool start = true; !cutter.AtEndOfNames(); start = false) {
-        const bool last = cutter.AtLastComponent();
-        const std::string_view component = cutter.Next();
+    Key* firstAdded = nullptr;   // all keys that are added later lie below it
+    Key* parentOfFirstAdded = nullptr;
+    PathSplitter splitter(path);
+    for (bool isFirst = true; !splitter.AtEndOfNewNames(); isFirst = false) {
+        const bool isLast = splitter.AtLastComponent();
+        const std::string_view component = splitter.Next();
         const HashedName hashed = HashName(component);
         Key* child = nullptr;
-        if (!start || !alwaysNew) child = last ? key->FindChild(hashed) : key->FindPathRange(component, nullptr);
+        if (!isFirst || !alwaysNew) child = isLast ? key->FindChild(hashed) : key->FindPathRange(component, nullptr);
         if (child == nullptr) {
             child = key->AddChild(component, hashed.hash);
             if (child == nullptr) {
-                // All that was made lies below the first: the tree becomes what it was.
-                if (firstMade != nullptr) homeOfFirst->RemoveChild(firstMade, !homeOfFirst->IsIndexed(*firstMade));
+                if (firstAdded != nullptr) parentOfFirstAdded->UndoAddChild(firstAdded);
                 return nullptr;
             }
-            if (firstMade == nullptr) {
-                firstMade = child;
-                homeOfFirst = key;
+            if (firstAdded == nullptr) {
+                firstAdded = child;
+                parentOfFirstAdded = key;
             }
-            startIsNew = startIsNew || start;
         }
         key = child;
     }
-    if (startIsNew && created != nullptr) *created = 1;
+    if (parentOfFirstAdded == this && created != nullptr) *created = 1;
     return key;
 }
 
+// A child with the name of an earlier one isn't in the index, where the record of the earlier one must stay.
+void Key::UndoAddChild(Key* child) { RemoveChild(child, !IsIndexed(*child)); }
+
 bool Key::IsIndexed(const Key& child) const { return FindChild(HashName(child.name.View())) == &child; }
 
-template <class Cutter>
-Key* Key::WalkPath(Cutter path, Key** parent) const {
+template <class Splitter>
+Key* Key::WalkPath(Splitter path, Key** parent) const {
     Key* key = const_cast<Key*>(this);
     NameBatch names;
     for (; !path.AtEnd(); names.Clear()) {
@@ -122,9 +136,11 @@ Key* Key::WalkPath(Cutter path, Key** parent) const {
     return key;
 }
 
-Key* Key::FindPath(std::string_view path, Key** parent) const { return WalkPath(PathCutter(path), parent); }
+Key* Key::FindPath(std::string_view path, Key** parent) const { return WalkPath(PathSplitter(path), parent); }
 
-Key* Key::FindPathRange(std::string_view path, Key** parent) const { return WalkPath(RangeCutter(path), parent); }
+Key* Key::FindPathRange(std::string_view path, Key** parent) const {
+    return WalkPath(AnySeparatorSplitter(path), parent);
+}
 
 Key* Key::ChildByIndex(std::uint32_t index) const { return cursor.Find(Mutable(children), index); }
 
@@ -133,27 +149,11 @@ Key* Key::NextChild(const Key& child) const {
     return next != children.end() ? const_cast<Key*>(&*next) : nullptr;
 }
 
-ResultCode Key::FindLineage(const Key* target, std::vector<const Key*>& lineage) const {
+ResultCode Key::PathFromRoot(const Key* target, std::vector<const Key*>& path) const {
     try {
-        lineage.push_back(this);
-        while (lineage.back() != target) {
-            if (!lineage.back()->children.empty()) {
-                lineage.push_back(&lineage.back()->children.front());
-                continue;
-            }
-            // The next sibling of the nearest ancestor that has one.
-            const Key* next = nullptr;
-            while (next == nullptr) {
-                const Key* done = lineage.back();
-                lineage.pop_back();
-                if (lineage.empty()) return kUnspecified;
-                const KeyList& siblings = lineage.back()->children;
-                const auto at = std::next(siblings.iterator_to(*done));
-                if (at != siblings.end()) next = &*at;
-            }
-            lineage.push_back(next);
-        }
-        return kDone;
+        path.push_back(this);
+        while (!path.empty() && path.back() != target) StepDepthFirst(path);
+        return path.empty() ? kUnspecified : kDone;
     } catch (const std::bad_alloc&) {
         return kOutOfMemory;
     }
@@ -162,22 +162,22 @@ ResultCode Key::FindLineage(const Key* target, std::vector<const Key*>& lineage)
 ResultCode Key::ParentOf(const Key* key, const Key*& parent) const {
     parent = nullptr;
     if (key == nullptr) return kUnspecified;
-    std::vector<const Key*> lineage;
-    const ResultCode code = FindLineage(key, lineage);
-    if (IsSuccess(code)) parent = lineage.size() > 1 ? lineage[lineage.size() - 2] : this;
+    std::vector<const Key*> path;
+    const ResultCode code = PathFromRoot(key, path);
+    if (IsSuccess(code)) parent = path.size() > 1 ? path[path.size() - 2] : this;
     return code;
 }
 
 ResultCode Key::GetPath(const Key* target, char* dst, std::uint32_t cap, std::uint32_t& length, char separator) const {
     if (target == nullptr) return kInvalidArgument;
-    std::vector<const Key*> lineage;
-    if (const ResultCode code = FindLineage(target, lineage); IsFailure(code)) return code;
+    std::vector<const Key*> path;
+    if (const ResultCode code = PathFromRoot(target, path); IsFailure(code)) return code;
     const std::uint32_t start = length;
-    for (const Key* key : lineage) length += key->name.length + (length != 0 ? 1 : 0);
+    for (const Key* key : path) length += key->name.length + (length != 0 ? 1 : 0);
     if (dst == nullptr) return kDone;
     if (cap <= length) return kBufferTooSmall;
     std::uint32_t at = start;
-    for (const Key* key : lineage) {
+    for (const Key* key : path) {
         if (at != 0) dst[at++] = separator;
         std::memcpy(dst + at, key->name.text, key->name.length);
         at += key->name.length;
@@ -210,14 +210,13 @@ void Key::RemoveChild(Key* child, bool keepIndex) {
     HostDelete<Key>{owner}(child);
 }
 
-// What an index points to goes before the index: freeing it only writes, and waits for nothing, while the walk through
-// the index reads, and finds its nodes in the lines that were written.
+// Entries and children are freed before the index that refers to them. Freeing them mostly writes to memory, which
+// doesn't stall, and brings the cache lines that clearing the index then reads.
 void Key::Clear() {
     while (!values.empty()) RemoveEntry(&values.front(), true);
     valueIndex.clear();
     cursor.Clear();
-    // Each child with children first hands them to this key: so no depth is too deep, and no memory is needed on the
-    // way.
+    // A child with children first moves them to this key, so that any depth needs neither stack nor memory.
     while (!children.empty()) {
         Key& child = children.front();
         if (child.children.empty()) {
@@ -258,12 +257,12 @@ ValueEntry* Key::NewEntry(TypeCode code) {
     return entry->value != nullptr ? entry.release() : nullptr;
 }
 
-template <class Fill>
-ResultCode Key::AddFilled(std::string_view valueName, TypeCode code, Fill fill) {
+template <class SetValue>
+ResultCode Key::AddEntry(std::string_view valueName, TypeCode code, SetValue setValue) {
     if (owner == nullptr) return kNotInitialised;
-    // Computed first: the chain of multiplications overlaps with the allocations that follow.
+    // Computed first, so that the processor overlaps its multiplications with the allocations that follow.
     const std::uint32_t hash = NameHash(valueName);
-    // A failed add erases the index record of its name, as every removal does. Without a name yet it erases none.
+    // A failed add erases the index record of its name, as every removal does; before the entry is named, none.
     bool isNamed = false;
     const auto remove = [this, &isNamed](ValueEntry* failed) { RemoveEntry(failed, !isNamed); };
     std::unique_ptr<ValueEntry, decltype(remove)> entry(NewEntry(code), remove);
@@ -272,11 +271,11 @@ ResultCode Key::AddFilled(std::string_view valueName, TypeCode code, Fill fill) 
     if (const ResultCode named = CopyName(valueName, entry->name); IsFailure(named)) return named;
     entry->hash = hash;
     isNamed = true;
-    if (const ResultCode filled = fill(*entry->value); IsFailure(filled)) return filled;
+    if (const ResultCode set = setValue(*entry->value); IsFailure(set)) return set;
     values.push_back(*entry);
     valueCursor.Clear();
     try {
-        GrowAhead(valueIndex);
+        GrowBeforeInsert(valueIndex);
         valueIndex.insert(entry.get());
     } catch (const std::bad_alloc&) {
         return kOutOfMemory;
@@ -287,7 +286,7 @@ ResultCode Key::AddFilled(std::string_view valueName, TypeCode code, Fill fill) 
 
 ResultCode Key::AddValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size) {
     const std::string_view wanted = valueName != nullptr ? std::string_view(valueName) : std::string_view();
-    return AddFilled(wanted, code, [=](Value& value) { return value.Set(data, size); });
+    return AddEntry(wanted, code, [=](Value& value) { return value.Set(data, size); });
 }
 
 ResultCode Key::AddNewValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size) {
@@ -299,16 +298,16 @@ ResultCode Key::AddNewValue(const char* valueName, TypeCode code, const void* da
 ResultCode Key::AddValueAt(std::uint32_t index, TypeCode code, const void* data, std::uint32_t size) {
     if (ValueCount() < index) return kInvalidArgument;
     if (ValueCount() > index) return kAlreadyExists;
-    char made[sizeof kUnnamedValue + 11];
-    std::memcpy(made, kUnnamedValue, sizeof kUnnamedValue - 1);
-    // Printed as a signed number: what callers have stored goes by it.
-    const auto number = static_cast<std::int32_t>(index);
-    *std::to_chars(made + sizeof kUnnamedValue - 1, made + sizeof made - 1, number).ptr = '\0';
-    return AddValue(made, code, data, size);
+    constexpr std::size_t kPrefixLength = sizeof kUnnamedValue - 1;
+    char indexedName[kPrefixLength + std::numeric_limits<std::int32_t>::digits10 + 3];   // sign, digits, terminator
+    std::memcpy(indexedName, kUnnamedValue, kPrefixLength);
+    const auto number = static_cast<std::int32_t>(index);   // signed: documents hold such names
+    *std::to_chars(indexedName + kPrefixLength, std::end(indexedName) - 1, number).ptr = '\0';
+    return AddValue(indexedName, code, data, size);
 }
 
 ResultCode Key::AddValueFromText(std::string_view valueName, TypeCode code, const char* text) {
-    return AddFilled(valueName, code, [=](Value& value) { return value.FromText(text); });
+    return AddEntry(valueName, code, [=](Value& value) { return value.FromText(text); });
 }
 
 Value* Key::ValueAt(std::uint32_t index) const {
@@ -341,7 +340,7 @@ void Key::RemoveEntry(ValueEntry* entry, bool keepIndex) {
         values.erase(values.iterator_to(*entry));
         valueCursor.Clear();
     }
-    // By name: where two entries share one, the name is looked up no more, whichever of them it stood for.
+    // Erases by name: of two entries with equal names neither is found by name afterwards.
     if (!keepIndex) {
         const auto indexed = valueIndex.find(*entry, StoredHash(), SameName());
         if (indexed != valueIndex.end()) valueIndex.erase(indexed);
@@ -361,7 +360,7 @@ ResultCode Key::CopyName(std::string_view source, NameRange& target) const {
         const auto length = static_cast<std::uint32_t>(source.size());
         if (length != source.size() || IsFailure(TakeBlock(owner, length, 1, block))) return kOutOfMemory;
         std::memcpy(block.get(), source.data(), length);
-        copy = {block.release(), length};   // the range's holder frees it
+        copy = {block.release(), length};   // freed by FreeName
     }
     FreeName(target);
     target = copy;

@@ -1,11 +1,12 @@
-/// A node of the store's tree: a name, child keys and values, both in order of creation and both found by name.
+/// A node of the store's tree: a name, child keys and values. Both are listed in order of creation and indexed by name.
 ///
-/// A key owns all that lies below it, in blocks of the host's heap; it doesn't know its parent. Names are compared
-/// without regard to ASCII case. Two children or two values of one name can stand in the lists (documents bring them);
-/// the indexes then know the first alone. Depth costs no stack: whatever walks the tree does so in a loop.
+/// A key owns its values and all keys below it, in blocks of the host's heap. It has no pointer to its parent. Names
+/// are compared without regard to ASCII case. Several children or values may have equal names (documents can contain
+/// them); then the index holds only the first, and the others are found by position alone. Walks along the depth of
+/// the tree are loops, so depth uses no stack.
 ///
-/// No lock here: the object above holds its lock shared for the const operations, exclusive for the others. No
-/// exception leaves an operation.
+/// Not synchronised: the caller holds the object's lock, shared for const operations and exclusive for the others. No
+/// operation throws.
 #pragma once
 
 #include "tree/contract.h"
@@ -23,18 +24,20 @@
 
 namespace arbor::module {
 
-/// Name of a value that has none: a foreign element's text, and a value added by index (with its index appended).
+/// Name given to a value that comes without one: the text of a foreign element, and a value added by index, whose name
+/// has the index appended.
 inline constexpr char kUnnamedValue[] = "noname";
 
 class Key;
 using KeyList = boost::intrusive::list<Key, boost::intrusive::constant_time_size<true>>;
 
-/// Hash and equality of the two indexes: the hash is stored with the name and not computed anew in a lookup or a
-/// rehash.
+/// Hash function of the two name indexes: reads the hash that is stored with each name.
 struct StoredHash {
     std::size_t operator()(const HashedName& name) const { return name.hash; }
     std::size_t operator()(const ValueEntry* entry) const { return entry->hash; }
 };
+
+/// Equality of the two name indexes.
 struct SameName {
     bool operator()(const HashedName& a, const HashedName& b) const {
         return a.hash == b.hash && NameEquals(a.name.View(), b.name.View());
@@ -45,14 +48,14 @@ struct SameName {
     bool operator()(const ValueEntry* a, const ValueEntry* b) const { return (*this)(*a, b); }
 };
 
-/// A child by name; the name is the child's own.
+/// The names refer to the text that the child owns.
 using ChildIndex = boost::unordered_map<HashedName, Key*, StoredHash, SameName>;
 using ValueIndex = boost::unordered_set<ValueEntry*, StoredHash, SameName>;
 
 class Key : public boost::intrusive::list_base_hook<> {
 public:
-    /// `owner` serves the host memory of the key and of all below it. If the host has no memory for the name, the key
-    /// has an empty one: the maker compares.
+    /// `owner` serves the host memory of the key and of all below it; it must outlive the key. If the host has no
+    /// memory for the name, the name stays empty; the caller detects that by comparing lengths.
     Key(const HostObject* owner, std::string_view name);
     ~Key();
     Key(const Key&) = delete;
@@ -64,45 +67,47 @@ public:
 
     // Keys
 
-    /// Opens the key at `path`, making what is missing; an empty path and one with a leading separator give this key.
-    /// `alwaysNew` makes the path's first key even where its name exists. `*created` becomes 1 if the first key was
-    /// made, and stays otherwise. Null if the host or the heap has no memory: then the tree is as it was.
+    /// Opens the key at `path`; keys that are missing are added. An empty path, and one that begins with a separator,
+    /// is this key. `alwaysNew` adds the first key of the path even if its name exists. `*created` is set to 1 if the
+    /// first key was added, and isn't written otherwise. Returns null if the host or the heap has no memory; the tree
+    /// is unchanged then.
     Key* OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created);
 
-    /// The key at `path`, or null. `*parent` gets the last key in which a name was looked up; an empty path leaves it
-    /// alone.
+    /// Returns the key at `path`, or null. `*parent` is set to the last key in which a name was looked up; an empty
+    /// path leaves it unwritten.
     Key* FindPath(std::string_view path, Key** parent) const;
 
-    /// The same for a range in which `/` and `\` separate alike.
+    /// As `FindPath`, but `/` and `\` separate alike.
     Key* FindPathRange(std::string_view path, Key** parent) const;
 
-    /// The child at that place, or null.
+    /// Returns the child at that position, or null at or above `ChildCount`.
     Key* ChildByIndex(std::uint32_t index) const;
 
-    /// The child behind `child`, which is one of this key's; null if it is the last.
+    /// Returns the child after `child`, which must be a child of this key; null if it is the last.
     [[nodiscard]] Key* NextChild(const Key& child) const;
 
     [[nodiscard]] std::uint32_t ChildCount() const { return static_cast<std::uint32_t>(children.size()); }
 
-    /// Finds the key above `key` in the subtree of this one; this key counts as its own parent.
-    /// `parent` is null on a failure: `kUnspecified` for a key that isn't there, `kOutOfMemory` if the walk had no
-    /// memory.
+    /// Finds the parent of `key` in the subtree of this key, which counts as its own parent. `key` is only compared: it
+    /// may be the address of a removed key. On a failure `parent` is null: `kUnspecified` if `key` is not in the
+    /// subtree, `kOutOfMemory` if the search has no memory.
     ResultCode ParentOf(const Key* key, const Key*& parent) const;
 
-    /// Writes the path from this key to `target` at the offset `length` and adds to `length` what it takes, without the
-    /// terminator. A null `dst` only measures. `kBufferTooSmall` with the needed length, `kUnspecified` for a key
-    /// outside the subtree with `length` as it was, `kInvalidArgument` for a null target, `kOutOfMemory`.
+    /// Writes the path from this key to `target`, with a terminator, at `dst + length`, and adds its length in bytes
+    /// without the terminator to `length`. `cap` is the size of `dst`. A null `dst` only measures. Returns
+    /// `kBufferTooSmall` with `length` as on success, `kUnspecified` with `length` unchanged if `target` is not in the
+    /// subtree, `kInvalidArgument` for a null `target`, or `kOutOfMemory`.
     ResultCode GetPath(const Key* target, char* dst, std::uint32_t cap, std::uint32_t& length, char separator) const;
 
-    /// Removes the key at `path` with all below it. `kNoSuchEntry`; `kInvalidArgument` where the path gives this key
-    /// itself.
+    /// Removes the key at `path` and all below it. Returns `kNoSuchEntry`, or `kInvalidArgument` if the path is this
+    /// key itself.
     ResultCode RemovePath(std::string_view path);
 
-    /// Removes the child at that place with all below it, or `kNoSuchEntry`.
+    /// Removes the child at that position and all below it, or returns `kNoSuchEntry`.
     ResultCode RemoveChildAt(std::uint32_t index);
 
-    /// Destroys `child` and all below it. The record of its name goes too, whichever child it stood for, unless
-    /// `keepIndex`.
+    /// Destroys `child` and all below it. Unless `keepIndex`, the record of its name is erased too, also if the record
+    /// is that of another child with an equal name.
     void RemoveChild(Key* child, bool keepIndex);
 
     /// Removes all values and all child keys; this key stays.
@@ -110,32 +115,32 @@ public:
 
     // Values
 
-    /// The value of that name, or null. A text that holds the marker "![CDATA[" stands for the value "noname" of the
-    /// child key of the same name, if there is one.
+    /// Returns the value of that name, or null. A tSTRING value whose text is the redirect marker stands for the value
+    /// `kUnnamedValue` of the child key of the same name, if there is one, and so on from there.
     Value* FindValue(const char* valueName) const;
 
-    /// Adds a value at the end, whether or not the name is there. `kOutOfMemory` also for a type that can't be stored;
-    /// `kInvalidArgument` for a null name; otherwise what the value's `Set` says. A failed add leaves no entry.
-    /// One that fails after its entry was named erases the index record of the name, also that of an earlier entry.
+    /// Appends a value, even if one of that name exists. Returns `kOutOfMemory`, also for a type that can't be stored;
+    /// `kInvalidArgument` for a null name; the code of a failed `Value::Set`. A failed call leaves no entry. If it
+    /// fails after the entry got its name, it erases the index record of that name, even that of an earlier entry.
     ResultCode AddValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size);
 
-    /// The same for a name that must be new, else `kAlreadyExists`.
+    /// As `AddValue`, but returns `kAlreadyExists` if a value of that name exists.
     ResultCode AddNewValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size);
 
-    /// Adds a value named "noname" and `index` at the place `index`, which must be the one behind the last:
-    /// `kInvalidArgument` above it, `kAlreadyExists` below.
+    /// Appends a value named `kUnnamedValue` with `index` appended. Returns `kInvalidArgument` if `index` is above
+    /// `ValueCount`, `kAlreadyExists` if it is below.
     ResultCode AddValueAt(std::uint32_t index, TypeCode code, const void* data, std::uint32_t size);
 
-    /// The same as `AddValue` with the value's text form, as documents have it.
+    /// As `AddValue`, with the value in its text form, as documents contain it.
     ResultCode AddValueFromText(std::string_view valueName, TypeCode code, const char* text);
 
-    /// The value, or its name, at that place; null behind the last.
+    /// Return the value, or its name, at that position; null at or above `ValueCount`.
     [[nodiscard]] Value* ValueAt(std::uint32_t index) const;
     [[nodiscard]] const char* ValueNameAt(std::uint32_t index) const;
 
     [[nodiscard]] std::uint32_t ValueCount() const { return static_cast<std::uint32_t>(values.size()); }
 
-    /// Both `kNoSuchEntry` if there is no such value.
+    /// Both return `kNoSuchEntry` if there is no such value.
     ResultCode RemoveValue(const char* valueName);
     ResultCode RemoveValueAt(std::uint32_t index);
 
@@ -144,25 +149,28 @@ private:
 
     Key* FindChild(const HashedName& childName) const;
     Key* AddChild(std::string_view childName, std::uint32_t hash);
+    void UndoAddChild(Key* child);
     bool IndexChild(Key& child, std::uint32_t hash);
     bool IsIndexed(const Key& child) const;
 
-    template <class Cutter>
-    Key* WalkPath(Cutter path, Key** parent) const;
+    template <class Splitter>
+    Key* WalkPath(Splitter path, Key** parent) const;
 
-    /// Fills `lineage` with the keys from this one down to `target`, both counted.
-    ResultCode FindLineage(const Key* target, std::vector<const Key*>& lineage) const;
+    /// Fills `path` with the keys from this one down to `target`, both included. Returns `kUnspecified` if `target` is
+    /// not in the subtree, or `kOutOfMemory`.
+    ResultCode PathFromRoot(const Key* target, std::vector<const Key*>& path) const;
 
     ValueEntry* FindEntry(std::string_view valueName) const;
     ValueEntry* EntryAt(std::uint32_t index) const;
     ValueEntry* NewEntry(TypeCode code);
     void RemoveEntry(ValueEntry* entry, bool keepIndex);
 
-    /// The one way of adding: makes the entry, names it, lets `fill` give its value the contents, and links it. A view
-    /// of nothing is refused as a missing name; an empty one isn't.
-    template <class Fill>
-    ResultCode AddFilled(std::string_view valueName, TypeCode code, Fill fill);
+    /// Appends an entry with the name; `setValue(Value&)` sets its value. A name with a null pointer is
+    /// `kInvalidArgument`.
+    template <class SetValue>
+    ResultCode AddEntry(std::string_view valueName, TypeCode code, SetValue setValue);
 
+    /// Replaces the text of `target` by a copy of `source` in a host block.
     ResultCode CopyName(std::string_view source, NameRange& target) const;
     void FreeName(NameRange& target) const;
 

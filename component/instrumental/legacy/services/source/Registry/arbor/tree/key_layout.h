@@ -1,4 +1,5 @@
-/// The order of the fields that debuggers' scripts and crash dumps of the 32-bit target are read by.
+/// Fixes the offsets of the fields of `Key` and `ValueEntry` on the 32-bit target, where debugger scripts and readers
+/// of crash dumps rely on them. A moved field fails the build.
 #pragma once
 
 #include "tree/key.h"
@@ -8,7 +9,7 @@
 namespace arbor::module {
 
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"   // bases with fields: the compiler has the places all the same
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"   // the bases have fields; the compiler supports offsetof there
 
 struct KeyLayout {
     static constexpr bool KeyHoldsOnTarget() {

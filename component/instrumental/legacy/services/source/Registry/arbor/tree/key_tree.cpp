@@ -56,7 +56,7 @@ ResultCode KeyTree::NextSibling(const Key* key, Key*& next) const {
     return next != nullptr ? kDone : kNoKeyThere;
 }
 
-ResultCode KeyTree::LeaveSubtree(const Key* doomed) {
+ResultCode KeyTree::PrepareRemoval(const Key* doomed) {
     SiblingPlaces::Of(*this).Forget(*this);
     if (doomed == nullptr || current == top) return kDone;
     const Key* parent = nullptr;

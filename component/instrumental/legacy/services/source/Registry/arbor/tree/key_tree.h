@@ -33,7 +33,7 @@ struct KeyTree {
 
     /// Called before any key goes, under exclusive entry: no step to a sibling is remembered any more, and a `current`
     /// at or below `doomed` moves to `top`. Null is no key. Returns 0, or `kOutOfMemory` if that can't be told.
-    ResultCode LeaveSubtree(const Key* doomed);
+    ResultCode PrepareRemoval(const Key* doomed);
 
     /// Removes all below `current`, which stays, and forgets the steps to siblings.
     void ClearCurrent();

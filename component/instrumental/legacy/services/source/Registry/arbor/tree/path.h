@@ -1,62 +1,80 @@
-/// Paths: names with `/` or `\` between them.
+/// The syntax of key paths: names separated by `/` or `\`. Nothing else states which characters separate.
+///
+/// The separators have two rules. In a path that a caller passes (`PathSplitter`), a `/` takes precedence: while one is
+/// left, a `\` is part of a name. In a range within such a path (`AnySeparatorSplitter`) both separate alike.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 namespace arbor::module {
 
-[[nodiscard]] constexpr bool IsSeparator(char c) { return c == '/' || c == '\\'; }
+/// Separates the names in paths that the module writes.
+inline constexpr char kPathSeparator = '\\';
 
-/// True where a walk along `path` ends: nothing is left, or a separator stands where a name should. What follows such a
-/// separator is ignored, so that a leading one makes no absolute path and `a//b` ends at `a`.
-[[nodiscard]] constexpr bool EndsWalk(std::string_view path) { return path.empty() || IsSeparator(path.front()); }
+/// Separates names as well, in paths that the module reads.
+inline constexpr char kSlash = '/';
 
-/// Takes a path apart from its start. While a `/` is left it alone separates, and a `\` before it belongs to the name;
-/// behind the last `/` the `\` separates.
-class PathCutter {
+[[nodiscard]] constexpr bool IsSeparator(char c) { return c == kSlash || c == kPathSeparator; }
+
+/// True if `path` is empty or begins with a separator. A path ends there and the rest is ignored: a leading separator
+/// doesn't make a path absolute, and `a//b` is `a`.
+[[nodiscard]] constexpr bool StartsWithEmptyName(std::string_view path) {
+    return path.empty() || IsSeparator(path.front());
+}
+
+/// Removes the first `length` bytes of `rest` and the separator after them, and returns those bytes. `npos` stands for
+/// all of `rest`.
+constexpr std::string_view RemoveComponent(std::string_view& rest, std::size_t length) {
+    const std::string_view component = rest.substr(0, length);
+    rest.remove_prefix(component.size() == rest.size() ? rest.size() : length + 1);
+    return component;
+}
+
+/// Splits a path that a caller passed. The next separator is the first `/` of what is left, and the first `\` only if
+/// no `/` is left.
+class PathSplitter {
 public:
-    explicit PathCutter(std::string_view path) : rest(path), slash(path.find('/')) {}
+    explicit PathSplitter(std::string_view path) : rest(path), slash(path.find(kSlash)) {}
 
-    /// True where a walk ends: nothing is left, or the next name would be empty.
+    /// True at the end of the path and before an empty name.
     [[nodiscard]] bool AtEnd() const { return rest.empty() || NextSeparator() == 0; }
 
-    /// The same for who makes keys: no name that is made begins with a separator of either kind.
-    [[nodiscard]] bool AtEndOfNames() const { return EndsWalk(rest); }
+    /// As `AtEnd`, for an operation that adds keys: true also before a `\` that would begin a name.
+    [[nodiscard]] bool AtEndOfNewNames() const { return StartsWithEmptyName(rest); }
 
     /// True if no separator follows the next component.
     [[nodiscard]] bool AtLastComponent() const { return NextSeparator() == std::string_view::npos; }
 
-    /// The next component; the cutter moves behind the separator that ends it.
+    /// Returns the next component and moves past the separator after it.
     std::string_view Next() {
-        const std::size_t cut = NextSeparator();
-        const std::string_view component = rest.substr(0, cut);
-        rest = cut == std::string_view::npos ? std::string_view() : rest.substr(cut + 1);
-        // A text without a `/` never gets one: searching it anew at each step would make long paths quadratic.
-        if (slash != std::string_view::npos) slash = rest.find('/');
+        const std::string_view component = RemoveComponent(rest, NextSeparator());
+        // Once no `/` is left there is none later: searching again at each step would make long paths quadratic.
+        if (slash != std::string_view::npos) slash = rest.find(kSlash);
         return component;
     }
 
 private:
     [[nodiscard]] std::size_t NextSeparator() const {
-        return slash != std::string_view::npos ? slash : rest.find('\\');
+        return slash != std::string_view::npos ? slash : rest.find(kPathSeparator);
     }
 
     std::string_view rest;
-    std::size_t slash;   // of the next `/` in `rest`
+    std::size_t slash;   // index of the first `/` in `rest`, or npos
 };
 
-/// Takes a path apart at whichever separator comes first.
-class RangeCutter {
+/// Splits a path at each separator of either kind.
+class AnySeparatorSplitter {
 public:
-    explicit RangeCutter(std::string_view path) : rest(path) {}
+    explicit AnySeparatorSplitter(std::string_view path) : rest(path) {}
 
-    [[nodiscard]] bool AtEnd() const { return EndsWalk(rest); }
+    /// True at the end of the path and before an empty name.
+    [[nodiscard]] bool AtEnd() const { return StartsWithEmptyName(rest); }
 
+    /// Returns the next component and moves past the separator after it.
     std::string_view Next() {
-        const std::size_t cut = rest.find_first_of("/\\");
-        const std::string_view component = rest.substr(0, cut);
-        rest = cut == std::string_view::npos ? std::string_view() : rest.substr(cut + 1);
-        return component;
+        constexpr char kSeparators[] = {kSlash, kPathSeparator, '\0'};
+        return RemoveComponent(rest, rest.find_first_of(kSeparators));
     }
 
 private:

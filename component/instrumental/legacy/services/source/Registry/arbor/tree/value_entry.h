@@ -1,4 +1,4 @@
-/// A value's place in its key: the name, and the value object that the entry owns.
+/// The entry of one value in its key's list: the value's name, the name's hash and the value object.
 #pragma once
 
 #include "tree/name.h"
@@ -8,7 +8,7 @@
 
 namespace arbor::module {
 
-/// Built in place in a host block by `Key`, which owns it; its name's block and its value go with it, by `Key`'s hand.
+/// Built in a host block and owned by a `Key`, which also frees the name's block and the value (`Key::RemoveEntry`).
 struct ValueEntry : boost::intrusive::list_base_hook<>, HashedName {
     Value* value = nullptr;
 };

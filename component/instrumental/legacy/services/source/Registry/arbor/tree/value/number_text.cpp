@@ -1,3 +1,5 @@
+// Parsing and printing of doubles, on the standard library's locale-independent functions.
+
 #include "tree/value/number_text.h"
 
 #include <component/platform/double_arithmetic.h>
@@ -10,11 +12,12 @@
 namespace arbor::module {
 namespace {
 
-/// Whether a number that no double holds is too large rather than too small: where its first digit stands tells. The
-/// range is what `std::from_chars` took, so that it is well formed.
+/// For a number out of the range of a double: true if it is too large, false if it is too small. Compares the position
+/// of its first digit other than 0, relative to the point, with its exponent. `std::from_chars` has accepted the text
+/// between `first` and `last`.
 bool IsTooLarge(const char* first, const char* last, bool hexadecimal) {
     const char exponentMark = hexadecimal ? 'p' : 'e';
-    std::int64_t place = 0;   // of the first digit other than 0, counted from the point
+    std::int64_t digitsBeforePoint = 0;   // negative: the zeros between the point and the first other digit
     bool seenDigit = false;
     bool seenPoint = false;
     const char* at = first;
@@ -24,35 +27,36 @@ bool IsTooLarge(const char* first, const char* last, bool hexadecimal) {
             continue;
         }
         seenDigit = seenDigit || *at != '0';
-        if (seenPoint && !seenDigit) --place;
-        if (!seenPoint && seenDigit) ++place;
+        if (seenPoint && !seenDigit) --digitsBeforePoint;
+        if (!seenPoint && seenDigit) ++digitsBeforePoint;
     }
     const std::int64_t exponent = at == last ? 0 : ParseInteger<10, std::int32_t>(at + 1).value;
-    return place * (hexadecimal ? 4 : 1) + exponent > 0;
+    return digitsBeforePoint * (hexadecimal ? 4 : 1) + exponent > 0;
 }
 
-/// A beginning of "infinity" that is longer than "inf" and not the whole word is no number.
-bool IsBrokenInfinity(double number, const char* first, const char* stop) {
+/// True for a text like "infix", which continues "inf" but doesn't complete "infinity": `std::from_chars` reads "inf",
+/// a scan refuses it.
+bool IsPartialInfinity(double number, const char* first, const char* stop) {
     return std::isinf(number) && stop - first == 3 && (*stop | 0x20) == 'i';
 }
 
 }   // namespace
 
 ScanResult ScanDouble(const char* text, double& number) {
-    const char* at = SkipBlanks(text);
-    if (*at == '\0') return ScanResult::Nothing;
+    const char* at = SkipCSpace(text);
+    if (*at == '\0') return ScanResult::Empty;
     const bool negative = *at == '-';
     if (negative || *at == '+') ++at;
     if (*at == '-') return ScanResult::NoNumber;
     const bool hexadecimal = at[0] == '0' && (at[1] | 0x20) == 'x';
     if (hexadecimal) at += 2;
-    // A sign, or the letters of "inf" and "nan", behind the prefix make no number.
+    // After "0x", `std::from_chars` would accept a sign, "inf" and "nan"; a scan doesn't.
     if (hexadecimal && DigitValue(*at) > 15 && *at != '.') return ScanResult::NoNumber;
     const char* last = at + std::strlen(at);
-    // The library would read "p+-1" as "p-1"; to C it is no exponent.
+    // `std::from_chars` reads "p+-1" as "p-1"; a scan finds no exponent there.
     const char* const mark = hexadecimal ? std::strpbrk(at, "pP") : nullptr;
     if (mark != nullptr && mark[1] == '+' && mark[2] == '-') last = mark;
-    // The library reads a short decimal as one product of two doubles, which is exact only if it is rounded once.
+    // `std::from_chars` computes a short decimal as one product of two doubles, which must be rounded only once.
     const platform::DoubleArithmeticScope scope;
     double magnitude = 0;
     const auto [stop, error] =
@@ -60,7 +64,7 @@ ScanResult ScanDouble(const char* text, double& number) {
     if (error == std::errc::invalid_argument) return ScanResult::NoNumber;
     if (error == std::errc::result_out_of_range) {
         magnitude = IsTooLarge(at, stop, hexadecimal) ? std::numeric_limits<double>::infinity() : 0.0;
-    } else if (IsBrokenInfinity(magnitude, at, stop)) {
+    } else if (IsPartialInfinity(magnitude, at, stop)) {
         return ScanResult::NoNumber;
     }
     number = negative ? -magnitude : magnitude;

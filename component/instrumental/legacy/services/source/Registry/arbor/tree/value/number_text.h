@@ -1,5 +1,5 @@
-/// Numbers as text: the reading and printing rules of the C library in its "C" locale and with a long of 32 bits,
-/// whatever the locale and the long of the process and the x87 control word of the thread. No call allocates.
+/// Parses and prints numbers by the rules of the C library in its "C" locale, with a `long` of 32 bits. The results
+/// don't depend on the process's locale, the width of its `long` or the thread's x87 control word. No call allocates.
 #pragma once
 
 #include <cstdint>
@@ -8,15 +8,15 @@
 
 namespace arbor::module {
 
-/// White space as the C locale sees it.
-[[nodiscard]] constexpr bool IsBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+/// Whitespace as `isspace` defines it in the C locale.
+[[nodiscard]] constexpr bool IsCSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-[[nodiscard]] constexpr const char* SkipBlanks(const char* text) {
-    while (IsBlank(*text)) ++text;
+[[nodiscard]] constexpr const char* SkipCSpace(const char* text) {
+    while (IsCSpace(*text)) ++text;
     return text;
 }
 
-/// The value of a digit in bases up to 16; 255 for a character that is none.
+/// Returns the value of a hexadecimal digit, or 255 for any other character.
 [[nodiscard]] constexpr unsigned DigitValue(char c) {
     if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
     const char lower = static_cast<char>(c | 0x20);
@@ -24,7 +24,7 @@ namespace arbor::module {
     return 255;
 }
 
-/// The same where a larger base can't be meant: any other character gives `Base` or more.
+/// Returns the value of a digit in `Base`; for any other character a number that is not below `Base`.
 template <unsigned Base>
 [[nodiscard]] constexpr unsigned DigitIn(char c) {
     if constexpr (Base > 10) return DigitValue(c);
@@ -33,56 +33,57 @@ template <unsigned Base>
 
 template <class Int>
 struct ParsedInteger {
-    Int value;          // beyond the range: the nearest end of it; for an unsigned one always the upper end
-    const char* stop;   // behind the last digit; the text's start if there was no number
+    Int value;          // outside the range: the nearer limit; for an unsigned type always the maximum
+    const char* stop;   // after the last digit; the start of the text if it has no number
 };
 
-/// Reads blanks, a sign and digits as strtol and its kin do. An unsigned type takes a minus sign and negates within its
-/// width.
+/// Parses whitespace, a sign and digits as `strtol` and its relatives do. An unsigned type accepts a minus sign and
+/// negates modulo its width.
 template <unsigned Base, class Int>
 [[nodiscard]] constexpr ParsedInteger<Int> ParseInteger(const char* text) {
     using Magnitude = std::make_unsigned_t<Int>;
-    constexpr Magnitude kMost = std::numeric_limits<Magnitude>::max();
-    const char* at = SkipBlanks(text);
+    constexpr Magnitude kMaxMagnitude = std::numeric_limits<Magnitude>::max();
+    const char* at = SkipCSpace(text);
     const bool negative = *at == '-';
     if (negative || *at == '+') ++at;
     if (Base == 16 && at[0] == '0' && (at[1] | 0x20) == 'x' && DigitValue(at[2]) < 16) at += 2;
     const char* const digits = at;
     Magnitude magnitude = 0;
     unsigned digit = DigitIn<Base>(*at);
-    // Four bits hold a digit of any base up to 16: so many digits fit.
+    // A digit of a base up to 16 adds at most four bits: this many digits can't overflow.
     for (int left = std::numeric_limits<Magnitude>::digits / 4; left > 0 && digit < Base; --left) {
         magnitude = static_cast<Magnitude>(magnitude * Base + digit);
         digit = DigitIn<Base>(*++at);
     }
     bool overflow = false;
     for (; digit < Base; digit = DigitIn<Base>(*++at)) {
-        if (magnitude > kMost / Base || (magnitude == kMost / Base && digit > kMost % Base)) overflow = true;
+        if (magnitude > kMaxMagnitude / Base || (magnitude == kMaxMagnitude / Base && digit > kMaxMagnitude % Base))
+            overflow = true;
         magnitude = static_cast<Magnitude>(magnitude * Base + digit);
     }
     if (at == digits) return {0, text};
     if constexpr (std::is_signed_v<Int>) {
         constexpr Int kHighest = std::numeric_limits<Int>::max();
-        const Magnitude reach = static_cast<Magnitude>(kHighest) + (negative ? 1U : 0U);
-        if (overflow || magnitude > reach) return {negative ? std::numeric_limits<Int>::min() : kHighest, at};
+        const Magnitude limit = static_cast<Magnitude>(kHighest) + (negative ? 1U : 0U);
+        if (overflow || magnitude > limit) return {negative ? std::numeric_limits<Int>::min() : kHighest, at};
     } else if (overflow) {
-        return {kMost, at};
+        return {kMaxMagnitude, at};
     }
     return {static_cast<Int>(negative ? Magnitude{0} - magnitude : magnitude), at};
 }
 
 enum class ScanResult {
-    Nothing,
-    NoNumber,
+    Empty,      // nothing but whitespace
+    NoNumber,   // text that doesn't begin with a number
     Number
 };
 
-/// Reads what a "%lf" scan reads and lets the rest of the text be. `number` is written for `Number` alone: infinite or
-/// 0 where the text goes beyond the range. `Nothing` is a text that is empty or blank.
+/// Parses as a "%lf" scan does and ignores the rest of the text. `number` is written only for `Number`: infinity if the
+/// text's number is too large for a double, 0 if it is too small.
 [[nodiscard]] ScanResult ScanDouble(const char* text, double& number);
 
-/// Six decimals, as "%lf" prints, without a terminator; returns the end of the text, or null if it doesn't fit up to
-/// `last`.
+/// Prints with six decimals, as "%lf" does, without a terminator. Returns the end of the text, or null if it doesn't
+/// fit between `first` and `last`.
 [[nodiscard]] char* PrintDouble(char* first, char* last, double number);
 
 }   // namespace arbor::module

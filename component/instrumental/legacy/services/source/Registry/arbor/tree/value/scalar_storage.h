@@ -1,5 +1,5 @@
-/// How the types of fixed size keep their datum, print it and read it: one trait for each storage class. A trait has
-/// the type of the datum and the two conversions.
+/// The storage classes of fixed size: the C++ type of the datum, and its conversion to and from text. `Value` states
+/// the contract of the two conversions.
 #pragma once
 
 #include "tree/value/buffer_contract.h"
@@ -10,11 +10,11 @@
 
 namespace arbor::module {
 
-/// Room for any number's text; one beyond it isn't printed. The last byte is kept for a terminator that never comes.
+/// Size of the buffer in which a number is printed. A longer text is refused, so the size decides which doubles have a
+/// text form. Such a text must leave the last byte free.
 inline constexpr std::size_t kScratchBytes = 256;
 
-/// Eight to 32 bits are read within 32 bits, and then what lies above the type's range is refused; what lies below
-/// wraps.
+/// Types of 8 and 16 bits are parsed as 32-bit numbers: above the type's range they are refused, below it they wrap.
 template <class Int>
 struct IntegerStorage {
     using Type = Int;
@@ -24,10 +24,11 @@ struct IntegerStorage {
     static ResultCode ToText(Int datum, void* dst, std::uint32_t cap, std::uint32_t* size) {
         char scratch[kScratchBytes];
         const char* const end = std::to_chars(scratch, scratch + sizeof scratch, static_cast<Number>(datum)).ptr;
-        return DeliverBytes(scratch, static_cast<std::uint64_t>(end - scratch), dst, cap, size);
+        return CopyBytesOut(scratch, static_cast<std::uint64_t>(end - scratch), dst, cap, size);
     }
 
-    /// Decimal if it is decimal to its end, else hexadecimal; there the ends of the range count as an overflow.
+    /// Decimal if the whole text is a decimal number, else hexadecimal. A hexadecimal number equal to a limit of the
+    /// range is refused, since it may be an overflow.
     static ResultCode FromText(const char* text, Int& datum) {
         if (text == nullptr) return kInvalidArgument;
         ParsedInteger<Number> parsed = ParseInteger<10, Number>(text);
@@ -53,16 +54,16 @@ using Signed16 = IntegerStorage<std::int16_t>;
 using Unsigned16 = IntegerStorage<std::uint16_t>;
 using Signed32 = IntegerStorage<std::int32_t>;
 using Unsigned32 = IntegerStorage<std::uint32_t>;
-using SignedLong = Signed32;   // a long of the store has 32 bits everywhere
+using SignedLong = Signed32;   // a `long` of the store has 32 bits on every platform
 using UnsignedLong = Unsigned32;
 using Signed64 = IntegerStorage<std::int64_t>;
 using Unsigned64 = IntegerStorage<std::uint64_t>;
-using DateTime = Unsigned64;   // a number like any other: the store knows no calendar
+using DateTime = Unsigned64;   // stored and printed as a plain number
 
 struct FloatingPoint {
     using Type = double;
 
-    /// A text that the scratch has no room for is `kBufferTooSmall`, with a need of 0: no buffer would help.
+    /// A number too long to print is `kBufferTooSmall` with `*size` 0: a larger buffer doesn't help.
     static ResultCode ToText(double datum, void* dst, std::uint32_t cap, std::uint32_t* size) {
         char scratch[kScratchBytes];
         const char* const end = PrintDouble(scratch, scratch + sizeof scratch - 1, datum);
@@ -70,22 +71,23 @@ struct FloatingPoint {
             if (size != nullptr) *size = 0;
             return kBufferTooSmall;
         }
-        return DeliverBytes(scratch, static_cast<std::uint64_t>(end - scratch), dst, cap, size);
+        return CopyBytesOut(scratch, static_cast<std::uint64_t>(end - scratch), dst, cap, size);
     }
 
-    /// Only a text without anything in it is refused: one that holds no number leaves the datum as it is.
+    /// Only a text of nothing but whitespace is refused. A text without a number succeeds and leaves the datum
+    /// unchanged.
     static ResultCode FromText(const char* text, double& datum) {
         if (text == nullptr) return kInvalidArgument;
-        return ScanDouble(text, datum) == ScanResult::Nothing ? kInvalidArgument : kDone;
+        return ScanDouble(text, datum) == ScanResult::Empty ? kInvalidArgument : kDone;
     }
 };
 
-/// Any number, of which all but 0 print as 1.
+/// A 32-bit number that prints as 0 or 1. Reads "true", "false" and numbers.
 struct TruthValue {
     using Type = std::uint32_t;
 
     static ResultCode ToText(std::uint32_t datum, void* dst, std::uint32_t cap, std::uint32_t* size) {
-        return DeliverBytes(datum != 0 ? "1" : "0", 2, dst, cap, size);
+        return CopyBytesOut(datum != 0 ? "1" : "0", 2, dst, cap, size);
     }
 
     static ResultCode FromText(const char* text, std::uint32_t& datum) {
@@ -102,13 +104,13 @@ struct TruthValue {
 
 private:
     static std::string_view FirstWord(const char* text) {
-        const char* const first = SkipBlanks(text);
+        const char* const first = SkipCSpace(text);
         const char* last = first;
-        while (*last != '\0' && !IsBlank(*last)) ++last;
+        while (*last != '\0' && !IsCSpace(*last)) ++last;
         return {first, static_cast<std::size_t>(last - first)};
     }
 
-    /// In the base that its beginning tells, as C writes numbers.
+    /// Base 16 after "0x", 8 after "0", else 10.
     static std::uint32_t LeadingNumber(const char* text) {
         if (*text != '0') return ParseInteger<10, std::uint32_t>(text).value;
         const bool hexadecimal = (text[1] | 0x20) == 'x';
@@ -120,7 +122,7 @@ struct Character {
     using Type = char;
 
     static ResultCode ToText(char datum, void* dst, std::uint32_t cap, std::uint32_t* size) {
-        return DeliverBytes(&datum, 1, dst, cap, size);
+        return CopyBytesOut(&datum, 1, dst, cap, size);
     }
 
     static ResultCode FromText(const char* text, char& datum) {
@@ -130,7 +132,7 @@ struct Character {
     }
 };
 
-/// Has no text form: one 16-bit unit needn't be a character.
+/// Has no text form: a single UTF-16 unit may be half of a character.
 struct WideCharacter {
     using Type = char16_t;
 
@@ -138,11 +140,12 @@ struct WideCharacter {
     static ResultCode FromText(const char*, char16_t&) { return kUnspecified; }
 };
 
-/// The address of a function means nothing in a document: its text is empty, and reading gives none back.
-struct FunctionWord {
+/// The address of a function, which is meaningless outside its process: the text form is empty, and reading one
+/// succeeds and leaves the datum unchanged.
+struct FunctionAddress {
     using Type = std::uint32_t;
 
-    static ResultCode ToText(std::uint32_t, void*, std::uint32_t, std::uint32_t* size) { return DeliverNothing(size); }
+    static ResultCode ToText(std::uint32_t, void*, std::uint32_t, std::uint32_t* size) { return ReportNoBytes(size); }
     static ResultCode FromText(const char*, std::uint32_t&) { return kDone; }
 };
 

@@ -1,3 +1,5 @@
+// The tables of type names and the search in them.
+
 #include "tree/value/type_catalogue.h"
 
 #include "tree/swar.h"
@@ -12,7 +14,7 @@
 namespace arbor::module {
 namespace {
 
-/// Names by code; a view of nothing where a code has none.
+/// Type names by code; a null view for a code without a name.
 constexpr std::array<std::string_view, 64> TypeNameTable = [] {
     std::array<std::string_view, 64> names{};
     for (const ValueTypeRow& row : kTypeTable) names[row.type] = row.name;
@@ -24,7 +26,7 @@ constexpr char kLastRow = 'W';
 constexpr std::size_t kRowLength = 7;
 using TypeNameRow = std::array<std::uint8_t, kRowLength>;
 
-/// Type codes by the second letter of their names, in order of search; a row is filled up with zeros.
+/// Type codes by the second letter of their names, which begin with "t". Zeros fill the rest of a row.
 constexpr std::array<TypeNameRow, kLastRow - kFirstRow + 1> TypeNameIndex = {{
     {tBYTE, tBOOL, tBINARY, tBUFFER},
     {tCHAR, tCODEPAGE},
@@ -50,10 +52,10 @@ constexpr std::array<TypeNameRow, kLastRow - kFirstRow + 1> TypeNameIndex = {{
     {tWORD, tWCHAR, tWSTRING},
 }};
 
-constexpr std::size_t kShortestName = 4;
+constexpr std::size_t kMinNameLength = 4;
 
 constexpr TypeCode Find(std::string_view name) {
-    if (name.size() < kShortestName || name[0] != 't') return 0;
+    if (name.size() < kMinNameLength || name[0] != 't') return 0;
     if (name[1] < kFirstRow || name[1] > kLastRow) return 0;
     for (const std::uint8_t code : TypeNameIndex[static_cast<std::size_t>(name[1] - kFirstRow)]) {
         if (code == 0) return 0;

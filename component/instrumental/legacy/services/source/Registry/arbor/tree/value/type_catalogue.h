@@ -1,7 +1,7 @@
-/// The names of value types as documents write them, and the search by name.
+/// The names of the value types, which documents use as element names, and the lookup in both directions.
 ///
-/// The catalogue has more names than the store has types: `CreateValue` refuses those that can't be stored. Constant
-/// data, safe for any thread.
+/// The catalogue also names types that can't be stored; `CreateValue` refuses those. Constant data, safe for any
+/// thread.
 #pragma once
 
 #include "tree/contract.h"
@@ -10,11 +10,11 @@
 
 namespace arbor::module {
 
-/// Returns the type of exactly that name, case included, or 0. The name needs no terminator.
+/// Returns the code of the type with exactly that name, including case, or 0. The name needs no terminator.
 [[nodiscard]] TypeCode TypeCodeFromName(std::string_view name);
 
-/// Returns the name of a type; a terminator follows it. A code without a name gives a null view. `code` must be below
-/// 64, as every type that a value reports is.
+/// Returns the name of a type, with a terminator after it, or a null view for a code without a name. `code` must be
+/// below 64; the type of every value is.
 [[nodiscard]] std::string_view TypeNameFromCode(TypeCode code);
 
 }   // namespace arbor::module

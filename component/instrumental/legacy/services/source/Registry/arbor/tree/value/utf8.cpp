@@ -1,3 +1,5 @@
+// Conversion between UTF-8 and 16-bit units.
+
 #include "tree/value/utf8.h"
 
 namespace arbor::module {

@@ -1,4 +1,5 @@
-/// Between UTF-8 and 16-bit units, one unit at a time: surrogates are neither paired nor refused.
+/// Converts between UTF-8 and 16-bit units for the texts of tWSTRING values. Each unit is converted by itself:
+/// surrogates are neither combined nor refused, so that every sequence of units survives a round trip.
 #pragma once
 
 #include <cstdint>
@@ -7,16 +8,16 @@ namespace arbor::module {
 
 inline constexpr std::uint32_t kNoLimit = ~std::uint32_t{0};
 
-/// Decodes `size` bytes into at most `limit` units, without a terminator. Never fails on what it reads: bytes that
-/// don't begin a sequence of up to three bytes become question marks, one each, and so does a sequence of three that
-/// the end cuts off. The bytes behind a first one aren't checked. Returns the units written, or -1 if the limit was
-/// reached with bytes left. `size` is below 2^31.
+/// Decodes `size` bytes, fewer than 2^31, into at most `limit` units, without a terminator. Returns the number of units
+/// written, or -1 if bytes are left after `limit` units. Every input is accepted: a byte that doesn't begin a sequence
+/// of one to three bytes becomes a question mark, as does a sequence of three bytes that the end cuts short. The bytes
+/// after the first of a sequence aren't checked.
 std::int32_t DecodeUtf8(const char* source, std::uint32_t size, char16_t* target, std::uint32_t limit);
 
-/// The bytes that `EncodeUtf8` writes for `length` units.
+/// Returns the number of bytes that `EncodeUtf8` writes for `length` units.
 [[nodiscard]] std::uint64_t Utf8Length(const char16_t* source, std::uint32_t length);
 
-/// Writes one to three bytes for each unit, without a terminator; returns the end of the text.
+/// Writes one to three bytes for each unit, without a terminator. Returns the end of the text.
 char* EncodeUtf8(const char16_t* source, std::uint32_t length, char* target);
 
 }   // namespace arbor::module

@@ -1,3 +1,5 @@
+// Creates values: a table from type code to class, built from one list.
+
 #include "tree/value/value_holder.h"
 
 #include <component/kernel/type_table.h>
@@ -12,7 +14,7 @@ namespace {
 template <class... Classes>
 struct ClassList {};
 
-// The storage class of each type that can be stored, in the order of `kStoredTypes`.
+// The class of each type that can be stored, in the order of `kStoredTypes`.
 // clang-format off
 using StoredTypes = ClassList<
     TypedValue<tVOID, Nothing>,
@@ -44,25 +46,27 @@ using StoredTypes = ClassList<
     TypedValue<tLCID, Unsigned32>,
     TypedValue<tDATA, Unsigned32>,
     TypedValue<tDATETIME, DateTime>,
-    TypedValue<tFUNC_PTR, FunctionWord>,
+    TypedValue<tFUNC_PTR, FunctionAddress>,
     TypedValue<tDOUBLE, FloatingPoint>,
     TypedValue<tBINARY, ByteBlock>,
     TypedValue<tTYPE_ID, Unsigned32>>;
 // clang-format on
 
-struct Maker {
+/// How to construct a value of one type.
+struct ConstructorRow {
     std::uint32_t sizeBytes = 0;
     Value* (*construct)(void* memory, const HostObject* host) = nullptr;   // null for a type that can't be stored
 };
 
-using MakerTable = std::array<Maker, tTYPE_ID + 1>;
+/// By type code; `tTYPE_ID` is the highest that can be stored.
+using ConstructorTable = std::array<ConstructorRow, tTYPE_ID + 1>;
 
 template <class Class>
 Value* Construct(void* memory, const HostObject* host) {
     return ::new (memory) Class(host);
 }
 
-/// The width that callers see: 0 for the storage classes of variable size.
+/// Width of the datum in bytes; 0 for the storage classes without a fixed size.
 template <class Storage>
 constexpr std::uint32_t WidthOf() {
     if constexpr (requires { typename Storage::Type; }) return sizeof(typename Storage::Type);
@@ -70,26 +74,26 @@ constexpr std::uint32_t WidthOf() {
 }
 
 template <TypeCode... Codes, class... Storages>
-constexpr MakerTable MakersOf(ClassList<TypedValue<Codes, Storages>...>) {
+constexpr ConstructorTable BuildConstructors(ClassList<TypedValue<Codes, Storages>...>) {
     constexpr std::array kCodes{Codes...};
     constexpr std::array kWidths{WidthOf<Storages>()...};
     static_assert(std::ranges::equal(kCodes, kStoredTypes, {}, {}, &ValueTypeRow::type));
     static_assert(std::ranges::equal(kWidths, kStoredTypes, {}, {}, &ValueTypeRow::width));
-    MakerTable makers{};
-    ((makers[Codes] = {sizeof(TypedValue<Codes, Storages>), Construct<TypedValue<Codes, Storages>>}), ...);
-    return makers;
+    ConstructorTable table{};
+    ((table[Codes] = {sizeof(TypedValue<Codes, Storages>), Construct<TypedValue<Codes, Storages>>}), ...);
+    return table;
 }
 
-constexpr MakerTable kMakers = MakersOf(StoredTypes{});
+constexpr ConstructorTable kConstructors = BuildConstructors(StoredTypes{});
 
 }   // namespace
 
 Value* CreateValue(const HostObject* host, TypeCode code) {
-    if (code >= kMakers.size() || kMakers[code].construct == nullptr) return nullptr;
+    if (code >= kConstructors.size() || kConstructors[code].construct == nullptr) return nullptr;
     HostBlock<char> block;
-    if (IsFailure(TakeBlock(host, kMakers[code].sizeBytes, 0, block))) return nullptr;
-    Value* value = kMakers[code].construct(block.get(), host);
-    static_cast<void>(block.release());   // `ReleaseValue` takes it
+    if (IsFailure(TakeBlock(host, kConstructors[code].sizeBytes, 0, block))) return nullptr;
+    Value* value = kConstructors[code].construct(block.get(), host);
+    static_cast<void>(block.release());   // `ReleaseValue` frees it
     return value;
 }
 

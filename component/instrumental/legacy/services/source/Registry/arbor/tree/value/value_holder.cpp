@@ -1,3 +1,5 @@
+// The storage classes of variable size: byte strings, wide strings and byte blocks.
+
 #include "tree/value/value_holder.h"
 
 #include "tree/value/number_text.h"
@@ -12,19 +14,19 @@ namespace {
 
 using Units = std::char_traits<char16_t>;
 
-constexpr std::uint32_t kMostBytes = std::numeric_limits<std::uint32_t>::max();
+constexpr std::uint32_t kMaxBytes = std::numeric_limits<std::uint32_t>::max();
 
-/// Counts that 32 bits can't say stop at their end, from where `TakeBlock` refuses them.
+/// Limits a size to 32 bits. `TakeBlock` refuses the maximum plus a terminator, so no text is cut short.
 std::uint32_t ClampBytes(std::uint64_t bytes) {
-    return bytes < kMostBytes ? static_cast<std::uint32_t>(bytes) : kMostBytes;
+    return bytes < kMaxBytes ? static_cast<std::uint32_t>(bytes) : kMaxBytes;
 }
 
-/// A zeroed block for `bytes` bytes of text and the unit that ends it, also where the bytes end within a unit.
-ResultCode TakeWideBlock(const HostObject* host, std::uint32_t bytes, HostBlock<char16_t>& block) {
+/// Allocates a zeroed block for `bytes` bytes of text and a terminator. An odd number of bytes ends within a unit.
+ResultCode AllocateWideBlock(const HostObject* host, std::uint32_t bytes, HostBlock<char16_t>& block) {
     return TakeBlock(host, bytes, bytes % 2 == 0 ? 2 : 3, block);
 }
 
-/// The value of each byte as a digit; one above 15 is none.
+/// `DigitValue` of each byte: above 15 if the byte is no hexadecimal digit.
 constexpr std::array<std::uint8_t, 256> kDigitValues = [] {
     std::array<std::uint8_t, 256> values{};
     for (unsigned byte = 0; byte < values.size(); ++byte) {
@@ -35,22 +37,23 @@ constexpr std::array<std::uint8_t, 256> kDigitValues = [] {
 
 unsigned HexDigit(char digit) { return kDigitValues[static_cast<unsigned char>(digit)]; }
 
-/// A block of the bytes that `text` spells, two digits each. `kInvalidArgument` for any other text.
+/// Allocates a block and fills it with the bytes that `text` contains as pairs of hexadecimal digits. Returns
+/// `kInvalidArgument` for any other text.
 ResultCode ParseHex(const HostObject* host, const char* text, HostBlock<std::uint8_t>& block, std::uint32_t& size) {
     const std::uint32_t length = ClampBytes(std::strlen(text));
     if (length % 2 != 0) return kInvalidArgument;
     const ResultCode code = TakeBlock(host, length / 2, 0, block);
     if (IsFailure(code)) return code;
     size = length / 2;
-    unsigned seen = 0;
+    unsigned allDigits = 0;   // combined by "or": above 15 if any is
     std::uint8_t* target = block.get();
     for (std::uint32_t i = 0; i < size; ++i) {
         const unsigned high = HexDigit(text[std::size_t{2} * i]);
         const unsigned low = HexDigit(text[std::size_t{2} * i + 1]);
-        seen |= high | low;
+        allDigits |= high | low;
         target[i] = static_cast<std::uint8_t>(high << 4 | low);
     }
-    return seen < 16 ? kDone : kInvalidArgument;
+    return allDigits < 16 ? kDone : kInvalidArgument;
 }
 
 void PrintHex(const std::uint8_t* data, std::uint32_t size, char* target) {
@@ -64,8 +67,8 @@ void PrintHex(const std::uint8_t* data, std::uint32_t size, char* target) {
 }   // namespace
 
 ResultCode ValueHolder<ByteString>::Get(void* dst, std::uint32_t cap, std::uint32_t* size) const {
-    if (text == nullptr || *text == '\0') return DeliverBytes(nullptr, 0, dst, cap, size);
-    return DeliverBytes(text, std::uint64_t{std::strlen(text)} + 1, dst, cap, size);
+    if (text == nullptr || *text == '\0') return CopyBytesOut(nullptr, 0, dst, cap, size);
+    return CopyBytesOut(text, std::uint64_t{std::strlen(text)} + 1, dst, cap, size);
 }
 
 ResultCode ValueHolder<ByteString>::Set(const void* data, std::uint32_t size) {
@@ -86,14 +89,14 @@ ResultCode TextValue<ByteString>::FromText(const char* source) {
 }
 
 ResultCode ValueHolder<WideString>::Get(void* dst, std::uint32_t cap, std::uint32_t* size) const {
-    if (text == nullptr || *text == u'\0') return DeliverBytes(nullptr, 0, dst, cap, size);
-    return DeliverBytes(text, (std::uint64_t{Units::length(text)} + 1) * sizeof(char16_t), dst, cap, size);
+    if (text == nullptr || *text == u'\0') return CopyBytesOut(nullptr, 0, dst, cap, size);
+    return CopyBytesOut(text, (std::uint64_t{Units::length(text)} + 1) * sizeof(char16_t), dst, cap, size);
 }
 
 ResultCode ValueHolder<WideString>::Set(const void* source, std::uint32_t size) {
     if (source == nullptr) return kInvalidArgument;
     HostBlock<char16_t> block;
-    const ResultCode code = TakeWideBlock(host, size, block);
+    const ResultCode code = AllocateWideBlock(host, size, block);
     if (IsFailure(code)) return code;
     std::memcpy(block.get(), source, size);
     if (text != nullptr) {
@@ -108,7 +111,7 @@ ResultCode ValueHolder<WideString>::Set(const void* source, std::uint32_t size) 
 ResultCode ValueHolder<WideString>::SetFromUtf8(const char* source) {
     const std::size_t length = std::strlen(source);
     HostBlock<char16_t> block;
-    const ResultCode code = TakeWideBlock(host, ClampBytes(std::uint64_t{length} * sizeof(char16_t)), block);
+    const ResultCode code = AllocateWideBlock(host, ClampBytes(std::uint64_t{length} * sizeof(char16_t)), block);
     if (IsFailure(code)) return code;
     const std::int32_t count = DecodeUtf8(source, static_cast<std::uint32_t>(length), block.get(), kNoLimit);
     block[static_cast<std::size_t>(count)] = u'\0';
@@ -122,9 +125,9 @@ void ValueHolder<WideString>::Replace(HostBlock<char16_t>& block) {
 }
 
 ResultCode TextValue<WideString>::ToText(void* dst, std::uint32_t cap, std::uint32_t* size) const {
-    if (text == nullptr || *text == u'\0') return DeliverBytes(nullptr, 0, dst, cap, size);
+    if (text == nullptr || *text == u'\0') return CopyBytesOut(nullptr, 0, dst, cap, size);
     const auto length = static_cast<std::uint32_t>(Units::length(text));
-    return Deliver(Utf8Length(text, length) + 1, dst, cap, size,
+    return CopyOut(Utf8Length(text, length) + 1, dst, cap, size,
                    [&](char* target) { *EncodeUtf8(text, length, target) = '\0'; });
 }
 
@@ -135,7 +138,7 @@ ResultCode TextValue<WideString>::FromText(const char* source) {
     if (IsFailure(parsed) && parsed != kInvalidArgument) return parsed;
     if (IsFailure(parsed)) size = 0;
     HostBlock<char16_t> block;
-    const ResultCode code = TakeWideBlock(host, size, block);
+    const ResultCode code = AllocateWideBlock(host, size, block);
     if (IsFailure(code)) return code;
     if (size != 0) std::memcpy(block.get(), bytes.get(), size);
     Replace(block);
@@ -143,7 +146,7 @@ ResultCode TextValue<WideString>::FromText(const char* source) {
 }
 
 ResultCode ValueHolder<ByteBlock>::Get(void* dst, std::uint32_t cap, std::uint32_t* needed) const {
-    return DeliverBytes(data, size, dst, cap, needed);
+    return CopyBytesOut(data, size, dst, cap, needed);
 }
 
 ResultCode ValueHolder<ByteBlock>::Set(const void* source, std::uint32_t sizeBytes) {
@@ -167,7 +170,7 @@ void ValueHolder<ByteBlock>::Replace(HostBlock<std::uint8_t>& block, std::uint32
 }
 
 ResultCode TextValue<ByteBlock>::ToText(void* dst, std::uint32_t cap, std::uint32_t* needed) const {
-    return Deliver(std::uint64_t{size} * 2 + 1, dst, cap, needed, [&](char* target) { PrintHex(data, size, target); });
+    return CopyOut(std::uint64_t{size} * 2 + 1, dst, cap, needed, [&](char* target) { PrintHex(data, size, target); });
 }
 
 ResultCode TextValue<ByteBlock>::FromText(const char* source) {

@@ -1,6 +1,7 @@
-/// The levels between `Value` and its leaf classes: `ValueHolder` keeps the datum and serves its bytes, `TextValue` its
-/// text form, `TypedValue` says which type it is. Storage classes of fixed size share the general templates; nothing,
-/// the two texts and the block have holders of their own.
+/// The classes of values, in three levels: `ValueHolder` stores the datum and implements the binary form, `TextValue`
+/// adds the text form, `TypedValue` the type code. Types with the same storage class share the first two. The general
+/// templates serve storage classes of fixed size; `Nothing`, `ByteString`, `WideString` and `ByteBlock` are
+/// specialised.
 #pragma once
 
 #include "tree/value/scalar_storage.h"
@@ -18,10 +19,11 @@ public:
     explicit ValueHolder(const HostObject*) {}
 
     ResultCode Get(void* dst, std::uint32_t cap, std::uint32_t* size) const override {
-        return DeliverBytes(&value, sizeof value, dst, cap, size);
+        return CopyBytesOut(&value, sizeof value, dst, cap, size);
     }
 
-    /// Compares bytes, not numbers, hence the plain pointer: a NaN equals itself, and the two zeros differ.
+    /// Compares bytes, not numbers: a NaN equals itself, and the two zeros differ. The cast to `void*` avoids a
+    /// warning.
     ResultCode Set(const void* data, std::uint32_t size) override {
         if (data == nullptr || size < sizeof value) return kInvalidArgument;
         if (std::memcmp(static_cast<const void*>(&value), data, sizeof value) == 0) return ResultUnchanged;
@@ -55,7 +57,7 @@ class ValueHolder<Nothing> : public Value {
 public:
     explicit ValueHolder(const HostObject*) {}
 
-    ResultCode Get(void*, std::uint32_t, std::uint32_t* size) const override { return DeliverNothing(size); }
+    ResultCode Get(void*, std::uint32_t, std::uint32_t* size) const override { return ReportNoBytes(size); }
     ResultCode Set(const void*, std::uint32_t) override { return ResultUnchanged; }
 };
 
@@ -64,11 +66,11 @@ class TextValue<Nothing> : public ValueHolder<Nothing> {
 public:
     using ValueHolder<Nothing>::ValueHolder;
 
-    ResultCode ToText(void*, std::uint32_t, std::uint32_t* size) const override { return DeliverNothing(size); }
+    ResultCode ToText(void*, std::uint32_t, std::uint32_t* size) const override { return ReportNoBytes(size); }
     ResultCode FromText(const char*) override { return kDone; }
 };
 
-/// 8-bit text, whatever its encoding, up to its first 0 byte.
+/// 8-bit text of any encoding, up to its first 0 byte.
 template <>
 class ValueHolder<ByteString> : public Value {
 public:
@@ -96,8 +98,8 @@ public:
     ResultCode FromText(const char* source) override;
 };
 
-/// 16-bit text up to its first 0 unit. Its text form is UTF-8 on the way out and hexadecimal digits, two for each byte,
-/// on the way in; `SetFromUtf8` is the road for UTF-8.
+/// 16-bit text up to its first 0 unit. `ToText` writes UTF-8, but `FromText` reads hexadecimal digits, two a byte;
+/// `SetFromUtf8` reads UTF-8.
 template <>
 class ValueHolder<WideString> : public Value {
 public:
@@ -107,10 +109,11 @@ public:
     ResultCode Get(void* dst, std::uint32_t cap, std::uint32_t* size) const override;
     ResultCode Set(const void* data, std::uint32_t size) override;
 
-    /// Takes UTF-8 by `DecodeUtf8`. Returns 0 or the code of a failed allocation.
+    /// Sets the text from UTF-8, decoded by `DecodeUtf8`. Returns 0 or the code of a failed allocation.
     ResultCode SetFromUtf8(const char* source);
 
 protected:
+    /// Frees the text and takes ownership of `block`.
     void Replace(HostBlock<char16_t>& block);
 
     char16_t* text = nullptr;   // owned; null until the first set
@@ -126,11 +129,11 @@ public:
 
     ResultCode ToText(void* dst, std::uint32_t cap, std::uint32_t* size) const override;
 
-    /// A text that isn't hexadecimal gives the empty string.
+    /// A text that isn't hexadecimal sets the empty text.
     ResultCode FromText(const char* source) override;
 };
 
-/// Bytes of any number; the text form has two hexadecimal digits for each.
+/// A block of bytes; the text form has two hexadecimal digits for each.
 template <>
 class ValueHolder<ByteBlock> : public Value {
 public:
@@ -141,6 +144,7 @@ public:
     ResultCode Set(const void* source, std::uint32_t sizeBytes) override;
 
 protected:
+    /// Frees the data and takes ownership of `block`, which has `sizeBytes` bytes.
     void Replace(HostBlock<std::uint8_t>& block, std::uint32_t sizeBytes);
 
     std::uint8_t* data = nullptr;   // owned
@@ -153,7 +157,7 @@ class TextValue<ByteBlock> : public ValueHolder<ByteBlock> {
 public:
     using ValueHolder<ByteBlock>::ValueHolder;
 
-    /// Asks for one byte more than it writes.
+    /// Requires and reports one byte more than it writes.
     ResultCode ToText(void* dst, std::uint32_t cap, std::uint32_t* needed) const override;
     ResultCode FromText(const char* source) override;
 };
