@@ -1,18 +1,20 @@
+// Creation and destruction of a tree, moves of the current root, and steps among siblings.
+
 #include "tree/key_tree.h"
 
-#include "tree/sibling_places.h"
+#include "tree/next_sibling_cache.h"
 
 namespace arbor::module {
 
 KeyTree::~KeyTree() {
-    SiblingPlaces::Of(*this).Forget(*this);
+    NextSiblingCache::CacheFor(*this).CountRemoval();
     if (owner != nullptr && top != nullptr) HostDelete<Key>{owner}(top);
 }
 
 ResultCode KeyTree::Start(const HostObject* object) {
     if (owner != nullptr) return kNotInitialised;
     owner = object;
-    top = MakeInHost<Key>(owner, owner, std::string_view()).release();   // the destructor takes it down
+    top = MakeInHost<Key>(owner, owner, std::string_view()).release();   // the destructor frees it
     current = top;
     return top != nullptr ? kDone : kOutOfMemory;
 }
@@ -43,31 +45,31 @@ ResultCode KeyTree::MoveCurrentTo(KeyHandle handle) {
 ResultCode KeyTree::NextSibling(const Key* key, Key*& next) const {
     next = nullptr;
     if (top == nullptr || key == nullptr) return kNoKeyThere;
-    SiblingPlaces& places = SiblingPlaces::Of(*this);
+    NextSiblingCache& cache = NextSiblingCache::CacheFor(*this);
     const Key& root = *current;
-    if (!places.Step(*this, root, key, next)) {
+    if (!cache.TryNextSibling(root, key, next)) {
         const Key* parent = nullptr;
         const ResultCode found = root.ParentOf(key, parent);
-        if (found == kOutOfMemory) return found;   // an end of the siblings would be a wrong answer
+        if (found == kOutOfMemory) return found;   // `kNoKeyThere` would report the end of the siblings
         if (parent == nullptr || parent == key) return kNoKeyThere;
         next = parent->NextChild(*key);
-        if (next != nullptr) places.Remember(*this, root, *parent, *next);
+        if (next != nullptr) cache.Add(root, *parent, *next);
     }
     return next != nullptr ? kDone : kNoKeyThere;
 }
 
-ResultCode KeyTree::PrepareRemoval(const Key* doomed) {
-    SiblingPlaces::Of(*this).Forget(*this);
-    if (doomed == nullptr || current == top) return kDone;
+ResultCode KeyTree::PrepareRemoval(const Key* removed) {
+    NextSiblingCache::CacheFor(*this).CountRemoval();
+    if (removed == nullptr || current == top) return kDone;
     const Key* parent = nullptr;
-    const ResultCode code = doomed->ParentOf(current, parent);
+    const ResultCode code = removed->ParentOf(current, parent);
     if (code == kUnspecified) return kDone;
     if (IsSuccess(code)) current = top;
     return code;
 }
 
 void KeyTree::ClearCurrent() {
-    SiblingPlaces::Of(*this).Forget(*this);
+    NextSiblingCache::CacheFor(*this).CountRemoval();
     current->Clear();
 }
 

@@ -1,4 +1,4 @@
-/// The tree of an object: the root key, and the current root that callers can move.
+/// The tree of an object: the root key, and the current root, which callers move and at which their paths start.
 #pragma once
 
 #include "tree/contract.h"
@@ -6,36 +6,36 @@
 
 namespace arbor::module {
 
-/// Owns the root and with it the whole tree. All three pointers are null until `Start`. `current` stands at or below
-/// `top`. No lock here.
+/// Owns the root key and so the whole tree. All three pointers are null until `Start`. `current` is `top` or a key
+/// below it. Not synchronised: the object's lock is held by the caller.
 struct KeyTree {
     KeyTree() = default;
     ~KeyTree();
     KeyTree(const KeyTree&) = delete;
     KeyTree& operator=(const KeyTree&) = delete;
 
-    /// Makes the root, with an empty name. `kNotInitialised` if it was started before, `kOutOfMemory`.
+    /// Creates the root, with an empty name. Returns `kNotInitialised` if `Start` was called before, or `kOutOfMemory`.
     ResultCode Start(const HostObject* object);
 
-    /// Moves `current` to the key at `path` below `top`; an empty path means `top`.
-    /// `kNotInitialised` without a tree, `kInvalidArgument` for a null path, `kNoSuchEntry`.
+    /// Moves `current` to the key at `path` below `top`; an empty path is `top`.
+    /// Returns `kNotInitialised` without a tree, `kInvalidArgument` for a null path, `kNoSuchEntry`.
     ResultCode MoveCurrentTo(const char* path);
 
-    /// Moves `current` to the key that `handle` names, 0 being `top`. The handle is looked up in the whole tree.
-    /// `kNotInitialised` without a tree, `kNoSuchEntry`, `kOutOfMemory` if the search has no memory.
+    /// Moves `current` to the key of `handle`, which is searched in the whole tree; 0 is `top`.
+    /// Returns `kNotInitialised` without a tree, `kNoSuchEntry`, `kOutOfMemory` if the search has no memory.
     ResultCode MoveCurrentTo(KeyHandle handle);
 
-    /// Finds the sibling that follows `key`, which needn't name a key any more. `kNoKeyThere` if it is the last, the
-    /// current root or no key below that; `kOutOfMemory` if the search has no memory. A step that goes on from where an
-    /// earlier one led mostly takes the same time however many keys there are. For several threads at once, under
-    /// shared entry.
+    /// Finds the sibling after `key`, which may be the address of a removed key. Returns `kNoKeyThere` if `key` is the
+    /// last sibling, the current root or not a key below it; `kOutOfMemory` if the search has no memory. A step that
+    /// continues an earlier one usually takes constant time. Safe for several threads under shared entry.
     ResultCode NextSibling(const Key* key, Key*& next) const;
 
-    /// Called before any key goes, under exclusive entry: no step to a sibling is remembered any more, and a `current`
-    /// at or below `doomed` moves to `top`. Null is no key. Returns 0, or `kOutOfMemory` if that can't be told.
-    ResultCode PrepareRemoval(const Key* doomed);
+    /// To call under exclusive entry before `removed` and all below it are removed, which may be null: invalidates the
+    /// cached siblings, and moves a `current` at or below `removed` to `top`. Returns 0, or `kOutOfMemory` if the
+    /// search for `current` has no memory.
+    ResultCode PrepareRemoval(const Key* removed);
 
-    /// Removes all below `current`, which stays, and forgets the steps to siblings.
+    /// Removes all keys below `current` and all its values; `current` itself stays.
     void ClearCurrent();
 
     const HostObject* owner = nullptr;
