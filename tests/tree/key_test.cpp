@@ -291,7 +291,7 @@ TEST(NameTest, HashesAndCompares) {
     }
 }
 
-TEST(KeyTreeTest, AStepToTheNextSiblingAnswersAsAWalkWould) {
+TEST(KeyTreeTest, NextSiblingReturnsWhatAWalkFinds) {
     host::Kernel kernel;
     {
         std::array<KeyTree, 3> trees;
