@@ -1,4 +1,4 @@
-// Loading of the object's document. Runs alone, before the host lets callers use the interface.
+// Loading of the object's document. No lock: the host lets callers use the interface only after a load.
 
 #include "document/document_loading.h"
 #include "object/arbor.h"
@@ -16,10 +16,13 @@ ResultCode Arbor::LoadFromFile() {
               "arbor\t%S contains '%%' symbol, but environment variable expansion is currently not supported",
               Name.data());
     }
-    const ResultCode code = LoadExistingFile();
-    if (code != kNoDocument || (OpenFlags & kOpenFlagCreate) == 0) return code;
-    const ResultCode created = ilk::ToHostResult(CreateMissingFile(Name));
-    return created == kAlreadyExists ? LoadExistingFile() : created;
+    ResultCode code = LoadExistingFile();
+    const bool isMissing = code == ilk::ResultFileNotFound || code == ilk::ResultPathNotFound;
+    if (isMissing && (OpenFlags & kOpenFlagCreate) != 0) {
+        code = CreateMissingFile(Name);
+        if (code == ilk::ResultAlreadyExists) code = LoadExistingFile();   // another process has just created it
+    }
+    return ilk::ToHostResult(code);
 }
 
 ResultCode Arbor::LoadExistingFile() {
@@ -28,7 +31,6 @@ ResultCode Arbor::LoadExistingFile() {
     if (IsSuccess(code) && document.SizeBytes() != 0) {
         code = ilk::FromHostResult(readFromBuffer(document.Data(), document.SizeBytes()));
     }
-    code = ilk::ToHostResult(code);
     return IsSuccess(code) && PendingRootPath != nullptr ? ApplyPendingRootPath() : code;
 }
 
@@ -47,7 +49,8 @@ ResultCode Arbor::LoadFromIoObject() {
     if (blockSize == 0) return kDone;
     ilk::HostBuffer block(&SystemFace);
     if (block.Acquire(blockSize, false) == nullptr) return kOutOfMemory;
-    std::uint32_t done = 0;   // not compared: the block is zeroed, and the object is responsible for its size
+    std::uint32_t done =
+        0;   // not compared with the size: a short read leaves zeros, for which the object is responsible
     if (const ResultCode code = IoRead(IoObject, &done, block.data(), blockSize); IsFailure(code)) return code;
     return readFromBuffer(static_cast<const char*>(block.data()), blockSize);
 }
