@@ -37,7 +37,7 @@ constexpr std::uint32_t kSynchronised = 1;
 void BM_SharedEntry(benchmark::State& state) {
     if (!kHadThreads) state.SkipWithError("no thread was ever started");
     for (auto _ : state) {
-        const arbor::module::LockGuard guard = arbor::module::LockGuard::Shared(InitialisedLock(), kSynchronised);
+        const arbor::module::LockGuard guard(InitialisedLock(), kSynchronised, arbor::module::LockMode::Shared);
         benchmark::ClobberMemory();
     }
 }
@@ -45,7 +45,7 @@ BENCHMARK(BM_SharedEntry)->Threads(1)->Threads(2);
 
 void BM_ExclusiveEntry(benchmark::State& state) {
     for (auto _ : state) {
-        const arbor::module::LockGuard guard = arbor::module::LockGuard::Exclusive(InitialisedLock(), kSynchronised);
+        const arbor::module::LockGuard guard(InitialisedLock(), kSynchronised, arbor::module::LockMode::Exclusive);
         benchmark::ClobberMemory();
     }
 }

@@ -18,15 +18,16 @@ namespace test {
 namespace {
 
 using arbor::module::LockGuard;
+using arbor::module::LockMode;
 using arbor::module::ReadersWriterLock;
 using namespace std::chrono_literals;
 
 /// A thread that enters the lock and stays inside until `Leave`.
 class Holder {
 public:
-    Holder(ReadersWriterLock& lock, bool exclusive)
-        : thread([this, &lock, exclusive] {
-              const LockGuard guard(lock, 1, exclusive);
+    Holder(ReadersWriterLock& lock, LockMode mode)
+        : thread([this, &lock, mode] {
+              const LockGuard guard(lock, 1, mode);
               inside = true;
               WaitFor(leave);
           }) {}
@@ -60,20 +61,20 @@ TEST(LockTest, AReleaseWakesAWriterFirstAndThenAllReaders) {
     for (const char* start : {"first", "second"}) {
         SCOPED_TRACE(start);
         lock.Initialise();
-        Holder first(lock, false);
+        Holder first(lock, LockMode::Shared);
         first.WaitInside();
-        Holder writer(lock, true);
+        Holder writer(lock, LockMode::Exclusive);
         EXPECT_FALSE(writer.IsInside());
-        Holder passing(lock, false);
+        Holder passing(lock, LockMode::Shared);
         passing.WaitInside();
         first.Leave();
         EXPECT_FALSE(writer.IsInside());
         passing.Leave();
         writer.WaitInside();
-        Holder reader(lock, false);
-        Holder another(lock, false);
-        Holder third(lock, false);
-        Holder nextWriter(lock, true);
+        Holder reader(lock, LockMode::Shared);
+        Holder another(lock, LockMode::Shared);
+        Holder third(lock, LockMode::Shared);
+        Holder nextWriter(lock, LockMode::Exclusive);
         EXPECT_FALSE(nextWriter.IsInside());
         writer.Leave();
         nextWriter.WaitInside();
@@ -122,12 +123,12 @@ TEST(LockExplorerTest, FindsAPlantedFaultOfEachKind) {
 
 TEST(LockTest, WithoutGatesOrWithoutTheSwitchItDoesNothing) {
     ReadersWriterLock lock;
-    const LockGuard outer = LockGuard::Exclusive(lock, 1);
-    const LockGuard inner = LockGuard::Exclusive(lock, 1);
+    const LockGuard outer(lock, 1, LockMode::Exclusive);
+    const LockGuard inner(lock, 1, LockMode::Exclusive);
     ReadersWriterLock armed;
     armed.Initialise();
-    const LockGuard off = LockGuard::Exclusive(armed, 0);
-    const LockGuard on = LockGuard::Exclusive(armed, 1);
+    const LockGuard off(armed, 0, LockMode::Exclusive);
+    const LockGuard on(armed, 1, LockMode::Exclusive);
     EXPECT_TRUE(armed.HasGates());
     EXPECT_FALSE(lock.HasGates());
 }

@@ -1,3 +1,5 @@
+// Construction, destruction and lifecycle of the object, and its states of change.
+
 #include "object/arbor.h"
 
 #include "object/method_tables.h"
@@ -10,9 +12,6 @@ namespace arbor::module {
 
 namespace {
 
-/// The object's own copy of the placeholders; the host puts its table in their place once the object is built.
-const SystemTable kSystemTable = MakePlaceholderSystemTable();
-
 /// The values of `Dirty`.
 constexpr std::uint32_t kClean = 0;
 constexpr std::uint32_t kChanged = 1;
@@ -20,21 +19,17 @@ constexpr std::uint32_t kSerialised = 2;
 
 }   // namespace
 
-Arbor::Arbor() {
-    MethodFace = ObjectMethods().data();
-    SystemFace = kSystemTable.data();
-}
+Arbor::Arbor() { MethodFace = ObjectMethods().data(); }
 
 Arbor::~Arbor() {
     MethodFace = ObjectMethods().data();
-    SystemFace = kSystemTable.data();
-    // The members give their blocks back through this object's face; without a host nobody would take them.
-    if (HostRoot != nullptr) SystemFace = HostRoot->SystemFace;
+    // The members free their blocks through this object's `SystemFace`. Without a host these calls do nothing.
+    SystemFace = HostRoot != nullptr ? HostRoot->SystemFace : PlaceholderSystemFace();
     HostFree(this, PendingRootPath);
 }
 
 ResultCode Arbor::Ready() {
-    static_cast<void>(tree.Start(this));   // without a tree every operation says so by itself
+    static_cast<void>(tree.Start(this));   // without a tree every operation returns a failure of its own
     ResultCode code = kDone;
     if (!Name.empty()) {
         code = LoadFromFile();
@@ -47,7 +42,7 @@ ResultCode Arbor::Ready() {
 }
 
 ResultCode Arbor::Closing() {
-    // The host has no use for the result: a failure is in the trace, and the document is whole.
+    // The result is dropped: a failure is in the trace, and the old document is complete.
     if (SaveOnClose != 0) static_cast<void>(Registry(this).Save(this, 1));
     return kDone;
 }
@@ -69,7 +64,7 @@ void Arbor::EndSave(ResultCode code) {
 }
 
 Key* Arbor::ResolveKey(KeyHandle handle) const {
-    if (tree.top == nullptr || handle == kNoKey) return nullptr;
+    if (!HasKey(handle)) return nullptr;
     return handle != 0 ? reinterpret_cast<Key*>(handle) : tree.current;
 }
 

@@ -1,10 +1,10 @@
-/// The settings store: one tree of keys and values, the document that it was read from, and the interface `Registry` on
-/// both.
+/// The settings store: a tree of keys and values, the document that it is read from and saved to, and the interface
+/// `Registry` to both.
 ///
-/// Lies in memory of the host, zeroed before construction; the host calls the lifecycle in order and alone. With
-/// `Synchronised` set before `ObjectReady` any thread may call the methods of the interface; the handlers of
-/// properties, and `SetRootKey` and `SetRootStr`, take no lock. Methods are documented where callers find them, in the
-/// host's contract.
+/// An object lies in memory of the host, zeroed before construction. The host calls the lifecycle in order, while no
+/// other call runs. With `Synchronised` set before `ObjectReady` any thread may call the methods of the interface. The
+/// property handlers, `SetRootKey` and `SetRootStr` take no lock. The kernel contract's `interface.h` documents the
+/// methods.
 #pragma once
 
 #include "document/document_text.h"
@@ -28,20 +28,20 @@ public:
     Arbor(const Arbor&) = delete;
     Arbor& operator=(const Arbor&) = delete;
 
-    // Lifecycle: what the host calls between construction and destruction.
+    // Lifecycle: called by the host between construction and destruction.
 
-    /// Makes the tree, loads the document and arms the lock. Returns the result of the load; a failed one clears
-    /// `SaveOnClose`, so that a document that couldn't be read is never overwritten at close.
+    /// Creates the tree, loads the document and initialises the lock. Returns the result of the load; a failed one
+    /// clears `SaveOnClose`, so that a document that couldn't be read is never overwritten at close.
     ResultCode Ready();
 
-    /// Saves if `SaveOnClose` asks for it. Returns 0.
+    /// Saves if `SaveOnClose` is set. Returns 0.
     ResultCode Closing();
 
     // The methods of `Registry`, in the order of their table.
 
-    ResultCode OpenKey(KeyHandle* answer, KeyHandle parent, const char* path, std::uint32_t create);
-    ResultCode OpenKeyByIndex(KeyHandle* answer, KeyHandle parent, std::uint32_t index);
-    ResultCode OpenNextKey(KeyHandle* answer, KeyHandle handle);
+    ResultCode OpenKey(KeyHandle* opened, KeyHandle parent, const char* path, std::uint32_t create);
+    ResultCode OpenKeyByIndex(KeyHandle* opened, KeyHandle parent, std::uint32_t index);
+    ResultCode OpenNextKey(KeyHandle* next, KeyHandle handle);
     ResultCode CloseKey(KeyHandle handle);
     ResultCode GetKeyName(std::uint32_t* count, KeyHandle handle, char* buffer, std::uint32_t size, std::uint32_t full);
     ResultCode GetKeyNameByIndex(std::uint32_t* count, KeyHandle parent, std::uint32_t index, char* buffer,
@@ -69,13 +69,13 @@ public:
     ResultCode SetRootStr(const char* path);
 
     /// Stores the tree if it has changed: in its file, by a temporary file, backups and one final move, or in
-    /// `IoObject`. After a failure a complete document stands on the disk and `Dirty` stays set. Takes the lock for the
-    /// serialisation alone: a change made during the rest of a save is left for the next save. What a failed write
-    /// leaves in `IoObject` is that object's care.
+    /// `IoObject`. After a failure a complete document is on the disk and `Dirty` stays set; what a failed write leaves
+    /// in `IoObject` is that object's responsibility. Holds the lock, shared, only for the serialisation: a change made
+    /// during the rest of a save is stored by the next save.
     ResultCode Save(HostWord unused);
 
-    // Property handlers. They take no lock. `count` gets what the property needs, the root's path without its
-    // terminator; after a write it is 0.
+    // Property handlers. They take no lock. After a read `count` is the size of the property in bytes, for the path of
+    // the root without the terminator; after a write it is 0.
 
     ResultCode getRootPoint(std::uint32_t* count, std::uint32_t id, void* buffer, std::uint32_t size);
     ResultCode setRootPoint(std::uint32_t* count, std::uint32_t id, void* buffer, std::uint32_t size);
@@ -87,13 +87,21 @@ public:
 private:
     friend struct ArborLayout;
 
-    /// The key that a handle means: the current root for 0, nothing without a tree or for `kNoKey`. Not looked up.
+    /// False without a tree and for `kNoKey`.
+    [[nodiscard]] bool HasKey(KeyHandle handle) const { return tree.top != nullptr && handle != kNoKey; }
+
+    /// Returns the current root for 0, null if the handle has no key, otherwise the handle as an address: it isn't
+    /// looked up in the tree.
     [[nodiscard]] Key* ResolveKey(KeyHandle handle) const;
 
-    /// The shape of everything that changes the tree: refuses on a read-only object, resolves the key, does the work,
-    /// and marks the object dirty if it succeeded. Under exclusive entry.
-    template <class Work>
-    ResultCode ChangeKey(KeyHandle handle, Work work);
+    // The shape of the methods; `object/method.h` describes and defines these.
+    ResultCode RunTraced(const auto& work, const char* line, auto... arguments);
+    ResultCode RunLocked(LockMode mode, const auto& work, const char* line, auto... arguments);
+    template <ResultCode missing = kNoKeyThere>
+    ResultCode ReadKey(KeyHandle handle, const auto& work, const char* line, auto... arguments);
+    template <ResultCode missing = kNoKeyThere>
+    ResultCode ChangeKey(KeyHandle handle, const auto& work, const char* line, auto... arguments);
+    ResultCode RunHandler(std::uint32_t* count, const auto& work, const char* line, const char* name);
 
     // The states of `Dirty`. Every access is atomic, since saves write their files outside the lock.
     //
@@ -109,35 +117,26 @@ private:
     [[nodiscard]] bool IsDirty() const;
     void MarkDirty();
     void ClearDirty();
-    /// For a text that holds every change so far. Inside the lock, so that no change comes in between.
+    /// Called after a serialisation, inside the lock: no change can come in between.
     void MarkSerialised();
-    /// For the end of every save, with its result, after its last file call.
+    /// Called at the end of every save with its result, after its last file call.
     void EndSave(ResultCode code);
 
-    // Keys, under entry
-    ResultCode OpenKeyLocked(KeyHandle& answer, KeyHandle parent, const char* path, bool create);
-    ResultCode NameOfKey(std::uint32_t* count, const Key& key, char* buffer, std::uint32_t size, bool full) const;
-    ResultCode CopyLocked(KeyHandle source, HostObject* destination, KeyHandle destinationKey);
-
-    // Values, under entry
-    template <class Find>
-    ResultCode ReadValue(KeyHandle handle, std::uint32_t* count, TypeCode* type, void* buffer, std::uint32_t size,
-                         Find find);
-    template <class Add>
-    ResultCode WriteValue(Value* value, TypeCode type, const void* data, std::uint32_t size, std::uint32_t create,
-                          Add add);
-    ResultCode ConvertOnRead(const Value& value, std::uint32_t* count, TypeCode* type, void* buffer,
-                             std::uint32_t size);
-    ResultCode ConvertOnWrite(Value& value, TypeCode type, const void* data, std::uint32_t size);
-    ResultCode WriteDirectly(Value& value, const void* data, std::uint32_t size);
-    ResultCode AlignBinaryRequest(const Value* value, TypeCode* type, std::uint32_t size) const;
+    // Keys
+    ResultCode OpenKeyLocked(Key*& opened, Key* parent, const char* path, bool create);
+    ResultCode CopyKeyName(std::uint32_t* count, const Key& key, char* buffer, std::uint32_t size, bool full) const;
+    /// Copies the path from `start` to `target` into `buffer`; `count` gets its length without the terminator.
+    static ResultCode CopyPath(std::uint32_t* count, const Key& start, const Key* target, char* buffer,
+                               std::uint32_t size);
+    ResultCode CopyKeyLocked(KeyHandle source, HostObject* destination, KeyHandle destinationKey);
 
     // Root properties
-    ResultCode TakeRootPath(const void* buffer, std::uint32_t size);
+    ResultCode SetRootPath(const void* buffer, std::uint32_t size);
     ResultCode ApplyPendingRootPath();
 
     // Loading
     ResultCode LoadFromFile();
+    /// Returns a library code, which the caller translates, or the code of `ApplyPendingRootPath`.
     ResultCode LoadExistingFile();
     ResultCode LoadFromIoObject();
     ResultCode readFromBuffer(const char* data, std::uint64_t size);
@@ -147,24 +146,24 @@ private:
     ResultCode WriteToIoObject(HostObject* io);
     ResultCode Serialise(TextBuffer& document);
 
-    /// The document's path as the system takes it: `Name` up to its first terminator, wherever a caller put that.
+    /// The document's path as the system reads it: `Name` up to its first terminator, which a caller can put anywhere.
     [[nodiscard]] std::u16string_view DocumentPath() const { return Name.data(); }
 
-    // The host's property table names these places by their offsets. The plain words are zeroed by the host before
-    // construction, which leaves them alone.
+    // The host's property table holds the offsets of these fields. The host zeroes the plain words before construction,
+    // which doesn't write them.
     KeyTree tree;
     std::uint32_t ReadOnly;
     std::uint32_t Option1002;
     std::uint32_t Option1003;
     std::uint32_t SaveOnClose;
     Text Name;               // path of the document
-    char* PendingRootPath;   // a host block of this object's, or null: the root to move to after the load
+    char* PendingRootPath;   // null or an owned host block: path of the root to set after the load
     std::uint32_t OpenFlags;
-    HostObject* IoObject;   // the host's
+    HostObject* IoObject;   // owned by the host
     std::uint32_t Synchronised;
     std::uint8_t BackupMode;
     ReadersWriterLock lock;
-    std::uint32_t reserved;   // no field: the host's layout has a gap here
+    std::uint32_t reserved;   // unused: a gap in the host's layout
     std::uint32_t Dirty;      // 0 clean, 1 changed, 2 serialised and not yet stored
 };
 

@@ -1,12 +1,10 @@
-// The methods of `Registry` that work on keys. Each takes the guard, does its work and traces, in this order.
+// The methods of `Registry` that work on keys.
 
 #include "object/arbor.h"
-#include "object/change_key.h"
 #include "object/copy_key_tree.h"
+#include "object/method.h"
 #include "tree/path.h"
 #include "tree/value/buffer_contract.h"
-
-#include <component/kernel/trace.h>
 
 namespace arbor::module {
 
@@ -14,177 +12,165 @@ namespace {
 
 KeyHandle HandleOf(const Key* key) { return key != nullptr ? reinterpret_cast<KeyHandle>(key) : kNoKey; }
 
-void Answer(KeyHandle* out, KeyHandle answer) {
-    if (out != nullptr) *out = answer;
-}
-
-/// A handle in a trace line has 32 bits.
-std::uint32_t Shown(KeyHandle handle) { return static_cast<std::uint32_t>(handle); }
-
 }   // namespace
 
-ResultCode Arbor::OpenKey(KeyHandle* answer, KeyHandle parent, const char* path, std::uint32_t create) {
-    const LockGuard guard(lock, Synchronised, create != 0);
-    KeyHandle opened = kNoKey;
-    const ResultCode code = OpenKeyLocked(opened, parent, path, create != 0);
-    Answer(answer, opened);
-    Trace(this, TraceCall, "arbor\tOpening key %s\\%s: %terr", "?", path, code);
-    return code;
+ResultCode Arbor::OpenKey(KeyHandle* opened, KeyHandle parent, const char* path, std::uint32_t create) {
+    const auto open = [&] {
+        Key* key = nullptr;
+        const ResultCode code = OpenKeyLocked(key, ResolveKey(parent), path, create != 0);
+        SetOut(opened, HandleOf(key));
+        return code;
+    };
+    const LockMode mode = create != 0 ? LockMode::Exclusive : LockMode::Shared;
+    return RunLocked(mode, open, "arbor\tOpening key %s\\%s: %terr", "?", path);
 }
 
-ResultCode Arbor::OpenKeyLocked(KeyHandle& answer, KeyHandle parent, const char* path, bool create) {
-    Key* home = ResolveKey(parent);
-    if (home == nullptr) return kNoKeyThere;
+ResultCode Arbor::OpenKeyLocked(Key*& opened, Key* parent, const char* path, bool create) {
+    if (parent == nullptr) return kNoKeyThere;
     if (path == nullptr) {
-        answer = HandleOf(home);
+        opened = parent;
         return kDone;
     }
     if (!create || ReadOnly != 0) {
-        answer = HandleOf(home->FindPath(path, nullptr));
-        if (answer != kNoKey) return kDone;
+        opened = parent->FindPath(path, nullptr);
+        if (opened != nullptr) return kDone;
         return create ? kReadOnlyObject : kNoSuchEntry;
     }
     std::uint32_t created = 0;
-    answer = HandleOf(home->OpenPath(path, false, &created));
-    if (answer == kNoKey) return kOutOfMemory;
+    opened = parent->OpenPath(path, false, &created);
+    if (opened == nullptr) return kOutOfMemory;
     if (created == 0) return kDone;
     MarkDirty();
     return kKeyCreated;
 }
 
-ResultCode Arbor::OpenKeyByIndex(KeyHandle* answer, KeyHandle parent, std::uint32_t index) {
-    const LockGuard guard = LockGuard::Shared(lock, Synchronised);
-    const Key* home = ResolveKey(parent);
-    const KeyHandle opened = HandleOf(home != nullptr ? home->ChildByIndex(index) : nullptr);
-    const ResultCode code = opened != kNoKey ? kDone : kNoSuchEntry;
-    Answer(answer, opened);
-    Trace(this, TraceCall, "arbor\t%s %d: %terr", "Arbor::OpenKeyByIndex", index, code);
-    return code;
+ResultCode Arbor::OpenKeyByIndex(KeyHandle* opened, KeyHandle parent, std::uint32_t index) {
+    SetOut(opened, kNoKey);
+    const auto open = [&](const Key& key) {
+        const Key* child = key.ChildByIndex(index);
+        SetOut(opened, HandleOf(child));
+        return child != nullptr ? kDone : kNoSuchEntry;
+    };
+    return ReadKey<kNoSuchEntry>(parent, open, "arbor\t%s %d: %terr", "Arbor::OpenKeyByIndex", index);
 }
 
-ResultCode Arbor::OpenNextKey(KeyHandle* answer, KeyHandle handle) {
-    const LockGuard guard = LockGuard::Shared(lock, Synchronised);
-    Key* next = nullptr;
-    const ResultCode code = tree.NextSibling(reinterpret_cast<const Key*>(handle), next);
-    Answer(answer, HandleOf(next));
-    Trace(this, TraceCall, "arbor\t%s : %terr", "Arbor::OpenNextKey", code);
-    return code;
+ResultCode Arbor::OpenNextKey(KeyHandle* next, KeyHandle handle) {
+    const auto open = [&] {
+        Key* sibling = nullptr;
+        const ResultCode code = tree.NextSibling(reinterpret_cast<const Key*>(handle), sibling);
+        SetOut(next, HandleOf(sibling));
+        return code;
+    };
+    return RunLocked(LockMode::Shared, open, kNameLine, "Arbor::OpenNextKey");
 }
 
 ResultCode Arbor::CloseKey(KeyHandle handle) {
-    const LockGuard guard = LockGuard::Shared(lock, Synchronised);
-    Trace(this, TraceCall, "arbor\tClosing key %x: %terr", Shown(handle), kDone);
-    return kDone;
+    return RunLocked(
+        LockMode::Shared, [] { return kDone; }, "arbor\tClosing key %x: %terr", Low32(handle));
 }
 
 ResultCode Arbor::GetKeyName(std::uint32_t* count, KeyHandle handle, char* buffer, std::uint32_t size,
                              std::uint32_t full) {
-    const LockGuard guard = LockGuard::Shared(lock, Synchronised);
-    const Key* key = ResolveKey(handle);
-    const ResultCode code = key != nullptr ? NameOfKey(count, *key, buffer, size, full != 0) : kNoKeyThere;
-    Trace(this, TraceCall, "arbor\tGetting key name %d: %terr", Shown(handle), code);
-    return code;
+    const auto copy = [&](const Key& key) { return CopyKeyName(count, key, buffer, size, full != 0); };
+    return ReadKey(handle, copy, "arbor\tGetting key name %d: %terr", Low32(handle));
 }
 
 ResultCode Arbor::GetKeyNameByIndex(std::uint32_t* count, KeyHandle parent, std::uint32_t index, char* buffer,
                                     std::uint32_t size, std::uint32_t full) {
-    const LockGuard guard = LockGuard::Shared(lock, Synchronised);
-    const Key* home = ResolveKey(parent);
-    const Key* key = home != nullptr ? home->ChildByIndex(index) : nullptr;
-    const ResultCode code = key != nullptr ? NameOfKey(count, *key, buffer, size, full != 0) : kNoSuchEntry;
-    Trace(this, TraceCall, "arbor\tGetting key name by index %d: %terr", index, code);
-    return code;
+    const auto copy = [&](const Key& key) {
+        const Key* child = key.ChildByIndex(index);
+        return child != nullptr ? CopyKeyName(count, *child, buffer, size, full != 0) : kNoSuchEntry;
+    };
+    return ReadKey<kNoSuchEntry>(parent, copy, "arbor\tGetting key name by index %d: %terr", index);
 }
 
-ResultCode Arbor::NameOfKey(std::uint32_t* count, const Key& key, char* buffer, std::uint32_t size, bool full) const {
-    if (!full) return CopyBytesOut(key.Name().text, key.Name().length + 1, buffer, size, count);
+ResultCode Arbor::CopyKeyName(std::uint32_t* count, const Key& key, char* buffer, std::uint32_t size, bool full) const {
+    if (full) return CopyPath(count, *tree.current, &key, buffer, size);
+    return CopyBytesOut(key.Name().text, key.Name().length + 1, buffer, size, count);
+}
+
+ResultCode Arbor::CopyPath(std::uint32_t* count, const Key& start, const Key* target, char* buffer,
+                           std::uint32_t size) {
     std::uint32_t length = 0;
-    const ResultCode code = tree.current->GetPath(&key, buffer, size, length, kPathSeparator);
-    if (count != nullptr) *count = length;
+    const ResultCode code = start.GetPath(target, buffer, size, length, kPathSeparator);
+    SetOut(count, length);
     return code;
 }
 
 ResultCode Arbor::GetKeyCount(std::uint32_t* count, KeyHandle handle) {
-    const LockGuard guard = LockGuard::Shared(lock, Synchronised);
-    const Key* key = ResolveKey(handle);
-    const ResultCode code = key != nullptr ? kDone : kNoKeyThere;
-    if (count != nullptr) *count = key != nullptr ? key->ChildCount() : 0;
-    Trace(this, TraceCall, "arbor\t%s : %terr", "Arbor::GetKeyCount", code);
-    return code;
+    SetOut(count, 0);
+    const auto read = [&](const Key& key) {
+        SetOut(count, key.ChildCount());
+        return kDone;
+    };
+    return ReadKey(handle, read, kNameLine, "Arbor::GetKeyCount");
 }
 
 ResultCode Arbor::DeleteKey(KeyHandle handle, const char* path) {
-    const LockGuard guard = LockGuard::Exclusive(lock, Synchronised);
-    const ResultCode code = ChangeKey(handle, [&](Key& key) {
+    const auto remove = [&](Key& key) {
         if (path == nullptr) return kInvalidArgument;
         Key* parent = nullptr;
         const Key* removed = key.FindPath(path, &parent);
         const ResultCode prepared = parent != nullptr ? tree.PrepareRemoval(removed) : kDone;
         return IsSuccess(prepared) ? key.RemovePath(path) : prepared;
-    });
-    Trace(this, TraceCall, "arbor\t%s %s: %terr", "Arbor::DeleteKey", path, code);
-    return code;
+    };
+    return ChangeKey(handle, remove, "arbor\t%s %s: %terr", "Arbor::DeleteKey", path);
 }
 
 ResultCode Arbor::DeleteKeyByInd(KeyHandle handle, std::uint32_t index) {
-    const LockGuard guard = LockGuard::Exclusive(lock, Synchronised);
-    const ResultCode code = ChangeKey(handle, [&](Key& key) {
+    const auto remove = [&](Key& key) {
         const ResultCode prepared = tree.PrepareRemoval(key.ChildByIndex(index));
         return IsSuccess(prepared) ? key.RemoveChildAt(index) : prepared;
-    });
-    Trace(this, TraceCall, "arbor\t%s %d : %terr", "Arbor::DeleteKeyByInd", index, code);
-    return code;
+    };
+    return ChangeKey(handle, remove, "arbor\t%s %d : %terr", "Arbor::DeleteKeyByInd", index);
 }
 
 ResultCode Arbor::Clean() {
-    const LockGuard guard = LockGuard::Exclusive(lock, Synchronised);
-    ResultCode code = ChangeKey(0, [this](Key&) {
+    const auto clear = [&](Key&) {
         tree.ClearCurrent();
         return kDone;
-    });
-    if (code == kNoKeyThere) code = kNotInitialised;   // no handle was asked for: it is the object that isn't ready
-    Trace(this, TraceCall, "arbor\t%s : %terr", "Arbor::Clean", code);
-    return code;
+    };
+    return ChangeKey<kNotInitialised>(0, clear, kNameLine, "Arbor::Clean");
 }
+
+// The copies write no line. `CopyKeyTree` calls methods of both objects, which write theirs.
 
 ResultCode Arbor::CopyKey(KeyHandle source, HostObject* destination, KeyHandle destinationKey) {
-    const LockGuard guard = LockGuard::Shared(lock, Synchronised);
-    return CopyLocked(source, destination, destinationKey);
+    const LockGuard guard(lock, Synchronised, LockMode::Shared);
+    return CopyKeyLocked(source, destination, destinationKey);
 }
 
-ResultCode Arbor::CopyLocked(KeyHandle source, HostObject* destination, KeyHandle destinationKey) {
+ResultCode Arbor::CopyKeyByName(const char* path, HostObject* destination) {
+    const LockGuard guard(lock, Synchronised, LockMode::Shared);
+    if (path == nullptr) return kInvalidArgument;
+    KeyHandle source = kNoKey;
+    const ResultCode opened = Registry(this).OpenKey(this, &source, 0, path, 0);
+    return IsSuccess(opened) ? CopyKeyLocked(source, destination, 0) : opened;
+}
+
+ResultCode Arbor::CopyKeyLocked(KeyHandle source, HostObject* destination, KeyHandle destinationKey) {
     if (destination == nullptr) return kInvalidArgument;
     const Key* from = ResolveKey(source);
     const Key* to = destination == this ? ResolveKey(destinationKey) : nullptr;
     if (from != nullptr && to != nullptr && to != from) {
         const Key* parent = nullptr;
-        const ResultCode below = from->ParentOf(to, parent);
-        if (below == kOutOfMemory) return below;
-        if (IsSuccess(below)) return kInvalidArgument;   // into its own subtree: there would always be more to copy
+        const ResultCode code = from->ParentOf(to, parent);
+        if (code == kOutOfMemory) return code;
+        if (IsSuccess(code)) return kInvalidArgument;   // a copy into the source's own subtree would never end
     }
     const ResultCode code = CopyKeyTree(this, source, destination, destinationKey);
     if (IsSuccess(code)) MarkDirty();
     return code;
 }
 
-ResultCode Arbor::CopyKeyByName(const char* path, HostObject* destination) {
-    const LockGuard guard = LockGuard::Shared(lock, Synchronised);
-    if (path == nullptr) return kInvalidArgument;
-    KeyHandle source = kNoKey;
-    const ResultCode opened = Registry(this).OpenKey(this, &source, 0, path, 0);
-    return IsSuccess(opened) ? CopyLocked(source, destination, 0) : opened;
-}
+// These two take no lock: a caller that moves the current root keeps other calls out itself.
 
 ResultCode Arbor::SetRootKey(KeyHandle handle) {
-    const ResultCode code = tree.MoveCurrentTo(handle);
-    Trace(this, TraceCall, "arbor\t%s : %terr", "Arbor::SetRootKey", code);
-    return code;
+    return RunTraced([&] { return tree.MoveCurrentTo(handle); }, kNameLine, "Arbor::SetRootKey");
 }
 
 ResultCode Arbor::SetRootStr(const char* path) {
-    const ResultCode code = tree.MoveCurrentTo(path);
-    Trace(this, TraceCall, "arbor\t%s : %terr", "Arbor::SetRootStr", code);
-    return code;
+    return RunTraced([&] { return tree.MoveCurrentTo(path); }, kNameLine, "Arbor::SetRootStr");
 }
 
 }   // namespace arbor::module

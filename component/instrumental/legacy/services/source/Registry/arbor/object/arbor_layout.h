@@ -1,5 +1,5 @@
-/// Where the host finds an object's fields: offsets from the end of the header, as the property table gives them. On
-/// the 32-bit target they are fixed numbers, and a moved field fails the build and not the host.
+/// Offsets of an object's fields from the end of the header, for the host's property table. On the 32-bit target they
+/// are fixed numbers: a moved field breaks the build here instead of a host at run time.
 #pragma once
 
 #include "object/arbor.h"
@@ -8,7 +8,7 @@
 
 namespace arbor::module {
 
-// The class has a base with fields, for which the language leaves `offsetof` to the compiler; ours has it.
+// `Arbor` isn't a standard-layout class, for which `offsetof` is optional. The compilers used here support it.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
@@ -29,7 +29,7 @@ struct ArborLayout {
     static constexpr std::size_t kDirty = offsetof(Arbor, Dirty) - kHeaderBytes;
     static constexpr std::size_t kDataAreaBytes = sizeof(Arbor) - kHeaderBytes;
 
-    /// True off the 32-bit target, and on it if every place is the one that the host was built for.
+    /// True if every offset has its fixed number; always true on other targets.
     static constexpr bool HoldsOnTarget() {
         if (sizeof(HostWord) != 4) return true;
         return kTree == 0x00 && kReadOnly == 0x0C && kOption1002 == 0x10 && kOption1003 == 0x14 &&
@@ -38,7 +38,7 @@ struct ArborLayout {
                kDataAreaBytes == 0x84 && sizeof(Arbor) == 144;
     }
 
-    // The record of the lock, in the order that a debugger's script reads it.
+    /// The same for the record of the lock.
     static constexpr bool LockHoldsOnTarget() {
         if (sizeof(HostWord) != 4) return true;
         return offsetof(ReadersWriterLock, section) == 0 && offsetof(ReadersWriterLock, readersGate) == 24 &&
@@ -51,7 +51,7 @@ struct ArborLayout {
 #pragma GCC diagnostic pop
 
 static_assert(sizeof(HostObjectHeader) == 3 * sizeof(HostWord));
-static_assert(ArborLayout::HoldsOnTarget(), "the host takes exactly these bytes");
+static_assert(ArborLayout::HoldsOnTarget(), "the host allocates and reads exactly this layout");
 static_assert(ArborLayout::LockHoldsOnTarget());
 
 }   // namespace arbor::module

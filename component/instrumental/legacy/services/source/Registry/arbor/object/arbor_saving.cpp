@@ -38,7 +38,7 @@ ResultCode Arbor::WriteToIoObject(HostObject* io) {
 }
 
 ResultCode Arbor::Serialise(TextBuffer& document) {
-    const LockGuard guard = LockGuard::Shared(lock, Synchronised);
+    const LockGuard guard(lock, Synchronised, LockMode::Shared);
     const ResultCode code = SaveDocument(tree, document);
     if (IsSuccess(code)) MarkSerialised();
     return code;

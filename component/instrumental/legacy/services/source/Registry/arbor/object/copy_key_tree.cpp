@@ -1,3 +1,5 @@
+// The copy of a subtree: a walk down the source with an explicit stack, so that depth costs no call stack.
+
 #include "object/copy_key_tree.h"
 
 #include <component/kernel/interface.h>
@@ -9,32 +11,32 @@ namespace arbor::module {
 
 namespace {
 
-/// A buffer that starts with room of its own and grows from the host's memory when it must.
+/// A buffer with an initial capacity inside the object, which grows into host memory.
 class CopyBuffer {
 public:
     explicit CopyBuffer(const HostObject* object) : host(object) {}
 
-    /// Room for `size` bytes; what was in it is lost when it grows.
-    ResultCode Fit(std::uint32_t size) {
+    /// Makes the capacity at least `size` bytes. Growth loses the contents.
+    ResultCode Reserve(std::uint32_t size) {
         if (size <= capacity) return kDone;
         grown.reset();
-        capacity = sizeof own;
+        capacity = sizeof initial;
         if (IsFailure(TakeBlock(host, size, 0, grown))) return kOutOfMemory;
         capacity = size;
         return kDone;
     }
 
-    [[nodiscard]] char* Data() { return grown ? grown.get() : own; }
+    [[nodiscard]] char* Data() { return grown ? grown.get() : initial; }
     [[nodiscard]] std::uint32_t Capacity() const { return capacity; }
 
 private:
     const HostObject* host;
-    char own[256] = {};
+    char initial[256] = {};
     HostBlock<char> grown;
-    std::uint32_t capacity = sizeof own;
+    std::uint32_t capacity = sizeof initial;
 };
 
-/// One copy: a walk down the source with a stack of its own. The destructor closes the keys that a failure left open.
+/// One copy. The destructor closes the keys that a failure left open.
 class TreeCopy {
 public:
     TreeCopy(HostObject* sourceObject, HostObject* destinationObject)
@@ -46,7 +48,7 @@ public:
           value(sourceObject) {}
 
     ~TreeCopy() {
-        while (!open.empty()) static_cast<void>(Leave());   // the failure that ended the copy is the result
+        while (!open.empty()) static_cast<void>(Leave());   // the code that ended the copy is the result
     }
     TreeCopy(const TreeCopy&) = delete;
     TreeCopy& operator=(const TreeCopy&) = delete;
@@ -75,7 +77,7 @@ private:
         return IsSuccess(code) ? from.GetKeyCount(source, &open.back().keyCount, sourceKey) : code;
     }
 
-    /// The first pair of keys is the caller's; all others were opened here.
+    /// Closes the keys of the deepest level, unless they are the pair that the caller passed.
     ResultCode Leave() {
         const Level done = open.back();
         open.pop_back();
@@ -83,20 +85,21 @@ private:
     }
 
     ResultCode Close(KeyHandle sourceKey, KeyHandle destinationKey) {
-        const ResultCode there = destinationKey != kNoKey ? to.CloseKey(destination, destinationKey) : kDone;
-        const ResultCode here = sourceKey != 0 ? from.CloseKey(source, sourceKey) : kDone;
-        return IsFailure(there) ? there : here;
+        const ResultCode closedDestination =
+            destinationKey != kNoKey ? to.CloseKey(destination, destinationKey) : kDone;
+        const ResultCode closedSource = sourceKey != 0 ? from.CloseKey(source, sourceKey) : kDone;
+        return IsFailure(closedDestination) ? closedDestination : closedSource;
     }
 
     ResultCode CopyNextKey(Level& level) {
         const std::uint32_t index = level.next++;
         const KeyHandle sourceKey = level.sourceKey;
         const KeyHandle destinationKey = level.destinationKey;
-        // Reserved before the keys are opened: `Enter` must not throw while only locals hold them.
+        // Before the keys are opened: no level holds them yet if `Enter` throws.
         if (open.size() == open.capacity()) open.reserve(2 * open.size());
         std::uint32_t size = 0;
         ResultCode code = from.GetKeyNameByIndex(source, &size, sourceKey, index, nullptr, 0, 0);
-        if (IsSuccess(code)) code = name.Fit(size);
+        if (IsSuccess(code)) code = name.Reserve(size);
         if (IsSuccess(code)) {
             code = from.GetKeyNameByIndex(source, &size, sourceKey, index, name.Data(), name.Capacity(), 0);
         }
@@ -106,7 +109,7 @@ private:
         code = from.OpenKey(source, &sourceChild, sourceKey, name.Data(), 0);
         if (IsSuccess(code)) code = to.OpenKey(destination, &destinationChild, destinationKey, name.Data(), 1);
         if (IsSuccess(code)) return Enter(sourceChild, destinationChild);
-        static_cast<void>(Close(sourceChild, destinationChild));   // the open's code is the result
+        static_cast<void>(Close(sourceChild, destinationChild));   // the code of the failed open is the result
         return code;
     }
 
@@ -122,12 +125,12 @@ private:
     ResultCode CopyValue(KeyHandle sourceKey, KeyHandle destinationKey, std::uint32_t index) {
         std::uint32_t size = 0;
         ResultCode code = from.GetValueNameByIndex(source, &size, sourceKey, index, nullptr, 0);
-        if (IsSuccess(code)) code = name.Fit(size);
+        if (IsSuccess(code)) code = name.Reserve(size);
         if (IsSuccess(code)) {
             code = from.GetValueNameByIndex(source, &size, sourceKey, index, name.Data(), name.Capacity());
         }
         if (IsSuccess(code)) code = from.GetValueByIndex(source, &size, sourceKey, index, nullptr, nullptr, 0);
-        if (IsSuccess(code)) code = value.Fit(size);
+        if (IsSuccess(code)) code = value.Reserve(size);
         TypeCode type = 0;
         if (IsSuccess(code)) {
             code = from.GetValueByIndex(source, &size, sourceKey, index, &type, value.Data(), size);

@@ -1,15 +1,19 @@
+// The placeholder tables: functions that ignore their arguments and return a constant.
+
 #include "object/host_object_header.h"
 
 #include <component/kernel/interface.h>
+
+#include <array>
 
 namespace arbor::module {
 
 namespace {
 
-ResultCode AnswerDone() { return kDone; }
-std::uint64_t AnswerWideZero() { return 0; }
-bool AnswerFalse() { return false; }
-ResultCode AnswerNotInitialised() { return kNotInitialised; }
+ResultCode ReturnDone() { return kDone; }
+std::uint64_t ReturnWideZero() { return 0; }
+bool ReturnFalse() { return false; }
+ResultCode ReturnNotInitialised() { return kNotInitialised; }
 
 constexpr std::size_t kDoneSlots[] = {1, 2, 3, 4, 13, 14, 15, 27, 62, 63, 80};
 constexpr std::size_t kWideZeroSlot = 5;
@@ -17,24 +21,26 @@ constexpr std::size_t kFalseSlot = 68;
 
 std::array<void*, kRegistryMethods> MakePlaceholderMethods() {
     std::array<void*, kRegistryMethods> table;
-    table.fill(reinterpret_cast<void*>(&AnswerNotInitialised));
+    table.fill(reinterpret_cast<void*>(&ReturnNotInitialised));
+    return table;
+}
+
+std::array<void*, kSystemSlots> MakePlaceholderSystemCalls() {
+    std::array<void*, kSystemSlots> table;
+    table.fill(reinterpret_cast<void*>(&ReturnNotInitialised));
+    for (const std::size_t slot : kDoneSlots) table[slot] = reinterpret_cast<void*>(&ReturnDone);
+    table[kWideZeroSlot] = reinterpret_cast<void*>(&ReturnWideZero);
+    table[kFalseSlot] = reinterpret_cast<void*>(&ReturnFalse);
     return table;
 }
 
 const std::array<void*, kRegistryMethods> kPlaceholderMethods = MakePlaceholderMethods();
-const SystemTable kPlaceholderSystem = MakePlaceholderSystemTable();
+const std::array<void*, kSystemSlots> kPlaceholderSystemCalls = MakePlaceholderSystemCalls();
 
 }   // namespace
 
-SystemTable MakePlaceholderSystemTable() {
-    SystemTable table;
-    table.fill(reinterpret_cast<void*>(&AnswerNotInitialised));
-    for (const std::size_t slot : kDoneSlots) table[slot] = reinterpret_cast<void*>(&AnswerDone);
-    table[kWideZeroSlot] = reinterpret_cast<void*>(&AnswerWideZero);
-    table[kFalseSlot] = reinterpret_cast<void*>(&AnswerFalse);
-    return table;
-}
+MethodTable PlaceholderSystemFace() { return kPlaceholderSystemCalls.data(); }
 
-HostObjectHeader::HostObjectHeader() : HostObject{kPlaceholderMethods.data(), kPlaceholderSystem.data()} {}
+HostObjectHeader::HostObjectHeader() : HostObject{kPlaceholderMethods.data(), PlaceholderSystemFace()} {}
 
 }   // namespace arbor::module

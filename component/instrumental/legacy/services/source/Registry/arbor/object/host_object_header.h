@@ -1,24 +1,18 @@
-/// The header that every object of this module starts with, and the placeholder tables that serve it until the host has
-/// put its own in place.
+/// The header at the start of an object, and the placeholder tables in it, which serve until the host installs its own.
 #pragma once
 
 #include "tree/contract.h"
 
-#include <array>
-
 namespace arbor::module {
 
-/// Constant answers for every slot of a host's system table: what an object under construction, or one without a host,
-/// gets from a system call.
-using SystemTable = std::array<void*, kSystemSlots>;
-
-[[nodiscard]] SystemTable MakePlaceholderSystemTable();
+/// A table of system calls that return constants: for an object under construction, or without a host.
+[[nodiscard]] MethodTable PlaceholderSystemFace();
 
 struct HostObjectHeader : HostObject {
-    /// Sets both faces to placeholders and leaves the host's word alone.
+    /// Sets both faces to placeholder tables and doesn't write `hostWord`.
     HostObjectHeader();
 
-    HostWord hostWord;   // the host's; neither read nor written here
+    HostWord hostWord;   // used by the host alone
 };
 
 }   // namespace arbor::module

@@ -1,3 +1,5 @@
+// The list of the methods, and the two tables that templates generate from it.
+
 #include "object/method_tables.h"
 
 #include "object/arbor.h"

@@ -1,5 +1,5 @@
-/// The methods as tables of plain functions in the host's convention: the one that every object has at its start, and
-/// the one that the module registers. Both come from one list.
+/// The methods as tables of plain functions in the host's calling convention: the table that each object points to, and
+/// the table of forwarders that the module registers. Both are generated from one list.
 #pragma once
 
 #include <component/kernel/interface.h>
@@ -10,12 +10,11 @@ namespace arbor::module {
 
 using MethodAddresses = std::array<void*, kernel::kRegistryMethods>;
 
-/// What an object's `MethodFace` points at: the 22 methods of `Registry` in the interface's order, and `Save` behind
-/// them.
+/// The table for an object's `MethodFace`: the 22 methods of `Registry` in the interface's order, then `Save`.
 [[nodiscard]] const MethodAddresses& ObjectMethods();
 
-/// What a host calls: forwarders that jump to the slot of the same number in the called object's own table, with every
-/// argument in place, so that one table serves all objects. The last entry is null: `Save` is the module's own.
+/// The table for registration: each forwarder jumps to the same slot of the called object's own table with its
+/// arguments in place, so that one table serves all objects. The last entry is null: `Save` has no forwarder.
 [[nodiscard]] MethodAddresses MakeForwarders();
 
 }   // namespace arbor::module

@@ -1,3 +1,5 @@
+// The system calls of the lock: creation and destruction of the section and the gates, waiting and waking.
+
 #include "object/readers_writer_lock.h"
 
 #include <component/platform/files.h>

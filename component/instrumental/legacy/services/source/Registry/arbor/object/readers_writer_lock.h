@@ -11,7 +11,7 @@
 
 namespace arbor::module {
 
-/// The system's objects behind the algorithm.
+/// Supplies the system's objects to the algorithm.
 struct LockSystem {
     using Section = platform::CriticalSection;
     using Gate = platform::Handle;
@@ -45,19 +45,18 @@ private:
     void CloseGates();
 };
 
+enum class LockMode {
+    Shared,
+    Exclusive,
+};
+
 /// Holds the lock for a scope. Does nothing at either end if `synchronised` is 0 or the lock has no gates.
 class LockGuard {
 public:
-    static LockGuard Shared(ReadersWriterLock& lock, std::uint32_t synchronised) { return {lock, synchronised, false}; }
-    static LockGuard Exclusive(ReadersWriterLock& lock, std::uint32_t synchronised) {
-        return {lock, synchronised, true};
-    }
-
-    /// The form that `exclusive` chooses.
-    LockGuard(ReadersWriterLock& guarded, std::uint32_t synchronisedValue, bool exclusive)
+    LockGuard(ReadersWriterLock& guarded, std::uint32_t synchronisedValue, LockMode mode)
         : lock(guarded), synchronised(synchronisedValue) {
         if (IsIdle()) return;
-        if (exclusive) {
+        if (mode == LockMode::Exclusive) {
             lock.EnterExclusive();
         } else {
             lock.EnterShared();

@@ -1,3 +1,5 @@
+// The entry point, and the three tables that it registers with the host: lifecycle handlers, methods and properties.
+
 #include "object/registration.h"
 
 #include "object/arbor.h"
@@ -54,6 +56,7 @@ HostWord Handler() {
 
 constexpr char kDescription[] = "arbor";
 
+// The host defines these numbers and their meaning.
 enum PropertyFlags : HostWord {
     HandledValue = 0,
     FieldReadOnce = 1,
@@ -63,7 +66,7 @@ enum PropertyFlags : HostWord {
     FieldKept = 0x23,
 };
 
-// Static storage: the host keeps the addresses and reads the tables whenever it makes an object.
+// Static storage: the host keeps the addresses and reads the tables each time it creates an object.
 std::array<PropertyRow, 14> PropertyTable;
 std::array<void*, kInternalSlots> InternalMethodTable;
 
@@ -99,7 +102,7 @@ ResultCode Register(HostObject* root) {
     InternalMethodTable[kObjectNewSlot] = reinterpret_cast<void*>(&ObjectNew);
     InternalMethodTable[kObjectReadySlot] = reinterpret_cast<void*>(&ObjectReady);
     InternalMethodTable[kObjectClosingSlot] = reinterpret_cast<void*>(&ObjectClosing);
-    static const MethodAddresses RegistryMethodTable = MakeForwarders();   // once, whoever comes second
+    static const MethodAddresses RegistryMethodTable = MakeForwarders();   // filled by the first call only
 
     const auto registerInterface = SlotOf<RegisterInterfaceCall>(root->MethodFace, kRegisterInterfaceSlot);
     const ResultCode code =

@@ -1,11 +1,11 @@
-/// How the module comes to life: the host's call of the entry point, and the three tables that it is handed.
+/// The module's entry point, through which a host starts the module.
 #pragma once
 
 #include <component/kernel/host_object.h>
 
 #include <cstdint>
 
-/// The module's one entry point, in the form that the system's loader has for its own calls.
-/// With the host's reason, `first` is its root object and `third` the address of the `ResultCode` of the registration;
-/// returns 0 if that failed. With any other reason nothing happens and the answer is 1.
+/// Registers the interface `Registry` if `reason` is `kHostStartReason`: `first` is then the host's root object,
+/// `third` points to a `ResultCode` that gets the result, and a failure returns 0. For every other reason, such as
+/// those of the system's loader, does nothing and returns 1.
 extern "C" int ModuleEntry(void* first, std::uint32_t reason, void* third);
