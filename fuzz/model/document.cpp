@@ -51,37 +51,33 @@ std::string Utf8(std::uint32_t c) {
 }
 
 /// What replaces the reference; the reference itself if nothing does.
-std::string Dereferenced(const std::string& body) {
+std::string Dereferenced(const std::string& body, bool& understood) {
+    constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
     const std::string reference = '&' + body + ';';
     if (body == "lt") return "<";
     if (body == "gt") return ">";
     if (body == "amp") return "&";
     if (body == "apos") return "'";
     if (body == "quot") return "\"";
-    if (body.size() < 2 || body[0] != '#') return reference;
+    if (body.size() < 2) return reference;
     const bool hexadecimal = body[1] == 'x';
+    const std::string digits = body.substr(hexadecimal ? 2 : 1);
+    const bool isNumber = digits.find_first_not_of(kHexDigits.substr(0, hexadecimal ? 22 : 10)) == digits.npos;
+    if (body[0] != '#' || !isNumber) {
+        understood = understood && body[0] != '#' && body.size() < 5;
+        return reference;
+    }
     std::uint32_t number = 0;
-    for (const char c : body.substr(hexadecimal ? 2 : 1)) {
-        const std::size_t digit = std::string_view("0123456789abcdef0123456789ABCDEF").find(c);
-        if (c == '\0' || digit == std::string_view::npos || digit % 16 >= (hexadecimal ? 16U : 10U)) return reference;
-        number = number * (hexadecimal ? 16 : 10) + static_cast<std::uint32_t>(digit % 16);
+    for (const char c : digits) {
+        const auto digit = static_cast<std::uint32_t>(kHexDigits.find(c));
+        number = number * (hexadecimal ? 16 : 10) + (digit < 16 ? digit : digit - 6);
     }
     return number != 0 ? Utf8(number) : reference;
 }
 
 std::string Decoded(std::string_view text) {
-    std::string decoded;
-    while (!text.empty()) {
-        const std::size_t end = text.find(';');
-        if (text[0] != '&' || end == text.npos) {
-            decoded += text[0];
-            text.remove_prefix(1);
-        } else {
-            decoded += Dereferenced(std::string(text.substr(1, end - 1)));
-            text.remove_prefix(end + 1);
-        }
-    }
-    return decoded;
+    bool understood = true;
+    return DecodeReferences(text, understood);
 }
 
 struct Element {
@@ -303,6 +299,22 @@ ResultCode ReadChildren(Reader& reader, Key& key, std::size_t depth) {
 }
 
 }   // namespace
+
+std::string DecodeReferences(std::string_view text, bool& understood) {
+    std::string decoded;
+    understood = true;
+    while (!text.empty()) {
+        const std::size_t end = text.find(';');
+        if (text[0] != '&' || end == text.npos) {
+            decoded += text[0];
+            text.remove_prefix(1);
+        } else {
+            decoded += Dereferenced(std::string(text.substr(1, end - 1)), understood);
+            text.remove_prefix(end + 1);
+        }
+    }
+    return decoded;
+}
 
 ResultCode ReadDocument(std::string_view text, Key& root) {
     Reader reader(text);

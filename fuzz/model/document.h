@@ -8,6 +8,9 @@
 
 namespace model {
 
+/// The text with its references replaced, and whether each of them has the form of one.
+[[nodiscard]] std::string DecodeReferences(std::string_view text, bool& understood);
+
 /// Adds the keys and values of a document to `root`. Returns the code of the load; after a failure `root` keeps what
 /// was added before it. The indexes by name of `root` are those of a load that succeeds.
 ResultCode ReadDocument(std::string_view text, Key& root);

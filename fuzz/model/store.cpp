@@ -92,39 +92,6 @@ Value* FindValue(Key& key, const std::string& name) {
     return &entry->value;
 }
 
-std::string Escaped(std::string_view text) {
-    std::string escaped;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        switch (c) {
-            case '"':
-                escaped += "&quot;";
-                break;
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '\'':
-                escaped += "&apos;";
-                break;
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            default:
-                if (byte < 0x20 && c != '\n' && c != '\r') {
-                    escaped += byte < 0x10 ? "&#x" : "&#x1";
-                    escaped += "0123456789ABCDEF"[byte % 16];
-                    escaped += ';';
-                } else {
-                    escaped += c;
-                }
-        }
-    }
-    return escaped;
-}
-
 ResultCode WriteBody(const Key& key, const std::string& indent, std::string& document) {
     for (const auto& child : key.keys) {
         document.append(indent).append("<key name=\"").append(Escaped(child->name)).append("\">\r\n");
@@ -139,18 +106,6 @@ ResultCode WriteBody(const Key& key, const std::string& indent, std::string& doc
         document.append("\">").append(Escaped(text)).append("</").append(element).append(">\r\n");
     }
     return kDone;
-}
-
-void LoadBody(const Key& source, Key& target) {
-    bool ignored = false;
-    for (const auto& child : source.keys) LoadBody(*child, target.OpenPath(child->name, ignored));
-    for (const auto& entry : source.values) {
-        std::string text;
-        static_cast<void>(TextOf(entry->value, text));   // it was written
-        Value loaded = NewValue(entry->value.type == tWSTRING ? TypeCode{tSTRING} : entry->value.type);
-        FromText(loaded, text);
-        target.AddValue(entry->name, loaded);
-    }
 }
 
 /// A block of just the size that a caller names is raw bytes, whatever type the caller named.
@@ -199,16 +154,27 @@ bool Same(const Key& a, const Key& b) {
            std::equal(a.values.begin(), a.values.end(), b.values.begin(), b.values.end(), sameValue);
 }
 
-std::size_t Depth(const Key& key) {
-    std::size_t depth = 0;
-    for (const auto& child : key.keys) depth = std::max(depth, 1 + Depth(*child));
-    return depth;
-}
-
 std::size_t Size(const Key& key) {
     std::size_t size = key.values.size();
     for (const auto& child : key.keys) size += 1 + Size(*child);
     return size;
+}
+
+std::string Escaped(std::string_view text) {
+    const std::map<char, std::string> kNamed = {{'"', "&quot;"}, {'&', "&amp;"}, {'\'', "&apos;"}, {'<', "&lt;"},
+                                                {'>', "&gt;"},   {'\r', "\r"},   {'\n', "\n"}};
+    std::string escaped;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (const auto named = kNamed.find(c); named != kNamed.end()) {
+            escaped += named->second;
+        } else if (byte < 0x20) {
+            escaped.append(byte < 0x10 ? "&#x" : "&#x1").append(1, "0123456789ABCDEF"[byte % 16]).append(";");
+        } else {
+            escaped += c;
+        }
+    }
+    return escaped;
 }
 
 ResultCode WriteDocument(const Key& root, std::string& document) {
@@ -216,12 +182,6 @@ ResultCode WriteDocument(const Key& root, std::string& document) {
     const ResultCode code = WriteBody(root, "    ", document);
     if (IsSuccess(code)) document += "</arbor>\r\n";
     return code;
-}
-
-std::unique_ptr<Key> ComesBack(const Key& root) {
-    auto loaded = std::make_unique<Key>();
-    LoadBody(root, *loaded);
-    return loaded;
 }
 
 void Store::Ready(std::unique_ptr<Key> root) {

@@ -39,18 +39,14 @@ struct Key {
 /// Whether both hold the same, in the same order.
 [[nodiscard]] bool Same(const Key& a, const Key& b);
 
-/// The levels of keys below this one.
-[[nodiscard]] std::size_t Depth(const Key& key);
-
 /// Keys and values below this one.
 [[nodiscard]] std::size_t Size(const Key& key);
 
+/// The text as a document has it.
+[[nodiscard]] std::string Escaped(std::string_view text);
+
 /// Appends the document of the tree. The code is that of a value without a text, where the document breaks off.
 [[nodiscard]] ResultCode WriteDocument(const Key& root, std::string& document);
-
-/// What a load of the tree's document makes of it: names are paths there, keys of one name become one, and values come
-/// back from their texts.
-[[nodiscard]] std::unique_ptr<Key> ComesBack(const Key& root);
 
 /// What the open methods answer: no key is -1.
 struct Opened {

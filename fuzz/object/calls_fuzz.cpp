@@ -2,6 +2,7 @@
 // never. After each call the codes, counts and buffers must agree, and a save of every object shows whether the call
 // changed it and what its document holds now. The input is a sequence of calls, each followed by its arguments.
 #include "fuzz.h"
+#include "model/document.h"
 #include "model/store.h"
 #include "object/registration.h"
 
@@ -30,8 +31,6 @@ constexpr std::uint32_t kNotStored = 0xDEADBEEF;
 
 /// Trees beyond this aren't copied: copies of copies grow without an end.
 constexpr std::size_t kMostCopied = 400;
-/// A document of as many levels loads again.
-constexpr std::size_t kDeepest = 2048;
 
 constexpr const char* kNames[] = {"a",   "A",    "b",      "c",   "noname",   "noname0",  "noname1",       "NoName0",
                                   "a/b", "a\\b", "a\\b/c", "key", "\x80\xFF", "\t<&\">'", "a longer name", ""};
@@ -60,29 +59,9 @@ constexpr const char* kTexts[] = {"![CDATA[",
                                   "4100",
                                   "text"};
 
-/// A document from elsewhere, whose elements repeat under one name and whose values do, and what it makes of a tree.
+/// A foreign document, whose elements repeat under one name and whose values do.
 constexpr char kDocument[] =
     "<a b='1' c='text' B='2'><b c='12'><a><c c='0x1F'/></a></b><B a='![CDATA['><a>far</a></B><c>near</c><b/></a>";
-
-std::unique_ptr<Key> DocumentTree() {
-    const auto text = [](Key& key, const char* name, const char* value) {
-        key.AddValue(name, {kernel::tSTRING, value});
-    };
-    auto tree = std::make_unique<Key>();
-    Key& a = tree->AddKey("a");
-    text(a, "b", "1");
-    text(a, "c", "text");
-    text(a, "B", "2");
-    Key& first = a.AddKey("b");
-    text(first, "c", "12");
-    text(first.AddKey("a").AddKey("c"), "c", "0x1F");
-    Key& second = a.AddKey("B");
-    text(second, "a", "![CDATA[");
-    text(second.AddKey("a"), "noname", "far");
-    text(a.AddKey("c"), "noname", "near");
-    a.AddKey("b");
-    return tree;
-}
 
 /// An object of the module, its model, and the document that it saves to.
 struct Twin {
@@ -140,7 +119,9 @@ public:
         for (std::size_t i = 0; i < twins.size(); ++i) {
             twins[i] = std::make_unique<Twin>(kernel, i == 0 ? std::string(kDocument) : std::string(), i == 1);
         }
-        twins[0]->Ready(DocumentTree());
+        auto tree = std::make_unique<Key>();
+        FUZZ_CHECK(model::ReadDocument(kDocument, *tree) == kernel::kDone);
+        twins[0]->Ready(std::move(tree));
         twins[1]->Ready(std::make_unique<Key>());
     }
 
@@ -571,8 +552,8 @@ private:
         FUZZ_CHECK(code == plain->SetValue(nullptr, "saved", kernel::tDWORD, data, sizeof number, true));
         if (!plain->dirty) return;
         Settle(*twin);
-        if (plain->dirty || model::Depth(*plain->top) > kDeepest) return;
-        std::unique_ptr<Key> tree = model::ComesBack(*plain->top);
+        auto tree = std::make_unique<Key>();
+        if (plain->dirty || model::ReadDocument(twin->io.Content(), *tree) != kernel::kDone) return;
         auto next = std::make_unique<Twin>(kernel, twin->io.Content(), twin->locked);
         next->Ready(std::move(tree));
         *std::find_if(twins.begin(), twins.end(), [this](const auto& each) { return each.get() == twin; }) =

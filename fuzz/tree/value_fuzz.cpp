@@ -1,6 +1,6 @@
 // A value of every type against the model: bytes in and out, text in and out. No read goes past a buffer of just the
 // size that was asked for, and a text that a value gives is one that it takes and gives again. The input is a type, a
-// length, that many bytes, and a text.
+// length, that many bytes, and texts with a 0 byte between them.
 #include "fuzz.h"
 #include "model/value.h"
 #include "tree/value/value_holder.h"
@@ -40,8 +40,10 @@ public:
     }
 
     void SetNothing() {
-        FUZZ_CHECK(value->Set(nullptr, 8) == model::Set(plain, nullptr, 8));
-        CheckReads();
+        for (const std::uint32_t size : {8U, 0U}) {
+            FUZZ_CHECK(value->Set(nullptr, size) == model::Set(plain, nullptr, size));
+            CheckReads();
+        }
     }
 
     ResultCode FromText(const std::string& text) {
@@ -114,7 +116,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
     const kernel::TypeCode type = input.Byte() % 64;
     const std::string bytes = input.Text(64);
-    const std::string text = fuzz::Terminated(input.Rest());
+    const std::string rest = input.Rest();
     if (!model::IsStored(type)) {
         FUZZ_CHECK(arbor::module::CreateValue(kernel.Root(), type) == nullptr);
         return 0;
@@ -123,13 +125,18 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         Pair value(kernel.Root(), type);
         value.Set(bytes);
         value.Set(bytes);
+        value.Set(rest);
+        CheckTextIsStable(kernel.Root(), value.Plain());
+        for (std::size_t start = 0; start <= rest.size();) {
+            const std::string text = rest.c_str() + start;
+            start += text.size() + 1;
+            value.FromText(text);
+            CheckTextIsStable(kernel.Root(), value.Plain());
+            if (type == kernel::tWSTRING) value.FromUtf8(text);
+            CheckTextIsStable(kernel.Root(), value.Plain());
+        }
         value.SetNothing();
-        CheckTextIsStable(kernel.Root(), value.Plain());
-        value.FromText(text);
-        CheckTextIsStable(kernel.Root(), value.Plain());
-        value.Set(text);
-        if (type == kernel::tWSTRING) value.FromUtf8(text);
-        CheckTextIsStable(kernel.Root(), value.Plain());
+        value.Set(bytes);
     }
     FUZZ_CHECK(kernel.LiveBlocks() == 0);
     return 0;
