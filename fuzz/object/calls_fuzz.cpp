@@ -34,8 +34,8 @@ constexpr std::size_t kMostCopied = 400;
 
 constexpr const char* kNames[] = {"a",   "A",    "b",      "c",   "noname",   "noname0",  "noname1",       "NoName0",
                                   "a/b", "a\\b", "a\\b/c", "key", "\x80\xFF", "\t<&\">'", "a longer name", ""};
-constexpr const char* kPaths[] = {"a",  "A",     "b",    "a/b", "a\\b", "A/b\\c", "a\\b/c",  "a/a/a/a", "b/",
-                                  "/a", "\\a/b", "a//b", "",    "/",    "\\",     "c\\d\\e", "a\\/b",   "c/"};
+constexpr const char* kPaths[] = {"a",  "A",     "b",    "a/b", "a\\b", "A/b\\c", "a\\b/c",  "a/b/a/c/a/b/a/a", "b/",
+                                  "/a", "\\a/b", "a//b", "",    "/",    "\\",     "c\\d\\e", "a\\/b",           "c/"};
 constexpr const char* kTexts[] = {"![CDATA[",
                                   "",
                                   "0",
