@@ -1,3 +1,5 @@
+// Tests of the typed client: types, failures, enumeration, saving and the number of allocations.
+
 #include "support/store.h"
 
 #include <component/client/client.h>
@@ -12,26 +14,26 @@
 
 namespace {
 
-std::size_t requests = 0;
+std::size_t allocations = 0;
 
-void* Take(std::size_t size) {
-    ++requests;
+void* Allocate(std::size_t size) {
+    ++allocations;
     return std::malloc(size != 0 ? size : 1);
 }
 
-// Out of line: seen inlined, it looks like the wrong way to give back what `operator new` gave.
-[[gnu::noinline]] void GiveBack(void* block) { std::free(block); }
+// Out of line: if it is inlined, the compiler warns that `free` doesn't match `operator new`.
+[[gnu::noinline]] void Free(void* block) { std::free(block); }
 
 }   // namespace
 
-void* operator new(std::size_t size) { return Take(size); }
-void* operator new[](std::size_t size) { return Take(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Take(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Take(size); }
-void operator delete(void* block) noexcept { GiveBack(block); }
-void operator delete[](void* block) noexcept { GiveBack(block); }
-void operator delete(void* block, std::size_t) noexcept { GiveBack(block); }
-void operator delete[](void* block, std::size_t) noexcept { GiveBack(block); }
+void* operator new(std::size_t size) { return Allocate(size); }
+void* operator new[](std::size_t size) { return Allocate(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void operator delete(void* block) noexcept { Free(block); }
+void operator delete[](void* block) noexcept { Free(block); }
+void operator delete(void* block, std::size_t) noexcept { Free(block); }
+void operator delete[](void* block, std::size_t) noexcept { Free(block); }
 
 namespace {
 
@@ -56,34 +58,34 @@ protected:
 };
 
 template <class T>
-void ComesBack(arbor::Store store, T value, kernel::TypeCode type) {
+void ExpectRoundTrip(arbor::Store store, T value, kernel::TypeCode type) {
     SCOPED_TRACE(type);
     const std::string name = "v" + std::to_string(type);
     EXPECT_TRUE(store["a/b"].Set(name, value));
-    const auto back = store["A\\B"].Get<T>(name);
-    EXPECT_TRUE(back && *back == value);
+    const auto read = store["A\\B"].Get<T>(name);
+    EXPECT_TRUE(read && *read == value);
     EXPECT_EQ(*store.Open("a/b")->Type(name), type);
 }
 
-TEST_F(ClientTest, EachTypeComesBackAsItWasSet) {
+TEST_F(ClientTest, EachTypeIsReadAsItWasWritten) {
     const arbor::Store store(object->Get());
-    ComesBack<bool>(store, true, kernel::tBOOL);
-    ComesBack<char>(store, 'x', kernel::tCHAR);
-    ComesBack<std::uint8_t>(store, 255, kernel::tBYTE);
-    ComesBack<std::int8_t>(store, -128, kernel::tSBYTE);
-    ComesBack<std::uint16_t>(store, 65535, kernel::tWORD);
-    ComesBack<std::int16_t>(store, -5, kernel::tSHORT);
-    ComesBack(store, 0xFFFFFFFFu, kernel::tDWORD);
-    ComesBack(store, -7, kernel::tINT);   // a failure's number is a value like any other
-    ComesBack<unsigned long long>(store, std::numeric_limits<std::uint64_t>::max(), kernel::tQWORD);
-    ComesBack<long long>(store, std::numeric_limits<std::int64_t>::min(), kernel::tLONGLONG);
-    ComesBack(store, -1.5, kernel::tDOUBLE);
+    ExpectRoundTrip<bool>(store, true, kernel::tBOOL);
+    ExpectRoundTrip<char>(store, 'x', kernel::tCHAR);
+    ExpectRoundTrip<std::uint8_t>(store, 255, kernel::tBYTE);
+    ExpectRoundTrip<std::int8_t>(store, -128, kernel::tSBYTE);
+    ExpectRoundTrip<std::uint16_t>(store, 65535, kernel::tWORD);
+    ExpectRoundTrip<std::int16_t>(store, -5, kernel::tSHORT);
+    ExpectRoundTrip(store, 0xFFFFFFFFu, kernel::tDWORD);
+    ExpectRoundTrip(store, -7, kernel::tINT);   // negative, as the code of a failure is
+    ExpectRoundTrip<unsigned long long>(store, std::numeric_limits<std::uint64_t>::max(), kernel::tQWORD);
+    ExpectRoundTrip<long long>(store, std::numeric_limits<std::int64_t>::min(), kernel::tLONGLONG);
+    ExpectRoundTrip(store, -1.5, kernel::tDOUBLE);
     for (const std::size_t length : {0U, 1U, 127U, 128U, 129U, 254U, 255U, 256U, 257U, 1000U}) {
         SCOPED_TRACE(length);
-        ComesBack(store, std::string(length, 'n'), kernel::tSTRING);
-        ComesBack(store, std::u16string(length, u'\u00e4'), kernel::tWSTRING);
+        ExpectRoundTrip(store, std::string(length, 'n'), kernel::tSTRING);
+        ExpectRoundTrip(store, std::u16string(length, u'\u00e4'), kernel::tWSTRING);
         const arbor::Blob blob(length, std::byte{0xA5});
-        ComesBack(store, blob, kernel::tBINARY);
+        ExpectRoundTrip(store, blob, kernel::tBINARY);
         std::string digits;
         for (std::size_t i = 0; i < length; ++i) digits += "A5";
         EXPECT_EQ(*store["a/b"].Get<std::string>("v48"), digits);
@@ -102,10 +104,10 @@ TEST_F(ClientTest, AFailureHasItsCodeAndTextAndNoValue) {
     EXPECT_EQ(*store["key"].Get<int>("text"), 0);
     EXPECT_EQ(store["none"].Values().Outcome().Code(), kernel::kNoSuchEntry);
     EXPECT_TRUE(store["none"].Keys().AtEnd());
-    EXPECT_FALSE(store.Open("none"));   // no read made it
+    EXPECT_FALSE(store.Open("none"));   // reads create no key
 }
 
-TEST_F(ClientTest, EnumerationsWalkInOrderWithNamesOfAnyLength) {
+TEST_F(ClientTest, EnumerationsKeepTheOrderAndNamesOfAnyLength) {
     const arbor::Store store(object->Get());
     const std::string longName(300, 'n');
     const arbor::Key top = *store.Make("top");
@@ -123,22 +125,22 @@ TEST_F(ClientTest, EnumerationsWalkInOrderWithNamesOfAnyLength) {
     EXPECT_FALSE(top.Open("x/deep"));
 }
 
-TEST_F(ClientTest, KeysAloneReachTheDocument) {
+TEST_F(ClientTest, ANewKeyWithoutValuesIsSaved) {
     const arbor::Store store(object->Get());
     ASSERT_TRUE(store.Make("a") && store.Save());
-    ASSERT_TRUE(store.Make("a/b") && store.Save());   // the path's first key is there already
+    ASSERT_TRUE(store.Make("a/b") && store.Save());   // "a" exists, "b" is new
     EXPECT_EQ(io.WriteCount(), 2U);
     EXPECT_THAT(io.Content(), testing::HasSubstr("name=\"b\""));
     ASSERT_TRUE(store.Save());
     EXPECT_EQ(io.WriteCount(), 2U);
 }
 
-TEST_F(ClientTest, ScalarsAndShortTextsTakeNoMemory) {
+TEST_F(ClientTest, ScalarsAndShortTextsAllocateNoMemory) {
     const arbor::Store store(object->Get());
     const arbor::Key key = *store.Make("a");
     static_cast<void>(key.Set("n", 1u) && key.Set("b", true) && key.Set("d", 2.5) && key.Set("t", "short"));
     const std::size_t hostBefore = kernel.HostMemory().Requests();
-    const std::size_t before = requests;
+    const std::size_t before = allocations;
     std::uint32_t sum = 0;
     for (std::uint32_t i = 0; i < 10; ++i) {
         static_cast<void>(store["a"].Set("n", i));
@@ -147,24 +149,24 @@ TEST_F(ClientTest, ScalarsAndShortTextsTakeNoMemory) {
         for (const arbor::Value& value : key.Values()) sum += value.Type() == kernel::tDOUBLE ? value.Index() : 0;
     }
     EXPECT_EQ(key.Get<std::string>("t")->size(), 5U);
-    EXPECT_EQ(requests - before, 0U);
+    EXPECT_EQ(allocations - before, 0U);
     EXPECT_EQ(kernel.HostMemory().Requests() - hostBefore, 0U);
     EXPECT_EQ(sum, 85U);
 }
 
-/// An object whose one value has grown each time that it is looked at.
+/// An object with one value, which gets longer before each of the first three reads.
 struct Growing {
     static kernel::ResultCode GetValue(kernel::HostObject* object, std::uint32_t* count, kernel::KeyHandle, const char*,
                                        kernel::TypeCode*, void* buffer, std::uint32_t size) {
         auto& self = *reinterpret_cast<Growing*>(object);
-        if (++self.looks < 4) self.text.append(300, 'g');
+        if (++self.reads < 4) self.text.append(300, 'g');
         *count = static_cast<std::uint32_t>(self.text.size() + 1);
         if (size < *count) return kernel::kBufferTooSmall;
         std::memcpy(buffer, self.text.c_str(), *count);
         return kernel::kDone;
     }
 
-    /// A failure that a longer buffer wouldn't help.
+    /// Fails for every buffer size, and leaves the count 0.
     static kernel::ResultCode Refuse(kernel::HostObject*, std::uint32_t*, kernel::KeyHandle, const char*,
                                      kernel::TypeCode*, void*, std::uint32_t) {
         return kernel::kBufferTooSmall;
@@ -177,13 +179,13 @@ struct Growing {
     kernel::HostObject object{table, nullptr};
     void* table[kernel::kRegistryMethods]{};
     std::string text{};
-    int looks = 0;
+    int reads = 0;
 };
 
-TEST(ClientReadTest, AValueThatGrowsMeanwhileIsReadWhole) {
+TEST(ClientReadTest, AValueThatGrowsBetweenTwoReadsIsReadCompletely) {
     Growing growing(&Growing::GetValue);
     EXPECT_EQ(*arbor::Store(&growing.object).Get<std::string>("v"), std::string(900, 'g'));
-    EXPECT_EQ(growing.looks, 4);
+    EXPECT_EQ(growing.reads, 4);
     Growing refusing(&Growing::Refuse);
     EXPECT_EQ(arbor::Store(&refusing.object).Get<std::string>("v").Code(), kernel::kBufferTooSmall);
 }

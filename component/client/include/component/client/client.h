@@ -1,5 +1,5 @@
-/// A settings store as the components of a host use it: typed reads and writes, and enumerations as ranges, over the
-/// methods of one object of the interface `Registry`.
+/// The typed client: how a component of the host reads and writes settings. It wraps one object of the interface
+/// `Registry`; keys and values are enumerated as ranges.
 ///
 ///     arbor::Store store{object};
 ///     const auto port = store["Network/Proxy"].Get<std::uint32_t>("Port");
@@ -8,9 +8,10 @@
 ///     for (const arbor::Value& value : store["Network/Proxy"].Values()) Print(value.Name(), value.Type());
 ///     for (const arbor::Key key : store.Root().Keys()) ...
 ///
-/// Nothing here throws: every call answers with a code. Nothing here owns the object or holds a lock; threads may share
-/// a store as far as its object allows, while ranges and results belong to one thread. Numbers and truth values cost
-/// the calls that they are made of and no memory; a text or blob is measured only where it is longer than 255 bytes.
+/// Failures are codes: no call of the store throws. The client doesn't own the object and has no lock. Threads may
+/// share a store if the object's property `Synchronised` is set; a range or a result is for one thread at a time. For a
+/// number the client allocates no memory. It reads a text or blob of up to 255 bytes by one call of the interface, and
+/// a longer one by two or more.
 #pragma once
 
 #include <component/client/store.h>

@@ -1,4 +1,5 @@
-/// What crosses the interface: names, the C++ types that the store holds, and a value's bytes in the form of a type.
+/// The data that the client passes to the interface and gets from it: names and paths, the C++ types that correspond to
+/// the store's types, and a value's bytes.
 #pragma once
 
 #include <component/client/status.h>
@@ -15,7 +16,7 @@ namespace arbor {
 
 using kernel::TypeCode;
 
-/// Text that brings its terminator, as names and paths must; the characters stay the caller's.
+/// A name or a path. Refers to the caller's characters, which end at the first zero byte.
 class Text {
 public:
     constexpr Text(const char* terminated) : text(terminated) {}
@@ -29,13 +30,15 @@ private:
 
 using Blob = std::vector<std::byte>;
 
-/// A value's bytes in the binary form of a type; a text has its terminator.
+/// A value's type, and its bytes in the binary form of that type. A text that was read ends with its terminator; a text
+/// to be written needs none.
 struct Datum {
     TypeCode type = 0;
     std::string bytes{};
 };
 
-/// What one register holds: the integers by their width and sign, `bool`, `char`, `float` and `double`.
+/// The types of fixed size: `bool`, `char`, `float`, `double` and the integers. The width and sign of an integer
+/// determine its type in the store.
 template <class T>
 concept Scalar = std::same_as<T, bool> || std::same_as<T, char> || std::same_as<T, float> || std::same_as<T, double> ||
     (std::integral<T> && !std::same_as<T, wchar_t> && !std::same_as<T, char8_t> && !std::same_as<T, char16_t> &&
@@ -58,32 +61,33 @@ consteval TypeCode IntegerType() {
     }
 }
 
-/// The form in which a scalar crosses the interface.
+/// The type of a scalar in the interface: `Wire` in C++, `kType` as a code.
 template <Scalar T>
-struct Form {
+struct ScalarTraits {
     using Wire = T;
     static constexpr TypeCode kType = IntegerType<T>();
 };
 template <>
-struct Form<bool> {
+struct ScalarTraits<bool> {
     using Wire = std::uint32_t;
     static constexpr TypeCode kType = kernel::tBOOL;
 };
 template <>
-struct Form<char> {
+struct ScalarTraits<char> {
     using Wire = char;
     static constexpr TypeCode kType = kernel::tCHAR;
 };
 template <>
-struct Form<double> {
+struct ScalarTraits<double> {
     using Wire = double;
     static constexpr TypeCode kType = kernel::tDOUBLE;
 };
 template <>
-struct Form<float> : Form<double> {};
+struct ScalarTraits<float> : ScalarTraits<double> {};
 
+/// The code of a text's or blob's type; 0 for a `T` that is neither.
 template <class T>
-consteval TypeCode LongType() {
+consteval TypeCode VariableSizeType() {
     if constexpr (std::same_as<T, std::string>) return kernel::tSTRING;
     if constexpr (std::same_as<T, std::u16string>) return kernel::tWSTRING;
     if constexpr (std::same_as<T, Blob>) return kernel::tBINARY;

@@ -1,4 +1,4 @@
-/// A key of the store: its values, the keys below it, and references by path.
+/// A key of the store: reads and writes of its values, its subkeys as a range, and references by path.
 #pragma once
 
 #include <component/client/range.h>
@@ -16,7 +16,8 @@ namespace arbor {
 class KeyRange;
 class Place;
 
-/// A key that is open. A handle costs nothing, and stays good until its key is deleted.
+/// An open key: an object and a handle. It needs no closing. The handle is valid until the key or one above it is
+/// deleted, or the object is destroyed.
 class Key {
 public:
     Key() = default;
@@ -25,19 +26,21 @@ public:
     [[nodiscard]] HostObject* Object() const { return object; }
     [[nodiscard]] KeyHandle Handle() const { return handle; }
 
-    /// The key at `path` below this one, to read from or to write to where it stands.
+    /// Refers to the key at `path` below this one, as in `store["Network/Proxy"].Get<int>("Port")`.
     [[nodiscard]] Place operator[](Text path) const;
 
+    /// Opens the key at `path` below this one. `kernel::kNoSuchEntry` if there is none.
     Result<Key> Open(Text path) const { return OpenWith(path, kDontCreate); }
-    /// Makes the keys that are missing. One by one: a call marks the document as changed for the first key of its path
-    /// alone.
+    /// Opens the key at `path` below this one and creates the keys of the path that are missing. Calls `OpenKey` for
+    /// each name by itself, because `OpenKey` marks the document as changed only if it creates the first key of its
+    /// path.
     Result<Key> Make(Text path) const {
         Result<Key> key = *this;
         std::string_view rest = path.Chars();
         try {
             while (key && !rest.empty()) {
                 const std::string name(rest.substr(0, rest.find_first_of("/\\")));
-                if (name.empty()) break;   // the end of the path to the store too
+                if (name.empty()) break;   // as in the interface, an empty name ends the path
                 key = key->OpenWith(name, kCreate);
                 rest.remove_prefix(std::min(name.size() + 1, rest.size()));
             }
@@ -48,27 +51,29 @@ public:
     }
 
     Result<std::string> Name() const { return ReadName(kOwnName); }
-    /// From the current root, whose own name comes first if it has one.
+    /// The path from the current root. If the root has a name, the path begins with it.
     Result<std::string> Path() const { return ReadName(kFullName); }
 
-    /// A value in the form of `T`: converted if it has another type, but for a blob of just as many bytes as a scalar
-    /// has, which gives them as they are.
+    /// Reads the value `name` as a `T`: a scalar, `std::string`, `std::u16string` or `Blob`. A value of another type is
+    /// converted. Exception: a binary value of exactly the size that the interface has for the scalar is copied as it
+    /// is.
     template <class T>
     Result<T> Get(Text name) const {
-        return detail::ReadAs<T>(Called(name));
+        return detail::ReadAs<T>(ValueNamed(name));
     }
 
-    /// A value's bytes in the type `asked`, 0 being its own.
-    Result<Datum> Read(Text name, TypeCode asked = 0) const { return detail::ReadDatum(asked, Called(name)); }
+    /// Reads the value `name` in the type `wanted`, or in its own type if that is 0.
+    Result<Datum> Read(Text name, TypeCode wanted = 0) const { return detail::ReadDatum(wanted, ValueNamed(name)); }
 
-    Result<TypeCode> Type(Text name) const { return detail::ReadType(Called(name)); }
+    Result<TypeCode> Type(Text name) const { return detail::ReadType(ValueNamed(name)); }
 
-    /// Makes a value of the type that goes with the argument, or changes one, which keeps its type and takes the new
-    /// value converted. A wide text takes wide text only: all else would come in as the bytes of one.
+    /// Writes the value `name`. A missing value is created with the type that corresponds to the argument. An existing
+    /// value keeps its type, and the argument is converted. Exception: a `tWSTRING` stores the bytes of any argument
+    /// without conversion, so write it only as UTF-16 text.
     template <Scalar T>
     Status Set(Text name, T value) const {
-        const auto wire = static_cast<typename detail::Form<T>::Wire>(value);
-        return Write(name, detail::Form<T>::kType, &wire, sizeof wire);
+        const auto wire = static_cast<typename detail::ScalarTraits<T>::Wire>(value);
+        return Write(name, detail::ScalarTraits<T>::kType, &wire, sizeof wire);
     }
     Status Set(Text name, std::string_view text) const {
         return Write(name, kernel::tSTRING, text.data(), text.size());
@@ -79,7 +84,7 @@ public:
     Status Set(Text name, std::span<const std::byte> blob) const {
         return Write(name, kernel::tBINARY, blob.data(), blob.size());
     }
-    /// The same for any type; a text needs no terminator.
+    /// The same, for any type of the store.
     Status Set(Text name, const Datum& datum) const {
         return Write(name, datum.type, datum.bytes.data(), datum.bytes.size());
     }
@@ -89,9 +94,9 @@ public:
 
     /// Deletes a value.
     Status Remove(Text name) const { return Status(Methods().DeleteValue(object, handle, name.Chars())); }
-    /// Deletes the key at `path` with all below it.
+    /// Deletes the key at `path` below this one, with all keys and values in it.
     Status RemoveKey(Text path) const { return Status(Methods().DeleteKey(object, handle, path.Chars())); }
-    /// Copies what is in this key into one of another object.
+    /// Copies the values and subkeys of this key into `target`, a key of another object.
     Status CopyTo(const Key& target) const {
         return Status(Methods().CopyKey(object, handle, target.object, target.handle));
     }
@@ -101,12 +106,12 @@ private:
 
     static constexpr std::uint32_t kDontCreate = 0;
     static constexpr std::uint32_t kCreate = 1;
-    static constexpr std::uint32_t kOwnName = 0;    // counted with its terminator
-    static constexpr std::uint32_t kFullName = 1;   // counted without
+    static constexpr std::uint32_t kOwnName = 0;    // the count includes the terminator
+    static constexpr std::uint32_t kFullName = 1;   // the count excludes it
 
     [[nodiscard]] kernel::Registry Methods() const { return kernel::Registry(object); }
 
-    [[nodiscard]] detail::ByName Called(Text name) const { return {object, handle, name}; }
+    [[nodiscard]] detail::ValueByName ValueNamed(Text name) const { return {object, handle, name}; }
 
     Result<Key> OpenWith(Text path, std::uint32_t create) const {
         KeyHandle opened = kernel::kNoKey;
@@ -124,19 +129,21 @@ private:
 
     Status Write(Text name, TypeCode type, const void* data, std::size_t size) const {
         if (size > std::numeric_limits<std::uint32_t>::max()) return Status(kernel::kOutOfMemory);
-        const void* there = data != nullptr ? data : "";   // an empty text or blob needn't have an address
+        const void* bytes = data != nullptr ? data : "";   // an empty text or blob may have a null address
         return Status(
-            Methods().SetValue(object, handle, name.Chars(), type, there, static_cast<std::uint32_t>(size), kCreate));
+            Methods().SetValue(object, handle, name.Chars(), type, bytes, static_cast<std::uint32_t>(size), kCreate));
     }
 
     HostObject* object = nullptr;
     KeyHandle handle = kernel::kNoKey;
 };
 
-/// The keys below a key in their order, as `ValueRange`.
+/// The subkeys of a key in their order, for a single pass. Deleting a subkey during the pass moves the following ones
+/// to lower indexes, so that the pass skips one.
 class KeyRange : public Walk<KeyRange> {
 public:
-    KeyRange(const Key& walked, Status opened) : parent(walked) { opened ? OpenChild() : End(opened); }
+    /// Empty if `opened` is a failure, which `Outcome` then returns.
+    KeyRange(const Key& key, Status opened) : parent(key) { opened ? OpenChild() : End(opened); }
 
     [[nodiscard]] const Key& Current() const { return child; }
     void Advance() {
@@ -158,8 +165,9 @@ private:
     std::uint32_t index = 0;
 };
 
-/// A path below a key, opened anew by each call: for one expression, since the path's text stays the caller's. Reads
-/// don't make a key that is missing, writes do.
+/// The result of `key[path]`: a key and a path below it. Each call opens the path again. `Get`, `Values` and `Keys`
+/// don't create a missing key; `Set` does. Refers to the caller's characters of the path, so use it only in the
+/// expression that creates it.
 class Place {
 public:
     Place(const Key& from, Text to) : parent(from), path(to) {}
@@ -176,7 +184,7 @@ public:
 
     template <class T>
     Status Set(Text name, const T& value) const {
-        const Result<Key> key = parent.OpenWith(path, Key::kCreate);   // the write marks the document
+        const Result<Key> key = parent.OpenWith(path, Key::kCreate);   // `Set` marks the document as changed
         return key ? key->Set(name, value) : Status(key.Code());
     }
 

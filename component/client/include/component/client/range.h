@@ -1,4 +1,4 @@
-/// Ranges that read as they are walked: the iterator that they share, and the values of a key.
+/// Ranges that read one element at a time: their common base class, and the range of a key's values.
 #pragma once
 
 #include <component/client/value.h>
@@ -10,7 +10,8 @@
 
 namespace arbor {
 
-/// The end of a range that reads as it walks, and the walk of a range-based `for` over it.
+/// Base class of a range for a single pass, as by a range-based `for`. `Range` has `Current`, the element, and
+/// `Advance`, which reads the next one or calls `End`.
 template <class Range>
 class Walk {
 public:
@@ -18,7 +19,7 @@ public:
     public:
         using difference_type = std::ptrdiff_t;
 
-        explicit Iterator(Range& walked) : range(&walked) {}
+        explicit Iterator(Range& owner) : range(&owner) {}
 
         [[nodiscard]] const auto& operator*() const { return range->Current(); }
         Iterator& operator++() {
@@ -36,13 +37,13 @@ public:
     [[nodiscard]] std::default_sentinel_t end() const { return {}; }
 
     [[nodiscard]] bool AtEnd() const { return ended; }
-    /// A failure that ended the walk before its time, or kept it from starting; a success otherwise.
+    /// The failure that prevented the enumeration or ended it early; otherwise a success.
     [[nodiscard]] Status Outcome() const { return outcome; }
 
 protected:
-    void End(Status with) {
+    void End(Status result) {
         ended = true;
-        outcome = with;
+        outcome = result;
     }
 
 private:
@@ -50,30 +51,30 @@ private:
     Status outcome{};
 };
 
-/// The values of a key in their order, read as the walk goes; for one walk. What is added or deleted on the way moves
-/// the indexes of what follows.
+/// The values of a key in their order, for a single pass. Deleting a value during the pass moves the following values
+/// to lower indexes, so that the pass skips one.
 class ValueRange : public Walk<ValueRange> {
 public:
-    /// Walks nothing if `opened` is a failure.
+    /// Empty if `opened` is a failure, which `Outcome` then returns.
     ValueRange(HostObject* object, KeyHandle key, Status opened) {
-        value.place = {object, key, 0};
+        value.position = {object, key, 0};
         opened ? ReadName() : End(opened);
     }
 
     [[nodiscard]] const Value& Current() const { return value; }
     void Advance() {
-        ++value.place.index;
+        ++value.position.index;
         ReadName();
     }
 
 private:
     void ReadName() {
-        const detail::ByIndex& place = value.place;
+        const detail::ValueByIndex& position = value.position;
         auto name = detail::ReadWhole<std::string>([&](std::uint32_t* count, char* buffer, std::uint32_t size) {
-            return kernel::Registry(place.object)
-                .GetValueNameByIndex(place.object, count, place.key, place.index, buffer, size);
+            return kernel::Registry(position.object)
+                .GetValueNameByIndex(position.object, count, position.key, position.index, buffer, size);
         });
-        if (!name || name->empty()) return End(name);   // a name is never without its terminator
+        if (!name || name->empty()) return End(name);   // count 0 is the end; a name has a terminator
         value.name = *std::move(name);
         value.name.pop_back();
     }

@@ -1,4 +1,4 @@
-/// How a call of the store ended: a status, and a result that is a value or the code of a failure. Nothing here throws.
+/// What a call of the store returns: a `Status`, which is a code, or a `Result`, which is a value or a failure's code.
 #pragma once
 
 #include <component/kernel/result_codes.h>
@@ -11,20 +11,21 @@ namespace arbor {
 
 using kernel::ResultCode;
 
-/// How a call ended. True for every success, of which 0 is only one.
+/// The code that a call returned. True for a success; there are successes other than 0.
 class Status {
 public:
     constexpr explicit Status(ResultCode result = kernel::kDone) : code(result) {}
 
     [[nodiscard]] constexpr explicit operator bool() const { return kernel::IsSuccess(code); }
     [[nodiscard]] constexpr ResultCode Code() const { return code; }
+    /// The code's meaning in words, as "no such key or value".
     [[nodiscard]] constexpr std::string_view Text() const { return kernel::ResultText(code); }
 
 private:
     ResultCode code;
 };
 
-/// A value, or the code that says why there is none; a `T{}` stands in its place then.
+/// A value, or the code of the failure; after a failure `*` returns a `T{}`.
 template <class T>
 class [[nodiscard]] Result : public Status {
 public:
@@ -34,6 +35,7 @@ public:
     [[nodiscard]] constexpr const T& operator*() const& { return value; }
     [[nodiscard]] constexpr T&& operator*() && { return std::move(value); }
     [[nodiscard]] constexpr const T* operator->() const { return &value; }
+    /// The value, or `other` after a failure.
     [[nodiscard]] constexpr T ValueOr(T other) const { return *this ? value : std::move(other); }
 
 private:

@@ -1,21 +1,22 @@
-/// The store itself: the object of the interface, as the key that is its current root.
+/// The store: an object of the interface `Registry`, used as the key that is its current root.
 #pragma once
 
 #include <component/client/key.h>
 
 namespace arbor {
 
-/// An object of the interface. As a key it is the object's current root.
+/// An object of the interface. As a `Key` it is the object's current root, also after `SetRoot`.
 class Store : public Key {
 public:
     explicit Store(HostObject* store) : Key(store, kCurrentRoot) {}
 
     [[nodiscard]] Key Root() const { return *this; }
-    /// Moves the current root; the empty path is the top. Takes no lock.
+    /// Makes the key at `path`, which starts at the top, the current root. The empty path is the top itself. Not locked
+    /// by the object: no other thread may use the store meanwhile.
     Status SetRoot(Text path) const { return Status(Methods().SetRootStr(Object(), path.Chars())); }
-    /// Empties the current root.
+    /// Deletes all keys and values of the current root.
     Status Clean() const { return Status(Methods().Clean(Object())); }
-    /// Stores the document if it was changed, as closing does with `SaveOnClose`, and tells how it went.
+    /// Saves the document if it was changed since the load or the last save.
     Status Save() const { return Status(Methods().Save(Object(), 1)); }
 
 private:

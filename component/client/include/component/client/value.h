@@ -1,4 +1,4 @@
-/// A value of a key, and the reads of it by name and by index.
+/// A value in an enumeration, and the functions that read a value by its name or its index.
 #pragma once
 
 #include <component/client/datum.h>
@@ -17,9 +17,9 @@ using kernel::KeyHandle;
 
 namespace detail {
 
-/// Reads what `call(count, buffer, sizeBytes)` delivers, as often as it takes while another thread makes it longer.
-/// Only a read that leaves room in its buffer counts: a blob of just the buffer's size comes as it is, whatever type
-/// was asked for.
+/// Reads a text or blob of any size by `call(count, buffer, sizeBytes)`. Repeats the call with a larger buffer until
+/// the data fits; another thread may make it longer between two calls. Accepts only a read that leaves a part of the
+/// buffer unused, because the interface doesn't convert a binary value of exactly the buffer's size.
 template <class Container, class Call>
 Result<Container> ReadWhole(Call call) {
     using Unit = typename Container::value_type;
@@ -34,7 +34,7 @@ Result<Container> ReadWhole(Call call) {
         while (count >= size && (kernel::IsSuccess(code) || code == kernel::kBufferTooSmall)) {
             if (count > std::numeric_limits<std::uint32_t>::max() - 2 * sizeof(Unit))
                 return Status(kernel::kOutOfMemory);
-            whole.resize(count / sizeof(Unit) + 2);   // half a unit at the end of the bytes still leaves room
+            whole.resize(count / sizeof(Unit) + 2);   // at least one unit more, also if `count` isn't a multiple
             size = static_cast<std::uint32_t>(whole.size() * sizeof(Unit));
             count = 0;
             code = call(&count, whole.data(), size);
@@ -57,8 +57,8 @@ Result<Characters> WithoutTerminator(Result<Characters> read) {
     return text;
 }
 
-/// A value, by what names it in its key, and the read of it.
-struct ByName {
+/// A value identified by key and name. The call reads it, as the interface does: `*type` 0 means the value's own type.
+struct ValueByName {
     HostObject* object;
     KeyHandle key;
     Text name;
@@ -67,7 +67,8 @@ struct ByName {
         return kernel::Registry(object).GetValue(object, count, key, name.Chars(), type, buffer, size);
     }
 };
-struct ByIndex {
+/// The same, identified by key and index.
+struct ValueByIndex {
     HostObject* object = nullptr;
     KeyHandle key = kernel::kNoKey;
     std::uint32_t index = 0;
@@ -80,15 +81,15 @@ struct ByIndex {
 template <class T, class Call>
 Result<T> ReadAs(Call call) {
     if constexpr (Scalar<T>) {
-        typename Form<T>::Wire wire{};
-        TypeCode type = Form<T>::kType;
+        typename ScalarTraits<T>::Wire wire{};
+        TypeCode type = ScalarTraits<T>::kType;
         const ResultCode code = call(nullptr, &type, &wire, sizeof wire);
         if (kernel::IsFailure(code)) return Status(code);
         return static_cast<T>(wire);
     } else {
-        static_assert(LongType<T>() != 0, "a scalar, std::string, std::u16string or arbor::Blob");
+        static_assert(VariableSizeType<T>() != 0, "a scalar, std::string, std::u16string or arbor::Blob");
         auto read = ReadWhole<T>([&](std::uint32_t* count, void* buffer, std::uint32_t size) {
-            TypeCode type = LongType<T>();
+            TypeCode type = VariableSizeType<T>();
             return call(count, &type, buffer, size);
         });
         if constexpr (std::same_as<T, Blob>)
@@ -107,18 +108,18 @@ Result<TypeCode> ReadType(Call call) {
 }
 
 template <class Call>
-Result<Datum> ReadDatum(TypeCode asked, Call call) {
+Result<Datum> ReadDatum(TypeCode wanted, Call call) {
     Datum datum;
-    const kernel::ValueTypeRow* row = kernel::FindType(asked);
-    if (row != nullptr && row->width != 0) {   // just its bytes, so that a blob of as many comes as a scalar
-        datum.type = asked;
-        datum.bytes.resize(row->width);   // never more than a string holds inline
+    const kernel::ValueTypeRow* row = kernel::FindType(wanted);
+    if (row != nullptr && row->width != 0) {   // exactly the type's width: as `Get` of a scalar
+        datum.type = wanted;
+        datum.bytes.resize(row->width);   // at most 8: no allocation
         const ResultCode code = call(nullptr, &datum.type, datum.bytes.data(), row->width);
         if (kernel::IsFailure(code)) return Status(code);
         return datum;
     }
     auto bytes = ReadWhole<std::string>([&](std::uint32_t* count, void* buffer, std::uint32_t size) {
-        datum.type = asked;
+        datum.type = wanted;
         return call(count, &datum.type, buffer, size);
     });
     if (!bytes) return Status(bytes.Code());
@@ -128,27 +129,28 @@ Result<Datum> ReadDatum(TypeCode asked, Call call) {
 
 }   // namespace detail
 
-/// One value of a key in an enumeration: its name as it was found, the rest as it stands when it is asked for.
+/// A value in an enumeration. Name and index are those that the enumeration found; type and data are read when they are
+/// requested, from the value that has the index then.
 class Value {
 public:
     [[nodiscard]] const std::string& Name() const { return name; }
-    [[nodiscard]] std::uint32_t Index() const { return place.index; }
+    [[nodiscard]] std::uint32_t Index() const { return position.index; }
 
-    /// 0 if there is no such value any more.
-    [[nodiscard]] TypeCode Type() const { return *detail::ReadType(place); }
+    /// 0 if the type can't be read, as after the value was deleted.
+    [[nodiscard]] TypeCode Type() const { return *detail::ReadType(position); }
 
     /// As `Key::Get`.
     template <class T>
     Result<T> Get() const {
-        return detail::ReadAs<T>(place);
+        return detail::ReadAs<T>(position);
     }
     /// As `Key::Read`.
-    Result<Datum> Read(TypeCode asked = 0) const { return detail::ReadDatum(asked, place); }
+    Result<Datum> Read(TypeCode wanted = 0) const { return detail::ReadDatum(wanted, position); }
 
 private:
     friend class ValueRange;
 
-    detail::ByIndex place{};
+    detail::ValueByIndex position{};
     std::string name{};
 };
 
