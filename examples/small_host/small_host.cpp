@@ -1,4 +1,5 @@
-// A small host: loads the module and a document, counts its own starts there, saves, and shows what the document holds.
+// A small host: loads the module and a document, counts its own starts in the document, prints the keys and values at
+// the top of it, and saves it.
 #include <component/client/client.h>
 #include <host/object.h>
 #include <host/result_text.h>
@@ -9,9 +10,9 @@
 namespace {
 
 int Run(const char* module, const char* document) {
-    host::Kernel kernel;           // memory, traces, texts; one in a process
+    host::Kernel kernel;           // provides memory, traces and texts; at most one in a process
     kernel.LoadModule(module);     // registers the interface
-    host::Object object(kernel);   // built: its properties can be set
+    host::Object object(kernel);   // constructed; its properties can be set now
     object.SetDocument(document);
     object.SetNumber(kernel::PropertyOpenFlags, kernel::kOpenFlagCreate);
     object.SetNumber(kernel::PropertyBackupMode, 1);
@@ -19,7 +20,7 @@ int Run(const char* module, const char* document) {
         std::cerr << document << ": " << host::Describe(code) << '\n';
         return 1;
     }
-    const arbor::Store store(object.Get());   // what components see of the object
+    const arbor::Store store(object.Get());   // the typed client, as a component uses it
     const auto starts = store["Host"].Get<std::uint32_t>("Starts").ValueOr(0);
     if (const arbor::Status set = store["Host"].Set("Starts", starts + 1); !set) std::cerr << set.Text() << '\n';
     for (const arbor::Key& key : store.Keys()) {
@@ -28,11 +29,11 @@ int Run(const char* module, const char* document) {
             std::cout << "    " << value.Name() << " = " << value.Get<std::string>().ValueOr("?") << '\n';
         }
     }
-    if (const arbor::Status saved = store.Save(); !saved) {   // closing could save too, but reports no failure
+    if (const arbor::Status saved = store.Save(); !saved) {   // closing can save too, but reports no failure
         std::cerr << document << ": not saved: " << host::Describe(saved.Code()) << '\n';
         return 1;
     }
-    return 0;   // the object closes and is destroyed; then the module is unloaded
+    return 0;   // the destructors close and destroy the object, then unload the module
 }
 
 }   // namespace
@@ -44,7 +45,7 @@ int main(int argc, char** argv) {
     }
     try {
         return Run(argc == 3 ? argv[2] : ARBOR_MODULE, argv[1]);
-    } catch (const std::exception& error) {   // the module's file is missing, or it doesn't start
+    } catch (const std::exception& error) {   // the module's file is missing, or the module doesn't start
         std::cerr << error.what() << '\n';
         return 1;
     }
