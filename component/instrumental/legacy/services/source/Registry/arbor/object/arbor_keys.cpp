@@ -39,7 +39,7 @@ ResultCode Arbor::OpenKeyLocked(Key*& opened, Key* parent, const char* path, boo
     std::uint32_t created = 0;
     opened = parent->OpenPath(path, false, &created);
     if (opened == nullptr) return kOutOfMemory;
-    if (created == 0) return kDone;
+    if (created == 0) return kDone;   // `created` reports the first key of the path alone
     MarkDirty();
     return kKeyCreated;
 }

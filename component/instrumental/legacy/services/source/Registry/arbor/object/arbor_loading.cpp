@@ -49,8 +49,7 @@ ResultCode Arbor::LoadFromIoObject() {
     if (blockSize == 0) return kDone;
     ilk::HostBuffer block(&SystemFace);
     if (block.Acquire(blockSize, false) == nullptr) return kOutOfMemory;
-    std::uint32_t done =
-        0;   // not compared with the size: a short read leaves zeros, for which the object is responsible
+    std::uint32_t done = 0;   // not compared: after a short read the zeroed rest of the block is parsed as well
     if (const ResultCode code = IoRead(IoObject, &done, block.data(), blockSize); IsFailure(code)) return code;
     return readFromBuffer(static_cast<const char*>(block.data()), blockSize);
 }

@@ -42,13 +42,13 @@ public:
     TreeCopy(HostObject* sourceObject, HostObject* destinationObject)
         : source(sourceObject),
           destination(destinationObject),
-          from(sourceObject),
-          to(destinationObject),
+          sourceMethods(sourceObject),
+          destinationMethods(destinationObject),
           name(sourceObject),
           value(sourceObject) {}
 
     ~TreeCopy() {
-        while (!open.empty()) static_cast<void>(Leave());   // the code that ended the copy is the result
+        while (!openLevels.empty()) static_cast<void>(Leave());   // the code that ended the copy is the result
     }
     TreeCopy(const TreeCopy&) = delete;
     TreeCopy& operator=(const TreeCopy&) = delete;
@@ -56,58 +56,61 @@ public:
     /// Throws `std::bad_alloc` if the stack can't grow.
     ResultCode Run(KeyHandle sourceKey, KeyHandle destinationKey) {
         ResultCode code = Enter(sourceKey, destinationKey);
-        while (IsSuccess(code) && !open.empty()) {
-            Level& level = open.back();
-            code = level.next < level.keyCount ? CopyNextKey(level) : Leave();
+        while (IsSuccess(code) && !openLevels.empty()) {
+            Level& level = openLevels.back();
+            code = level.nextIndex < level.keyCount ? CopyNextKey(level) : Leave();
         }
         return code;
     }
 
 private:
+    /// A pair of keys whose values are copied and whose child keys are being copied.
     struct Level {
         KeyHandle sourceKey;
         KeyHandle destinationKey;
         std::uint32_t keyCount;
-        std::uint32_t next;
+        std::uint32_t nextIndex;   // of the next child key to copy
     };
 
     ResultCode Enter(KeyHandle sourceKey, KeyHandle destinationKey) {
-        open.push_back({sourceKey, destinationKey, 0, 0});
+        openLevels.push_back({sourceKey, destinationKey, 0, 0});
         const ResultCode code = CopyValues(sourceKey, destinationKey);
-        return IsSuccess(code) ? from.GetKeyCount(source, &open.back().keyCount, sourceKey) : code;
+        return IsSuccess(code) ? sourceMethods.GetKeyCount(source, &openLevels.back().keyCount, sourceKey) : code;
     }
 
     /// Closes the keys of the deepest level, unless they are the pair that the caller passed.
     ResultCode Leave() {
-        const Level done = open.back();
-        open.pop_back();
-        return open.empty() ? kDone : Close(done.sourceKey, done.destinationKey);
+        const Level done = openLevels.back();
+        openLevels.pop_back();
+        return openLevels.empty() ? kDone : Close(done.sourceKey, done.destinationKey);
     }
 
     ResultCode Close(KeyHandle sourceKey, KeyHandle destinationKey) {
         const ResultCode closedDestination =
-            destinationKey != kNoKey ? to.CloseKey(destination, destinationKey) : kDone;
-        const ResultCode closedSource = sourceKey != 0 ? from.CloseKey(source, sourceKey) : kDone;
+            destinationKey != kNoKey ? destinationMethods.CloseKey(destination, destinationKey) : kDone;
+        const ResultCode closedSource = sourceKey != 0 ? sourceMethods.CloseKey(source, sourceKey) : kDone;
         return IsFailure(closedDestination) ? closedDestination : closedSource;
     }
 
     ResultCode CopyNextKey(Level& level) {
-        const std::uint32_t index = level.next++;
+        const std::uint32_t index = level.nextIndex++;
         const KeyHandle sourceKey = level.sourceKey;
         const KeyHandle destinationKey = level.destinationKey;
         // Before the keys are opened: no level holds them yet if `Enter` throws.
-        if (open.size() == open.capacity()) open.reserve(2 * open.size());
+        if (openLevels.size() == openLevels.capacity()) openLevels.reserve(2 * openLevels.size());
         std::uint32_t size = 0;
-        ResultCode code = from.GetKeyNameByIndex(source, &size, sourceKey, index, nullptr, 0, 0);
+        ResultCode code = sourceMethods.GetKeyNameByIndex(source, &size, sourceKey, index, nullptr, 0, 0);
         if (IsSuccess(code)) code = name.Reserve(size);
         if (IsSuccess(code)) {
-            code = from.GetKeyNameByIndex(source, &size, sourceKey, index, name.Data(), name.Capacity(), 0);
+            code = sourceMethods.GetKeyNameByIndex(source, &size, sourceKey, index, name.Data(), name.Capacity(), 0);
         }
         if (IsFailure(code)) return code;
         KeyHandle sourceChild = kNoKey;
         KeyHandle destinationChild = kNoKey;
-        code = from.OpenKey(source, &sourceChild, sourceKey, name.Data(), 0);
-        if (IsSuccess(code)) code = to.OpenKey(destination, &destinationChild, destinationKey, name.Data(), 1);
+        code = sourceMethods.OpenKey(source, &sourceChild, sourceKey, name.Data(), 0);
+        if (IsSuccess(code)) {
+            code = destinationMethods.OpenKey(destination, &destinationChild, destinationKey, name.Data(), 1);
+        }
         if (IsSuccess(code)) return Enter(sourceChild, destinationChild);
         static_cast<void>(Close(sourceChild, destinationChild));   // the code of the failed open is the result
         return code;
@@ -115,7 +118,7 @@ private:
 
     ResultCode CopyValues(KeyHandle sourceKey, KeyHandle destinationKey) {
         std::uint32_t count = 0;
-        ResultCode code = from.GetValueCount(source, &count, sourceKey);
+        ResultCode code = sourceMethods.GetValueCount(source, &count, sourceKey);
         for (std::uint32_t index = 0; IsSuccess(code) && index < count; ++index) {
             code = CopyValue(sourceKey, destinationKey, index);
         }
@@ -124,28 +127,28 @@ private:
 
     ResultCode CopyValue(KeyHandle sourceKey, KeyHandle destinationKey, std::uint32_t index) {
         std::uint32_t size = 0;
-        ResultCode code = from.GetValueNameByIndex(source, &size, sourceKey, index, nullptr, 0);
+        ResultCode code = sourceMethods.GetValueNameByIndex(source, &size, sourceKey, index, nullptr, 0);
         if (IsSuccess(code)) code = name.Reserve(size);
         if (IsSuccess(code)) {
-            code = from.GetValueNameByIndex(source, &size, sourceKey, index, name.Data(), name.Capacity());
+            code = sourceMethods.GetValueNameByIndex(source, &size, sourceKey, index, name.Data(), name.Capacity());
         }
-        if (IsSuccess(code)) code = from.GetValueByIndex(source, &size, sourceKey, index, nullptr, nullptr, 0);
+        if (IsSuccess(code)) code = sourceMethods.GetValueByIndex(source, &size, sourceKey, index, nullptr, nullptr, 0);
         if (IsSuccess(code)) code = value.Reserve(size);
         TypeCode type = 0;
         if (IsSuccess(code)) {
-            code = from.GetValueByIndex(source, &size, sourceKey, index, &type, value.Data(), size);
+            code = sourceMethods.GetValueByIndex(source, &size, sourceKey, index, &type, value.Data(), size);
         }
         if (IsFailure(code)) return code;
-        return to.SetValue(destination, destinationKey, name.Data(), type, value.Data(), size, 1);
+        return destinationMethods.SetValue(destination, destinationKey, name.Data(), type, value.Data(), size, 1);
     }
 
     HostObject* source;
     HostObject* destination;
-    Registry from;
-    Registry to;
+    Registry sourceMethods;
+    Registry destinationMethods;
     CopyBuffer name;
     CopyBuffer value;
-    std::vector<Level> open;
+    std::vector<Level> openLevels;
 };
 
 }   // namespace

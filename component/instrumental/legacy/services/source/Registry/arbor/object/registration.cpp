@@ -56,14 +56,14 @@ HostWord Handler() {
 
 constexpr char kDescription[] = "arbor";
 
-// The host defines these numbers and their meaning.
+// Numbers that the host defines: the kinds of rows that have them are known here, the meaning of each bit isn't.
 enum PropertyFlags : HostWord {
-    HandledValue = 0,
-    FieldReadOnce = 1,
-    Field = 3,
+    Handlers = 0,
+    Field1 = 1,
+    Field3 = 3,
     LiteralNumber = 4,
     LiteralText = 0x0C,
-    FieldKept = 0x23,
+    Field23 = 0x23,
 };
 
 // Static storage: the host keeps the addresses and reads the tables each time it creates an object.
@@ -82,17 +82,17 @@ std::array<PropertyRow, 14> MakePropertyRows() {
     return {{
         {PropertyInterfaceVersion, 1, 4, LiteralNumber, 0, 0},
         {PropertyDescription, text, sizeof kDescription, LiteralText, 0, 0},
-        {PropertyReadOnly, Layout::kReadOnly, 4, Field, 0, 0},
-        {PropertyOption1002, Layout::kOption1002, 4, FieldKept, 0, 0},
-        {PropertyOption1003, Layout::kOption1003, 4, FieldReadOnce, 0, 0},
-        {PropertySaveOnClose, Layout::kSaveOnClose, 4, Field, 0, 0},
-        {PropertyOpenFlags, Layout::kOpenFlags, 4, FieldKept, 0, 0},
-        {PropertyRootPoint, 0, 0, HandledValue, getRootPoint, setRootPoint},
-        {PropertyRootKey, 0, 0, HandledValue, getRootKey, setRootKey},
-        {PropertyName, 0, 0, HandledValue, getName, setName},
-        {PropertyIoObject, Layout::kIoObject, sizeof(HostObject*), FieldKept, 0, 0},
-        {PropertySynchronised, Layout::kSynchronised, 4, Field, 0, 0},
-        {PropertyBackupMode, Layout::kBackupMode, 1, Field, 0, 0},
+        {PropertyReadOnly, Layout::kReadOnly, 4, Field3, 0, 0},
+        {PropertyOption1002, Layout::kOption1002, 4, Field23, 0, 0},
+        {PropertyOption1003, Layout::kOption1003, 4, Field1, 0, 0},
+        {PropertySaveOnClose, Layout::kSaveOnClose, 4, Field3, 0, 0},
+        {PropertyOpenFlags, Layout::kOpenFlags, 4, Field23, 0, 0},
+        {PropertyRootPoint, 0, 0, Handlers, getRootPoint, setRootPoint},
+        {PropertyRootKey, 0, 0, Handlers, getRootKey, setRootKey},
+        {PropertyName, 0, 0, Handlers, getName, setName},
+        {PropertyIoObject, Layout::kIoObject, sizeof(HostObject*), Field23, 0, 0},
+        {PropertySynchronised, Layout::kSynchronised, 4, Field3, 0, 0},
+        {PropertyBackupMode, Layout::kBackupMode, 1, Field3, 0, 0},
         {PropertyNameCodePage, 1200, 4, LiteralNumber, 0, 0},
     }};
 }
