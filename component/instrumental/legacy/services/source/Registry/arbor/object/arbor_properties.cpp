@@ -25,7 +25,7 @@ ResultCode Arbor::setRootPoint(std::uint32_t* count, std::uint32_t, void* buffer
 ResultCode Arbor::SetRootPath(const void* buffer, std::uint32_t size) {
     if (buffer == nullptr) return kInvalidArgument;
     HostBlock<char> path;
-    if (const ResultCode code = TakeBlock(this, size, 1, path); IsFailure(code)) return code;
+    if (const ResultCode code = AllocateBlock(this, size, 1, path); IsFailure(code)) return code;
     std::memcpy(path.get(), buffer, size);
     if (tree.top == nullptr) {
         HostFree(this, PendingRootPath);

@@ -28,7 +28,7 @@ ValuePtr MakeTemporary(const HostObject* host, TypeCode type) { return {CreateVa
 ResultCode CopyText(const HostObject* host, const Value& value, HostBlock<char>& text) {
     std::uint32_t size = 0;
     ResultCode code = value.ToText(nullptr, 0, &size);
-    if (IsSuccess(code)) code = TakeBlock(host, size, 1, text);
+    if (IsSuccess(code)) code = AllocateBlock(host, size, 1, text);
     if (IsSuccess(code)) code = value.ToText(text.get(), size, &size);
     return code;
 }
@@ -45,7 +45,7 @@ ResultCode AssignWideText(const HostObject* host, const Value& value, std::uint3
     HostBlock<char> text;
     std::uint32_t size = 0;
     ResultCode code = value.Get(nullptr, 0, &size);
-    if (IsSuccess(code)) code = TakeBlock(host, size, kTerminatorBytes, text);
+    if (IsSuccess(code)) code = AllocateBlock(host, size, kTerminatorBytes, text);
     if (IsSuccess(code)) code = value.Get(text.get(), size, &size);
     if (IsFailure(code)) return code;
     if (count != nullptr) *count = 0;

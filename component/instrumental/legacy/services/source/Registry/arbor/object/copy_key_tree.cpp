@@ -21,7 +21,7 @@ public:
         if (size <= capacity) return kDone;
         grown.reset();
         capacity = sizeof initial;
-        if (IsFailure(TakeBlock(host, size, 0, grown))) return kOutOfMemory;
+        if (IsFailure(AllocateBlock(host, size, 0, grown))) return kOutOfMemory;
         capacity = size;
         return kDone;
     }

@@ -358,7 +358,7 @@ ResultCode Key::CopyName(std::string_view source, NameRange& target) const {
     if (!source.empty()) {
         HostBlock<char> block;
         const auto length = static_cast<std::uint32_t>(source.size());
-        if (length != source.size() || IsFailure(TakeBlock(owner, length, 1, block))) return kOutOfMemory;
+        if (length != source.size() || IsFailure(AllocateBlock(owner, length, 1, block))) return kOutOfMemory;
         std::memcpy(block.get(), source.data(), length);
         copy = {block.release(), length};   // freed by FreeName
     }

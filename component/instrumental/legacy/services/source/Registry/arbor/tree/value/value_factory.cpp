@@ -91,7 +91,7 @@ constexpr ConstructorTable kConstructors = BuildConstructors(StoredTypes{});
 Value* CreateValue(const HostObject* host, TypeCode code) {
     if (code >= kConstructors.size() || kConstructors[code].construct == nullptr) return nullptr;
     HostBlock<char> block;
-    if (IsFailure(TakeBlock(host, kConstructors[code].sizeBytes, 0, block))) return nullptr;
+    if (IsFailure(AllocateBlock(host, kConstructors[code].sizeBytes, 0, block))) return nullptr;
     Value* value = kConstructors[code].construct(block.get(), host);
     static_cast<void>(block.release());   // `ReleaseValue` frees it
     return value;

@@ -16,14 +16,14 @@ using Units = std::char_traits<char16_t>;
 
 constexpr std::uint32_t kMaxBytes = std::numeric_limits<std::uint32_t>::max();
 
-/// Limits a size to 32 bits. `TakeBlock` refuses the maximum plus a terminator, so no text is cut short.
+/// Limits a size to 32 bits. `AllocateBlock` refuses the maximum plus a terminator, so no text is cut short.
 std::uint32_t ClampBytes(std::uint64_t bytes) {
     return bytes < kMaxBytes ? static_cast<std::uint32_t>(bytes) : kMaxBytes;
 }
 
 /// Allocates a zeroed block for `bytes` bytes of text and a terminator. An odd number of bytes ends within a unit.
 ResultCode AllocateWideBlock(const HostObject* host, std::uint32_t bytes, HostBlock<char16_t>& block) {
-    return TakeBlock(host, bytes, bytes % 2 == 0 ? 2 : 3, block);
+    return AllocateBlock(host, bytes, bytes % 2 == 0 ? 2 : 3, block);
 }
 
 /// `DigitValue` of each byte: above 15 if the byte is no hexadecimal digit.
@@ -42,7 +42,7 @@ unsigned HexDigit(char digit) { return kDigitValues[static_cast<unsigned char>(d
 ResultCode ParseHex(const HostObject* host, const char* text, HostBlock<std::uint8_t>& block, std::uint32_t& size) {
     const std::uint32_t length = ClampBytes(std::strlen(text));
     if (length % 2 != 0) return kInvalidArgument;
-    const ResultCode code = TakeBlock(host, length / 2, 0, block);
+    const ResultCode code = AllocateBlock(host, length / 2, 0, block);
     if (IsFailure(code)) return code;
     size = length / 2;
     unsigned allDigits = 0;   // combined by "or": above 15 if any is
@@ -74,7 +74,7 @@ ResultCode ValueHolder<ByteString>::Get(void* dst, std::uint32_t cap, std::uint3
 ResultCode ValueHolder<ByteString>::Set(const void* data, std::uint32_t size) {
     if (data == nullptr) return kInvalidArgument;
     HostBlock<char> block;
-    const ResultCode code = TakeBlock(host, size, 1, block);
+    const ResultCode code = AllocateBlock(host, size, 1, block);
     if (IsFailure(code)) return code;
     std::memcpy(block.get(), data, size);
     block[size] = '\0';
@@ -155,7 +155,7 @@ ResultCode ValueHolder<ByteBlock>::Set(const void* source, std::uint32_t sizeByt
         return ResultUnchanged;
     HostBlock<std::uint8_t> block;
     if (sizeBytes != 0) {
-        const ResultCode code = TakeBlock(host, sizeBytes, 0, block);
+        const ResultCode code = AllocateBlock(host, sizeBytes, 0, block);
         if (IsFailure(code)) return code;
         std::memcpy(block.get(), source, sizeBytes);
     }
