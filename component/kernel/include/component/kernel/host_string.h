@@ -1,4 +1,4 @@
-/// Wide text whose memory belongs to the host: the caller's way to take text of any length in one call.
+/// A UTF-16 string in host memory. A caller that passes one gets a text of any length in one call.
 #pragma once
 
 #include <component/kernel/host_object.h>
@@ -13,14 +13,15 @@ inline constexpr std::uint32_t kTextImportKind = 38;
 inline constexpr std::uint32_t kTextImportNumber = 0x0A02700B;
 inline constexpr std::uint32_t kTextImportMode = 0;
 
-/// In the host's positions and counts of characters: to the end.
+/// As a count of characters in a call of the host: all characters up to the end.
 inline constexpr std::uint32_t kWholeText = 65535;
 inline constexpr std::uint32_t kCodePageUtf16 = 1200;
 
 using TextImportCall = ResultCode (*)(HostString* text, std::uint32_t from, std::uint32_t count, const void* source,
                                       std::uint32_t sizeBytes, std::uint32_t codePage);
 
-/// The host's text import, bound at first use without a lock and kept; null while the host doesn't offer it.
+/// Returns the host's text import, which replaces characters of a string; null while the host doesn't offer it. The
+/// first call that finds it caches it; concurrent first calls store the same address, so that no lock is needed.
 [[nodiscard]] inline TextImportCall BoundTextImport() {
     static std::atomic<TextImportCall> bound{nullptr};
     TextImportCall call = bound.load(std::memory_order_relaxed);
@@ -32,12 +33,12 @@ using TextImportCall = ResultCode (*)(HostString* text, std::uint32_t from, std:
 }
 
 struct HostString {
-    char16_t* text;           // null while nothing was ever stored
-    std::uint32_t size;       // characters
-    std::uint32_t capacity;   // characters that fit, terminator not counted
+    char16_t* text;           // null until the first text is stored
+    std::uint32_t size;       // characters, terminator excluded
+    std::uint32_t capacity;   // characters that fit, terminator excluded
 
-    /// Replaces the whole text by `sizeBytes` bytes of `source`, read in `codePage`. A null `source` empties the text
-    /// in place and keeps its block. Returns the host's code, or `kUnexpected` if the host has no text import.
+    /// Replaces the whole text by the `sizeBytes` bytes at `source`, which are text in `codePage`. A null `source`
+    /// empties the text and keeps its block. Returns the host's code, or `kUnexpected` if the host has no text import.
     ResultCode Assign(const void* source, std::uint32_t codePage, std::uint32_t sizeBytes) {
         if (source == nullptr) {
             size = 0;

@@ -1,9 +1,10 @@
-/// What a module registers for the interface `Registry`: its number, its lifecycle handlers and its methods.
+/// The binary interface `Registry` as a module registers it: its number, its lifecycle handlers and its methods.
 ///
-/// Every method takes the object first and returns a `ResultCode`. Out arguments may be null. Texts are 8-bit with a
-/// terminator; paths take `\` and `/`. A read measures with a null buffer and size 0; a buffer too short is
-/// `kBufferTooSmall`, and the count says what is needed, the terminator of a full name left out. An object that has
-/// `Synchronised` locks itself; a copy's source and destination must then be two objects.
+/// Every method takes the object first and returns a `ResultCode`. Out arguments may be null. Texts are 8-bit and
+/// terminated; a path's separators are `\` and `/`. A read with a null buffer and size 0 only stores the needed bytes
+/// in `count`. If the buffer is too short, a read returns `kBufferTooSmall` and stores them too; for a full name they
+/// exclude the terminator. An object whose property `Synchronised` is set does its own locking; the source and the
+/// destination of a copy must then be different objects.
 #pragma once
 
 #include <component/kernel/host_object.h>
@@ -13,7 +14,7 @@ namespace kernel {
 inline constexpr HostWord kRegistryInterface = 13;
 inline constexpr HostWord kRegistryModule = 0xA7FB;
 
-/// Entries of the table of lifecycle handlers.
+/// Number of entries in the table of lifecycle handlers, and the entries that are used.
 inline constexpr std::size_t kInternalSlots = 12;
 inline constexpr std::size_t kObjectNewSlot = 1;
 inline constexpr std::size_t kObjectReadySlot = 3;
@@ -22,11 +23,10 @@ inline constexpr std::size_t kObjectClosingSlot = 5;
 using ObjectNewCall = ResultCode (*)(HostObject* object, std::uint32_t construct);
 using LifecycleCall = ResultCode (*)(HostObject* object);
 
-/// The reason with which a host calls the module's entry; the system's own are lower.
+/// The reason argument with which a host calls the module's entry function. The system's loader uses 0 to 3.
 inline constexpr std::uint32_t kHostStartReason = 100;
 
-/// Entries of the method table. `Save` is in an object's own table alone, in the place behind the last registered
-/// method.
+/// Slots of the method tables. `Save` is only in an object's own table; that slot of the registered table is null.
 enum class Method : std::size_t {
     OpenKey,
     OpenKeyByIndex,
@@ -54,14 +54,14 @@ enum class Method : std::size_t {
 };
 inline constexpr std::size_t kRegistryMethods = 23;
 
-/// A view of a method table in the methods' own types: an object's own table, or the one that the module registered.
+/// Typed calls through a method table: an object's own one, or the one that the module registered.
 class Registry {
 public:
     explicit Registry(MethodTable methods) : table(methods) {}
     explicit Registry(const HostObject* object) : table(object->MethodFace) {}
 
-    /// A null `path` opens the parent itself. With `create` missing keys are made; `kKeyCreated` says that the path's
-    /// first one was.
+    /// A null `path` opens the parent itself. With `create` non-zero, missing keys are created; `kKeyCreated` means
+    /// that the first key of the path was.
     ResultCode OpenKey(HostObject* object, KeyHandle* key, KeyHandle parent, const char* path,
                        std::uint32_t create) const {
         return Call<Method::OpenKey>(object, key, parent, path, create);
@@ -69,12 +69,13 @@ public:
     ResultCode OpenKeyByIndex(HostObject* object, KeyHandle* key, KeyHandle parent, std::uint32_t index) const {
         return Call<Method::OpenKeyByIndex>(object, key, parent, index);
     }
-    /// The sibling behind `key`; `kNoKeyThere` after the last.
+    /// Opens the next sibling of `key`; `kNoKeyThere` after the last.
     ResultCode OpenNextKey(HostObject* object, KeyHandle* next, KeyHandle key) const {
         return Call<Method::OpenNextKey>(object, next, key);
     }
     ResultCode CloseKey(HostObject* object, KeyHandle key) const { return Call<Method::CloseKey>(object, key); }
-    /// With `full` the path from the current root, whose count leaves the terminator out; without, the count has it.
+    /// With `full` non-zero, reads the path from the current root, and `count` excludes the terminator. Otherwise reads
+    /// the key's name, and `count` includes it.
     ResultCode GetKeyName(HostObject* object, std::uint32_t* count, KeyHandle key, char* buffer, std::uint32_t size,
                           std::uint32_t full) const {
         return Call<Method::GetKeyName>(object, count, key, buffer, size, full);
@@ -83,8 +84,8 @@ public:
                                  char* buffer, std::uint32_t size, std::uint32_t full) const {
         return Call<Method::GetKeyNameByIndex>(object, count, parent, index, buffer, size, full);
     }
-    /// A null `type`, or 0 there, asks for the value's own type (stored there); any other converts, but for a block of
-    /// just `size` bytes, which comes as it is.
+    /// With a null `type`, or 0 in it, reads the value in its own type and stores that type in `type`. Otherwise
+    /// converts to `type`, except that a binary value of exactly `size` bytes is copied as it is.
     ResultCode GetValue(HostObject* object, std::uint32_t* count, KeyHandle key, const char* name, TypeCode* type,
                         void* buffer, std::uint32_t size) const {
         return Call<Method::GetValue>(object, count, key, name, type, buffer, size);
@@ -93,12 +94,13 @@ public:
                                TypeCode* type, void* buffer, std::uint32_t size) const {
         return Call<Method::GetValueByIndex>(object, count, key, index, type, buffer, size);
     }
-    /// Behind the last value: a success with count 0.
+    /// After the last value: a success with `count` 0.
     ResultCode GetValueNameByIndex(HostObject* object, std::uint32_t* count, KeyHandle key, std::uint32_t index,
                                    char* buffer, std::uint32_t size) const {
         return Call<Method::GetValueNameByIndex>(object, count, key, index, buffer, size);
     }
-    /// Changes a value in its own type for ever; makes a missing one with `create`.
+    /// Changes a value; `data` is converted to the value's type, which never changes. With `create` non-zero, a missing
+    /// value is created with `type`.
     ResultCode SetValue(HostObject* object, KeyHandle key, const char* name, TypeCode type, const void* data,
                         std::uint32_t size, std::uint32_t create) const {
         return Call<Method::SetValue>(object, key, name, type, data, size, create);
@@ -125,7 +127,7 @@ public:
     ResultCode DeleteValueByInd(HostObject* object, KeyHandle key, std::uint32_t index) const {
         return Call<Method::DeleteValueByInd>(object, key, index);
     }
-    /// Empties the current root, which itself stays.
+    /// Deletes all keys and values below the current root, but not the root itself.
     ResultCode Clean(HostObject* object) const { return Call<Method::Clean>(object); }
     ResultCode CopyKey(HostObject* object, KeyHandle key, HostObject* destination, KeyHandle destinationKey) const {
         return Call<Method::CopyKey>(object, key, destination, destinationKey);
@@ -136,7 +138,7 @@ public:
     ResultCode SetRootKey(HostObject* object, KeyHandle key) const { return Call<Method::SetRootKey>(object, key); }
     ResultCode SetRootStr(HostObject* object, const char* path) const { return Call<Method::SetRootStr>(object, path); }
 
-    /// Only through an object's own table.
+    /// Only through an object's own table. `unused` is ignored.
     ResultCode Save(HostObject* object, HostWord unused) const { return Call<Method::Save>(object, unused); }
 
 private:

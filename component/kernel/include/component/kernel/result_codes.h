@@ -1,5 +1,5 @@
-/// The codes that belong to the host and to the interface. Library codes come through the same calls unchanged; those
-/// that a caller meets most are named here too.
+/// Named result codes: those that only the host and the interface define, and the library codes that callers see most
+/// often. Calls of the interface return other library codes too.
 #pragma once
 
 #include <component/kernel/types.h>
@@ -9,6 +9,7 @@ namespace kernel {
 constexpr ResultCode MakeResult(std::uint32_t bits) { return static_cast<ResultCode>(bits); }
 
 inline constexpr ResultCode kDone = 0;
+inline constexpr ResultCode kFalse = 3;                             // a success: the answer to a question is no
 inline constexpr ResultCode kKeyCreated = MakeResult(0x0000D001);   // a success
 inline constexpr ResultCode kUnexpected = MakeResult(0x80000040);
 inline constexpr ResultCode kOutOfMemory = MakeResult(0x80000041);

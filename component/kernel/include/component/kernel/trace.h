@@ -1,4 +1,4 @@
-/// Trace lines, which the host formats and shows.
+/// Writing of trace lines through the host, which formats and shows them.
 #pragma once
 
 #include <component/kernel/host_object.h>
@@ -24,7 +24,8 @@ inline constexpr std::uint32_t kTraceImportMode = 2;
 using HostTraceCall = ResultCode (*)(const HostObject* object, std::uint32_t level, const char* format,
                                      std::va_list arguments);
 
-/// `HostTrace`, bound at first use and kept; null while the host doesn't offer it. Binding twice does no harm.
+/// Returns the host's `HostTrace`; null while the host doesn't offer it. The first call that finds it caches it;
+/// concurrent first calls store the same address.
 [[nodiscard]] inline HostTraceCall BoundHostTrace() {
     static std::atomic<HostTraceCall> bound{nullptr};
     HostTraceCall call = bound.load(std::memory_order_relaxed);
@@ -35,10 +36,10 @@ using HostTraceCall = ResultCode (*)(const HostObject* object, std::uint32_t lev
     return call;
 }
 
-/// Writes one line. `object` may be null. "%terr" shows a `ResultCode` and "%S" 16-bit text, the rest is printf's;
-/// every argument is at most 32 bits wide or a pointer, unless its line says otherwise. Returns the host's code, or
-/// `kUnexpected` without a host or its function. A lost line changes nothing: the result is there for whoever asks, and
-/// the module doesn't.
+/// Writes one line. `object` may be null. `format` is that of printf, plus "%terr" for a `ResultCode` and "%S" for
+/// 16-bit text; every argument is at most 32 bits wide or a pointer, unless a comment at the call says otherwise.
+/// Returns the host's code, or `kUnexpected` without a host or without its function. Callers may ignore the result: a
+/// lost line has no other effect.
 inline ResultCode Trace(const HostObject* object, std::uint32_t level, const char* format, ...) {
     if (HostRoot == nullptr) return kUnexpected;
     const HostTraceCall call = BoundHostTrace();

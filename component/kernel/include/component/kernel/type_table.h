@@ -1,5 +1,5 @@
-/// The catalogue of value types: code, name, width and whether the store holds values of the type. The one place that
-/// states them; documents, the value factory, the client and the tool read them from here.
+/// The catalogue of value types: the code, name and width of each type and whether the store holds values of it. This
+/// is the only definition; documents, the value factory, the client and the tool read it.
 #pragma once
 
 #include <component/kernel/value_types.h>
@@ -13,12 +13,12 @@ namespace kernel {
 
 struct ValueTypeRow {
     TypeCode type = 0;
-    std::string_view name{};   // a literal: its terminator follows
-    std::uint32_t width = 0;   // bytes of the binary form; 0 if they vary or there are none
-    bool storable = false;     // false: the name is reserved, and no value has the type
+    std::string_view name{};   // a literal, so that a terminator follows
+    std::uint32_t width = 0;   // bytes of the binary form; 0 if it has no fixed width
+    bool storable = false;     // false: no value can have the type; its name is reserved
 };
 
-/// By code, ascending. Codes that are missing have no name.
+/// Ascending by code.
 inline constexpr ValueTypeRow kTypeTable[] = {
     {tVOID, "tVOID", 0, true},
     {tBYTE, "tBYTE", 1, true},
@@ -72,14 +72,14 @@ inline constexpr ValueTypeRow kTypeTable[] = {
 inline constexpr std::size_t kStoredTypeCount =
     static_cast<std::size_t>(std::ranges::count(kTypeTable, true, &ValueTypeRow::storable));
 
-/// The rows of the types that a value can have.
+/// The storable rows of `kTypeTable`.
 inline constexpr std::array<ValueTypeRow, kStoredTypeCount> kStoredTypes = [] {
     std::array<ValueTypeRow, kStoredTypeCount> rows{};
     std::ranges::copy_if(kTypeTable, rows.begin(), &ValueTypeRow::storable);
     return rows;
 }();
 
-/// The row of a type that a value can have; null for any other name (case matters) or code.
+/// Returns the row of a storable type; null for any other name or code. Names are case-sensitive.
 [[nodiscard]] constexpr const ValueTypeRow* FindType(std::string_view name) {
     const auto row = std::ranges::find(kStoredTypes, name, &ValueTypeRow::name);
     return row != kStoredTypes.end() ? &*row : nullptr;

@@ -1,4 +1,4 @@
-/// The words that the module and its host exchange.
+/// The basic types of the calls between the module and its host.
 #pragma once
 
 #include <cstddef>
@@ -9,8 +9,8 @@ namespace kernel {
 /// One machine word of the host's tables: 32 bits on the product's target.
 using HostWord = std::uintptr_t;
 
-/// The result of every call across the module's edge. Negative is a failure; there are successes other than 0, so that
-/// only the sign tells.
+/// The result of every call between module and host. A failure is negative. Some successes aren't 0, so test with the
+/// two functions below.
 using ResultCode = std::int32_t;
 
 [[nodiscard]] constexpr bool IsFailure(ResultCode code) { return code < 0; }
@@ -19,7 +19,7 @@ using ResultCode = std::int32_t;
 /// The number of a value's type; 0 is no type.
 using TypeCode = std::uint32_t;
 
-/// What names a key to callers: 0 is the current root, `kNoKey` is no key, anything else is a key's address.
+/// How callers refer to a key: 0 is the current root, `kNoKey` is no key, anything else is the address of a key.
 using KeyHandle = HostWord;
 inline constexpr KeyHandle kNoKey = ~KeyHandle{0};
 

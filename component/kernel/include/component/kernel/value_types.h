@@ -1,5 +1,5 @@
-/// The types of values by number. The comment says what a caller's buffer holds; the rest of the catalogue can't be
-/// stored.
+/// The codes of the value types. Comments describe the contents of a caller's buffer where the name doesn't.
+/// `type_table.h` has the names and widths, and says which types can be stored.
 #pragma once
 
 #include <component/kernel/types.h>
@@ -20,7 +20,7 @@ enum ValueType : TypeCode {
     tIFACEPTR = 49, tOBJECT = 50, tEXPORT = 51, tIMPORT = 52, tTRACE_LEVEL = 53,
     tTYPE_ID = 54,
     tVECTOR = 55,
-    tSTRING_OBJ = 56,     // a `HostString`, as the type of a caller's buffer alone
+    tSTRING_OBJ = 56,     // a `HostString`; only as the type of a caller's buffer
     tSERIALIZABLE = 57, tBUFFER = 58, tSTR_DSC = 59, tSIZE_T = 60, tIMPL_ID = 61, tMSG_ID = 62, tMSGCLS_ID = 63,
 };
 // clang-format on
