@@ -69,11 +69,12 @@ void CheckJoined(View folder, View name) {
     Text joined{folder};
     ilk::JoinPath(joined, name);
     FUZZ_CHECK(joined.view().starts_with(folder) && joined.view().ends_with(name));
-    const bool apart = folder.empty() || name.empty() || ilk::IsSeparator(folder.back());
-    FUZZ_CHECK(joined.size() == folder.size() + name.size() + (apart ? 0 : 1));
-    Text own{folder};
-    ilk::JoinPath(own, own.view());
-    FUZZ_CHECK(own.view().starts_with(folder) && own.view().ends_with(folder));
+    const bool needsSeparator = !folder.empty() && !name.empty() && !ilk::IsSeparator(folder.back());
+    FUZZ_CHECK(joined.size() == folder.size() + name.size() + (needsSeparator ? 1 : 0));
+    FUZZ_CHECK(!needsSeparator || joined[folder.size()] == u'\\');
+    Text doubled{folder};
+    ilk::JoinPath(doubled, doubled.view());
+    FUZZ_CHECK(doubled.view().starts_with(folder) && doubled.view().ends_with(folder));
 }
 
 /// The components of a path of keys, by a cutter of either kind.

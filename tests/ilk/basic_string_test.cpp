@@ -14,7 +14,7 @@ using Narrow = ilk::basic_string_t<char>;
 using Wide = ilk::basic_string_t<char16_t>;
 using Text32 = ilk::basic_string_t<char32_t>;
 
-TEST(BasicStringTest, ShortTextsStayInline) {
+TEST(BasicStringTest, ShortTextIsStoredInline) {
     CountingAllocator allocator;
     const Wide seven(u"seven.7", &allocator);
     EXPECT_EQ(allocator.blocks, 0);
@@ -30,7 +30,7 @@ struct GrowthCase {
 };
 constexpr GrowthCase kGrowth[] = {{7, 1, 14}, {7, 7, 14}, {7, 8, 15}, {0, 20, 20}, {20, 1, 40}, {20, 0, 20}};
 
-TEST(BasicStringTest, CapacityDoublesOrTakesWhatIsAsked) {
+TEST(BasicStringTest, CapacityIsDoubledUnlessMoreIsNeeded) {
     for (const GrowthCase& row : kGrowth) {
         Wide text(std::u16string(row.start, u'x'));
         text.append(std::u16string(row.extra, u'y'));
@@ -39,18 +39,18 @@ TEST(BasicStringTest, CapacityDoublesOrTakesWhatIsAsked) {
     }
 }
 
-/// Each half of a text, inserted at each place of it, with and without a new block, against the standard string.
-TEST(BasicStringTest, TakesPartsOfItself) {
+/// Inserts each tail of a text at each of its positions, with and without a new block, and compares with `std::string`.
+TEST(BasicStringTest, InsertsAndAppendsPartsOfItself) {
     for (const std::u16string start : {u"abcdef", u"abcdefghijkl"}) {
-        for (std::size_t room : {0u, 40u}) {
+        for (std::size_t spare : {0u, 40u}) {
             for (std::size_t at = 0; at <= start.size(); ++at) {
                 for (std::size_t from = 0; from <= start.size(); ++from) {
                     Wide text(start);
-                    text.reserve_extra(nullptr, room);
+                    text.reserve_extra(nullptr, spare);
                     text.insert(at, text.view().substr(from));
                     std::u16string expected = start;
                     expected.insert(at, start.substr(from));
-                    ASSERT_EQ(text, expected) << "room " << room << ", " << from << " into " << at;
+                    ASSERT_EQ(text, expected) << "spare " << spare << ", " << from << " into " << at;
                 }
             }
         }
@@ -61,28 +61,28 @@ TEST(BasicStringTest, TakesPartsOfItself) {
     EXPECT_EQ(doubled.substr(112), "0123456789abcdef");
 }
 
-/// Lengths beyond the limit are refused before any character is touched.
+/// A length above the limit throws before any character is read.
 template <class String>
-void RefusesLengthsAboveTheLargest(std::uint32_t largest) {
-    EXPECT_EQ(String::kLargestSize, largest);
-    const std::size_t tooLong = std::size_t{largest} + 1;
+void ThrowsForLengthsAboveTheLimit(std::uint32_t maxSize) {
+    EXPECT_EQ(String::kMaxSize, maxSize);
+    const std::size_t tooLong = std::size_t{maxSize} + 1;
     const typename String::value_type one[1] = {};
     EXPECT_EQ(MessageOf<std::length_error>([&] { String(one, tooLong); }), "ilk::basic_string_t constructor");
     String text(one, 1);
-    EXPECT_EQ(MessageOf<std::length_error>([&] { text.append(one, largest); }), "ilk::basic_string_t::reserve_extra()");
+    EXPECT_EQ(MessageOf<std::length_error>([&] { text.append(one, maxSize); }), "ilk::basic_string_t::reserve_extra()");
     EXPECT_EQ(MessageOf<std::length_error>([&] { text.resize(tooLong); }), "ilk::basic_string_t::reserve_extra()");
-    EXPECT_EQ(MessageOf<std::length_error>([&] { text.resize_extra_at(nullptr, largest, 0, 1); }),
+    EXPECT_EQ(MessageOf<std::length_error>([&] { text.resize_extra_at(nullptr, maxSize, 0, 1); }),
               "ilk::basic_string_t::resize_extra_at");
     EXPECT_EQ(text.size(), 1u);
 }
 
-TEST(BasicStringTest, RefusesLengthsAboveTheLargest) {
-    RefusesLengthsAboveTheLargest<Narrow>(0xFFFFFFFE);
-    RefusesLengthsAboveTheLargest<Wide>(0x7FFFFFFE);
-    RefusesLengthsAboveTheLargest<Text32>(0x3FFFFFFE);
+TEST(BasicStringTest, ThrowsForLengthsAboveTheLimit) {
+    ThrowsForLengthsAboveTheLimit<Narrow>(0xFFFFFFFE);
+    ThrowsForLengthsAboveTheLimit<Wide>(0x7FFFFFFE);
+    ThrowsForLengthsAboveTheLimit<Text32>(0x3FFFFFFE);
 }
 
-TEST(BasicStringTest, PositionsBehindTheEndAreRefusedAndCountsCut) {
+TEST(BasicStringTest, PositionsAfterTheEndThrowAndCountsAreReduced) {
     const Wide source(u"source");
     Wide text(u"-");
     text.append(source, 6, 5).append(source, 4, 100);
@@ -95,7 +95,7 @@ TEST(BasicStringTest, PositionsBehindTheEndAreRefusedAndCountsCut) {
     EXPECT_EQ(source.find(u's', 7), Wide::npos);
 }
 
-TEST(BasicStringTest, WhatFailsLeavesTheTextAsItWas) {
+TEST(BasicStringTest, AFailureLeavesTheTextUnchanged) {
     CountingAllocator allocator;
     {
         Wide text(u"something on the heap", &allocator);
@@ -103,7 +103,7 @@ TEST(BasicStringTest, WhatFailsLeavesTheTextAsItWas) {
         EXPECT_THROW(text.append(text), std::bad_alloc);
         EXPECT_THROW(text.insert(3, text), std::bad_alloc);
         EXPECT_THROW(text.resize(1000), std::bad_alloc);
-        EXPECT_THROW(Wide copy(text), std::bad_alloc);   // a copy takes over the allocator
+        EXPECT_THROW(Wide copy(text), std::bad_alloc);   // a copy has the allocator of its source
         Wide other(u"other");
         EXPECT_THROW(other = text, std::bad_alloc);
         EXPECT_EQ(other, u"other");
@@ -114,7 +114,7 @@ TEST(BasicStringTest, WhatFailsLeavesTheTextAsItWas) {
     EXPECT_EQ(allocator.references, 0);
 }
 
-TEST(BasicStringTest, CopiesMovesAndSwapsWithinAndBeyondTheInlineBuffer) {
+TEST(BasicStringTest, CopiesMovesAndSwapsInlineAndLongText) {
     const std::string values[] = {"", "inline", "a text that is too long for the inline buffer"};
     for (const std::string& first : values) {
         for (const std::string& second : values) {

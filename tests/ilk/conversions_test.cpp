@@ -28,13 +28,13 @@ constexpr WidenCase kUtf8Cases[] = {
     {"nothing", "", ilk::ResultOk, u""},
     {"a NUL is a character", "a\0b"sv, ilk::ResultOk, u"a\0b"sv},
     {"two and three bytes", "\xC3\xA9\xE2\x82\xAC", ilk::ResultOk, u"\u00E9\u20AC"},
-    {"a pair of units", "\xF0\x9F\x98\x80", ilk::ResultOk, u"\U0001F600"},
-    {"the end of a character is missing", "ab\xE2\x82", ilk::ResultInvalidArgument, u""},
-    {"a stray tail byte", "\x80", ilk::ResultInvalidArgument, u""},
+    {"a surrogate pair", "\xF0\x9F\x98\x80", ilk::ResultOk, u"\U0001F600"},
+    {"an incomplete character", "ab\xE2\x82", ilk::ResultInvalidArgument, u""},
+    {"a continuation byte alone", "\x80", ilk::ResultInvalidArgument, u""},
     {"an encoded surrogate", "\xED\xA0\x80", ilk::ResultInvalidArgument, u""},
 };
 
-TEST_F(ConversionsTest, WidenReadsTheLocalesText) {
+TEST_F(ConversionsTest, WidenReadsTheLocalesEncoding) {
     if (!UseUtf8()) GTEST_SKIP() << "no UTF-8 locale here";
     for (const WidenCase& row : kUtf8Cases) {
         SCOPED_TRACE(row.label);
@@ -44,20 +44,24 @@ TEST_F(ConversionsTest, WidenReadsTheLocalesText) {
     }
     EXPECT_THROW(static_cast<void>(ilk::WideFromNarrow("\xFF")), std::bad_cast);
     EXPECT_EQ(ilk::WideFromNarrow("\xC3\xA9"), u"\u00E9");
+    char narrow = 0;
+    char16_t wide = 0;
+    EXPECT_FALSE(ilk::NarrowCharacter(U'\u00E9', narrow)) << "two bytes in this encoding";
+    EXPECT_FALSE(ilk::WidenCharacter('\xC3', wide)) << "the first of two bytes";
 }
 
-TEST_F(ConversionsTest, WidenFillsUpToTheOffset) {
+TEST_F(ConversionsTest, WidenExtendsTheTargetToTheOffset) {
     Wide target(u"1");
     EXPECT_EQ(ilk::Widen("ab", target, 3), ilk::ResultOk);
     EXPECT_EQ(target, u"1\0\0ab"sv);
     EXPECT_EQ(ilk::Widen("", target, 2), ilk::ResultOk);
     EXPECT_EQ(target, u"1\0"sv);
-    EXPECT_EQ(ilk::Widen("a", target, Wide::kLargestSize), ilk::ResultOutOfMemory);
+    EXPECT_EQ(ilk::Widen("a", target, Wide::kMaxSize), ilk::ResultOutOfMemory);
     EXPECT_EQ(ilk::Widen("a", target, ~std::size_t{0}), ilk::ResultOutOfMemory) << "the sum would wrap";
     EXPECT_EQ(target, u"1\0"sv);
 }
 
-TEST_F(ConversionsTest, ToUtf8TakesEveryUnit) {
+TEST_F(ConversionsTest, ToUtf8EncodesEveryUnit) {
     Narrow target("x");
     EXPECT_EQ(ilk::ToUtf8(u"\x7F\x80\u07FF\u0800\U0001F600\U0010FFFF", target), ilk::ResultOk);
     EXPECT_EQ(target, "x\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF");
@@ -68,18 +72,6 @@ TEST_F(ConversionsTest, ToUtf8TakesEveryUnit) {
               "\xED\xA0\x80"
               "a"
               "\xED\xB0\x80\xED\xA0\x80");
-}
-
-TEST_F(ConversionsTest, OutputTakesCharactersThatAreOneOfTheOtherWidth) {
-    char narrow = 0;
-    char16_t wide = 0;
-    EXPECT_TRUE(ilk::NarrowCharacter(U'\0', narrow));
-    EXPECT_FALSE(ilk::NarrowCharacter(U'\u20AC', narrow));
-    EXPECT_FALSE(ilk::NarrowCharacter(0x80000000, narrow));
-    EXPECT_TRUE(ilk::WidenCharacter('\0', wide));
-    if (!UseUtf8()) return;
-    EXPECT_FALSE(ilk::NarrowCharacter(U'\u00E9', narrow)) << "two bytes in this locale";
-    EXPECT_FALSE(ilk::WidenCharacter('\xC3', wide));
 }
 
 }   // namespace

@@ -1,4 +1,4 @@
-/// An allocator that counts what it gives out and can be told to fail.
+/// An allocator that counts its blocks and references and fails on request, and a helper for messages of exceptions.
 #pragma once
 
 #include <component/ilk/rtl/allocator.h>
@@ -13,7 +13,7 @@ public:
     void AddReference() override { ++references; }
     void ReleaseReference() override { --references; }
     void Reserved2() override {}
-    [[gnu::noinline]] void* Alloc(std::size_t sizeBytes) override {   // a path with a silly size warns once inlined
+    [[gnu::noinline]] void* Alloc(std::size_t sizeBytes) override {   // inlined, GCC warns about an impossible size
         if (failFromNow) return nullptr;
         ++blocks;
         lastSizeBytes = sizeBytes;
@@ -31,7 +31,7 @@ public:
     bool failFromNow = false;
 };
 
-/// The message of the `Exception` that `act` throws; empty if it throws none.
+/// Returns the message of the `Exception` that `act` throws; empty if it throws none.
 template <class Exception, class Act>
 std::string MessageOf(Act act) {
     try {

@@ -14,7 +14,7 @@ using ilk::MakeResult;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-/// Three calls deep. The thrower leaves its return address, which is the stack's second frame if it is the first.
+/// `Thrower` is called three levels deep. Its return address is the stack's second frame if it is the first one itself.
 void* returnOfThrower;
 int lineOfThrow;
 
@@ -22,7 +22,7 @@ int lineOfThrow;
     returnOfThrower = __builtin_extract_return_addr(__builtin_return_address(0));
     lineOfThrow = __LINE__ + 1;
     ILK_THROW_IF_FAIL(code);
-    asm volatile("");   // no tail call below: each level keeps its frame
+    asm volatile("");   // prevents a tail call: each level keeps its frame
 }
 [[gnu::noinline]] void Middle(ilk::ResultCode code) {
     Thrower(code);
@@ -33,8 +33,8 @@ int lineOfThrow;
     asm volatile("");
 }
 
-/// A frame as a stack tells it, from the blank behind its number on.
-std::string TextOfFrame(const void* address) {
+/// Returns the line of a printed stack for `address`, without the frame's number.
+std::string PrintFrame(const void* address) {
     ilk::StackTrace trace;
     trace.frames.append(reinterpret_cast<std::uintptr_t>(address));
     ilk::ResolveModules(trace, &ilk::LookUpModule);
@@ -43,7 +43,7 @@ std::string TextOfFrame(const void* address) {
     return std::string(text.view().substr(3));
 }
 
-TEST(ExceptionTest, WhatTellsThePlaceThePropertiesAndTheStack) {
+TEST(ExceptionTest, WhatHasPositionPropertiesAndStack) {
     try {
         Outer(ilk::ResultInvalidArgument);
         FAIL() << "nothing thrown";
@@ -54,7 +54,7 @@ TEST(ExceptionTest, WhatTellsThePlaceThePropertiesAndTheStack) {
             std::string(__FILE__) + "(" + std::to_string(lineOfThrow) +
             "): ILK_THROW_IF_FAIL. Properties:" + "\nilk.result=0x80000045\nos.result=0x00000005\nCall stack:\n 0# ";
         EXPECT_THAT(e.what(), StartsWith(start));
-        EXPECT_THAT(e.what(), HasSubstr("\n 1#" + TextOfFrame(returnOfThrower))) << "the thrower is on top";
+        EXPECT_THAT(e.what(), HasSubstr("\n 1#" + PrintFrame(returnOfThrower))) << "the thrower is first";
         const char* const before = e.what();
         e.SetProperty("late", ilk::MakeResultValue(0));
         const ilk::ResultCodeException copy(e);
@@ -63,7 +63,7 @@ TEST(ExceptionTest, WhatTellsThePlaceThePropertiesAndTheStack) {
     EXPECT_NO_THROW(Outer(ilk::ResultFalse));
 }
 
-TEST(ExceptionTest, WhatDoesWithoutDetailsAndWithoutProperties) {
+TEST(ExceptionTest, WhatWorksWithoutDetailsAndWithoutProperties) {
     EXPECT_STREQ(ilk::exception("file.cpp", 7).what(), "Unknown exception");
     EXPECT_THAT(ilk::Exception("file.cpp", 7, "message").what(), StartsWith("file.cpp(7): message. Call stack:\n 0# "));
 }
@@ -96,7 +96,7 @@ TEST(ExceptionTest, PropertiesPrintByTheirType) {
     EXPECT_EQ(e.FindProperty("Wide"), nullptr);
 }
 
-TEST(ExceptionTest, DescriptionTellsTheCodeAndItsText) {
+TEST(ExceptionTest, DescriptionHasTheCodeAndItsText) {
     ilk::ResultCodeException e("f", 1, "m", ilk::ResultFileNotFound);
     EXPECT_EQ(e.GetDescription(), u"0x80010102 (File not found)");
     e.SetDescription(ilk::basic_string_t<char16_t>(u"opening"));
@@ -135,7 +135,7 @@ TEST(ExceptionTest, TheCurrentExceptionBecomesACode) {
     EXPECT_EQ(CodeOf(5), MakeResult(0x80000072));
 }
 
-/// Two modules and one that is refused. The byte behind an image counts as inside it.
+/// Two modules, and one that isn't identified. The address directly after an image counts as part of it.
 int lookUps;
 ilk::ResultCode LookUp(std::uint64_t address, ilk::StackModule& module) {
     ++lookUps;
@@ -161,12 +161,35 @@ TEST(StackTraceTest, EachModuleIsLookedUpOnce) {
               " 4# low.dll!ID,1!800\n 5# high.dll!!800\n 6# 3010\n");
 }
 
-/// This program's image has a debug entry where images are of the kind that is read.
-TEST(StackTraceTest, TheImageOfThisProgramIsToldOrRefused) {
+/// A system call that reads a path of `pathLength` characters, and the sizes of the buffers that it got.
+std::size_t pathLength;
+std::vector<std::uint32_t> bufferSizes;
+std::uint32_t ReadPath(platform::Handle, char* path, std::uint32_t sizeBytes) {
+    bufferSizes.push_back(sizeBytes);
+    return static_cast<std::uint32_t>((std::string(pathLength - 5, '\\') + "a.dll").copy(path, sizeBytes));
+}
+
+TEST(StackTraceTest, TheBufferForAModulesPathIsDoubled) {
+    const auto expectName = [](std::size_t length, std::uint32_t lastSize, std::string_view expected) {
+        pathLength = length;
+        ilk::basic_string_t<char> name;
+        const std::uint32_t error = ilk::ReadModuleName(nullptr, &ReadPath, name);
+        EXPECT_EQ(error, expected.empty() ? platform::kErrorOutOfMemory : platform::kErrorSuccess) << length;
+        EXPECT_EQ(name, expected);
+        EXPECT_EQ(bufferSizes.back(), lastSize);
+    };
+    expectName(259, 260, "a.dll");
+    expectName(260, 520, "a.dll");
+    expectName(40000, 16640, "");
+    EXPECT_EQ(bufferSizes, (std::vector<std::uint32_t>{260, 260, 520, 260, 520, 1040, 2080, 4160, 8320, 16640}));
+}
+
+/// This program's image has a debug entry if it is a 32-bit Windows image.
+TEST(StackTraceTest, TheImageOfThisProgramIsIdentified) {
     const auto address = reinterpret_cast<std::uintptr_t>(&Outer);
     ilk::StackModule module;
     const ilk::ResultCode code = ilk::LookUpModule(address, module);
-    EXPECT_THAT(module.name.view(), HasSubstr("ilk_test"));
+    EXPECT_THAT(module.name.view(), StartsWith("ilk_test"));
     if (ilk::IsFailure(code)) {
         EXPECT_EQ(code, ilk::ResultInvalidSignature);
         return;
@@ -184,8 +207,8 @@ TEST(StackTraceTest, TheImageOfThisProgramIsToldOrRefused) {
 TEST(StackTraceTest, ADeepStackKeepsItsInnermostFrames) {
     const ilk::StackTrace trace = CaptureAtDepth(100);
     ASSERT_EQ(trace.frames.size(), 62u);
-    EXPECT_EQ(trace.frames[10], trace.frames[61]) << "the same call all the way";
-    EXPECT_EQ(ilk::Capture(0, ilk::NtFunctions{}).frames.size(), 0u) << "a system that can't walk stacks";
+    EXPECT_EQ(trace.frames[10], trace.frames[61]) << "one recursive call";
+    EXPECT_EQ(ilk::Capture(0, ilk::NtFunctions{}).frames.size(), 0u) << "without the system's function";
 }
 
 }   // namespace

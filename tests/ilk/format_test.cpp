@@ -26,12 +26,12 @@ struct NumberCase {
 constexpr NumberCase kNumbers[] = {
     {"plain", {}, 0, "0", "0"},
     {"negative in base 10", {}, -5, "-5", "-5"},
-    {"the least number", {}, INT32_MIN, "-2147483648", "-2147483648"},
+    {"the smallest number", {}, INT32_MIN, "-2147483648", "-2147483648"},
     {"negative in base 16", {.base = 16}, -5, "fffffffb", "fffffffffffffffb"},
-    {"fill to the left", {.width = 8, .base = 16, .fill = U'0'}, 255, "000000ff", "000000ff"},
-    {"the prefix stands behind a fill to the left", {.width = 4}, -5, "  -5", "  -5"},
-    {"fill between", {.width = 5, .align = 0, .fill = U'*'}, -5, "-***5", "-***5"},
-    {"fill to the right", {.width = 4, .align = -1, .fill = U'.'}, -5, "-5..", "-5.."},
+    {"fill on the left", {.width = 8, .base = 16, .fill = U'0'}, 255, "000000ff", "000000ff"},
+    {"a prefix follows the fill on the left", {.width = 4}, -5, "  -5", "  -5"},
+    {"fill after the prefix", {.width = 5, .align = 0, .fill = U'*'}, -5, "-***5", "-***5"},
+    {"fill on the right", {.width = 4, .align = -1, .fill = U'.'}, -5, "-5..", "-5.."},
     {"base prefix 16",
      {.width = 10, .base = 16, .align = 0, .fill = U'0', .show_base = true},
      70,
@@ -44,8 +44,8 @@ constexpr NumberCase kNumbers[] = {
      -1,
      "11111111111111111111111111111111",
      "1111111111111111111111111111111111111111111111111111111111111111"},
-    {"a width that is used up", {.width = 2}, 123, "123", "123"},
-    {"a fill that is no narrow character", {.width = 4, .fill = U'\u20AC'}, 7, "7", "7"},
+    {"more digits than the width", {.width = 2}, 123, "123", "123"},
+    {"a fill that isn't a narrow character", {.width = 4, .fill = U'\u20AC'}, 7, "7", "7"},
 };
 
 TEST(FormatTest, PrintsNumbers) {
@@ -74,7 +74,7 @@ constexpr TextCase kTexts[] = {
     {"whole, with its NUL", {}, "a\0b"sv, "a\0b"sv},
     {"cut at a NUL under a precision", {.precision = 3}, "a\0b"sv, "a"},
     {"cut at the precision", {.width = 4, .precision = 2}, "abc", "  ab"},
-    {"a precision of nothing", {.width = 2, .precision = 0}, "abc", "  "},
+    {"precision 0", {.width = 2, .precision = 0}, "abc", "  "},
     {"no text, no fill", {.width = 4}, {}, ""},
 };
 
@@ -83,10 +83,12 @@ TEST(FormatTest, PrintsTexts) {
         SCOPED_TRACE(row.label);
         EXPECT_EQ(Printed<Narrow>(row.spec, row.text), row.narrow);
     }
+    EXPECT_EQ(Printed<Wide>({}, "a\0b"sv), u"a\0b"sv);
     const char unterminated[] = {'a', 'b'};
     EXPECT_EQ(Printed<Wide>({.precision = 2}, &unterminated[0]), u"ab");
     EXPECT_EQ(Printed<Narrow>({.width = 3}, static_cast<const char*>(nullptr)), "");
-    EXPECT_EQ(Printed<Narrow>({.width = 3, .align = -1}, u"ab\u20ACcd"), "ab ") << "output ends where it can't go on";
+    EXPECT_EQ(Printed<Narrow>({.width = 3, .align = -1}, u"ab\u20ACcd"), "ab ")
+        << "output ends before a character without a narrow form";
 }
 
 }   // namespace

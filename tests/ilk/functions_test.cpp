@@ -9,7 +9,7 @@ namespace {
 using NtEntries = std::array<void*, 15>;
 using KernelEntries = std::array<void*, 11>;
 
-/// What is called through a field shows that names and fields run in the same order.
+/// The calls through two fields show that names and fields have the same order.
 TEST(SystemFunctionsTest, FieldsHoldTheFunctionsOfTheirNames) {
     const platform::Handle nt = platform::GetModuleHandleW(u"ntdll.dll");
     const platform::Handle kernel = platform::GetModuleHandleW(u"kernel32.dll");

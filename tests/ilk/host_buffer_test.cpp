@@ -31,7 +31,7 @@ TEST_F(HostBufferTest, GrowsWithAndWithoutItsContents) {
     EXPECT_EQ(buffer.size(), 16u);
 }
 
-TEST_F(HostBufferTest, FitTakesExactlyTheSize) {
+TEST_F(HostBufferTest, FitAllocatesExactlyTheSize) {
     ilk::HostBuffer buffer;
     std::memcpy(buffer.Acquire(8, true), "abcdefgh", 8);
     buffer.Acquire(5, true);
@@ -45,7 +45,7 @@ TEST_F(HostBufferTest, FitTakesExactlyTheSize) {
     EXPECT_EQ(buffer.Fit(ilk::HostBuffer::kSameSize, true), nullptr);
 }
 
-TEST_F(HostBufferTest, AFailedHostLeavesItEmpty) {
+TEST_F(HostBufferTest, AFailedAllocationEmptiesTheBuffer) {
     for (const bool keep : {false, true}) {
         ilk::HostBuffer buffer;
         buffer.Acquire(4, keep);

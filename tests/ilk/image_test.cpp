@@ -10,9 +10,9 @@ constexpr std::uint32_t kHeaderAt = 0x80;
 constexpr std::uint32_t kDirectoryAt = kHeaderAt + 24 + 96 + 6 * 8;
 constexpr std::uint32_t kEntryAt = 0x180;
 constexpr std::uint32_t kDataAt = 0x1A0;
-constexpr std::uint32_t kImageBytes = kDataAt + 28;   // the identity ends where the image does
+constexpr std::uint32_t kImageBytes = kDataAt + 28;   // the identity is at the end of the image
 
-/// A fault put into a good image: a 32-bit number at an offset.
+/// A fault in a good image: a 32-bit number at an offset.
 struct ImageCase {
     const char* label;
     std::uint32_t offset;
@@ -24,7 +24,7 @@ struct ImageCase {
 
 constexpr char kGoodId[] = "03020100-0504-0706-0809-0A0B0C0D0EFF,300";
 
-/// In a block of exactly `sizeBytes`, so that a byte too far is seen.
+/// In a block of exactly `sizeBytes`, so that a sanitizer reports a read after its end.
 std::vector<std::byte> GoodImage(std::uint32_t sizeBytes = kImageBytes) {
     std::byte image[kImageBytes] = {};
     const auto put = [&](std::uint32_t offset, std::uint32_t value) { std::memcpy(image + offset, &value, 4); };
@@ -46,23 +46,23 @@ std::vector<std::byte> GoodImage(std::uint32_t sizeBytes = kImageBytes) {
 using namespace ilk;   // the codes
 
 constexpr ImageCase kCases[] = {
-    {"as it should be", 0, 0x5A4D, ResultOk, ResultOk, kGoodId},
-    {"no image at all", 0, 0x464C457F, ResultInvalidSignature, ResultInvalidSignature, ""},
-    {"header behind the end", 60, kImageBytes, ResultInvalidSignature, ResultInvalidSignature, ""},
-    {"header far behind the end", 60, 0xFFFFFFF0, ResultInvalidSignature, ResultInvalidSignature, ""},
+    {"no fault", 0, 0x5A4D, ResultOk, ResultOk, kGoodId},
+    {"another kind of file", 0, 0x464C457F, ResultInvalidSignature, ResultInvalidSignature, ""},
+    {"header after the end", 60, kImageBytes, ResultInvalidSignature, ResultInvalidSignature, ""},
+    {"header far after the end", 60, 0xFFFFFFF0, ResultInvalidSignature, ResultInvalidSignature, ""},
     {"wrong header", kHeaderAt, 0x4551, ResultInvalidSignature, ResultInvalidSignature, ""},
     {"an image of 64 bits", kHeaderAt + 24, 0x20B, ResultInvalidSignature, ResultInvalidSignature, ""},
     {"too few directories", kHeaderAt + 24 + 92, 6, ResultOk, ResultOk, ""},
     {"no debug directory", kDirectoryAt + 4, 0, ResultOk, ResultInvalidSize, ""},
     {"a debug directory too short for an entry", kDirectoryAt + 4, 27, ResultOk, ResultInvalidSize, ""},
     {"the directory crosses the end", kDirectoryAt, kImageBytes - 27, ResultOk, ResultInvalidSize, ""},
-    {"the directory is far away", kDirectoryAt, 0xFFFFFFFF, ResultOk, ResultInvalidSize, ""},
+    {"the directory is far after the end", kDirectoryAt, 0xFFFFFFFF, ResultOk, ResultInvalidSize, ""},
     {"an entry too short for an identity", kEntryAt + 16, 27, ResultOk, ResultInvalidSize, ""},
     {"the identity crosses the end", kEntryAt + 20, kDataAt + 1, ResultOk, ResultInvalidSize, ""},
     {"an identity of another kind", kDataAt, 0x3031424E, ResultOk, ResultInvalidSignature, ""},
 };
 
-TEST(ImageTest, HeadersAreReadAndDoubted) {
+TEST(ImageTest, HeadersAreReadAndChecked) {
     for (const ImageCase& row : kCases) {
         SCOPED_TRACE(row.label);
         std::vector<std::byte> image = GoodImage();
@@ -76,7 +76,7 @@ TEST(ImageTest, HeadersAreReadAndDoubted) {
     }
 }
 
-TEST(ImageTest, NoTruncatedImageIsReadBeyondItsEnd) {
+TEST(ImageTest, NoTruncatedImageIsReadAfterItsEnd) {
     for (std::uint32_t sizeBytes = 0; sizeBytes < kImageBytes; ++sizeBytes) {
         const std::vector<std::byte> image = GoodImage(sizeBytes);
         basic_string_t<char> id;

@@ -14,7 +14,7 @@ using ilk::PropertyValue;
 using ilk::TypeLayout;
 using Narrow = ilk::basic_string_t<char>;
 
-TEST(PropertyValueTest, PlainValuesAreCopiedAndToldByType) {
+TEST(PropertyValueTest, PlainValuesAreCopiedAndReadByType) {
     const PropertyValue value = ilk::MakeResultValue(ilk::ResultInvalidArgument);
     PropertyValue copy = value;
     ASSERT_NE(copy.GetAs<std::int32_t>(), nullptr);
@@ -45,22 +45,22 @@ TypeLayout StructuredLayout(const std::uint8_t* script, std::uint32_t size) {
 
 void ExpectCopiesWhole(const TypeLayout& layout) {
     const Record record;
-    alignas(Record) std::byte room[sizeof(Record)];
-    ilk::CopyByScript(layout, room, &record);
-    const Record& copy = *reinterpret_cast<const Record*>(room);
+    alignas(Record) std::byte memory[sizeof(Record)];
+    ilk::CopyByScript(layout, memory, &record);
+    const Record& copy = *reinterpret_cast<const Record*>(memory);
     EXPECT_TRUE(copy.first == record.first && copy.second == record.second);
     EXPECT_TRUE(copy.numbers[0] == record.numbers[0] && copy.numbers[1] == record.numbers[1]);
     EXPECT_EQ(*copy.nested.GetAs<std::int32_t>(), ilk::ResultLocked);
-    ilk::DestroyByScript(layout, room);
+    ilk::DestroyByScript(layout, memory);
 }
 
 TEST(PropertyValueTest, StructuredValuesAreCopiedMemberByMember) {
     TypeLayout layout = StructuredLayout(kRecordScript, sizeof(Record));
     ExpectCopiesWhole(layout);
-    layout.members.text.append(std::string_view("\2\1\10\2", 4));   // the script begins inside the layout
+    layout.members.text.append(std::string_view("\2\1\10\2", 4));   // the script starts in the layout
     layout.script = kRecordScript + 4;
     ExpectCopiesWhole(layout);
-    layout.traits = 0;   // or elsewhere
+    layout.traits = 0;   // or in bytes elsewhere
     layout.members.bytes = std::span(kRecordScript);
     layout.script = nullptr;
     ExpectCopiesWhole(layout);
@@ -73,19 +73,19 @@ struct RefusalCase {
 };
 const RefusalCase kRefusals[] = {
     {"an opcode without a meaning", {6, 0}, 8},
-    {"an opcode that is none", {255, 0}, 8},
+    {"an opcode above all others", {255, 0}, 8},
     {"an end before the value's", {1, 4, 0}, 8},
-    {"bytes beyond the value", {1, 9, 0}, 8},
+    {"bytes after the value", {1, 9, 0}, 8},
     {"a text that doesn't fit", {2, 0}, kText - 1},
-    {"a text at a crooked place", {1, 1, 2, 1, 7, 0}, kText + 8},
-    {"an unknown member behind a known one", {2, 11, 0}, kText + 8},
+    {"a misaligned text", {1, 1, 2, 1, 7, 0}, kText + 8},
+    {"an unknown member after a known one", {2, 11, 0}, kText + 8},
     {"no bytes, without end", {1, 0, 1, 0}, 8},
-    {"a number beyond five bytes", {1, 0x88, 0x80, 0x80, 0x80, 0x80, 0x00, 0}, 8},
-    {"a number beyond 32 bits", {1, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 0}, 8},
+    {"a number of six bytes", {1, 0x88, 0x80, 0x80, 0x80, 0x80, 0x00, 0}, 8},
+    {"a number above 32 bits", {1, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 0}, 8},
 };
 
-/// The values are null: touching one would be the end.
-TEST(PropertyValueTest, ScriptsThatArentUnderstoodAreRefused) {
+/// The values are null, so that any access to one crashes.
+TEST(PropertyValueTest, InvalidScriptsAreRefused) {
     for (const RefusalCase& row : kRefusals) {
         SCOPED_TRACE(row.label);
         const TypeLayout layout = StructuredLayout(row.script.data(), row.size);

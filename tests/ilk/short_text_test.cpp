@@ -26,13 +26,14 @@ TEST(CompactStringTest, HoldsTextAtAndAroundTheInlineLimit) {
     }
 }
 
-TEST(CompactStringTest, GrowsByDoublingAndTakesItself) {
+TEST(CompactStringTest, GrowsByDoublingAndAppendsItself) {
     constexpr std::uint32_t kInline = CompactString::kInlineCapacity;
     CompactString string;
     string.append(std::string(kInline, 'a')).append('b');
-    EXPECT_EQ(string.capacity(), 2 * kInline + 1) << "the block is even, its last byte the terminator";
+    EXPECT_EQ(string.capacity(), 2 * kInline + 1) << "the size of the block is even and includes the terminator";
     string.append(std::string(2 * kInline + 1, 'c'));
-    EXPECT_EQ(string.capacity(), 2 * (2 * kInline + 1) + 1) << "capacity + request, made even";
+    EXPECT_EQ(string.capacity(), 2 * (2 * kInline + 1) + 1)
+        << "capacity + request; the size of the block is rounded up to an even number";
     const std::string once(string.view());
     for (const std::string& expected : {once + once, once + once + once + once}) {
         string.append(string.view());
@@ -40,10 +41,10 @@ TEST(CompactStringTest, GrowsByDoublingAndTakesItself) {
     }
 }
 
-TEST(CompactStringTest, RefusesWhatPassesTheLargestSize) {
+TEST(CompactStringTest, RefusesTextsAboveTheLargestSize) {
     CompactString string;
     string.append("abc");
-    const std::string_view tooLong(string.data(), CompactString::kLargestSize - 2);
+    const std::string_view tooLong(string.data(), CompactString::kMaxSize - 2);
     EXPECT_FALSE(string.TryAppend(tooLong));
     EXPECT_THROW(string.append(tooLong), std::bad_alloc);
     EXPECT_EQ(string.view(), "abc");

@@ -62,33 +62,7 @@ TEST(PathTextTest, NormalizingLeavesTheRootAndCollapsesTheRest) {
     }
 }
 
-struct JoinCase {
-    std::u16string_view target;
-    std::u16string_view path;
-    std::u16string_view outcome;
-};
-
-constexpr JoinCase kJoined[] = {
-    {u"C:\\a", u"b", u"C:\\a\\b"},
-    {u"C:\\", u"b", u"C:\\b"},
-    {u"a/", u"b", u"a/b"},
-    {u"", u"b", u"b"},
-    {u"a", u"", u"a"},
-    {u"a", u"\\b", u"a\\\\b"},
-};
-
-TEST(PathTextTest, JoiningPutsABackslashWhereOneIsMissing) {
-    for (const JoinCase& row : kJoined) {
-        Text text(row.target);
-        ilk::JoinPath(text, row.path);
-        EXPECT_EQ(text.view(), row.outcome);
-    }
-    Text own(u"a path that fills its own block");
-    ilk::JoinPath(own, own.view());
-    EXPECT_EQ(own.view(), u"a path that fills its own block\\a path that fills its own block");
-}
-
-TEST(PathTextTest, AbsoluteIsWhatHasTwoBackslashesOrADriveRoot) {
+TEST(PathTextTest, PathsWithTwoBackslashesOrADriveRootAreAbsolute) {
     for (const std::u16string_view path : {u"\\\\a", u"C:\\", u"1:/a"}) EXPECT_TRUE(ilk::IsAbsolutePath(path));
     for (const std::u16string_view path : {u"", u"\\a", u"//a", u"C:", u"C:a", u"a:"})
         EXPECT_FALSE(ilk::IsAbsolutePath(path));
@@ -103,7 +77,7 @@ constexpr PathCase kLongForms[] = {
     {u"\\\\?\\C:\\a\\..", u"\\\\?\\C:\\a\\.."},
 };
 
-TEST(LongPathTest, PutsThePrefixBeforeWhatHasADrive) {
+TEST(LongPathTest, PutsThePrefixBeforeADrive) {
     for (const PathCase& row : kLongForms) EXPECT_EQ(ilk::ToLongPath(row.path).view(), row.outcome);
     Text expected;
     ASSERT_EQ(ilk::CurrentDirectory(expected), ilk::ResultOk);
@@ -112,48 +86,48 @@ TEST(LongPathTest, PutsThePrefixBeforeWhatHasADrive) {
     EXPECT_EQ(ilk::ToLongPath(u"a/../b"), expected);
 }
 
-TEST(LongPathTest, ThrowsWhereTheCurrentFolderIsGone) {
+TEST(LongPathTest, ThrowsIfTheCurrentDirectoryIsGone) {
     const TemporaryFolder folder;
     const std::filesystem::path before = std::filesystem::current_path();
     folder.MakeFolder(u"gone");
     std::filesystem::current_path(folder.Native(u"gone"));
     std::error_code error;
-    std::filesystem::remove(folder.Native(u"gone"), error);   // some systems keep a folder that is in use
-    std::string told;
+    std::filesystem::remove(folder.Native(u"gone"), error);   // Windows keeps a directory that is in use
+    std::string what;
     ilk::ResultCode code = ilk::ResultOk;
     try {
         static_cast<void>(ilk::ToLongPath(u"a"));
     } catch (const ilk::ResultCodeException& e) {
-        told = e.what();
+        what = e.what();
         code = ilk::ResultFromException(e);
     }
-    const ilk::ResultCode codeOfMaking = error ? ilk::ResultOk : ilk::CreateDirectories(u"a");
+    const ilk::ResultCode createCode = error ? ilk::ResultOk : ilk::CreateDirectories(u"a");
     std::filesystem::current_path(before);
-    if (error) GTEST_SKIP() << "can't be brought about here: " << error.message();
+    if (error) GTEST_SKIP() << "the current directory can't be removed here: " << error.message();
     EXPECT_EQ(code, ilk::ResultFileNotFound);
-    EXPECT_EQ(codeOfMaking, ilk::ResultFileNotFound);
+    EXPECT_EQ(createCode, ilk::ResultFileNotFound);
     EXPECT_TRUE(
-        told.starts_with("component\\ilk\\include\\component\\ilk\\system\\file\\detail/filesystem_impl(233): "))
-        << told;
+        what.starts_with("component\\ilk\\include\\component\\ilk\\system\\file\\detail/filesystem_impl(233): "))
+        << what;
 }
 
-TEST(FillFromSystemTest, AsksAgainWithTheRoomThatItIsTold) {
+TEST(FillFromSystemTest, RetriesWithTheNeededCapacity) {
     int calls = 0;
     Text text(u"old");
-    const auto tellsTwice = [&calls](std::uint32_t room, char16_t* buffer) {
+    const auto needsMoreTwice = [&calls](std::uint32_t capacity, char16_t* buffer) {
         constexpr std::uint32_t kNeeds[] = {300, 400, 5};
         const std::uint32_t need = kNeeds[calls++];
-        EXPECT_EQ(room, calls == 1 ? 260 : kNeeds[calls - 2]);
-        std::fill_n(buffer, std::min(room, need), u'x');
+        EXPECT_EQ(capacity, calls == 1 ? 260 : kNeeds[calls - 2]);
+        std::fill_n(buffer, std::min(capacity, need), u'x');
         return need;
     };
-    EXPECT_EQ(ilk::FillFromSystem(tellsTwice, text), ilk::ResultOk);
+    EXPECT_EQ(ilk::FillFromSystem(needsMoreTwice, text), ilk::ResultOk);
     EXPECT_EQ(text.view(), u"xxxxx");
 }
 
 TEST(FillFromSystemTest, FailureKeepsTheTarget) {
     Text text(u"old");
-    const auto alwaysMore = [](std::uint32_t room, char16_t*) { return room + 1; };
+    const auto alwaysMore = [](std::uint32_t capacity, char16_t*) { return capacity + 1; };
     EXPECT_EQ(ilk::FillFromSystem(alwaysMore, text), ilk::ResultUnspecifiedError);
     const auto tooMuch = [](std::uint32_t, char16_t*) { return 0xFFFFFFFFU; };
     EXPECT_EQ(ilk::FillFromSystem(tooMuch, text), ilk::ResultUnspecifiedError);
@@ -172,7 +146,7 @@ protected:
     ilk::ResultCode Make(std::u16string_view name) { return ilk::CreateDirectories(folder.Path(name)); }
 };
 
-TEST_F(FileTest, BytesGoInAndOut) {
+TEST_F(FileTest, WritesReadsAndCloses) {
     const std::u16string path = folder.Path(u"a.txt");
     ilk::File file;
     std::uint32_t done = 99;
@@ -182,9 +156,9 @@ TEST_F(FileTest, BytesGoInAndOut) {
     EXPECT_EQ(file.Flush(), ilk::ResultOk);
     char buffer[16] = {};
     EXPECT_EQ(file.Read(buffer, 3, done), ilk::ResultAccessDenied);
-    EXPECT_EQ(done, 6U) << "a failure has nothing to say";
+    EXPECT_EQ(done, 6U) << "a failure leaves it unchanged";
 
-    // The second open closes what the first one holds unshared.
+    // The second open closes the first handle, which doesn't share the file.
     ASSERT_EQ(file.Open(path.c_str(), ilk::kFileRead, ilk::kFileOpenExisting, 0), ilk::ResultOk);
     std::uint64_t size = 0;
     EXPECT_EQ(file.GetSize(size), ilk::ResultOk);
@@ -196,10 +170,10 @@ TEST_F(FileTest, BytesGoInAndOut) {
               ilk::ResultFileNotFound);
     EXPECT_EQ(file.GetSize(size), ilk::ResultInvalidHandle) << "a failed open leaves it closed";
     EXPECT_EQ(file.Close(), ilk::ResultOk);
-    EXPECT_EQ(ilk::RemoveFile(path.c_str()), ilk::ResultOk) << "nobody holds it";
+    EXPECT_EQ(ilk::RemoveFile(path.c_str()), ilk::ResultOk) << "no handle is left open";
 }
 
-TEST_F(FileTest, NumbersBecomeTheSystems) {
+TEST_F(FileTest, OpenMapsItsArgumentsToTheSystems) {
     folder.Write(u"a", "old");
     const std::u16string path = folder.Path(u"a");
     struct Row {
@@ -236,7 +210,7 @@ TEST_F(FileTest, NumbersBecomeTheSystems) {
     EXPECT_EQ(ilk::RemoveFile(folder.Path(u"b").c_str()), ilk::ResultAccessDenied);
 }
 
-TEST_F(FileTest, QuestionsTellFoldersFilesAndNothingApart) {
+TEST_F(FileTest, PredicatesDistinguishDirectoriesFilesAndMissingPaths) {
     folder.Write(u"file", "");
     folder.MakeFolder(u"folder");
     struct Row {
@@ -263,7 +237,7 @@ TEST_F(FileTest, QuestionsTellFoldersFilesAndNothingApart) {
     EXPECT_EQ(ilk::MoveFileTo(folder.Path(u"none").c_str(), folder.Path(u"x").c_str()), ilk::ResultFileNotFound);
 }
 
-TEST_F(FileTest, CreateDirectoriesMakesWhatIsMissing) {
+TEST_F(FileTest, CreateDirectoriesCreatesMissingOnes) {
     folder.Write(u"file", "");
     EXPECT_EQ(ilk::CreateDirectories(u""), ilk::ResultInvalidArgument);
     EXPECT_EQ(ilk::CreateDirectories(u"Q:\\a\\b"), ilk::ResultPathNotFound) << "no such drive";
@@ -276,7 +250,7 @@ TEST_F(FileTest, CreateDirectoriesMakesWhatIsMissing) {
     EXPECT_EQ(Make(u"file\\a"), ilk::ResultInvalidPathName);
 }
 
-TEST_F(FileTest, CreateDirectoriesGoesPastTheLimitOfShortPaths) {
+TEST_F(FileTest, CreateDirectoriesExceedsTheLimitOfShortPaths) {
     std::u16string name;
     for (int depth = 0; depth < 8; ++depth)
         name += u"a-name-of-forty-nine-characters-\u00e4\u20ac\U0001F600-to-count\\";
@@ -289,7 +263,7 @@ TEST_F(FileTest, CreateDirectoriesGoesPastTheLimitOfShortPaths) {
     EXPECT_TRUE(folder.Exists(name + u"file"));
 }
 
-TEST_F(FileTest, LinkedFolderIsWalkedThroughAndNotTakenForAPlainOne) {
+TEST_F(FileTest, ALinkedDirectoryIsFollowedButIsntPlain) {
     folder.MakeFolder(u"target");
     std::error_code error;
     std::filesystem::create_directory_symlink(folder.Native(u"target"), folder.Native(u"link"), error);

@@ -11,19 +11,19 @@ namespace {
 using ilk_test::CountingAllocator;
 using ilk_test::MessageOf;
 
-/// Throws from its copies once the allowance is used up, counts its objects and owns memory, so that a lost one is a
-/// leak.
+/// An element whose copy constructor throws after `copiesLeft` copies. It counts the live objects, and owns memory, so
+/// that an element that isn't destroyed is a leak.
 template <bool kMoves>
-class Fussy {
+class ThrowingElement {
 public:
-    explicit Fussy(int number = 0) : value(std::make_unique<int>(number)) { ++living; }
-    Fussy(const Fussy& other) : value(std::make_unique<int>(*other.value)) {
+    explicit ThrowingElement(int number = 0) : value(std::make_unique<int>(number)) { ++living; }
+    ThrowingElement(const ThrowingElement& other) : value(std::make_unique<int>(*other.value)) {
         if (copiesLeft-- == 0) throw std::runtime_error("copy");
         ++living;
     }
-    Fussy(Fussy&& other) noexcept requires kMoves : value(std::move(other.value)) { ++living; }
-    Fussy& operator=(Fussy&& other) noexcept requires kMoves = default;
-    ~Fussy() { --living; }
+    ThrowingElement(ThrowingElement&& other) noexcept requires kMoves : value(std::move(other.value)) { ++living; }
+    ThrowingElement& operator=(ThrowingElement&& other) noexcept requires kMoves = default;
+    ~ThrowingElement() { --living; }
 
     bool operator==(int number) const { return *value == number; }
 
@@ -47,11 +47,11 @@ TEST(VectorTest, CapacityFollowsTheRequest) {
     }
 }
 
-TEST(VectorTest, RefusesWhatPassesTheLargestSize) {
+TEST(VectorTest, ThrowsForSizesAboveTheLimit) {
     struct Page {
         std::byte bytes[4096];
     };
-    constexpr std::size_t kTooMany = ilk::vector_t<Page>::kLargestSize + std::size_t{1};
+    constexpr std::size_t kTooMany = ilk::vector_t<Page>::kMaxSize + std::size_t{1};
     EXPECT_EQ(kTooMany, 0x100000u);
     ilk::vector_t<Page> pages(1);
     const auto text = [](auto act) { return MessageOf<std::length_error>(act); };
@@ -62,31 +62,31 @@ TEST(VectorTest, RefusesWhatPassesTheLargestSize) {
     EXPECT_EQ(pages.size(), 1u);
 }
 
-/// Every range of itself at every place, with and without a new block, for both ways of making room; and each of its
-/// copies failing in turn.
+/// Inserts each tail of a vector at each of its positions, with and without a new block, for movable and for copyable
+/// elements; each copy of an element fails once.
 template <bool kMoves>
 void InsertsRangesOfItselfOrNothing() {
     CountingAllocator allocator;
-    for (std::uint32_t room : {0u, 16u}) {
+    for (std::uint32_t capacity : {0u, 16u}) {
         for (std::uint32_t at = 0; at <= 4; ++at) {
             for (std::uint32_t from = 0; from <= 4; ++from) {
-                SCOPED_TRACE(testing::Message() << "room " << room << ", " << from << " into " << at);
-                ilk::vector_t<Fussy<kMoves>> vector{ilk::AllocatorRef(&allocator)};
-                for (int number = 0; number < 4; ++number) vector.append(Fussy<kMoves>(number));
-                vector.reserve(room);
+                SCOPED_TRACE(testing::Message() << "capacity " << capacity << ", " << from << " into " << at);
+                ilk::vector_t<ThrowingElement<kMoves>> vector{ilk::AllocatorRef(&allocator)};
+                for (int number = 0; number < 4; ++number) vector.append(ThrowingElement<kMoves>(number));
+                vector.reserve(capacity);
                 std::vector<int> expected = {0, 1, 2, 3};
                 int copies = 0;
                 for (;; ++copies) {
-                    Fussy<kMoves>::copiesLeft = copies;
+                    ThrowingElement<kMoves>::copiesLeft = copies;
                     try {
                         vector.insert(vector.begin() + at, vector.begin() + from, 4 - from);
                         break;
                     } catch (const std::runtime_error&) {
                         ASSERT_TRUE(std::equal(vector.begin(), vector.end(), expected.begin(), expected.end()));
-                        ASSERT_EQ(Fussy<kMoves>::living, 4);
+                        ASSERT_EQ(ThrowingElement<kMoves>::living, 4);
                     }
                 }
-                Fussy<kMoves>::copiesLeft = -1;
+                ThrowingElement<kMoves>::copiesLeft = -1;
                 EXPECT_GE(copies, static_cast<int>(4 - from));
                 const std::vector<int> source = expected;
                 expected.insert(expected.begin() + at, source.begin() + from, source.end());
@@ -94,7 +94,7 @@ void InsertsRangesOfItselfOrNothing() {
             }
         }
     }
-    EXPECT_EQ(Fussy<kMoves>::living, 0);
+    EXPECT_EQ(ThrowingElement<kMoves>::living, 0);
     EXPECT_EQ(allocator.blocks, 0);
     EXPECT_EQ(allocator.references, 0);
 }
@@ -104,19 +104,19 @@ TEST(VectorTest, InsertsRangesOfItselfOrNothing) {
     InsertsRangesOfItselfOrNothing<false>();
 }
 
-TEST(VectorTest, AFailedConstructionLeavesNothing) {
+TEST(VectorTest, AFailedCopyLeavesNoElement) {
     CountingAllocator allocator;
-    ilk::vector_t<Fussy<true>> vector(3, &allocator);
-    Fussy<true>::copiesLeft = 2;
-    EXPECT_THROW(ilk::vector_t<Fussy<true>> copy(vector), std::runtime_error);
-    Fussy<true>::copiesLeft = -1;
-    EXPECT_EQ(Fussy<true>::living, 3);
+    ilk::vector_t<ThrowingElement<true>> vector(3, &allocator);
+    ThrowingElement<true>::copiesLeft = 2;
+    EXPECT_THROW(ilk::vector_t<ThrowingElement<true>> copy(vector), std::runtime_error);
+    ThrowingElement<true>::copiesLeft = -1;
+    EXPECT_EQ(ThrowingElement<true>::living, 3);
     EXPECT_EQ(allocator.blocks, 1);
     allocator.failFromNow = true;
-    EXPECT_THROW(vector.append(Fussy<true>()), std::bad_alloc);
+    EXPECT_THROW(vector.append(ThrowingElement<true>()), std::bad_alloc);
     EXPECT_EQ(vector.size(), 3u);
-    vector = ilk::vector_t<Fussy<true>>();
-    EXPECT_EQ(Fussy<true>::living, 0);
+    vector = ilk::vector_t<ThrowingElement<true>>();
+    EXPECT_EQ(ThrowingElement<true>::living, 0);
     EXPECT_EQ(allocator.blocks, 0);
 }
 

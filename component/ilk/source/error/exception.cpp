@@ -1,3 +1,5 @@
+// Exceptions: the text of `what()`, the properties, and the translation of a caught exception into a result code.
+
 #include <component/ilk/error/exception.h>
 
 #include <component/ilk/error/exception_details.h>
@@ -11,7 +13,7 @@
 namespace ilk {
 namespace {
 
-/// Frames of `Capture`, `Describe` and the constructor.
+/// The innermost frames during a construction: `Capture`, `CaptureDetails` and the constructor.
 constexpr std::uint32_t kConstructionFrames = 3;
 
 template <class Number>
@@ -43,7 +45,7 @@ void PrintValue(const PropertyValue& value, CompactString& target) {
     }
 }
 
-CompactString TextOf(const char* file, std::uint32_t line, const ExceptionDetails& details) {
+CompactString BuildText(const char* file, std::uint32_t line, const ExceptionDetails& details) {
     CompactString text;
     text.append(file).append('(');
     Print(text, {}, line);
@@ -59,8 +61,8 @@ CompactString TextOf(const char* file, std::uint32_t line, const ExceptionDetail
     return text;
 }
 
-/// What a handler of exceptions makes of their code: a success is no answer to a throw.
-ResultCode FailureOf(const exception& e) noexcept {
+/// As `ResultFromException`, but a success code in the exception becomes a failure.
+ResultCode FailureFromException(const exception& e) noexcept {
     const ResultCode code = ResultFromException(e);
     return IsFailure(code) ? code : ResultExceptionWithSuccessfulResultCode;
 }
@@ -81,28 +83,26 @@ DetailsRef::~DetailsRef() {
     if (details != nullptr && details->references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete details;
 }
 
-ExceptionDetails& DetailsRef::Make() {
+ExceptionDetails& DetailsRef::GetOrCreate() {
     if (details == nullptr) details = std::make_unique<ExceptionDetails>().release();
     return *details;
 }
-
-exception::~exception() = default;
 
 const char* exception::what() const noexcept {
     ExceptionDetails* const shared = details.get();
     if (shared == nullptr) return "Unknown exception";
     if (shared->text.empty()) {
         try {
-            shared->text = TextOf(file, line, *shared);
+            shared->text = BuildText(file, line, *shared);
         } catch (...) {
-            // Whoever asks is handling an exception already: an empty text is the answer.
+            // `what()` can't throw: the text stays empty.
         }
     }
     return shared->text.data();
 }
 
 void exception::SetProperty(std::string_view key, PropertyValue value) {
-    PropertyList& properties = details.Make().properties;
+    PropertyList& properties = details.GetOrCreate().properties;
     for (Property& property : properties) {
         if (property.key == key) {
             property.value.swap(value);
@@ -120,29 +120,25 @@ const PropertyValue* exception::FindProperty(std::string_view key) const noexcep
     return nullptr;
 }
 
-[[gnu::noinline]] void exception::Describe(std::string_view message) {
-    ExceptionDetails& made = details.Make();
-    made.message.append(message);
-    made.stack = Capture(kConstructionFrames);
+[[gnu::noinline]] void exception::CaptureDetails(std::string_view message) {
+    ExceptionDetails& shared = details.GetOrCreate();
+    shared.message.append(message);
+    shared.stack = Capture(kConstructionFrames);
 }
 
 [[gnu::noinline]] Exception::Exception(const char* sourceFile, std::uint32_t sourceLine, std::string_view message)
     : exception(sourceFile, sourceLine) {
-    Describe(message);
+    CaptureDetails(message);
 }
-
-Exception::~Exception() = default;
 
 basic_string_t<char16_t> Exception::GetDescription() const { return description; }
 
 [[gnu::noinline]] ResultCodeException::ResultCodeException(const char* sourceFile, std::uint32_t sourceLine,
                                                            std::string_view message, ResultCode code)
     : ExceptionBase(sourceFile, sourceLine) {
-    Describe(message);
+    CaptureDetails(message);
     SetProperty(kResultProperty, MakeResultValue(code));
 }
-
-ResultCodeException::~ResultCodeException() = default;
 
 basic_string_t<char16_t> ResultCodeException::GetDescription() const {
     const ResultCode code = ResultFromException(*this);
@@ -155,8 +151,8 @@ basic_string_t<char16_t> ResultCodeException::GetDescription() const {
 }
 
 ResultCode ResultFromException(const exception& e) noexcept {
-    const PropertyValue* const own = e.FindProperty(kResultProperty);
-    if (const std::int32_t* code = own != nullptr ? own->GetAs<std::int32_t>() : nullptr) return *code;
+    const PropertyValue* const result = e.FindProperty(kResultProperty);
+    if (const std::int32_t* code = result != nullptr ? result->GetAs<std::int32_t>() : nullptr) return *code;
     const PropertyValue* const system = e.FindProperty(kSystemErrorProperty);
     if (const std::uint32_t* error = system != nullptr ? system->GetAs<std::uint32_t>() : nullptr) {
         return ResultFromPlatformError(*error);
@@ -170,11 +166,11 @@ ResultCode ResultFromCurrentException() noexcept {
     try {
         std::rethrow_exception(current);
     } catch (const ResultCodeException& e) {
-        return FailureOf(e);
+        return FailureFromException(e);
     } catch (const Exception&) {
         return ResultExceptionHasNoResultCode;
     } catch (const exception& e) {
-        return FailureOf(e);
+        return FailureFromException(e);
     } catch (const std::bad_alloc&) {
         return ResultOutOfMemory;
     } catch (const std::bad_cast&) {

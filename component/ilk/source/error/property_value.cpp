@@ -1,3 +1,5 @@
+// Construction and destruction of property values.
+
 #include <component/ilk/error/property_value.h>
 
 #include <component/ilk/error/type_script.h>
@@ -22,14 +24,14 @@ PropertyValue::PropertyValue(const TypeLayout& valueLayout, std::uint32_t typeNu
     const AllocatorRef heap;
     void* const block = heap.Alloc(layout.size);
     if (block == nullptr) ThrowBadAlloc();
-    BlockHolder holder;
-    holder.Hold(heap, block);
+    BlockHolder newBlock;
+    newBlock.Hold(heap, block);
     if ((layout.flags & TypeLayout::kCopyBytes) != 0) {
         std::memcpy(block, source, layout.size);
     } else {
         CopyByScript(layout, block, source);
     }
-    holder.Drop();
+    newBlock.Detach();
     storage = block;
 }
 

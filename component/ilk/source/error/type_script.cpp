@@ -1,3 +1,5 @@
+// Interprets the scripts that describe values with members: validates them, and copies and destroys by them.
+
 #include <component/ilk/error/type_script.h>
 
 #include <algorithm>
@@ -8,7 +10,7 @@
 namespace ilk {
 namespace {
 
-/// What is done with the members of one kind.
+/// How to copy and destroy members of one type.
 struct MemberKind {
     std::uint32_t size;
     std::uint32_t alignment;
@@ -17,7 +19,7 @@ struct MemberKind {
 };
 
 template <class T>
-constexpr MemberKind KindOf() {
+constexpr MemberKind MakeKind() {
     return {sizeof(T), alignof(T),
             [](void* target, const void* source) {
                 std::construct_at(static_cast<T*>(target), *static_cast<const T*>(source));
@@ -25,32 +27,33 @@ constexpr MemberKind KindOf() {
             [](void* member) { std::destroy_at(static_cast<T*>(member)); }};
 }
 
-/// By opcode, from `NarrowText` on.
+/// In the order of the opcodes from `NarrowText` on.
 constexpr MemberKind kKinds[] = {
-    KindOf<basic_string_t<char>>(),
-    KindOf<basic_string_t<char16_t>>(),
-    KindOf<basic_string_t<char32_t>>(),
-    KindOf<PropertyValue>(),
+    MakeKind<basic_string_t<char>>(),
+    MakeKind<basic_string_t<char16_t>>(),
+    MakeKind<basic_string_t<char32_t>>(),
+    MakeKind<PropertyValue>(),
 };
 
-/// One entry of a script: a member of a kind, or plain bytes.
+/// The member or the run of plain bytes that one entry of a script describes.
 struct Member {
     const MemberKind* kind;   // null for plain bytes
-    std::uint32_t offset;
+    std::uint32_t offset;     // in the value
     std::uint32_t size;
 };
 
-class ScriptWalker {
+/// Reads the entries of a layout's script one after another.
+class ScriptReader {
 public:
-    explicit ScriptWalker(const TypeLayout& walked) : layout(walked) {
+    explicit ScriptReader(const TypeLayout& valueLayout) : layout(valueLayout) {
         const bool isInline = (layout.traits & TypeLayout::kMembersInline) != 0;
         const auto& text = layout.members.text;
         const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-        const std::size_t room = sizeof(text) - 1;   // less than what a broken length byte says
-        head = isInline ? std::span(bytes, std::min(text.size(), room)) : layout.members.bytes;
+        const std::size_t capacity = sizeof(text) - 1;   // an invalid length byte gives a larger `size()`
+        head = isInline ? std::span(bytes, std::min(text.size(), capacity)) : layout.members.bytes;
     }
 
-    /// The next member; false at the end and at what isn't understood.
+    /// Stores the next entry in `member`. Returns false at the end and at an invalid entry.
     bool Next(Member& member) {
         const std::uint8_t opcode = ReadByte();
         member = {nullptr, offset, 0};
@@ -59,25 +62,26 @@ public:
             member.size = ReadNumber();
         } else {
             const std::size_t index = opcode - static_cast<std::size_t>(ScriptOpcode::NarrowText);
-            if (index >= std::size(kKinds)) return Refuse();
+            if (index >= std::size(kKinds)) return Fail();
             member.kind = &kKinds[index];
             member.size = member.kind->size;
-            if (offset % member.kind->alignment != 0) return Refuse();
+            if (offset % member.kind->alignment != 0) return Fail();
         }
-        if (member.size == 0 || member.size > layout.size - offset) return Refuse();
+        if (member.size == 0 || member.size > layout.size - offset) return Fail();
         offset += member.size;
         return true;
     }
 
-    /// Once `Next` has said false: whether every byte of the value was accounted for.
-    [[nodiscard]] bool Whole() const { return !refused && offset == layout.size; }
+    /// After `Next` returned false: whether the script is valid and describes every byte of the value.
+    [[nodiscard]] bool IsComplete() const { return isValid && offset == layout.size; }
 
 private:
-    bool Refuse() {
-        refused = true;
+    bool Fail() {
+        isValid = false;
         return false;
     }
 
+    /// Returns the next byte: of `head`, then of `tail`. A script without a tail ends after its head.
     std::uint8_t ReadByte() {
         if (!head.empty()) {
             const std::uint8_t byte = head.front();
@@ -88,9 +92,9 @@ private:
     }
 
     std::uint32_t ReadNumber() {
-        constexpr std::uint32_t kMostBits = 35;
+        constexpr std::uint32_t kMaxBits = 35;   // five bytes
         std::uint32_t number = 0;
-        for (std::uint32_t shift = 0; shift < kMostBits; shift += 7) {
+        for (std::uint32_t shift = 0; shift < kMaxBits; shift += 7) {
             const std::uint32_t byte = ReadByte();
             number |= (byte & 0x7F) << shift;
             if ((byte & 0x80) == 0) return number;
@@ -101,20 +105,20 @@ private:
     const TypeLayout& layout;
     std::span<const std::uint8_t> head;
     const std::uint8_t* tail = layout.script;
-    std::uint32_t offset = 0;
-    bool refused = false;
+    std::uint32_t offset = 0;   // of the next member
+    bool isValid = true;
 };
 
-bool IsUnderstood(const TypeLayout& layout) {
-    ScriptWalker walker(layout);
-    for (Member member; walker.Next(member);) continue;
-    return walker.Whole();
+bool IsValid(const TypeLayout& layout) {
+    ScriptReader reader(layout);
+    for (Member member; reader.Next(member);) continue;
+    return reader.IsComplete();
 }
 
 /// Destroys the members that end at or before `endOffset`.
 void DestroyUpTo(const TypeLayout& layout, std::byte* value, std::uint32_t endOffset) noexcept {
-    ScriptWalker walker(layout);
-    for (Member member; walker.Next(member) && member.offset + member.size <= endOffset;) {
+    ScriptReader reader(layout);
+    for (Member member; reader.Next(member) && member.offset + member.size <= endOffset;) {
         if (member.kind != nullptr) member.kind->destroy(value + member.offset);
     }
 }
@@ -122,13 +126,13 @@ void DestroyUpTo(const TypeLayout& layout, std::byte* value, std::uint32_t endOf
 }   // namespace
 
 void CopyByScript(const TypeLayout& layout, void* target, const void* source) {
-    if (!IsUnderstood(layout)) throw std::invalid_argument("ilk::TypeLayout script");
+    if (!IsValid(layout)) throw std::invalid_argument("ilk::TypeLayout script");
     auto* const to = static_cast<std::byte*>(target);
     const auto* const from = static_cast<const std::byte*>(source);
-    ScriptWalker walker(layout);
+    ScriptReader reader(layout);
     Member member{};
     try {
-        while (walker.Next(member)) {
+        while (reader.Next(member)) {
             if (member.kind != nullptr) {
                 member.kind->copy(to + member.offset, from + member.offset);
             } else {
@@ -142,7 +146,7 @@ void CopyByScript(const TypeLayout& layout, void* target, const void* source) {
 }
 
 void DestroyByScript(const TypeLayout& layout, void* value) noexcept {
-    if (IsUnderstood(layout)) DestroyUpTo(layout, static_cast<std::byte*>(value), layout.size);
+    if (IsValid(layout)) DestroyUpTo(layout, static_cast<std::byte*>(value), layout.size);
 }
 
 }   // namespace ilk

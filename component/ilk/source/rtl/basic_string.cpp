@@ -1,3 +1,5 @@
+// Instantiates the string class for its three character types.
+
 #include <component/ilk/rtl/basic_string.h>
 
 namespace ilk {

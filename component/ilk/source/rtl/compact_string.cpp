@@ -1,3 +1,5 @@
+// The string of three machine words: switching between its inline and its heap form.
+
 #include <component/ilk/rtl/compact_string.h>
 
 #include <component/ilk/rtl/allocator.h>
@@ -9,18 +11,16 @@
 namespace ilk {
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "the last byte holds the top bit of the last word");
+static_assert(std::endian::native == std::endian::little, "the top bit of the last word must lie in the last byte");
 
-constexpr std::size_t kHeapMark = ~(~std::size_t{0} >> 1);
+/// The top bit of `HeapForm::halfBlock`.
+constexpr std::size_t kHeapBit = ~(~std::size_t{0} >> 1);
 
-/// The bytes of a block for `extra` more characters than `capacity` has, where `extra` passed the limit test.
+/// Returns the size in bytes, an even number, of a block for `extra` more characters than `capacity`. It doubles the
+/// capacity unless `extra` needs more, within `kMaxSize`.
 std::uint32_t GrownBlockBytes(std::uint32_t capacity, std::uint32_t extra) {
-    std::uint32_t grown = capacity;
-    if (extra < capacity && capacity <= CompactString::kLargestSize / 2) {
-        grown += capacity;
-    } else {
-        grown += std::min(extra, CompactString::kLargestSize - capacity);
-    }
+    const bool doubles = extra < capacity && capacity <= CompactString::kMaxSize / 2;
+    const std::uint32_t grown = capacity + (doubles ? capacity : std::min(extra, CompactString::kMaxSize - capacity));
     return (grown + 2) & ~std::uint32_t{1};
 }
 
@@ -42,12 +42,12 @@ CompactString& CompactString::operator=(CompactString&& source) noexcept {
 CompactString::~CompactString() { FreeBlock(); }
 
 bool CompactString::TryAppend(std::string_view text) noexcept {
-    if (text.empty()) return true;   // it may be null
+    if (text.empty()) return true;   // its pointer may be null
     const std::uint32_t oldSize = size();
-    if (text.size() > kLargestSize - oldSize) return false;
+    if (text.size() > kMaxSize - oldSize) return false;
     const auto extra = static_cast<std::uint32_t>(text.size());
     const AllocatorRef heap;
-    BlockHolder left;   // the text may lie in the old block
+    BlockHolder oldBlock;   // `text` may lie in it
     if (extra > capacity() - oldSize) {
         const std::uint32_t blockBytes = GrownBlockBytes(capacity(), extra);
         char* const block = static_cast<char*>(heap.Alloc(blockBytes));
@@ -55,7 +55,7 @@ bool CompactString::TryAppend(std::string_view text) noexcept {
         std::memcpy(block, data(), oldSize);
         std::memcpy(block + oldSize, text.data(), extra);
         block[oldSize + extra] = '\0';
-        if (!IsInline()) left.Hold(heap, Heap().block);
+        if (!IsInline()) oldBlock.Hold(heap, Heap().block);
         SetHeap({block, std::size_t{oldSize} + extra, blockBytes / 2});
     } else if (IsInline()) {
         std::memmove(words_ + oldSize, text.data(), extra);
@@ -91,13 +91,13 @@ std::uint32_t CompactString::capacity() const noexcept {
 CompactString::HeapForm CompactString::Heap() const noexcept {
     HeapForm form;
     std::memcpy(&form, words_, kBytes);
-    form.halfBlock &= ~kHeapMark;
+    form.halfBlock &= ~kHeapBit;
     return form;
 }
 
 void CompactString::SetHeap(const HeapForm& form) noexcept {
-    const HeapForm marked{form.block, form.size, form.halfBlock | kHeapMark};
-    std::memcpy(words_, &marked, kBytes);
+    const HeapForm stored{form.block, form.size, form.halfBlock | kHeapBit};
+    std::memcpy(words_, &stored, kBytes);
 }
 
 void CompactString::SetInlineSize(std::uint32_t size) noexcept {

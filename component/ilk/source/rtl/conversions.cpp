@@ -1,3 +1,5 @@
+// Conversions between the locale's encoding, UTF-16 and UTF-8. Each one measures first and then writes.
+
 #include <component/ilk/rtl/conversions.h>
 
 #include <climits>
@@ -7,48 +9,49 @@
 namespace ilk {
 namespace {
 
-constexpr char32_t kFirstPair = 0x10000;   // the code points from here on take two UTF-16 units
-constexpr char32_t kNoCodePoint = 0x110000;
+constexpr char32_t kFirstSupplementary = 0x10000;   // from here on, UTF-16 needs a surrogate pair
+constexpr char32_t kCodePointLimit = 0x110000;      // one above the largest code point
 
 bool IsHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
 bool IsLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
 
-/// Hands the code points of `source` to `each` in order. False at the first bytes that are no character.
-template <class Each>
-bool ForEachNarrow(std::string_view source, Each each) {
+/// Calls `visit` with each code point of `source`, which is in the locale's encoding. Returns false and stops at bytes
+/// that are invalid or incomplete.
+template <class Visit>
+bool ForEachNarrow(std::string_view source, Visit visit) {
     while (!source.empty()) {
         std::mbstate_t state{};
         wchar_t wide = 0;
         const std::size_t length = std::mbrtowc(&wide, source.data(), source.size(), &state);
-        if (length > source.size()) return false;   // its two error results are the largest numbers
+        if (length > source.size()) return false;   // the error results are above any length
         const auto point = static_cast<char32_t>(wide);
-        if (point >= kNoCodePoint) return false;
-        each(point);
-        source.remove_prefix(length != 0 ? length : 1);   // 0 is a NUL
+        if (point >= kCodePointLimit) return false;
+        visit(point);
+        source.remove_prefix(length != 0 ? length : 1);   // `mbrtowc` returns 0 for a NUL
     }
     return true;
 }
 
-/// Hands the code points of `source` to `each` in order, an unpaired surrogate as itself.
-template <class Each>
-void ForEachWide(std::u16string_view source, Each each) {
+/// Calls `visit` with each code point of `source`, which is UTF-16; an unpaired surrogate counts as one.
+template <class Visit>
+void ForEachWide(std::u16string_view source, Visit visit) {
     for (std::size_t index = 0; index < source.size(); ++index) {
         char32_t point = source[index];
         if (IsHighSurrogate(point) && index + 1 < source.size() && IsLowSurrogate(source[index + 1])) {
-            point = kFirstPair + ((point - 0xD800) << 10) + (source[++index] - 0xDC00u);
+            point = kFirstSupplementary + ((point - 0xD800) << 10) + (source[++index] - 0xDC00u);
         }
-        each(point);
+        visit(point);
     }
 }
 
-constexpr std::size_t WideLength(char32_t point) { return point < kFirstPair ? 1 : 2; }
+constexpr std::size_t WideLength(char32_t point) { return point < kFirstSupplementary ? 1 : 2; }
 
 char16_t* WriteWide(char16_t* out, char32_t point) {
-    if (point < kFirstPair) {
+    if (point < kFirstSupplementary) {
         *out++ = static_cast<char16_t>(point);
         return out;
     }
-    *out++ = static_cast<char16_t>(0xD800 + ((point - kFirstPair) >> 10));
+    *out++ = static_cast<char16_t>(0xD800 + ((point - kFirstSupplementary) >> 10));
     *out++ = static_cast<char16_t>(0xDC00 + (point & 0x3FF));
     return out;
 }
@@ -56,7 +59,7 @@ char16_t* WriteWide(char16_t* out, char32_t point) {
 constexpr std::size_t Utf8Length(char32_t point) {
     if (point < 0x80) return 1;
     if (point < 0x800) return 2;
-    return point < kFirstPair ? 3 : 4;
+    return point < kFirstSupplementary ? 3 : 4;
 }
 
 char* WriteUtf8(char* out, char32_t point) {
@@ -70,11 +73,11 @@ char* WriteUtf8(char* out, char32_t point) {
     return out + length;
 }
 
-/// Gives `target` the size `offset + length`. Too long is out of memory here.
+/// Resizes `target` to `offset + length`; `ResultOutOfMemory` if that is above `kMaxSize` or there is no memory.
 template <class char_type>
 ResultCode ResizeTo(basic_string_t<char_type>& target, std::size_t offset, std::uint64_t length) noexcept {
-    constexpr std::uint64_t kLargestSize = basic_string_t<char_type>::kLargestSize;
-    if (length > kLargestSize || offset > kLargestSize - length) return ResultOutOfMemory;
+    constexpr std::uint64_t kMaxSize = basic_string_t<char_type>::kMaxSize;
+    if (length > kMaxSize || offset > kMaxSize - length) return ResultOutOfMemory;
     try {
         target.resize(offset + static_cast<std::size_t>(length));
         return ResultOk;
@@ -92,8 +95,9 @@ ResultCode Widen(std::string_view source, basic_string_t<char16_t>& target, std:
     if (IsFailure(code)) return code;
     char16_t* out = target.data() + offset;
     ForEachNarrow(source, [&](char32_t point) {
-        const auto room = static_cast<std::size_t>(target.end() - out);   // another thread may have changed the locale
-        if (WideLength(point) <= room) out = WriteWide(out, point);
+        // Another thread may have changed the locale since the first pass, so that the second one finds more.
+        const auto spare = static_cast<std::size_t>(target.end() - out);
+        if (WideLength(point) <= spare) out = WriteWide(out, point);
     });
     return ResultOk;
 }
@@ -127,12 +131,12 @@ bool NarrowCharacter(char32_t character, char& narrow) noexcept {
 }
 
 bool WidenCharacter(char narrow, char16_t& wide) noexcept {
-    bool one = false;
-    const bool whole = ForEachNarrow(std::string_view(&narrow, 1), [&](char32_t point) {
-        one = WideLength(point) == 1;
+    bool isOneUnit = false;
+    const bool isValid = ForEachNarrow(std::string_view(&narrow, 1), [&](char32_t point) {
+        isOneUnit = WideLength(point) == 1;
         wide = static_cast<char16_t>(point);
     });
-    return whole && one;
+    return isValid && isOneUnit;
 }
 
 }   // namespace ilk

@@ -1,3 +1,5 @@
+// The resizable block of host memory.
+
 #include <component/ilk/rtl/host_buffer.h>
 
 #include <utility>
@@ -12,21 +14,21 @@ HostBuffer::~HostBuffer() { HostBuffer::Release(); }
 void* HostBuffer::Acquire(std::uint32_t sizeBytes, bool keep) {
     if (sizeBytes == kSameSize) return data_;
     if (sizeBytes > capacity_) {
-        Exchange(sizeBytes, keep);
-        return data_;
+        Reallocate(sizeBytes, keep);
+    } else {
+        size_ = sizeBytes;
     }
-    size_ = sizeBytes;
     return data_;
 }
 
 void* HostBuffer::Fit(std::uint32_t sizeBytes, bool keep) {
-    const std::uint32_t wanted = sizeBytes >= kSameSize - 1 ? size_ : sizeBytes;
-    if (wanted == 0) {
+    const std::uint32_t needed = sizeBytes >= kSameSize - 1 ? size_ : sizeBytes;
+    if (needed == 0) {
         Release();
-    } else if (wanted > capacity_) {
-        Acquire(wanted, keep);
-    } else if (wanted < capacity_) {
-        Exchange(wanted, keep);
+    } else if (needed > capacity_) {
+        Acquire(needed, keep);
+    } else if (needed < capacity_) {
+        Reallocate(needed, keep);
     }
     return data_;
 }
@@ -38,13 +40,14 @@ void HostBuffer::Release() {
     capacity_ = 0;
 }
 
-/// Exchanges the block for one of `sizeBytes`. The pointer tells the outcome, so the host's code says nothing more.
-void HostBuffer::Exchange(std::uint32_t sizeBytes, bool keep) {
+/// Replaces the block by one of `sizeBytes`, with the contents kept if `keep` is set. The host's codes are dropped: a
+/// failed call leaves `block` null.
+void HostBuffer::Reallocate(std::uint32_t sizeBytes, bool keep) {
     void* block = nullptr;
     if (keep && data_ != nullptr) {
         const auto realloc = kernel::SlotOf<kernel::HostReallocCall>(*face_, kernel::kHostReallocSlot);
         static_cast<void>(realloc(face_, &block, data_, sizeBytes));
-        if (block != nullptr) data_ = nullptr;   // the host has moved it
+        if (block != nullptr) data_ = nullptr;   // the host freed or reused it
         Release();
     } else {
         Release();

@@ -1,3 +1,5 @@
+// The containers' throwing functions.
+
 #include <component/ilk/rtl/throws.h>
 
 #include <new>

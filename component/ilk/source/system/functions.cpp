@@ -1,3 +1,5 @@
+// Fills the tables of system functions by name.
+
 #include <component/ilk/system/functions.h>
 
 #include <bit>
@@ -5,7 +7,7 @@
 namespace ilk {
 namespace {
 
-/// In the order of the fields.
+/// The function names of both tables, in the order of their fields.
 constexpr const char* kNtNames[] = {
     "NtSuspendProcess",         "NtResumeProcess",          "NtQueryInformationProcess", "NtSetInformationProcess",
     "NtQueryInformationThread", "NtSetInformationThread",   "NtCompareTokens",           "NtQueryObject",
@@ -27,7 +29,7 @@ constexpr const char* kKernelNames[] = {
     "ReOpenFile",
 };
 
-/// The table whose fields are the functions of `library` by these names.
+/// Returns a table with the functions of `library` that have these names.
 template <class Table, std::size_t kCount>
 Table Bind(const char16_t* library, const char* const (&names)[kCount]) {
     struct Entries {
@@ -54,7 +56,7 @@ const KernelFunctions& GetKernelFunctions() {
 
 namespace {
 
-/// Fills both on the loader's thread, whether or not another source's initialisation asks first.
+/// Fills both tables during static initialisation, on the loader's thread.
 [[maybe_unused]] const struct FillAtLoad {
     FillAtLoad() {
         static_cast<void>(GetNtFunctions());

@@ -1,3 +1,5 @@
+// Opens, reads and writes one file, and translates the arguments of `Open` into the system's.
+
 #include <component/ilk/system/file/file.h>
 
 #include <component/platform/files.h>
@@ -8,6 +10,7 @@
 namespace ilk {
 namespace {
 
+/// A bit or value of this library and the system's for it.
 struct MappedNumber {
     std::uint32_t number;
     std::uint32_t systemNumber;
@@ -60,12 +63,10 @@ std::uint32_t MapCreation(std::uint32_t creation) {
     return 0;
 }
 
-ResultCode ResultOf(bool succeeded) { return succeeded ? ResultOk : ResultFromLastError(); }
-
-/// Closes what `handle` has, if anything.
+/// Closes `handle` unless it is invalid, and sets it to invalid.
 ResultCode CloseOne(platform::Handle& handle) {
     if (handle == platform::kInvalidHandle) return ResultOk;
-    return ResultOf(platform::CloseHandle(std::exchange(handle, platform::kInvalidHandle)));
+    return ResultOfCall(platform::CloseHandle(std::exchange(handle, platform::kInvalidHandle)));
 }
 
 }   // namespace
@@ -77,34 +78,34 @@ ResultCode File::Open(const char16_t* path, std::uint32_t access, std::uint32_t 
     const platform::SecurityAttributes security;
     handle = platform::CreateFileW(path, MapBits(kAccess, access), MapBits(kSharing, access), &security,
                                    MapCreation(creation), MapBits(kFlags, flags), nullptr);
-    return ResultOf(handle != platform::kInvalidHandle);
+    return ResultOfCall(handle != platform::kInvalidHandle);
 }
 
 ResultCode File::OpenReplacement(const char16_t* path, const char16_t* original, const char16_t* backup) {
     CloseAll();
     handle = platform::CreateReplacementFile(path, original, backup, &reservation);
-    return ResultOf(handle != platform::kInvalidHandle);
+    return ResultOfCall(handle != platform::kInvalidHandle);
 }
 
 ResultCode File::Read(void* buffer, std::uint32_t size, std::uint32_t& done) {
-    std::uint32_t moved = 0;
-    if (!platform::ReadFile(handle, buffer, size, &moved)) return ResultFromLastError();
-    done = moved;
+    std::uint32_t count = 0;
+    if (!platform::ReadFile(handle, buffer, size, &count)) return ResultFromLastError();
+    done = count;
     return ResultOk;
 }
 
 ResultCode File::Write(const void* buffer, std::uint32_t size, std::uint32_t& done) {
-    std::uint32_t moved = 0;
-    if (!platform::WriteFile(handle, buffer, size, &moved)) return ResultFromLastError();
-    done = moved;
+    std::uint32_t count = 0;
+    if (!platform::WriteFile(handle, buffer, size, &count)) return ResultFromLastError();
+    done = count;
     return ResultOk;
 }
 
 ResultCode File::GetSize(std::uint64_t& sizeBytes) const {
-    return ResultOf(platform::GetFileSizeEx(handle, &sizeBytes));
+    return ResultOfCall(platform::GetFileSizeEx(handle, &sizeBytes));
 }
 
-ResultCode File::Flush() { return ResultOf(platform::FlushFileBuffers(handle)); }
+ResultCode File::Flush() { return ResultOfCall(platform::FlushFileBuffers(handle)); }
 
 ResultCode File::Close() { return CloseOne(handle); }
 

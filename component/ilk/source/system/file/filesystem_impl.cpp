@@ -1,60 +1,62 @@
+// File system calls on paths, the long form of a path, and the creation of missing directories.
+
 #include <component/ilk/system/file/detail/filesystem_impl.h>
 
 #include <component/ilk/error/exception.h>
 #include <component/ilk/system/file/path.h>
 #include <component/platform/files.h>
 
+#include <utility>
+
 namespace ilk {
 namespace {
 
 using Text = basic_string_t<char16_t>;
 
-constexpr std::u16string_view kTwoBackslashes = u"\\\\";
 constexpr std::u16string_view kLongPrefix = u"\\\\?\\";
 
-/// The place that the failure of the current folder is known by, wherever this file lies and however it changes.
+/// The source position in the exception for a current directory that can't be read. It is part of the text that users
+/// see, so it is fixed and isn't the actual position.
 constexpr char kLongPathFile[] = "component\\ilk\\include\\component\\ilk\\system\\file\\detail/filesystem_impl";
 constexpr std::uint32_t kLongPathLine = 233;
 
-ResultCode ResultOf(bool succeeded) { return succeeded ? ResultOk : ResultFromLastError(); }
-
-/// 0 if those of the two bits of folders that are set are `wanted`, else 1.
-ResultCode HasFolderBits(const char16_t* path, std::uint32_t wanted) {
-    constexpr std::uint32_t kFolderBits = platform::kAttributeDirectory | platform::kAttributeReparsePoint;
+/// Returns `ResultOk` if the directory and link bits of `path` are exactly `expected`, `ResultFalse` if they aren't.
+ResultCode HasDirectoryBits(const char16_t* path, std::uint32_t expected) {
+    constexpr std::uint32_t kDirectoryBits = platform::kAttributeDirectory | platform::kAttributeReparsePoint;
     std::uint32_t attributes = 0;
     const ResultCode code = GetAttributes(path, attributes);
     if (IsFailure(code)) return code;
-    return (attributes & kFolderBits) == wanted ? ResultOk : ResultFalse;
+    return (attributes & kDirectoryBits) == expected ? ResultOk : ResultFalse;
 }
 
-/// A path that is cut in place behind a part of it, and whole again when the cut goes.
-class CutPath {
+/// Terminates a path in place after its first `length` characters while this object lives.
+class ScopedTruncation {
 public:
-    CutPath(Text& whole, std::size_t lengthChars) : text(whole), length(lengthChars), behind(text.data()[length]) {
-        text.data()[length] = u'\0';
-    }
-    ~CutPath() { text.data()[length] = behind; }
-    CutPath(const CutPath&) = delete;
-    CutPath& operator=(const CutPath&) = delete;
+    ScopedTruncation(Text& path, std::size_t length)
+        : start(path.data()), cut(path.data() + length), oldCharacter(std::exchange(*cut, u'\0')) {}
+    ~ScopedTruncation() { *cut = oldCharacter; }
+    ScopedTruncation(const ScopedTruncation&) = delete;
+    ScopedTruncation& operator=(const ScopedTruncation&) = delete;
 
-    [[nodiscard]] const char16_t* Part() const { return text.data(); }
+    [[nodiscard]] const char16_t* Path() const { return start; }
 
 private:
-    Text& text;
-    const std::size_t length;
-    const char16_t behind;
+    const char16_t* const start;
+    char16_t* const cut;
+    const char16_t oldCharacter;
 };
 
-/// Gives in `lengthChars` the longest part of `path` that is there and is a folder.
+/// Sets `lengthChars` to the length of the longest part of `path` that exists. It must be a directory.
 ResultCode FindExistingPart(Text& path, std::size_t& lengthChars) {
     lengthChars = path.size();
     while (lengthChars > 0) {
-        const CutPath cut(path, lengthChars);
-        const ResultCode exists = PathExists(cut.Part());
+        const ScopedTruncation part(path, lengthChars);
+        const ResultCode exists = PathExists(part.Path());
         if (IsFailure(exists)) return exists;
         if (exists == ResultOk) {
-            const bool isFolder = IsPlainDirectory(cut.Part()) == ResultOk || IsLinkedDirectory(cut.Part()) == ResultOk;
-            return isFolder ? ResultOk : ResultInvalidPathName;
+            const bool isDirectory =
+                IsPlainDirectory(part.Path()) == ResultOk || IsLinkedDirectory(part.Path()) == ResultOk;
+            return isDirectory ? ResultOk : ResultInvalidPathName;
         }
         const std::size_t parentChars = ParentPath(path.view().substr(0, lengthChars)).size();
         if (parentChars == lengthChars) return ResultPathNotFound;
@@ -63,22 +65,22 @@ ResultCode FindExistingPart(Text& path, std::size_t& lengthChars) {
     return ResultOk;
 }
 
-/// Somebody else may make the same folder at the same moment, which is as good.
-ResultCode MakeOneDirectory(const char16_t* path) {
+/// Creates one directory unless it exists, even if another process creates it at the same time.
+ResultCode EnsureDirectory(const char16_t* path) {
     if (IsPlainDirectory(path) == ResultOk) return ResultOk;
     const ResultCode code = MakeDirectory(path);
     return code == ResultAlreadyExists && IsPlainDirectory(path) == ResultOk ? ResultOk : code;
 }
 
-/// Makes one component of `path` after the other, from those on that begin at `lengthChars`. Where nothing is left to
-/// make, the whole path is looked at once, so that a link in its place is told.
-ResultCode MakeMissingParts(Text& path, std::size_t lengthChars) {
+/// Creates the directories of `path` after its existing first `lengthChars` characters. If nothing is missing, it still
+/// runs once for the whole path, which is an error if that is a link.
+ResultCode CreateMissingParts(Text& path, std::size_t lengthChars) {
     ResultCode code = ResultOk;
     do {
         const char16_t* position = path.data() + lengthChars;
         while (position != path.end() && IsSeparator(*position)) ++position;
         lengthChars = static_cast<std::size_t>(FirstComponentEnd(position, path.end()) - path.data());
-        code = MakeOneDirectory(CutPath(path, lengthChars).Part());
+        code = EnsureDirectory(ScopedTruncation(path, lengthChars).Path());
     } while (IsSuccess(code) && lengthChars < path.size());
     return code;
 }
@@ -98,30 +100,30 @@ ResultCode PathExists(const char16_t* path) {
     return code == ResultFileNotFound || code == ResultPathNotFound ? ResultFalse : code;
 }
 
-ResultCode IsPlainDirectory(const char16_t* path) { return HasFolderBits(path, platform::kAttributeDirectory); }
+ResultCode IsPlainDirectory(const char16_t* path) { return HasDirectoryBits(path, platform::kAttributeDirectory); }
 
 ResultCode IsLinkedDirectory(const char16_t* path) {
-    return HasFolderBits(path, platform::kAttributeDirectory | platform::kAttributeReparsePoint);
+    return HasDirectoryBits(path, platform::kAttributeDirectory | platform::kAttributeReparsePoint);
 }
 
-ResultCode MakeDirectory(const char16_t* path) { return ResultOf(platform::CreateDirectoryW(path, nullptr)); }
+ResultCode MakeDirectory(const char16_t* path) { return ResultOfCall(platform::CreateDirectoryW(path, nullptr)); }
 
 ResultCode CopyFileTo(const char16_t* source, const char16_t* target, bool failIfExists) {
-    return ResultOf(platform::CopyFileW(source, target, failIfExists));
+    return ResultOfCall(platform::CopyFileW(source, target, failIfExists));
 }
 
 ResultCode MoveFileTo(const char16_t* source, const char16_t* target) {
     constexpr std::uint32_t kFlags =
         platform::kMoveReplaceExisting | platform::kMoveCopyAllowed | platform::kMoveWriteThrough;
-    return ResultOf(platform::MoveFileExW(source, target, kFlags));
+    return ResultOfCall(platform::MoveFileExW(source, target, kFlags));
 }
 
-ResultCode RemoveFile(const char16_t* path) { return ResultOf(platform::DeleteFileW(path)); }
+ResultCode RemoveFile(const char16_t* path) { return ResultOfCall(platform::DeleteFileW(path)); }
 
 ResultCode CurrentDirectory(Text& target) { return FillFromSystem(platform::GetCurrentDirectoryW, target); }
 
 Text ToLongPath(std::u16string_view path) {
-    if (path.starts_with(kTwoBackslashes)) return Text(path);
+    if (path.starts_with(kTwoSeparators)) return Text(path);
     Text result;
     if (!IsAbsolutePath(path)) ThrowIfFail(kLongPathFile, kLongPathLine, CurrentDirectory(result));
     if (!HasDevicePrefix(result)) result.insert(0, kLongPrefix);
@@ -142,7 +144,7 @@ ResultCode CreateDirectories(std::u16string_view path) {
     }
     std::size_t existingChars = 0;
     const ResultCode code = FindExistingPart(text, existingChars);
-    return IsFailure(code) ? code : MakeMissingParts(text, existingChars);
+    return IsFailure(code) ? code : CreateMissingParts(text, existingChars);
 }
 
 }   // namespace ilk

@@ -1,3 +1,5 @@
+// Splits, joins and normalises the text of paths.
+
 #include <component/ilk/system/file/path.h>
 
 #include <algorithm>
@@ -7,10 +9,9 @@ namespace {
 
 using Position = const char16_t*;
 
-constexpr std::u16string_view kThisFolder = u".";
-constexpr std::u16string_view kFolderAbove = u"..";
-constexpr std::u16string_view kShareMark = u"UNC";
-constexpr std::u16string_view kTwoBackslashes = u"\\\\";
+constexpr std::u16string_view kCurrentDirectory = u".";
+constexpr std::u16string_view kParentDirectory = u"..";
+constexpr std::u16string_view kShareMarker = u"UNC";   // after a device prefix: server and share follow
 
 bool HasDrive(Position begin, Position end) { return end - begin >= 2 && begin[1] == u':'; }
 
@@ -18,30 +19,32 @@ bool HasDriveRoot(Position begin, Position end) {
     return end - begin >= 3 && HasDrive(begin, end) && IsSeparator(begin[2]);
 }
 
-/// Behind the last separator, or null where there is none.
-Position BehindLastSeparator(Position begin, Position end) {
+/// Returns the position after the last separator, or null if there is none.
+Position AfterLastSeparator(Position begin, Position end) {
     for (Position position = end; position != begin; --position) {
         if (IsSeparator(position[-1])) return position;
     }
     return nullptr;
 }
 
-/// Behind the separator at `position` and the component that follows it.
+/// Returns the position after the separator at `position` and the component that follows it.
 Position SkipSeparatorAndComponent(Position position, Position end) {
     return position == end ? end : FirstComponentEnd(position + 1, end);
 }
 
-/// Behind the root that follows a device prefix: a share, a drive's root or one component.
+/// Returns the position after the root that follows a device prefix: a share, a drive with a separator, or one
+/// component.
 Position SkipDeviceRoot(Position begin, Position end) {
-    if (std::u16string_view(begin, end).starts_with(kShareMark)) {
-        const Position behindMark = begin + kShareMark.size();
-        if (behindMark != end && IsSeparator(*behindMark)) {
-            return SkipSeparatorAndComponent(SkipSeparatorAndComponent(behindMark, end), end);
+    if (std::u16string_view(begin, end).starts_with(kShareMarker)) {
+        const Position markerEnd = begin + kShareMarker.size();
+        if (markerEnd != end && IsSeparator(*markerEnd)) {
+            return SkipSeparatorAndComponent(SkipSeparatorAndComponent(markerEnd, end), end);
         }
     }
     return HasDriveRoot(begin, end) ? begin + 3 : FirstComponentEnd(begin, end);
 }
 
+/// Returns the position after the root of a path: a drive with a separator, a share, or a device with its root.
 Position SkipRoot(Position begin, Position end) {
     if (begin == end || !IsSeparator(*begin)) return HasDriveRoot(begin, end) ? begin + 3 : begin;
     if (end - begin < 2 || !IsSeparator(begin[1])) return begin;
@@ -52,59 +55,59 @@ Position SkipRoot(Position begin, Position end) {
     return isDevice ? SkipDeviceRoot(serverEnd + 1, end) : FirstComponentEnd(serverEnd + 1, end);
 }
 
-/// Where the part of a path begins that may be normalised.
+/// Returns the start of the part that is normalised. A separator at the end of the root belongs to that part.
 Position SkipFixedPart(Position begin, Position end) {
-    if (std::u16string_view(begin, end).starts_with(kTwoBackslashes)) {
-        const Position behindRoot = SkipRoot(begin, end);
-        return behindRoot != begin && IsSeparator(behindRoot[-1]) ? behindRoot - 1 : behindRoot;
+    if (std::u16string_view(begin, end).starts_with(kTwoSeparators)) {
+        const Position rootEnd = SkipRoot(begin, end);
+        return rootEnd != begin && IsSeparator(rootEnd[-1]) ? rootEnd - 1 : rootEnd;
     }
     return HasDriveRoot(begin, end) ? begin + 2 : begin;
 }
 
-/// Packs the components of [begin, end) against `end`, the last one first, and gives the start of what it kept. That is
-/// never longer than what it was made from, so that it doesn't overrun what is still to be read.
+/// Normalises [begin, end) in place, from the last component to the first, and returns the start of the result, which
+/// ends at `end`. The result is never longer than the components that it replaces, so it doesn't overwrite unread ones.
 char16_t* CollapsePath(char16_t* begin, char16_t* end) {
     char16_t* kept = end;
     const auto keep = [&kept, end](std::u16string_view component) {
-        if (kept != end) *--kept = u'\\';
+        if (kept != end) *--kept = kSeparator;
         kept = std::copy_backward(component.begin(), component.end(), kept);
     };
     const bool isRooted = begin != end && IsSeparator(*begin);
-    std::size_t skip = 0;
+    std::size_t skip = 0;   // how many of the next components a ".." removes
     for (Position rest = end;;) {
-        const Position behindSeparator = BehindLastSeparator(begin, rest);
-        const Position start = behindSeparator != nullptr ? behindSeparator : begin;
+        const Position afterSeparator = AfterLastSeparator(begin, rest);
+        const Position start = afterSeparator != nullptr ? afterSeparator : begin;
         const std::u16string_view component(start, rest);
-        if (component == kFolderAbove) {
+        if (component == kParentDirectory) {
             ++skip;
-        } else if (!component.empty() && (component != kThisFolder || start == begin)) {
+        } else if (!component.empty() && (component != kCurrentDirectory || start == begin)) {
             if (skip == 0)
                 keep(component);
             else
                 --skip;
         }
-        if (behindSeparator == nullptr) break;
+        if (afterSeparator == nullptr) break;
         rest = start - 1;
     }
     if (isRooted) {
-        *--kept = u'\\';
+        *--kept = kSeparator;
         return kept;
     }
-    for (; skip > 0; --skip) keep(kFolderAbove);
+    for (; skip > 0; --skip) keep(kParentDirectory);
     return kept;
 }
 
 }   // namespace
 
 bool IsAbsolutePath(std::u16string_view path) {
-    return path.starts_with(kTwoBackslashes) || HasDriveRoot(path.data(), path.data() + path.size());
+    return path.starts_with(kTwoSeparators) || HasDriveRoot(path.data(), path.data() + path.size());
 }
 
 bool HasDevicePrefix(std::u16string_view path) { return path.starts_with(u"\\\\?\\") || path.starts_with(u"\\\\.\\"); }
 
 const char16_t* LastComponentStart(const char16_t* begin, const char16_t* end) {
-    const Position behindSeparator = BehindLastSeparator(begin, end);
-    if (behindSeparator != nullptr) return behindSeparator;
+    const Position afterSeparator = AfterLastSeparator(begin, end);
+    if (afterSeparator != nullptr) return afterSeparator;
     return HasDrive(begin, end) ? begin + 2 : begin;
 }
 
@@ -121,10 +124,10 @@ std::u16string_view ParentPath(std::u16string_view path) {
 
 void JoinPath(basic_string_t<char16_t>& target, std::u16string_view path) {
     if (path.empty()) return;
-    const bool isApart = target.empty() || IsSeparator(target[target.size() - 1]);
-    BlockHolder holder;   // the path may lie in the target
-    target.reserve_extra(&holder, path.size() + (isApart ? 0 : 1));
-    if (!isApart) target.append(u'\\');
+    const bool needsSeparator = !target.empty() && !IsSeparator(target[target.size() - 1]);
+    BlockHolder oldBlock;   // `path` may lie in `target`
+    target.reserve_extra(&oldBlock, path.size() + (needsSeparator ? 1 : 0));
+    if (needsSeparator) target.append(kSeparator);
     target.append(path);
 }
 
@@ -136,7 +139,7 @@ void NormalizePath(basic_string_t<char16_t>& target) {
     const char16_t* const kept = CollapsePath(begin + start, target.end());
     if (start == 0 && kept == target.end()) {
         target.erase(0);
-        target.append(kThisFolder);   // there is room: something stood here
+        target.append(kCurrentDirectory);   // doesn't allocate: the erased text was longer or as long
         return;
     }
     target.erase(start, static_cast<std::size_t>(kept - begin) - start);

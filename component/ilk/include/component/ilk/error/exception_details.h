@@ -1,4 +1,4 @@
-/// What the copies of one exception share.
+/// The part of an exception that its copies share.
 #pragma once
 
 #include <component/ilk/error/property_value.h>
@@ -17,10 +17,10 @@ using PropertyList = vector_t<Property>;   // in the order of first insertion
 
 struct ExceptionDetails {
     CompactString message;
-    CompactString text;   // of `what()`; empty until it is built
+    CompactString text;   // result of `what()`; empty until it is built
     StackTrace stack;
     PropertyList properties;
-    basic_string_t<char> reserved;   // part of the record; nothing fills it
+    basic_string_t<char> reserved;   // always empty
     std::atomic<std::uint32_t> references{1};
 };
 

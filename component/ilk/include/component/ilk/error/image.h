@@ -1,5 +1,5 @@
-/// Reading a loaded 32-bit Windows image: its size, and the identity by which its debug information is found. These
-/// look at the bytes they are given and at nothing else, so that no header can lead them astray.
+/// Reads the headers of a loaded 32-bit Windows image: its size, and the identity by which debuggers find its debug
+/// information. Offsets in the headers are checked: only bytes of the given span are read.
 #pragma once
 
 #include <component/ilk/error/result_code.h>
@@ -9,15 +9,17 @@
 
 namespace ilk {
 
-/// What is mapped of any loaded image, whatever its format.
-inline constexpr std::uint32_t kLeastImageBytes = 4096;
+/// This many bytes of a loaded image of any format can be read.
+inline constexpr std::uint32_t kMinImageBytes = 4096;
 
-/// The size of the image in memory, from its first bytes. `ResultInvalidSignature` if they aren't the headers of one.
+/// Stores the size of the image in memory, as its first bytes give it, in `sizeBytes`. Returns `ResultInvalidSignature`
+/// if they aren't the headers of such an image.
 [[nodiscard]] ResultCode ReadImageSize(std::span<const std::byte> head, std::uint32_t& sizeBytes);
 
-/// Puts the debug identity of a whole image into `id`: the identifier's text, a comma, the age in decimal. An image
-/// with too few data directories to have one is a success, with `id` left empty. Otherwise `ResultInvalidSignature`,
-/// also for a debug entry of another kind, or `ResultInvalidSize` for one that is too short or not in the image.
+/// Appends the debug identity of `image`, the whole image, to `id`: an identifier of 36 characters, a comma and the age
+/// in decimal. Returns `ResultOk` and appends nothing if the image has too few data directories for a debug directory,
+/// `ResultInvalidSignature` for a wrong header or another kind of debug entry, `ResultInvalidSize` for an entry that is
+/// too short or not in the image.
 [[nodiscard]] ResultCode ReadDebugIdentity(std::span<const std::byte> image, basic_string_t<char>& id);
 
 }   // namespace ilk

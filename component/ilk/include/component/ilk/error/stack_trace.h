@@ -1,4 +1,4 @@
-/// The call stack of a thread, and the modules that its frames lie in.
+/// Captures the call stack of a thread, finds the modules that its frames lie in, and prints both.
 #pragma once
 
 #include <component/ilk/error/result_code.h>
@@ -10,33 +10,43 @@
 namespace ilk {
 
 struct StackModule {
-    basic_string_t<char> name;   // the file's name without its directory
-    basic_string_t<char> id;     // its debug identity; empty if it can't have one
+    basic_string_t<char> name;   // file name without directory
+    basic_string_t<char> id;     // debug identity, see `image.h`; empty if the image has no debug directory
     std::uint64_t base = 0;      // load address
     std::uint64_t size = 0;      // bytes in memory
 };
 
 struct StackTrace {
     vector_t<std::uint64_t> frames;   // return addresses, innermost first
-    vector_t<StackModule> modules;    // sorted by `base`, each once
+    vector_t<StackModule> modules;    // sorted by `base`, without duplicates
 };
 
-/// The calling thread's stack without its innermost `skip` frames, of which `Capture` itself is the first. It is empty
-/// if `functions` can't walk a stack; a frame in a module that can't be told is kept without one. Throws
-/// `std::bad_alloc` without memory.
+/// Returns the calling thread's stack without its innermost `skip` frames, the first of which is `Capture` itself. At
+/// most 62 frames; none if `functions` lacks `RtlCaptureStackBackTrace`. A frame whose module can't be identified is
+/// kept. Throws `std::bad_alloc` without memory.
 [[nodiscard]] StackTrace Capture(std::uint32_t skip, const NtFunctions& functions = GetNtFunctions());
 
-/// Tells the module that `address` lies in. A failure means that there is none to be told; `base` and `size`, if they
-/// are set nevertheless, say for which addresses.
+/// Identifies the module that `address` lies in. After a failure a non-zero `size` means that the lookup fails for all
+/// addresses from `base` to `base + size`.
 using ModuleLookup = ResultCode (*)(std::uint64_t address, StackModule& module);
 
-/// Asks the system, and the image's headers where it is loaded.
+/// The `ModuleLookup` that reads the system's list of modules and the headers of the loaded image.
 [[nodiscard]] ResultCode LookUpModule(std::uint64_t address, StackModule& module);
 
-/// Fills in the modules of the trace's frames. Each module is looked up once, a refused one too if its size is known.
+/// Has the contract of `platform::GetModuleFileNameA`.
+using ModulePathFunction = std::uint32_t (*)(Handle module, char* path, std::uint32_t sizeBytes);
+
+/// Appends the file name of `module` to `name`. The buffer for the path starts at 260 bytes and is doubled, up to
+/// 32,768, while it is too small. Returns a system error number; 14 if the path needs more or there is no memory.
+[[nodiscard]] std::uint32_t ReadModuleName(Handle module, ModulePathFunction readPath,
+                                           basic_string_t<char>& name) noexcept;
+
+/// Fills `trace.modules` for the frames. `lookUp` runs once for each module, even for one whose lookup fails if it sets
+/// the size.
 void ResolveModules(StackTrace& trace, ModuleLookup lookUp);
 
-/// Appends one line for each frame: its number, then module, identity and offset, or the bare address.
+/// Appends one line for each frame: its number, then either module name, debug identity and offset in the module, or
+/// the address if the module is unknown.
 void PrintStack(const StackTrace& trace, CompactString& target);
 
 }   // namespace ilk

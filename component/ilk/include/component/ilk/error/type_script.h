@@ -1,15 +1,16 @@
-/// The scripts of structured values: what a `TypeLayout` can't say in its flags. A script runs over the value from its
-/// first byte to its last. It is read from the layout's `members` first and goes on at `script`, and is a series of
-/// entries, each an opcode of one byte and what belongs to it:
+/// Copying and destroying of values that have members with constructors. A `TypeLayout` describes such a value by a
+/// script: entries for all of its bytes, from the first to the last. The script starts in `members` and continues at
+/// `script`. An entry is an opcode of one byte and its operands:
 ///
-///     0  the end, which must come exactly behind the value's last byte
-///     1  plain bytes: their number
-///     2  narrow text, 3 wide text, 4 text of 32-bit characters: one `basic_string_t`
-///     5  a `PropertyValue`
+///     0  end; valid only after the value's last byte
+///     1  plain bytes; operand: how many
+///     2  `basic_string_t` of narrow characters, 3 of wide, 4 of 32-bit ones
+///     5  `PropertyValue`
 ///
-/// The opcodes 6 to 11 are for others to give a meaning to; here they are refused. A number has 7 bits in each byte,
-/// the lowest first; the top bit says that another byte follows. More than five bytes read as 0. A script is constant
-/// data of a module and is trusted to have its end; its offsets aren't trusted.
+/// An operand is a variable-length number: 7 bits a byte, lowest first, top bit set if another byte follows; one of
+/// more than five bytes counts as 0. A script with any other opcode, or with a member that is misaligned, empty or not
+/// wholly in the value, is invalid. Scripts are constants of a module: they are trusted to end, but not to fit the
+/// value.
 #pragma once
 
 #include <component/ilk/error/property_value.h>
@@ -25,12 +26,12 @@ enum class ScriptOpcode : std::uint8_t {
     Value = 5,
 };
 
-/// Copies the value at `source` into the raw memory at `target`. A copy that fails half-way leaves nothing behind: what
-/// a member threw passes through. `std::invalid_argument` for a script that isn't understood: neither value is touched
-/// then.
+/// Copies the value at `source` into the raw memory at `target`. If the copy of a member throws, the members copied
+/// before are destroyed and the exception passes on. Throws `std::invalid_argument` for an invalid script, before it
+/// reads or writes a value.
 void CopyByScript(const TypeLayout& layout, void* target, const void* source);
 
-/// Destroys the value's members. A script that isn't understood destroys nothing.
+/// Destroys the members of `value`; none if the script is invalid.
 void DestroyByScript(const TypeLayout& layout, void* value) noexcept;
 
 }   // namespace ilk

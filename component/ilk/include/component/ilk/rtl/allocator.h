@@ -1,6 +1,6 @@
-/// Where the containers take their blocks from: an `Allocator` held by reference, or the process heap where there is
-/// none. Nobody asks for an alignment: every block is aligned to two pointers, which does for any scalar. Allocating
-/// never throws; what a null block means is the caller's decision.
+/// Allocation for the containers of this library: from an `Allocator` that they hold by counted reference, or from the
+/// process heap if they have none. Every block is aligned to the size of two pointers. A failed allocation is a null
+/// block; nothing here throws.
 #pragma once
 
 #include <component/platform/memory.h>
@@ -9,7 +9,8 @@
 
 namespace ilk {
 
-/// The order of the operations is fixed: allocators come from other modules.
+/// The interface of an allocator. Other modules implement it, so the order of its functions is fixed. The reserved ones
+/// are never called here.
 class Allocator {
 public:
     virtual void AddReference() = 0;
@@ -20,10 +21,10 @@ public:
     virtual void Free(void* block) = 0;
 
 protected:
-    ~Allocator() = default;   // not virtual: it would take a slot; the last reference is the end of it
+    ~Allocator() = default;   // not virtual: that would add a slot. The last `ReleaseReference` destroys the object.
 };
 
-/// One counted reference to an `Allocator`; a null one stands for the process heap.
+/// A counted reference to an `Allocator`; null means the process heap.
 class AllocatorRef {
 public:
     AllocatorRef() = default;
@@ -53,8 +54,8 @@ private:
     Allocator* allocator = nullptr;
 };
 
-/// Owner of one block: of the one that a growing container has left, until what is copied from it has been copied, or
-/// of the new one, until its contents stand.
+/// Owner of one block while a container grows: of the old block, because the text to append may lie in it, or of the
+/// new block until its contents are complete.
 class BlockHolder {
 public:
     BlockHolder() = default;
@@ -64,14 +65,14 @@ public:
         if (block != nullptr) allocator.Free(block);
     }
 
-    /// Takes over one block; called once at most.
+    /// Takes ownership of `held`, which came from `from`. At most one call.
     void Hold(const AllocatorRef& from, void* held) noexcept {
         allocator = from;
         block = held;
     }
 
-    /// Leaves the block to whoever has taken it over.
-    void Drop() noexcept { block = nullptr; }
+    /// Gives up ownership without freeing the block.
+    void Detach() noexcept { block = nullptr; }
 
 private:
     AllocatorRef allocator;

@@ -1,5 +1,5 @@
-/// The string of this system: terminated text of 8, 16 or 32-bit characters, short ones inline. Sizes are 32 bits wide
-/// on every target. What throws leaves the string as it was. Not for two threads at once.
+/// The general string class: terminated text of 8, 16 or 32-bit characters, with short text stored inline. Sizes are 32
+/// bits wide on every target. A member that throws leaves the string unchanged. Not thread-safe.
 #pragma once
 
 #include <component/ilk/rtl/allocator.h>
@@ -24,35 +24,35 @@ public:
     static constexpr std::uint32_t npos = ~std::uint32_t{0};
     static constexpr std::uint32_t kInlineBytes = 16;
     static constexpr std::uint32_t kInlineCapacity = kInlineBytes / sizeof(char_type) - 1;
-    static constexpr std::uint32_t kLargestSize = 0xFFFFFFFF / sizeof(char_type) - 1;
+    static constexpr std::uint32_t kMaxSize = 0xFFFFFFFF / sizeof(char_type) - 1;
 
     basic_string_t() noexcept { Reset(); }
-    explicit basic_string_t(AllocatorRef source) noexcept : allocator_(std::move(source)) { Reset(); }
-    explicit basic_string_t(const char_type* text, AllocatorRef source = {})
-        : basic_string_t(text, Traits::length(text), std::move(source)) {}
-    explicit basic_string_t(view_type text, AllocatorRef source = {})
-        : basic_string_t(text.data(), text.size(), std::move(source)) {}
+    explicit basic_string_t(AllocatorRef allocator) noexcept : allocator_(std::move(allocator)) { Reset(); }
+    explicit basic_string_t(const char_type* text, AllocatorRef allocator = {})
+        : basic_string_t(text, Traits::length(text), std::move(allocator)) {}
+    explicit basic_string_t(view_type text, AllocatorRef allocator = {})
+        : basic_string_t(text.data(), text.size(), std::move(allocator)) {}
 
-    /// `std::length_error` for a `length` above the largest size; then `text` isn't looked at.
-    basic_string_t(const char_type* text, std::size_t length, AllocatorRef source = {})
-        : allocator_(std::move(source)) {
+    /// Throws `std::length_error` for a `length` above `kMaxSize`, before it reads `text`.
+    basic_string_t(const char_type* text, std::size_t length, AllocatorRef allocator = {})
+        : allocator_(std::move(allocator)) {
         Reset();
-        if (length > kLargestSize) ThrowLengthError("ilk::basic_string_t constructor");
+        if (length > kMaxSize) ThrowLengthError("ilk::basic_string_t constructor");
         if (length > kInlineCapacity) {
             capacity_ = static_cast<std::uint32_t>(length);
-            data_ = NewBlock(capacity_);
+            data_ = AllocateBlock(capacity_);
         }
         Traits::copy(data_, text, length);
         SetSize(static_cast<std::uint32_t>(length));
     }
 
-    /// The characters of `source` from `position` on, `count` at most. `std::out_of_range` for a position behind its
-    /// end.
+    /// Copies up to `count` characters of `source` from `position` on. Throws `std::out_of_range` for a position after
+    /// its end.
     basic_string_t(const basic_string_t& source, std::size_t position, std::size_t count)
-        : basic_string_t(source.Range(position, count, "ilk::basic_string_t constructor"), source.allocator_) {}
+        : basic_string_t(source.CheckedRange(position, count, "ilk::basic_string_t constructor"), source.allocator_) {}
 
     basic_string_t(const basic_string_t& source) : basic_string_t(source.view(), source.allocator_) {}
-    basic_string_t(basic_string_t&& source) noexcept { TakeFrom(source); }
+    basic_string_t(basic_string_t&& source) noexcept { MoveFrom(source); }
     basic_string_t& operator=(const basic_string_t& source) {
         if (this != &source) basic_string_t(source).swap(*this);
         return *this;
@@ -60,13 +60,13 @@ public:
     basic_string_t& operator=(basic_string_t&& source) noexcept {
         if (this != &source) {
             FreeBlock();
-            TakeFrom(source);
+            MoveFrom(source);
         }
         return *this;
     }
     ~basic_string_t() { FreeBlock(); }
 
-    /// Always terminated; writable up to `size()`.
+    /// The characters and a terminator; `size()` characters may be written.
     [[nodiscard]] char_type* data() noexcept { return data_; }
     [[nodiscard]] const char_type* data() const noexcept { return data_; }
     [[nodiscard]] std::uint32_t size() const noexcept { return size_; }
@@ -85,13 +85,13 @@ public:
         return basic_string_t(*this, position, count);
     }
 
-    /// The first position at or behind `from` that holds `character`, or `npos`.
+    /// Returns the first position of `character` that isn't before `from`, or `npos`.
     [[nodiscard]] std::uint32_t find(char_type character, std::size_t from = 0) const noexcept {
         const std::size_t position = view().find(character, from);
         return position != view_type::npos ? static_cast<std::uint32_t>(position) : npos;
     }
 
-    /// `text` may lie in this string, here and in the other members that take a text.
+    /// `text` may lie in this string; that holds for every member with a text argument.
     basic_string_t& append(const char_type* text, std::size_t count) {
         if (count > capacity_ - size_) return AppendGrowing(text, count);
         Traits::copy(data_ + size_, text, count);
@@ -102,24 +102,25 @@ public:
     basic_string_t& append(const char_type* text) { return append(text, Traits::length(text)); }
     basic_string_t& append(char_type character) { return append(&character, 1); }
 
-    /// `std::out_of_range` for a position behind the end of `source`; `count` is cut to what it has.
+    /// Appends up to `count` characters of `source` from `position` on. Throws `std::out_of_range` for a position after
+    /// its end.
     basic_string_t& append(const basic_string_t& source, std::size_t position, std::size_t count) {
-        return append(source.Range(position, count, "ilk::basic_string_t::append()"));
+        return append(source.CheckedRange(position, count, "ilk::basic_string_t::append()"));
     }
 
     basic_string_t& insert(std::size_t position, view_type text) {
-        static_cast<void>(Range(position, 0, "ilk::basic_string_t::insert()"));
-        const bool own = !std::less<>()(text.data(), data_) && std::less<>()(text.data(), data_ + size_);
-        const std::size_t offset = own ? static_cast<std::size_t>(text.data() - data_) : 0;
-        const char_type* const before = data_;
-        BlockHolder holder;
-        resize_extra_at(&holder, text.size(), static_cast<std::uint32_t>(position), 0);
+        static_cast<void>(CheckedRange(position, 0, "ilk::basic_string_t::insert()"));
+        const bool isInside = !std::less<>()(text.data(), data_) && std::less<>()(text.data(), data_ + size_);
+        const std::size_t offset = isInside ? static_cast<std::size_t>(text.data() - data_) : 0;
+        const char_type* const oldData = data_;
+        BlockHolder oldBlock;
+        resize_extra_at(&oldBlock, text.size(), static_cast<std::uint32_t>(position), 0);
         char_type* const gap = data_ + position;
-        if (!own || data_ != before) {
+        if (!isInside || data_ != oldData) {
             Traits::copy(gap, text.data(), text.size());
             return *this;
         }
-        // The text's part at and behind the position has moved up with the tail.
+        // `text` lies in this block: its part before `position` is in place, the rest has moved up by `text.size()`.
         const std::size_t head = offset < position ? std::min(text.size(), position - offset) : 0;
         Traits::copy(gap, data_ + offset, head);
         Traits::copy(gap + head, data_ + offset + head + text.size(), text.size() - head);
@@ -127,9 +128,9 @@ public:
     }
 
     void erase(std::size_t position, std::size_t count = npos) {
-        const view_type range = Range(position, count, "ilk::basic_string_t::erase()");
-        const std::size_t behind = position + range.size();
-        Traits::move(data_ + position, data_ + behind, size_ - behind);
+        const view_type range = CheckedRange(position, count, "ilk::basic_string_t::erase()");
+        const std::size_t rangeEnd = position + range.size();
+        Traits::move(data_ + position, data_ + rangeEnd, size_ - rangeEnd);
         SetSize(size_ - static_cast<std::uint32_t>(range.size()));
     }
 
@@ -141,37 +142,38 @@ public:
         SetSize(static_cast<std::uint32_t>(size));
     }
 
-    /// Empties the text and keeps its block.
+    /// Empties the string and keeps its block.
     void clear() noexcept { SetSize(0); }
 
     void swap(basic_string_t& other) noexcept {
         if (this == &other) return;
-        basic_string_t own(std::move(*this));
-        TakeFrom(other);
-        other.TakeFrom(own);
+        basic_string_t old(std::move(*this));
+        MoveFrom(other);
+        other.MoveFrom(old);
     }
 
-    /// Makes room for `extra` more characters. A `holder` gets the block that is left, which is freed otherwise.
+    /// Raises the capacity so that `extra` more characters fit. If the text moves to a new block, the old one goes to
+    /// `holder`, or is freed if `holder` is null.
     void reserve_extra(BlockHolder* holder, std::size_t extra) {
         if (extra <= capacity_ - size_) return;
         const std::uint32_t grown = GrownCapacity(extra, "ilk::basic_string_t::reserve_extra()");
-        char_type* const block = NewBlock(grown);
+        char_type* const block = AllocateBlock(grown);
         Traits::copy(block, data_, std::size_t{size_} + 1);
-        MoveInto(block, grown, holder);
+        ReplaceBlock(block, grown, holder);
     }
 
-    /// Makes the range of `count` characters at `position` longer by `extra`. What the range then holds is undefined:
-    /// the caller overwrites it. `position + count` is at most `size()`.
+    /// Lengthens the range of `count` characters at `position` by `extra`; `holder` as above. The range's contents are
+    /// undefined afterwards: the caller overwrites them. `position + count` must not exceed `size()`.
     void resize_extra_at(BlockHolder* holder, std::size_t extra, std::uint32_t position, std::uint32_t count) {
-        const std::size_t behind = std::size_t{position} + count;
+        const std::size_t rangeEnd = std::size_t{position} + count;
         if (extra > capacity_ - size_) {
             const std::uint32_t grown = GrownCapacity(extra, "ilk::basic_string_t::resize_extra_at");
-            char_type* const block = NewBlock(grown);
+            char_type* const block = AllocateBlock(grown);
             Traits::copy(block, data_, position);
-            Traits::copy(block + behind + extra, data_ + behind, size_ - behind);
-            MoveInto(block, grown, holder);
+            Traits::copy(block + rangeEnd + extra, data_ + rangeEnd, size_ - rangeEnd);
+            ReplaceBlock(block, grown, holder);
         } else {
-            Traits::move(data_ + behind + extra, data_ + behind, size_ - behind);
+            Traits::move(data_ + rangeEnd + extra, data_ + rangeEnd, size_ - rangeEnd);
         }
         SetSize(size_ + static_cast<std::uint32_t>(extra));
     }
@@ -189,24 +191,27 @@ private:
         data_[size] = char_type{};
     }
 
+    /// Makes the string empty and inline without freeing a block.
     void Reset() noexcept {
         data_ = inline_buffer_;
         capacity_ = kInlineCapacity;
         SetSize(0);
     }
 
-    [[nodiscard]] view_type Range(std::size_t position, std::size_t count, const char* refusal) const {
-        if (position > size_) ThrowOutOfRange(refusal);
+    [[nodiscard]] view_type CheckedRange(std::size_t position, std::size_t count, const char* message) const {
+        if (position > size_) ThrowOutOfRange(message);
         return {data_ + position, std::min(count, size_ - position)};
     }
 
-    [[nodiscard]] std::uint32_t GrownCapacity(std::size_t extra, const char* refusal) const {
-        if (extra > kLargestSize - size_) ThrowLengthError(refusal);
-        const std::uint32_t doubled = capacity_ > kLargestSize / 2 ? kLargestSize : capacity_ * 2;
+    /// Returns the capacity for `extra` more characters. Throws `std::length_error` with `message` if the size would
+    /// exceed `kMaxSize`.
+    [[nodiscard]] std::uint32_t GrownCapacity(std::size_t extra, const char* message) const {
+        if (extra > kMaxSize - size_) ThrowLengthError(message);
+        const std::uint32_t doubled = capacity_ > kMaxSize / 2 ? kMaxSize : capacity_ * 2;
         return std::max(size_ + static_cast<std::uint32_t>(extra), doubled);
     }
 
-    [[nodiscard]] char_type* NewBlock(std::uint32_t capacity) const {
+    [[nodiscard]] char_type* AllocateBlock(std::uint32_t capacity) const {
         void* const block = allocator_.Alloc((std::size_t{capacity} + 1) * sizeof(char_type));
         if (block == nullptr) ThrowBadAlloc();
         return static_cast<char_type*>(block);
@@ -216,7 +221,8 @@ private:
         if (!IsInline()) allocator_.Free(data_);
     }
 
-    void MoveInto(char_type* block, std::uint32_t capacity, BlockHolder* holder) noexcept {
+    /// Continues in `block`, which has the text already; the old block goes to `holder` as in `reserve_extra`.
+    void ReplaceBlock(char_type* block, std::uint32_t capacity, BlockHolder* holder) noexcept {
         if (holder != nullptr && !IsInline()) {
             holder->Hold(allocator_, data_);
         } else {
@@ -227,13 +233,13 @@ private:
     }
 
     basic_string_t& AppendGrowing(const char_type* text, std::size_t count) {
-        BlockHolder holder;
-        reserve_extra(&holder, count);
+        BlockHolder oldBlock;
+        reserve_extra(&oldBlock, count);
         return append(text, count);
     }
 
-    /// For a string that owns no block: takes over what `source` has, which becomes empty.
-    void TakeFrom(basic_string_t& source) noexcept {
+    /// Moves the text and the allocator of `source` here and empties `source`. This string must own no block.
+    void MoveFrom(basic_string_t& source) noexcept {
         allocator_ = std::move(source.allocator_);
         size_ = source.size_;
         capacity_ = source.capacity_;
@@ -253,14 +259,16 @@ private:
     char_type inline_buffer_[kInlineBytes / sizeof(char_type)];
 };
 
-/// Negative, zero or positive, by the order of the code units; the start of a longer text comes before it.
+/// Returns a negative number, zero or a positive number, by the order of the code units; a prefix comes first.
 [[nodiscard]] inline int Compare(std::string_view a, std::string_view b) noexcept { return a.compare(b); }
 [[nodiscard]] inline int Compare(std::u16string_view a, std::u16string_view b) noexcept { return a.compare(b); }
 [[nodiscard]] inline int Compare(std::u32string_view a, std::u32string_view b) noexcept { return a.compare(b); }
 
-static_assert(sizeof(void*) != 4 || sizeof(basic_string_t<char>) == 32, "part of records of fixed layout");
-static_assert(sizeof(void*) != 4 || sizeof(basic_string_t<char16_t>) == 32, "part of records of fixed layout");
-static_assert(sizeof(void*) != 4 || sizeof(basic_string_t<char32_t>) == 32, "part of records of fixed layout");
+static_assert(sizeof(void*) != 4 || sizeof(basic_string_t<char>) == 32, "other modules share records that contain it");
+static_assert(sizeof(void*) != 4 || sizeof(basic_string_t<char16_t>) == 32,
+              "other modules share records that contain it");
+static_assert(sizeof(void*) != 4 || sizeof(basic_string_t<char32_t>) == 32,
+              "other modules share records that contain it");
 
 extern template class basic_string_t<char>;
 extern template class basic_string_t<char16_t>;

@@ -1,5 +1,5 @@
-/// Narrow text that lies wholly inside: up to N characters and a terminator. The last byte is the number of free
-/// characters, so that a full text is terminated by it.
+/// A string of up to N narrow characters that never allocates. The last byte holds the number of free characters; in a
+/// full string it is 0 and serves as the terminator.
 #pragma once
 
 #include <component/ilk/rtl/throws.h>
@@ -11,21 +11,21 @@ namespace ilk {
 
 template <std::size_t N>
 class FixedText {
-    static_assert(N < 256, "the free room is one byte");
+    static_assert(N < 256, "the last byte holds the number of free characters");
 
 public:
     using value_type = char;
 
     FixedText() noexcept { SetSize(0); }
-    /// `std::bad_alloc` for more than N characters.
+    /// Throws `std::bad_alloc` for more than N characters.
     explicit FixedText(std::string_view text) : FixedText() { append(text); }
 
-    /// `std::bad_alloc`, and nothing appended, if it doesn't fit.
+    /// Throws `std::bad_alloc` and appends nothing if `text` doesn't fit.
     FixedText& append(std::string_view text) {
-        const std::size_t before = size();
-        if (text.size() > N - before) ThrowBadAlloc();
-        std::copy(text.begin(), text.end(), text_ + before);
-        SetSize(before + text.size());
+        const std::size_t oldSize = size();
+        if (text.size() > N - oldSize) ThrowBadAlloc();
+        std::copy(text.begin(), text.end(), text_ + oldSize);
+        SetSize(oldSize + text.size());
         return *this;
     }
     FixedText& append(char character) { return append(std::string_view(&character, 1)); }

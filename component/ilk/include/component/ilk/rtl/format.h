@@ -1,6 +1,6 @@
-/// Printing of numbers and texts into narrow and wide targets. A target is a class with `value_type` and `append` of
-/// one character: any of the string classes. What a target throws passes through, with what was printed before it in
-/// place.
+/// Formatted printing of numbers and texts. A target is any class with a `value_type` of `char` or `char16_t` and an
+/// `append` of one such character; the string classes are. If `append` throws, the exception passes on and the
+/// characters printed before stay in the target.
 #pragma once
 
 #include <component/ilk/rtl/conversions.h>
@@ -10,26 +10,27 @@
 
 namespace ilk {
 
-/// How one item is printed.
+/// The format of one printed item.
 struct FormatSpec {
-    std::uint32_t width = 0;       // the least number of characters
+    std::uint32_t width = 0;       // minimum number of characters
     std::uint32_t base = 10;       // of numbers; 2 to 36
-    std::int32_t precision = -1;   // the most characters of a text; negative: all of it
-    std::int32_t align = 1;        // positive: fill to the left; 0: between prefix and digits; negative: to the right
-    char32_t fill = U' ';          // not printed if it isn't one character of the target's width
-    bool show_base = false;        // "0x" and "0" before numbers of base 16 and 8
+    std::int32_t precision = -1;   // maximum number of characters of a text; negative: no limit
+    std::int32_t align = 1;        // positive: fill on the left; 0: between prefix and digits; negative: on the right
+    char32_t fill = U' ';          // omitted if it doesn't convert to one character of the target
+    bool show_base = false;        // print "0x" before a number in base 16, "0" in base 8
 };
 
 namespace detail {
 
-/// Room for 64 digits: a number in base 2.
+/// The digits of a 64-bit number in base 2 fit.
 struct DigitBuffer {
     char digits[64];
 };
-[[nodiscard]] std::string_view DigitsOf(std::uint64_t value, std::uint32_t base, DigitBuffer& buffer) noexcept;
-[[nodiscard]] std::string_view PrefixOf(bool minus, const FormatSpec& spec) noexcept;
+/// Returns the digits of `value`, lower-case; the view lies in `buffer`.
+[[nodiscard]] std::string_view ToDigits(std::uint64_t value, std::uint32_t base, DigitBuffer& buffer) noexcept;
+[[nodiscard]] std::string_view ChoosePrefix(bool isNegative, const FormatSpec& spec) noexcept;
 
-/// One character for a target of another width, or the same; false if it isn't one there.
+/// Converts a character to the target's width; false if the result isn't exactly one character.
 inline bool Convert(char from, char& to) noexcept { return (to = from, true); }
 inline bool Convert(char16_t from, char16_t& to) noexcept { return (to = from, true); }
 inline bool Convert(char from, char16_t& to) noexcept { return WidenCharacter(from, to); }
@@ -40,9 +41,9 @@ inline bool Convert(char32_t from, char16_t& to) noexcept {
     return to == from;
 }
 
-/// The characters of `text` up to the first one that `Convert` refuses.
+/// Returns `text` up to the first character for which `Convert` returns false.
 template <class To, class From>
-[[nodiscard]] std::basic_string_view<From> Convertible(std::basic_string_view<From> text) noexcept {
+[[nodiscard]] std::basic_string_view<From> ConvertiblePart(std::basic_string_view<From> text) noexcept {
     if constexpr (std::is_same_v<To, From>) return text;
     std::size_t count = 0;
     for (To to{}; count < text.size() && Convert(text[count], to);) ++count;
@@ -53,32 +54,33 @@ template <class Target, class From>
 void AppendConverted(Target& target, std::basic_string_view<From> text) {
     for (const From from : text) {
         typename Target::value_type to{};
-        static_cast<void>(Convert(from, to));   // the text is convertible
+        static_cast<void>(Convert(from, to));   // can't fail: every character of `text` is convertible
         target.append(to);
     }
 }
 
 template <class Target>
-void AppendFill(Target& target, const FormatSpec& spec, std::size_t used) {
+void AppendFill(Target& target, const FormatSpec& spec, std::size_t length) {
     typename Target::value_type fill{};
-    if (used >= spec.width || !Convert(spec.fill, fill)) return;
-    for (std::size_t count = spec.width - used; count != 0; --count) target.append(fill);
+    if (length >= spec.width || !Convert(spec.fill, fill)) return;
+    for (std::size_t count = spec.width - length; count != 0; --count) target.append(fill);
 }
 
 template <class Target, class From>
 void PrintItem(Target& target, const FormatSpec& spec, std::string_view prefix, std::basic_string_view<From> item) {
-    const std::size_t used = prefix.size() + item.size();
-    if (spec.align > 0) AppendFill(target, spec, used);
+    const std::size_t length = prefix.size() + item.size();
+    if (spec.align > 0) AppendFill(target, spec, length);
     AppendConverted(target, prefix);
-    if (spec.align == 0) AppendFill(target, spec, used);
+    if (spec.align == 0) AppendFill(target, spec, length);
     AppendConverted(target, item);
-    if (spec.align < 0) AppendFill(target, spec, used);
+    if (spec.align < 0) AppendFill(target, spec, length);
 }
 
-/// The terminated text at `text`, which is read no further than `precision`.
+/// Returns the text up to its terminator; with a `precision`, no character after that many is read.
 template <class From>
-[[nodiscard]] std::basic_string_view<From> TextAt(const From* text, std::int32_t precision) noexcept {
-    if (text == nullptr || precision < 0) return text == nullptr ? std::basic_string_view<From>() : text;
+[[nodiscard]] std::basic_string_view<From> MakeView(const From* text, std::int32_t precision) noexcept {
+    if (text == nullptr) return {};
+    if (precision < 0) return text;
     std::size_t count = 0;
     while (count < static_cast<std::size_t>(precision) && text[count] != From{}) ++count;
     return {text, count};
@@ -91,39 +93,32 @@ void PrintText(Target& target, const FormatSpec& spec, std::basic_string_view<Fr
         text = text.substr(0, static_cast<std::size_t>(spec.precision));
         text = text.substr(0, text.find(From{}));
     }
-    PrintItem(target, spec, {}, Convertible<typename Target::value_type>(text));
+    PrintItem(target, spec, {}, ConvertiblePart<typename Target::value_type>(text));
 }
 
 }   // namespace detail
 
-/// A negative number has a minus in base 10; in any other base it is the unsigned number of its width.
+/// Prints a number. In base 10 a negative number has a minus sign; in other bases it is printed as the unsigned number
+/// of the same width.
 template <class Target, std::integral Number>
 requires(sizeof(Number) == 4 || sizeof(Number) == 8) void Print(Target& target, const FormatSpec& spec, Number number) {
-    const bool minus = spec.base == 10 && number < Number{};
-    const auto bits = static_cast<std::make_unsigned_t<Number>>(number);
+    using Unsigned = std::make_unsigned_t<Number>;
+    const bool isNegative = spec.base == 10 && number < Number{};
+    const auto bits = static_cast<Unsigned>(number);
     detail::DigitBuffer buffer;
-    const std::string_view digits =
-        detail::DigitsOf(minus ? std::make_unsigned_t<Number>{} - bits : bits, spec.base, buffer);
-    detail::PrintItem(target, spec, detail::PrefixOf(minus, spec), digits);
+    const std::string_view digits = detail::ToDigits(isNegative ? Unsigned{} - bits : bits, spec.base, buffer);
+    detail::PrintItem(target, spec, detail::ChoosePrefix(isNegative, spec), digits);
 }
 
-/// A text of the other width goes out character by character, and ends at the first that isn't exactly one there. A
-/// null text prints nothing, no fill either.
-template <class Target>
-void Print(Target& target, const FormatSpec& spec, std::string_view text) {
+/// Prints a text. Text of the other width is converted character by character and ends before the first that doesn't
+/// convert to exactly one. With a `precision`, it also ends at a NUL. A null text prints nothing, not even fill.
+template <class Target, class From>
+void Print(Target& target, const FormatSpec& spec, std::basic_string_view<From> text) {
     detail::PrintText(target, spec, text);
 }
-template <class Target>
-void Print(Target& target, const FormatSpec& spec, std::u16string_view text) {
-    detail::PrintText(target, spec, text);
-}
-template <class Target>
-void Print(Target& target, const FormatSpec& spec, const char* text) {
-    detail::PrintText(target, spec, detail::TextAt(text, spec.precision));
-}
-template <class Target>
-void Print(Target& target, const FormatSpec& spec, const char16_t* text) {
-    detail::PrintText(target, spec, detail::TextAt(text, spec.precision));
+template <class Target, class From>
+void Print(Target& target, const FormatSpec& spec, const From* text) {
+    detail::PrintText(target, spec, detail::MakeView(text, spec.precision));
 }
 
 }   // namespace ilk

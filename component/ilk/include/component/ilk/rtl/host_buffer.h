@@ -1,4 +1,4 @@
-/// A block of bytes in host memory that grows and shrinks on request. Nothing here throws. Not for two threads at once.
+/// A resizable block of bytes in host memory. Nothing here throws. Not thread-safe.
 #pragma once
 
 #include <component/kernel/host_object.h>
@@ -7,27 +7,28 @@ namespace ilk {
 
 class HostBuffer {
 public:
-    /// In the place of a size: leave it, or take the present one.
+    /// As a size: the current one.
     static constexpr std::uint32_t kSameSize = ~std::uint32_t{0};
 
-    /// `systemFace` is the address of an object's `SystemFace` word, which must outlive the buffer; null stands for
-    /// that of `HostRoot`, which must be there then.
+    /// `systemFace` is the address of the `SystemFace` word of an object that outlives the buffer. Null means that of
+    /// `HostRoot`, which must not be null then.
     explicit HostBuffer(const kernel::MethodTable* systemFace = nullptr);
     HostBuffer(const HostBuffer&) = delete;
     HostBuffer& operator=(const HostBuffer&) = delete;
 
     virtual ~HostBuffer();
 
-    /// Makes room for `sizeBytes` and sets the size to it. A block that grows keeps its contents only with `keep`, and
-    /// is zero-filled otherwise. Returns the block; null if the host has no memory, and then the buffer is empty.
+    /// Sets the size to `sizeBytes` and grows the block if necessary. A block that grows keeps its contents if `keep`
+    /// is set and is zero-filled otherwise; one that is large enough stays. With `kSameSize` nothing changes. Returns
+    /// the block, or null if the host has no memory; the buffer is empty then.
     virtual void* Acquire(std::uint32_t sizeBytes, bool keep);
 
-    /// As `Acquire`, but a block that is too large is exchanged for one of exactly `sizeBytes`. For the
-    /// present capacity nothing changes, the size included. `kSameSize` and the number below it stand for the present
-    /// size; 0 is `Release`.
+    /// As `Acquire`, but a block larger than `sizeBytes` is replaced by one of exactly that size. If `sizeBytes` equals
+    /// the capacity, nothing changes, not even the size. `kSameSize` and `kSameSize - 1` mean the current size; 0
+    /// releases the block.
     virtual void* Fit(std::uint32_t sizeBytes, bool keep);
 
-    /// Gives the block back.
+    /// Frees the block and empties the buffer.
     virtual void Release();
 
     [[nodiscard]] void* data() const { return data_; }
@@ -35,7 +36,7 @@ public:
     [[nodiscard]] std::uint32_t capacity() const { return capacity_; }
 
 private:
-    void Exchange(std::uint32_t sizeBytes, bool keep);
+    void Reallocate(std::uint32_t sizeBytes, bool keep);
 
     void* data_ = nullptr;
     std::uint32_t size_ = 0;

@@ -1,4 +1,5 @@
-/// The throws of the containers, out of line so that their hot paths stay small and their headers light.
+/// Functions that throw for the containers. They are out of line, which keeps the containers' inlined code small and
+/// <stdexcept> out of their headers.
 #pragma once
 
 namespace ilk {

@@ -1,5 +1,5 @@
-/// A growing array. What throws leaves it as it was, whichever constructor threw; that doesn't hold for the move of a
-/// type that can't be copied. Sizes are 32 bits wide on every target. Not for two threads at once.
+/// A growing array. A member that throws leaves it unchanged, unless the move of a non-copyable element throws.
+/// Sizes are 32 bits wide on every target. Not thread-safe.
 #pragma once
 
 #include <component/ilk/rtl/allocator.h>
@@ -15,26 +15,27 @@ namespace ilk {
 
 template <class T>
 class vector_t {
-    static_assert(alignof(T) <= 2 * sizeof(void*), "what every block is aligned to");
+    static_assert(alignof(T) <= 2 * sizeof(void*), "blocks have no stricter alignment");
 
-    /// Elements that move without throwing can be put in their places after the new ones stand.
-    static constexpr bool kMovesInPlace = std::is_nothrow_move_constructible_v<T> && std::is_nothrow_swappable_v<T>;
+    /// Whether an insertion into spare capacity may append the new elements and rotate them into position: the rotation
+    /// must not throw.
+    static constexpr bool kCanRotate = std::is_nothrow_move_constructible_v<T> && std::is_nothrow_swappable_v<T>;
 
 public:
     using value_type = T;
 
-    static constexpr std::uint32_t kLargestSize = 0xFFFFFFFF / sizeof(T);
-    static constexpr std::uint32_t kLeastCapacity = 4;
+    static constexpr std::uint32_t kMaxSize = 0xFFFFFFFF / sizeof(T);
+    static constexpr std::uint32_t kMinCapacity = 4;
 
     vector_t() noexcept = default;
-    explicit vector_t(AllocatorRef source) noexcept : allocator_(std::move(source)) {}
-    explicit vector_t(std::size_t count, AllocatorRef source = {}) : vector_t(std::move(source)) {
-        if (count > kLargestSize) ThrowLengthError("construct");
-        ExtendBy(count, static_cast<std::uint32_t>(count), [](T* at) { std::construct_at(at); });
+    explicit vector_t(AllocatorRef allocator) noexcept : allocator_(std::move(allocator)) {}
+    explicit vector_t(std::size_t count, AllocatorRef allocator = {}) : vector_t(std::move(allocator)) {
+        if (count > kMaxSize) ThrowLengthError("construct");
+        AppendElements(count, static_cast<std::uint32_t>(count), [](T* at) { std::construct_at(at); });
     }
     vector_t(const vector_t& source) : vector_t(source.allocator_) {
         const T* from = source.begin_;
-        ExtendBy(source.size(), source.size(), [&from](T* at) { std::construct_at(at, *from++); });
+        AppendElements(source.size(), source.size(), [&from](T* at) { std::construct_at(at, *from++); });
     }
     vector_t(vector_t&& source) noexcept { swap(source); }
     vector_t& operator=(const vector_t& source) {
@@ -57,33 +58,31 @@ public:
     [[nodiscard]] T& operator[](std::size_t index) noexcept { return begin_[index]; }
     [[nodiscard]] const T& operator[](std::size_t index) const noexcept { return begin_[index]; }
 
-    /// Makes room for `count` elements in all.
+    /// Raises the capacity to at least `count` elements.
     void reserve(std::size_t count) {
-        if (count > kLargestSize) ThrowLengthError("vector::reserve");
+        if (count > kMaxSize) ThrowLengthError("vector::reserve");
         if (count > capacity()) InsertInNewBlock(size(), 0, static_cast<std::uint32_t>(count), [](T*) {});
     }
 
-    /// `element` and the ranges may lie in this vector.
-    void append(const T& element) {
-        CheckRoom(1, "vector::append");
-        ExtendBy(1, GrownCapacity(1), [&element](T* at) { std::construct_at(at, element); });
-    }
+    /// `element` and the range may lie in this vector; that holds for `insert` too.
+    void append(const T& element) { append(&element, 1); }
     void append(T&& element) {
-        CheckRoom(1, "vector::append");
-        ExtendBy(1, GrownCapacity(1), [&element](T* at) { std::construct_at(at, std::move(element)); });
+        AppendElements(1, GrownCapacity(1, "vector::append"),
+                       [&element](T* at) { std::construct_at(at, std::move(element)); });
     }
     void append(const T* first, std::size_t count) {
-        CheckRoom(count, "vector::append");
-        ExtendBy(count, GrownCapacity(count), [first](T* at) mutable { std::construct_at(at, *first++); });
+        AppendElements(count, GrownCapacity(count, "vector::append"),
+                       [first](T* at) mutable { std::construct_at(at, *first++); });
     }
 
-    /// Puts copies of `count` elements from `first` on before `place`, which lies in this vector or is its end.
-    void insert(const T* place, const T* first, std::size_t count) {
-        InsertBy(place, count, [first](T* at) mutable { std::construct_at(at, *first++); });
+    /// Inserts copies of the `count` elements at `first` before `position`, which points into this vector or to its
+    /// end.
+    void insert(const T* position, const T* first, std::size_t count) {
+        InsertElements(position, count, [first](T* at) mutable { std::construct_at(at, *first++); });
     }
-    void insert(const T* place, const T& element) { insert(place, &element, 1); }
-    void insert(const T* place, T&& element) {
-        InsertBy(place, 1, [&element](T* at) { std::construct_at(at, std::move(element)); });
+    void insert(const T* position, const T& element) { insert(position, &element, 1); }
+    void insert(const T* position, T&& element) {
+        InsertElements(position, 1, [&element](T* at) { std::construct_at(at, std::move(element)); });
     }
 
     void clear() noexcept {
@@ -99,7 +98,7 @@ public:
     }
 
 private:
-    /// Elements that are being built one behind the other; destroys them if it dies before they are kept.
+    /// Constructs elements one after another in raw memory. The destructor destroys those that weren't committed.
     class Builder {
     public:
         explicit Builder(T* at) noexcept : first(at), last(at) {}
@@ -107,14 +106,15 @@ private:
         Builder& operator=(const Builder&) = delete;
         ~Builder() { std::destroy(first, last); }
 
-        template <class Make>
-        void Build(std::size_t count, Make& make) {
-            for (; count != 0; --count, ++last) make(last);
+        template <class Construct>
+        void Build(std::size_t count, Construct& construct) {
+            for (; count != 0; --count, ++last) construct(last);
         }
         void MoveFrom(T* from, T* to) {
             for (; from != to; ++from, ++last) std::construct_at(last, std::move_if_noexcept(*from));
         }
-        T* Keep() noexcept {
+        /// Leaves the elements to the vector and returns the address after the last one.
+        T* Commit() noexcept {
             first = last;
             return last;
         }
@@ -124,58 +124,58 @@ private:
         T* last;
     };
 
-    void CheckRoom(std::size_t extra, const char* refusal) const {
-        if (extra > kLargestSize - size()) ThrowLengthError(refusal);
-    }
-
-    /// The capacity for `extra` more elements, which have passed `CheckRoom`; the present one if they fit.
-    [[nodiscard]] std::uint32_t GrownCapacity(std::size_t extra) const noexcept {
+    /// Returns the capacity for `extra` more elements; the current one if they fit. Throws `std::length_error` with
+    /// `message` if the size would exceed `kMaxSize`.
+    [[nodiscard]] std::uint32_t GrownCapacity(std::size_t extra, const char* message) const {
+        if (extra > kMaxSize - size()) ThrowLengthError(message);
         if (extra <= static_cast<std::size_t>(capacity_end_ - end_)) return capacity();
         const std::uint32_t count = size();
-        if (extra > count) return std::max(count + static_cast<std::uint32_t>(extra), kLeastCapacity);
-        return std::max(count > kLargestSize / 2 ? kLargestSize : count * 2, kLeastCapacity);
+        if (extra > count) return std::max(count + static_cast<std::uint32_t>(extra), kMinCapacity);
+        return std::max(count > kMaxSize / 2 ? kMaxSize : count * 2, kMinCapacity);
     }
 
-    template <class Make>
-    void ExtendBy(std::size_t extra, std::uint32_t capacityNeeded, Make make) {
-        if (capacityNeeded > capacity()) return InsertInNewBlock(size(), extra, capacityNeeded, make);
+    /// Appends `extra` elements; `construct` constructs the next one at the address it gets.
+    template <class Construct>
+    void AppendElements(std::size_t extra, std::uint32_t capacityNeeded, Construct construct) {
+        if (capacityNeeded > capacity()) return InsertInNewBlock(size(), extra, capacityNeeded, construct);
         Builder added(end_);
-        added.Build(extra, make);
-        end_ = added.Keep();
+        added.Build(extra, construct);
+        end_ = added.Commit();
     }
 
-    template <class Make>
-    void InsertBy(const T* place, std::size_t extra, Make make) {
-        CheckRoom(extra, "vector::insert");
-        const auto index = static_cast<std::uint32_t>(place - begin_);
-        const std::uint32_t capacityNeeded = GrownCapacity(extra);
-        if (index == size()) return ExtendBy(extra, capacityNeeded, make);
-        if constexpr (kMovesInPlace) {
+    /// As above, but inserts the elements before `position`.
+    template <class Construct>
+    void InsertElements(const T* position, std::size_t extra, Construct construct) {
+        const auto index = static_cast<std::uint32_t>(position - begin_);
+        const std::uint32_t capacityNeeded = GrownCapacity(extra, "vector::insert");
+        if (index == size()) return AppendElements(extra, capacityNeeded, construct);
+        if constexpr (kCanRotate) {
             if (capacityNeeded == capacity()) {
                 T* const oldEnd = end_;
-                ExtendBy(extra, capacityNeeded, make);
+                AppendElements(extra, capacityNeeded, construct);
                 std::rotate(begin_ + index, oldEnd, end_);
                 return;
             }
         }
-        InsertInNewBlock(index, extra, capacityNeeded, make);
+        InsertInNewBlock(index, extra, capacityNeeded, construct);
     }
 
-    /// Builds the new elements first, where they belong in a new block, and then moves the old ones around them.
-    template <class Make>
-    void InsertInNewBlock(std::uint32_t index, std::size_t extra, std::uint32_t capacityNeeded, Make make) {
+    /// Constructs the new elements at their final position in a new block before it moves the old ones there: the new
+    /// ones may be copies of old ones.
+    template <class Construct>
+    void InsertInNewBlock(std::uint32_t index, std::size_t extra, std::uint32_t capacityNeeded, Construct construct) {
         T* const block = static_cast<T*>(allocator_.Alloc(capacityNeeded * sizeof(T)));
         if (block == nullptr) ThrowBadAlloc();
-        BlockHolder holder;
-        holder.Hold(allocator_, block);
+        BlockHolder newBlock;
+        newBlock.Hold(allocator_, block);
         Builder added(block + index), head(block), tail(block + index + extra);
-        added.Build(extra, make);
+        added.Build(extra, construct);
         head.MoveFrom(begin_, begin_ + index);
         tail.MoveFrom(begin_ + index, end_);
-        added.Keep();
-        head.Keep();
-        T* const newEnd = tail.Keep();
-        holder.Drop();
+        added.Commit();
+        head.Commit();
+        T* const newEnd = tail.Commit();
+        newBlock.Detach();
         Destroy();
         begin_ = block;
         end_ = newEnd;

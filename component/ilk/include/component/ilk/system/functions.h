@@ -1,6 +1,6 @@
-/// Functions of the system that are bound by name, since not every system has them. An entry without a function is
-/// null; its user tests it and does without. Both tables are filled during static initialisation, at the latest when
-/// they are first asked for, and never change: they need no lock.
+/// Two tables of system functions that are looked up by name, because some versions of the system lack them. An entry
+/// is null if its function is missing; callers check for that. Both tables are filled during static initialisation, or
+/// by the first call that needs them if that is earlier, and never change: they need no lock.
 #pragma once
 
 #include <component/platform/modules.h>
@@ -10,7 +10,7 @@ namespace ilk {
 using platform::Handle;
 using platform::SystemFunction;
 
-/// Records of the system that nothing here looks into are passed as `void*`.
+/// Parameters of system types that this project doesn't define are `void*`.
 struct NtFunctions {
     SystemFunction<std::int32_t(Handle process)> NtSuspendProcess;
     SystemFunction<std::int32_t(Handle process)> NtResumeProcess;
@@ -63,10 +63,10 @@ struct KernelFunctions {
     SystemFunction<Handle(Handle file, std::uint32_t access, std::uint32_t share, std::uint32_t flags)> ReOpenFile;
 };
 
-/// The functions of "ntdll.dll".
+/// Returns the functions of "ntdll.dll".
 [[nodiscard]] const NtFunctions& GetNtFunctions();
 
-/// The functions of "kernel32.dll".
+/// Returns the functions of "kernel32.dll".
 [[nodiscard]] const KernelFunctions& GetKernelFunctions();
 
 }   // namespace ilk

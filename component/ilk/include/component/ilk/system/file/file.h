@@ -1,4 +1,4 @@
-/// One open file, and the system's numbers under this library's names. Nothing here retries or locks.
+/// An open file, and the numbers by which it is opened, which differ from the system's. Nothing here retries or locks.
 #pragma once
 
 #include <component/ilk/error/result_code.h>
@@ -6,7 +6,7 @@
 
 namespace ilk {
 
-/// Bits of `access`: what the opener does, and what it lets others do meanwhile.
+/// Bits of `access`: what this handle is used for, and what other handles to the file may do meanwhile.
 inline constexpr std::uint32_t kFileRead = 0x00000001;
 inline constexpr std::uint32_t kFileWrite = 0x00000002;
 inline constexpr std::uint32_t kFileExecute = 0x00000004;
@@ -15,14 +15,14 @@ inline constexpr std::uint32_t kFileShareRead = 0x00010000;
 inline constexpr std::uint32_t kFileShareWrite = 0x00020000;
 inline constexpr std::uint32_t kFileShareDelete = 0x00040000;
 
-/// Numbers of `creation`: what happens to a file that is there, and to one that isn't. The system refuses all others.
+/// Values of `creation`: what to do if the file exists and if it doesn't. The system rejects any other number.
 inline constexpr std::uint32_t kFileCreateAlways = 1;
 inline constexpr std::uint32_t kFileCreateNew = 2;
 inline constexpr std::uint32_t kFileOpenAlways = 3;
 inline constexpr std::uint32_t kFileOpenExisting = 4;
 inline constexpr std::uint32_t kFileTruncateExisting = 5;
 
-/// Bits of `flags`: attributes of a file that is made, and hints.
+/// Bits of `flags`: attributes of a created file, and hints to the system.
 inline constexpr std::uint32_t kFileReadOnly = 0x00000001;
 inline constexpr std::uint32_t kFileArchive = 0x00000002;
 inline constexpr std::uint32_t kFileHidden = 0x00000004;
@@ -32,8 +32,8 @@ inline constexpr std::uint32_t kFileRandomAccess = 0x00020000;
 inline constexpr std::uint32_t kFileSequentialScan = 0x00040000;
 inline constexpr std::uint32_t kFileBackupSemantics = 0x00080000;
 
-/// Owner of one open file handle; the destructor closes it. Not for two threads at once.
-/// Every member gives 0 or the system's error as a code, `ResultInvalidHandle` while closed.
+/// Owner of one open file handle; the destructor closes it. Not thread-safe. Every member returns `ResultOk` or the
+/// code of the system's error, which is `ResultInvalidHandle` while no file is open.
 class File {
 public:
     File() = default;
@@ -41,34 +41,34 @@ public:
     File& operator=(const File&) = delete;
     ~File();
 
-    /// Closes what it owned, then opens `path`. A failure leaves it closed.
+    /// Closes the open file, if any, then opens `path`. After a failure no file is open.
     [[nodiscard]] ResultCode Open(const char16_t* path, std::uint32_t access, std::uint32_t creation,
                                   std::uint32_t flags);
 
-    /// As `Open` with write access, no sharing and `kFileCreateAlways`, for the temporary file at `path` that is moved
-    /// to `original` later; `platform::CreateReplacementFile` tells what `original` and `backup` are for. The name
-    /// stays reserved for this object after `Close`, until it is destroyed or opens another file.
+    /// As `Open` with write access, no sharing and `kFileCreateAlways`, for a temporary file at `path` that is moved to
+    /// `original` later; `platform::CreateReplacementFile` describes `original` and `backup`. The name stays reserved
+    /// for this object after `Close`, until the object is destroyed or opens another file.
     [[nodiscard]] ResultCode OpenReplacement(const char16_t* path, const char16_t* original, const char16_t* backup);
 
-    /// One call of the system at the file's position. `done` gets the bytes moved, and only on success. Fewer than
-    /// `size` are a success: the caller compares.
+    /// Reads or writes up to `size` bytes at the file's position with one system call. On success, `done` is set to the
+    /// number of bytes, which may be less than `size`; on failure it is unchanged.
     [[nodiscard]] ResultCode Read(void* buffer, std::uint32_t size, std::uint32_t& done);
     [[nodiscard]] ResultCode Write(const void* buffer, std::uint32_t size, std::uint32_t& done);
 
-    /// `sizeBytes` is set on success only.
+    /// Sets `sizeBytes` on success only.
     [[nodiscard]] ResultCode GetSize(std::uint64_t& sizeBytes) const;
 
-    /// After a success what was written is on the disk.
+    /// After a success all written data is on the disk.
     [[nodiscard]] ResultCode Flush();
 
-    /// A closed one stays closed and gives 0.
+    /// `ResultOk` if no file is open.
     ResultCode Close();
 
 private:
     void CloseAll();
 
     platform::Handle handle = platform::kInvalidHandle;
-    platform::Handle reservation = platform::kInvalidHandle;   // of the name of a replacement
+    platform::Handle reservation = platform::kInvalidHandle;   // reserves the name of a replacement
 };
 
 }   // namespace ilk

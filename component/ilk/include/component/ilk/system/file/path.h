@@ -1,35 +1,40 @@
-/// The text of paths, without a look at the disk. Both separators are read, backslashes are written.
+/// Functions on the text of paths; none of them accesses the file system. Backslash and slash are separators in every
+/// argument; results are written with backslashes.
 #pragma once
 
 #include <component/ilk/rtl/basic_string.h>
 
 namespace ilk {
 
-[[nodiscard]] constexpr bool IsSeparator(char16_t character) { return character == u'\\' || character == u'/'; }
+inline constexpr char16_t kSeparator = u'\\';
+inline constexpr std::u16string_view kTwoSeparators = u"\\\\";
 
-/// Two backslashes in front, or a drive with a separator behind it. The letter of the drive isn't looked at.
+[[nodiscard]] constexpr bool IsSeparator(char16_t character) { return character == kSeparator || character == u'/'; }
+
+/// True if `path` starts with two backslashes, or with a drive and a separator. Any character counts as a drive letter.
 [[nodiscard]] bool IsAbsolutePath(std::u16string_view path);
 
-/// In front is `\\?\` or `\\.\`, in backslashes.
+/// True if `path` starts with `\\?\` or `\\.\`.
 [[nodiscard]] bool HasDevicePrefix(std::u16string_view path);
 
-/// Where the last component starts: behind the last separator, else behind a drive, else at `begin`.
+/// Returns the start of the last component: the position after the last separator, otherwise after the drive, otherwise
+/// `begin`.
 [[nodiscard]] const char16_t* LastComponentStart(const char16_t* begin, const char16_t* end);
 
-/// The first separator, or `end`.
+/// Returns the first separator, or `end`.
 [[nodiscard]] const char16_t* FirstComponentEnd(const char16_t* begin, const char16_t* end);
 
-/// `path` without its last component and one separator in front of that. A root stays, and so does the separator of a
-/// drive's root: the parent of `C:\` is `C:\`.
+/// Returns `path` without its last component and the separator before that. The separator of a root stays: the parent
+/// of `C:\` is `C:\`.
 [[nodiscard]] std::u16string_view ParentPath(std::u16string_view path);
 
-/// Appends `path` to `target` with a backslash between them where one is missing. An empty `path` changes nothing.
-/// Throws what the string throws, and then `target` is as it was.
+/// Appends `path` to `target`, with a backslash between them unless `target` is empty or ends in a separator. An empty
+/// `path` changes nothing. Throws what the string throws; `target` is unchanged then.
 void JoinPath(basic_string_t<char16_t>& target, std::u16string_view path);
 
-/// Takes ".", ".." and repeated separators out of `target`, as far as the text alone can tell, and turns the separators
-/// behind its root. A drive without a separator behind it is no root, but stays if there is nothing else. What is left
-/// of nothing is ".".
+/// Resolves "." and ".." in the text of `target`, removes repeated and trailing separators and turns slashes after the
+/// root into backslashes. A drive without a separator isn't a root, but `C:` alone is unchanged. If no component is
+/// left, `target` becomes ".".
 void NormalizePath(basic_string_t<char16_t>& target);
 
 }   // namespace ilk

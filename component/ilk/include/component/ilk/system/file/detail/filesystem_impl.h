@@ -1,5 +1,6 @@
-/// The system's calls on paths. The first group hands the path on as it is; `CreateDirectories` alone takes its long
-/// form. Each gives 0 or the system's error as a code, unless it says otherwise. Nothing here retries or locks.
+/// File system calls on paths. Unless stated otherwise, a function returns `ResultOk` or the code of the system's
+/// error. Only `CreateDirectories` converts its path to the long form; all others pass it to the system as it is.
+/// Nothing here retries or locks.
 #pragma once
 
 #include <component/ilk/error/result_code.h>
@@ -9,66 +10,67 @@
 
 namespace ilk {
 
-/// `attributes` is set on success only.
+/// Sets `attributes` on success only.
 [[nodiscard]] ResultCode GetAttributes(const char16_t* path, std::uint32_t& attributes);
 
-/// 0 if something has that name, 1 if nothing has, also for want of a folder on the way.
+/// Returns `ResultOk` if `path` exists, `ResultFalse` if it or a directory on the way to it doesn't.
 [[nodiscard]] ResultCode PathExists(const char16_t* path);
 
-/// 0 for a folder that is no link, 1 for anything else that is there.
+/// Returns `ResultOk` for a directory that isn't a link, `ResultFalse` for anything else that exists.
 [[nodiscard]] ResultCode IsPlainDirectory(const char16_t* path);
 
-/// 0 for a link to a folder, 1 for anything else that is there.
+/// Returns `ResultOk` for a link to a directory, `ResultFalse` for anything else that exists.
 [[nodiscard]] ResultCode IsLinkedDirectory(const char16_t* path);
 
 [[nodiscard]] ResultCode MakeDirectory(const char16_t* path);
 
-/// `ResultAlreadyExists` for a target that is there, with `failIfExists`.
+/// With `failIfExists`, returns `ResultAlreadyExists` if the target exists; otherwise replaces it.
 [[nodiscard]] ResultCode CopyFileTo(const char16_t* source, const char16_t* target, bool failIfExists);
 
-/// Replaces the target, copies across volumes, and after a success the new name is on the disk.
+/// Moves `source` over `target`, across volumes by copying. After a success the new name is on the disk.
 [[nodiscard]] ResultCode MoveFileTo(const char16_t* source, const char16_t* target);
 
 [[nodiscard]] ResultCode RemoveFile(const char16_t* path);
 
-/// The process's current folder; `target` is set on success only.
+/// Sets `target` to the process's current directory, on success only.
 [[nodiscard]] ResultCode CurrentDirectory(basic_string_t<char16_t>& target);
 
-/// The form of `path` that the system takes at any length: absolute, normalised, with the long prefix. A path with two
-/// backslashes in front comes back as it is. Throws what strings throw, and a `ResultCodeException` where the current
-/// folder can't be told.
+/// Returns `path` in the form that the system accepts at any length: absolute, normalised, with the prefix `\\?\`. A
+/// path that starts with two backslashes is returned unchanged. Throws what strings throw, and a `ResultCodeException`
+/// if the current directory can't be read.
 [[nodiscard]] basic_string_t<char16_t> ToLongPath(std::u16string_view path);
 
-/// Makes the folder and those that are missing on the way; what is there already is a success. Folders made before a
-/// failure stay. `ResultInvalidArgument` for an empty path, `ResultInvalidPathName` where something else than a folder
-/// has the name, `ResultPathNotFound` where the root is missing, `ResultAlreadyExists` for a link to a folder.
+/// Creates a directory and its missing parents; an existing directory is a success. Directories created before a
+/// failure stay. Returns `ResultInvalidArgument` for an empty path, `ResultInvalidPathName` if a part of the path isn't
+/// a directory, `ResultPathNotFound` if its root doesn't exist, `ResultAlreadyExists` if `path` is a link to a
+/// directory.
 [[nodiscard]] ResultCode CreateDirectories(std::u16string_view path);
 
-/// Runs a system function that takes the room in characters and the buffer, and gives the length of the text or, above
-/// the room, the room it needs; 0 is its failure. Asks again with that room, five times in all, then gives up with
-/// `ResultUnspecifiedError`. `target` is set on success only.
+/// Sets `target` to the text that a system function stores in a buffer, on success only. `function(capacity, buffer)`
+/// returns the length of the text, or the needed capacity if that is larger than the given one, or 0 on failure. It is
+/// called up to five times, each time with the capacity that it needed before; then `ResultUnspecifiedError`.
 template <class Function>
 [[nodiscard]] ResultCode FillFromSystem(Function function, basic_string_t<char16_t>& target) {
-    constexpr std::uint32_t kFirstRoomChars = 260;
-    constexpr int kPasses = 5;
-    basic_string_t<char16_t> work;
-    std::uint32_t roomChars = kFirstRoomChars;
-    for (int pass = 0; pass < kPasses; ++pass) {
+    constexpr std::uint32_t kInitialCapacityChars = 260;
+    constexpr int kMaxCalls = 5;
+    basic_string_t<char16_t> text;
+    std::uint32_t capacityChars = kInitialCapacityChars;
+    for (int call = 0; call < kMaxCalls; ++call) {
         try {
-            work.resize(roomChars);
+            text.resize(capacityChars);
         } catch (const std::bad_alloc&) {
             return ResultOutOfMemory;
         } catch (...) {
             return ResultUnspecifiedError;
         }
-        const std::uint32_t lengthChars = function(roomChars, work.data());
+        const std::uint32_t lengthChars = function(capacityChars, text.data());
         if (lengthChars == 0) return ResultFromLastError();
-        if (lengthChars <= roomChars) {
-            work.resize(lengthChars);
-            work.swap(target);
+        if (lengthChars <= capacityChars) {
+            text.resize(lengthChars);
+            text.swap(target);
             return ResultOk;
         }
-        roomChars = lengthChars;
+        capacityChars = lengthChars;
     }
     return ResultUnspecifiedError;
 }
