@@ -143,7 +143,7 @@ private:
 
     // Saving
     ResultCode SaveToFile();
-    ResultCode WriteToIoObject(HostObject* io);
+    ResultCode SaveToIoObject();
     ResultCode Serialise(TextBuffer& document);
 
     /// The document's path as the system reads it: `Name` up to its first terminator, which a caller can put anywhere.

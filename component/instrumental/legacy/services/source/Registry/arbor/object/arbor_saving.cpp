@@ -1,4 +1,4 @@
-// Saving of the object's tree.
+// Saving of the object's tree. `Dirty` decides whether there is anything to save.
 
 #include "document/document_saving.h"
 #include "document/profile_format.h"
@@ -19,7 +19,7 @@ ResultCode Arbor::Save(HostWord) {
         ClearDirty();   // there is no document to store
         return kDone;
     }
-    const ResultCode code = Name.empty() ? WriteToIoObject(IoObject) : SaveToFile();
+    const ResultCode code = Name.empty() ? SaveToIoObject() : SaveToFile();
     EndSave(code);
     return code;
 }
@@ -28,12 +28,12 @@ ResultCode Arbor::SaveToFile() {
     return ReplaceDocument(this, Name, BackupMode, [this](TextBuffer& document) { return Serialise(document); });
 }
 
-ResultCode Arbor::WriteToIoObject(HostObject* io) {
+ResultCode Arbor::SaveToIoObject() {
     TextBuffer document;
     ResultCode code = Serialise(document);
     if (IsFailure(code)) return code;
-    code = IoWrite(io, document.View().data(), document.SizeBytes());
-    IoComplete(io);
+    code = IoWrite(IoObject, document.View().data(), document.SizeBytes());
+    IoComplete(IoObject);
     return code;
 }
 
