@@ -77,11 +77,11 @@ void CheckJoined(View folder, View name) {
     FUZZ_CHECK(doubled.view().starts_with(folder) && doubled.view().ends_with(folder));
 }
 
-/// The components of a path of keys, by a cutter of either kind.
-template <class Cutter>
+/// The components of a key path, as either kind of splitter returns them.
+template <class Splitter>
 std::vector<std::string_view> Components(std::string_view path) {
     std::vector<std::string_view> components;
-    for (Cutter cutter(path); !cutter.AtEnd();) components.push_back(cutter.Next());
+    for (Splitter splitter(path); !splitter.AtEnd();) components.push_back(splitter.Next());
     return components;
 }
 
@@ -91,11 +91,11 @@ void CheckKeyPath(std::string_view path) {
     }
     std::size_t at = 0;
     for (const std::string_view name : Components<arbor::module::PathSplitter>(path)) {
-        const bool slashAhead = path.find('/', at) != path.npos;
+        const bool slashLeft = path.find('/', at) != path.npos;
         FUZZ_CHECK(!name.empty() && name.data() == path.data() + at);
-        FUZZ_CHECK(name.find(slashAhead ? '/' : '\\') == name.npos);
+        FUZZ_CHECK(name.find(slashLeft ? '/' : '\\') == name.npos);
         at += name.size() + 1;
-        FUZZ_CHECK(at > path.size() || path[at - 1] == (slashAhead ? '/' : '\\'));
+        FUZZ_CHECK(at > path.size() || path[at - 1] == (slashLeft ? '/' : '\\'));
     }
 }
 

@@ -14,24 +14,24 @@ struct NameCase {
 };
 constexpr NameCase kNames[] = {
     {"shortest", "tPID", tPID},
-    {"nothing", "", 0},
+    {"empty", "", 0},
     {"last of a full row", "tSIZE_T", tSIZE_T},
     {"one name begins another", "tSTRING", tSTRING},
     {"the longer of the two", "tSTRING_OBJ", tSTRING_OBJ},
-    {"a beginning alone", "tSTR_", 0},
-    {"one letter too many", "tSTRINGS", 0},
-    {"a 0 byte counts as a letter", {"tPID\0", 5}, 0},
+    {"a prefix of a name", "tSTR_", 0},
+    {"a name as a prefix", "tSTRINGS", 0},
+    {"a 0 byte is part of the name", {"tPID\0", 5}, 0},
     {"the range ends the name, not the text", std::string_view("tDWORDs").substr(0, 6), tDWORD},
-    {"the case of letters counts", "tDword", 0},
+    {"case matters", "tDword", 0},
     {"second letter before the rows", "tABC", 0},
-    {"second letter behind the rows", "tXYZ", 0},
-    {"second letter far behind the rows", "t\xC4\xC4\xC4", 0},
+    {"second letter after the rows", "tXYZ", 0},
+    {"second letter beyond ASCII", "t\xC4\xC4\xC4", 0},
     {"empty row", "tGOOD", 0},
-    {"known, though no value has it", "tOBJECT", tOBJECT},
-    {"no type at all", "key", 0},
+    {"a type that can't be stored", "tOBJECT", tOBJECT},
+    {"not a type", "key", 0},
 };
 
-TEST(TypeCatalogueTest, NamesLeadToCodesByExactMatch) {
+TEST(TypeCatalogueTest, NamesMatchExactly) {
     for (const NameCase& row : kNames) EXPECT_EQ(TypeCodeFromName(row.name), row.code) << row.label;
     EXPECT_STREQ(TypeNameFromCode(tCODEPAGE).data(), "tCODEPAGE");
     EXPECT_EQ(TypeNameFromCode(16).data(), nullptr);

@@ -148,8 +148,14 @@ private:
     friend struct KeyLayout;
 
     Key* FindChild(const HashedName& childName) const;
+
+    /// Appends a child. Returns null if the host or the heap has no memory.
     Key* AddChild(std::string_view childName, std::uint32_t hash);
+
+    /// Removes `child`, which was added just now; the index then is as before.
     void UndoAddChild(Key* child);
+
+    /// Adds a record to the index unless one of that name exists. Returns false if the heap has no memory.
     bool IndexChild(Key& child, std::uint32_t hash);
     bool IsIndexed(const Key& child) const;
 
@@ -162,7 +168,12 @@ private:
 
     ValueEntry* FindEntry(std::string_view valueName) const;
     ValueEntry* EntryAt(std::uint32_t index) const;
+
+    /// Creates an entry without a name, not yet in the list. Returns null for a type that can't be stored, or if the
+    /// host has no memory.
     ValueEntry* NewEntry(TypeCode code);
+
+    /// As `RemoveChild`.
     void RemoveEntry(ValueEntry* entry, bool keepIndex);
 
     /// Appends an entry with the name; `setValue(Value&)` sets its value. A name with a null pointer is
