@@ -12,20 +12,21 @@ constinit std::array<NextSiblingCache, 16> caches;
 
 }   // namespace
 
-class NextSiblingCache::TryLock {
+/// Locks a cache for a scope and drops its invalid entries. Converts to false if another thread held the lock too long.
+class NextSiblingCache::LockAttempt {
 public:
-    explicit TryLock(NextSiblingCache& lockedCache) : cache(lockedCache) {
+    explicit LockAttempt(NextSiblingCache& lockedCache) : cache(lockedCache) {
         constexpr int kMaxTries = 64;   // the lock is held for a few comparisons
         for (int i = 0; i < kMaxTries && !succeeded; ++i) {
             succeeded = !cache.isLocked.exchange(true, std::memory_order_acquire);
         }
         if (succeeded) cache.DropInvalidEntries();
     }
-    ~TryLock() {
+    ~LockAttempt() {
         if (succeeded) cache.isLocked.store(false, std::memory_order_release);
     }
-    TryLock(const TryLock&) = delete;
-    TryLock& operator=(const TryLock&) = delete;
+    LockAttempt(const LockAttempt&) = delete;
+    LockAttempt& operator=(const LockAttempt&) = delete;
 
     explicit operator bool() const { return succeeded; }
 
@@ -40,7 +41,7 @@ NextSiblingCache& NextSiblingCache::CacheFor(const KeyTree& tree) {
 }
 
 bool NextSiblingCache::TryNextSibling(const Key& root, const Key* child, Key*& next) {
-    const TryLock lock(*this);
+    const LockAttempt lock(*this);
     if (!lock) return false;
     const Key* parent = nullptr;
     Entry* hit = nullptr;
@@ -51,7 +52,7 @@ bool NextSiblingCache::TryNextSibling(const Key& root, const Key* child, Key*& n
             hit = &entry;
             break;
         }
-        // A depth-first enumeration goes on with the first child of the key that it has reached.
+        // A depth-first enumeration continues with the first child of the key that it has reached.
         const KeyList& grandchildren = entry.child->Children();
         if (!grandchildren.empty() && &grandchildren.front() == child) parent = entry.child;
     }
@@ -66,12 +67,12 @@ bool NextSiblingCache::TryNextSibling(const Key& root, const Key* child, Key*& n
 }
 
 void NextSiblingCache::Add(const Key& root, const Key& parent, const Key& child) {
-    const TryLock lock(*this);
+    const LockAttempt lock(*this);
     if (lock) EntryFor(root, child) = {&root, &parent, &child};
 }
 
-// A tree whose keys are being removed has no other thread inside, and its keys aren't read for the steps of another:
-// whether this reads the counter before or after that removal makes no difference.
+// Relaxed order suffices: the object's lock orders a removal before the later steps in the same tree. A removal in
+// another tree may run at the same time, but a step never uses the entries of another tree.
 void NextSiblingCache::DropInvalidEntries() {
     const std::uint64_t now = removals.load(std::memory_order_relaxed);
     if (now == removalsSeen) return;
