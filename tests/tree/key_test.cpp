@@ -54,15 +54,15 @@ TEST_F(KeyTest, ChildByIndexFollowsEveryChangeOfTheList) {
     std::mt19937 random(20261122);
     std::vector<std::string> model;
     for (int step = 0; step < 4000; ++step) {
-        const auto place = static_cast<std::uint32_t>(random() % (model.size() + 2));
+        const auto index = static_cast<std::uint32_t>(random() % (model.size() + 2));
         if (random() % 4 == 0 && model.size() < 60) {
             model.push_back("k" + std::to_string(step));
             ASSERT_NE(Root().OpenPath(model.back(), false, nullptr), nullptr);
         } else if (random() % 8 == 0) {
-            EXPECT_EQ(Root().RemoveChildAt(place), place < model.size() ? kDone : kNoSuchEntry);
-            if (place < model.size()) model.erase(model.begin() + place);
+            EXPECT_EQ(Root().RemoveChildAt(index), index < model.size() ? kDone : kNoSuchEntry);
+            if (index < model.size()) model.erase(model.begin() + index);
         } else {
-            ASSERT_EQ(NameOf(Root().ChildByIndex(place)), place < model.size() ? model[place] : "(none)") << step;
+            ASSERT_EQ(NameOf(Root().ChildByIndex(index)), index < model.size() ? model[index] : "(none)") << step;
         }
     }
     EXPECT_EQ(Root().ChildCount(), model.size());
@@ -78,22 +78,22 @@ TEST_F(KeyTest, RemoveChildIgnoresNoKeyAndNoHost) {
 
 TEST_F(KeyTest, AFailedAllocationLeavesTheTreeUnchanged) {
     const std::uint32_t number = 42;
-    const std::vector<std::function<ResultCode(Key&)>> works = {
+    const std::vector<std::function<ResultCode(Key&)>> operations = {
         [](Key& key) { return key.OpenPath("A/long name/c", false, nullptr) != nullptr ? kDone : kOutOfMemory; },
         [](Key& key) { return key.OpenPath("a/below", true, nullptr) != nullptr ? kDone : kOutOfMemory; },
         [&](Key& key) { return key.AddNewValue("number", tDWORD, &number, sizeof number); },
         [&](Key& key) { return key.AddValueAt(1, tBINARY, &number, sizeof number); },
         [](Key& key) { return key.AddValueFromText("text", tSTRING, "some text"); },
     };
-    for (std::size_t i = 0; i < works.size(); ++i) {
+    for (std::size_t i = 0; i < operations.size(); ++i) {
         for (std::size_t failAt = 1;; ++failAt) {
-            SCOPED_TRACE("work " + std::to_string(i) + ", allocation " + std::to_string(failAt));
+            SCOPED_TRACE("operation " + std::to_string(i) + ", allocation " + std::to_string(failAt));
             Key& home = *Root().OpenPath("home", false, nullptr);
             home.AddValue("old", tVOID, nullptr, 0);
             home.OpenPath("A", false, nullptr);
             const std::string before = Outline(home);
             kernel.FailAllocation(failAt);
-            const ResultCode code = works[i](home);
+            const ResultCode code = operations[i](home);
             const bool failed = kernel.AllocationFailed();
             kernel.FailAllocation(0);
             if (failed) {
@@ -108,7 +108,7 @@ TEST_F(KeyTest, AFailedAllocationLeavesTheTreeUnchanged) {
     }
 }
 
-/// Also the record of an earlier entry of that name. An add that fails before its entry is named erases none.
+/// Even the record of an earlier entry of that name. An add that fails before its entry is named erases none.
 TEST_F(KeyTest, AFailedAddErasesTheIndexRecordOfItsName) {
     const std::uint32_t one = 1;
     for (const char* name : {"port", ""}) {
@@ -133,12 +133,12 @@ TEST(NameTest, HashesAndCompares) {
     EXPECT_FALSE(NameEquals("Aab", "aAc"));
     EXPECT_FALSE(NameEquals("[", "{"));
     EXPECT_FALSE(NameEquals("\xC4", "\xE4"));
-    // One step of the chain, by hand: a byte from 0x80 up enters as a negative number.
+    // One step of the hash, computed here: a byte from 0x80 up is added as a negative number.
     std::uint32_t x = 0x9E3779B9U - 0x3D;
     x = (x ^ (x >> 16)) * 0x21F0AAADU;
     x = (x ^ (x >> 15)) * 0x735A2D97U;
     EXPECT_EQ(NameHash("\xC3"), x ^ (x >> 15));
-    // Side by side each hashes as it does alone, whatever its length and theirs.
+    // In a batch each name has the hash that it has alone, whatever the lengths of the others.
     constexpr std::string_view kNames[] = {"Network", "\xFFx", "proxies", "", "eth0", "a long name of its own"};
     for (std::size_t count = 1; count <= NameBatch::kCapacity; ++count) {
         NameBatch names;
