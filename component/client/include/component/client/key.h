@@ -96,7 +96,8 @@ public:
     Status Remove(Text name) const { return Status(Methods().DeleteValue(object, handle, name.Chars())); }
     /// Deletes the key at `path` below this one, with all keys and values in it.
     Status RemoveKey(Text path) const { return Status(Methods().DeleteKey(object, handle, path.Chars())); }
-    /// Copies the values and subkeys of this key into `target`, a key of another object.
+    /// Copies the values and subkeys of this key into `target`. With `Synchronised`, `target` must be a key of another
+    /// object.
     Status CopyTo(const Key& target) const {
         return Status(Methods().CopyKey(object, handle, target.object, target.handle));
     }
