@@ -1,13 +1,9 @@
-// Paths and names as texts: what is normal stays as it is, parts add up to the whole, and equal names hash alike. The
-// input is the length of the first of two texts, and then both; 16-bit text is its bytes in pairs.
+// Paths of files as texts: what is normal stays as it is, and parts add up to the whole. The input is the length of the
+// first of two texts, and then both.
 #include "fuzz.h"
-#include "tree/name.h"
-#include "tree/path.h"
 
 #include <component/ilk/system/file/detail/filesystem_impl.h>
 #include <component/ilk/system/file/path.h>
-
-#include <vector>
 
 namespace {
 
@@ -77,39 +73,6 @@ void CheckJoined(View folder, View name) {
     FUZZ_CHECK(doubled.view().starts_with(folder) && doubled.view().ends_with(folder));
 }
 
-/// The components of a key path, as either kind of splitter returns them.
-template <class Splitter>
-std::vector<std::string_view> Components(std::string_view path) {
-    std::vector<std::string_view> components;
-    for (Splitter splitter(path); !splitter.AtEnd();) components.push_back(splitter.Next());
-    return components;
-}
-
-void CheckKeyPath(std::string_view path) {
-    for (const std::string_view name : Components<arbor::module::AnySeparatorSplitter>(path)) {
-        FUZZ_CHECK(!name.empty() && std::none_of(name.begin(), name.end(), arbor::module::IsSeparator));
-    }
-    std::size_t at = 0;
-    for (const std::string_view name : Components<arbor::module::PathSplitter>(path)) {
-        const bool slashLeft = path.find('/', at) != path.npos;
-        FUZZ_CHECK(!name.empty() && name.data() == path.data() + at);
-        FUZZ_CHECK(name.find(slashLeft ? '/' : '\\') == name.npos);
-        at += name.size() + 1;
-        FUZZ_CHECK(at > path.size() || path[at - 1] == (slashLeft ? '/' : '\\'));
-    }
-}
-
-void CheckNames(std::string_view a, std::string_view b) {
-    const auto upper = [](std::string_view name) {
-        std::string text(name);
-        for (char& c : text) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
-        return text;
-    };
-    FUZZ_CHECK(arbor::module::NameEquals(a, b) == (upper(a) == upper(b)));
-    FUZZ_CHECK(arbor::module::NameEquals(a, upper(a)) &&
-               arbor::module::NameHash(a) == arbor::module::NameHash(upper(a)));
-}
-
 }   // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -127,7 +90,5 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
         CheckParts(path);
     }
     CheckJoined(folderView, nameView);
-    CheckKeyPath(second);
-    CheckNames(first, second);
     return 0;
 }

@@ -97,19 +97,5 @@ TEST_F(ProfileFormatTest, NestingEndsAtItsLimitOnASmallStack) {
     }
 }
 
-TEST_F(ProfileFormatTest, ALoadSurvivesEveryFailedAllocation) {
-    for (const std::string_view document : {std::string_view(kExample), kForeign}) {
-        for (std::size_t failAt = 1;; ++failAt) {
-            NewTree();
-            kernel.FailAllocation(failAt);
-            const ResultCode code = Load(document);
-            const bool failed = kernel.AllocationFailed();
-            kernel.FailAllocation(0);
-            EXPECT_EQ(code, failed ? kOutOfMemory : kDone) << failAt;
-            if (!failed) break;
-        }
-    }
-}
-
 }   // namespace
 }   // namespace arbor::module

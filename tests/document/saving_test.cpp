@@ -367,19 +367,5 @@ TEST_F(SavingTest, ClosingSavesWhereItIsAsked) {
     }
 }
 
-TEST_F(SavingTest, ASaveSurvivesEveryFailedAllocation) {
-    folder.Write(u"a.xml", kDocument);
-    Store& s = LoadStore(u"a.xml");
-    for (std::size_t failAt = 1;; ++failAt) {
-        s.SetNumber(0, "v", tDWORD, static_cast<std::uint32_t>(failAt + 1));
-        kernel.FailAllocation(failAt);
-        const ResultCode code = s.Save();
-        const bool failed = kernel.AllocationFailed();
-        kernel.FailAllocation(0);
-        EXPECT_EQ(code, failed ? kOutOfMemory : kDone);
-        if (!failed) break;
-    }
-}
-
 }   // namespace
 }   // namespace test

@@ -56,6 +56,7 @@ namespace {
 constexpr char kDocument[] =
     "<arbor><key name='home'><key name='below'/><tDWORD name='a name too long for a string to hold inline'>1</tDWORD>"
     "</key></arbor>";
+constexpr char kForeign[] = "<r a='1'><x>text</x></r>";
 constexpr ResultCode kBrokenAttributes = kBadDocument;   // what the reader makes of an attribute that had no memory
 
 struct HeapFault {
@@ -231,15 +232,20 @@ TEST_F(HeapFaultsTest, OnlyTheFirstOfManyStepsSearches) {
 }
 
 TEST_F(HeapFaultsTest, ALoadWithoutMemorySaysSo) {
-    host::MemoryIo io(kernel, kDocument);
-    folder.Write(u"a.xml", kDocument);
-    for (const HeapFault& fault : kFaults) {
-        for (const bool fromFile : {false, true}) {
+    struct Source {
+        const char* document;
+        bool isFile;
+    };
+    for (const Source& source : {Source{kDocument, false}, {kDocument, true}, {kForeign, false}}) {
+        host::MemoryIo io(kernel, source.document);
+        folder.Write(u"a.xml", source.document);
+        for (const HeapFault& fault : kFaults) {
             bool failed = true;
             for (std::size_t nth = 1; failed; ++nth) {
-                SCOPED_TRACE(testing::Message() << fault.label << ' ' << nth << ", from a file " << fromFile);
+                SCOPED_TRACE(testing::Message() << fault.label << ' ' << nth << ' ' << source.document);
                 Store s(kernel);
-                ASSERT_EQ(fromFile ? s.object.SetName(folder.Path(u"a.xml")) : s.object.SetIoObject(io.Get()), kDone);
+                ASSERT_EQ(source.isFile ? s.object.SetName(folder.Path(u"a.xml")) : s.object.SetIoObject(io.Get()),
+                          kDone);
                 ASSERT_EQ(s.object.SetNumber(PropertySaveOnClose, 1), kDone);
                 ResultCode code = kDone;
                 failed = FailsUnder(fault, nth, [&] { code = s.object.Ready(); });
@@ -247,7 +253,7 @@ TEST_F(HeapFaultsTest, ALoadWithoutMemorySaysSo) {
                 const bool isTold = code == kOutOfMemory || code == kBrokenAttributes || code == kNotInitialised;
                 EXPECT_TRUE(isTold) << std::hex << code;
                 EXPECT_EQ(s.object.Number(PropertySaveOnClose), 0U);
-                EXPECT_EQ(folder.Read(u"a.xml"), kDocument);
+                EXPECT_EQ(folder.Read(u"a.xml"), source.document);
             }
         }
     }

@@ -20,16 +20,13 @@ struct FakeObject {
     kernel::MethodTable MethodFace;
     kernel::MethodTable SystemFace;
     kernel::HostWord hostWord;
-    std::uint32_t number;
     void* block;
-    std::uint8_t narrow;
 
     kernel::HostObject* Header() { return reinterpret_cast<kernel::HostObject*>(this); }
 };
 constexpr std::size_t kDataArea = sizeof(FakeObject) - 3 * sizeof(kernel::HostWord);
 
 std::vector<std::string> calls;
-std::string text;
 kernel::ResultCode constructionAnswer = kernel::kDone;
 
 FakeObject& Of(kernel::HostObject* object) { return *reinterpret_cast<FakeObject*>(object); }
@@ -72,19 +69,6 @@ kernel::ResultCode ObjectClosing(kernel::HostObject*) {
     return kernel::kDone;
 }
 
-kernel::ResultCode ReadText(kernel::HostObject*, std::uint32_t* count, std::uint32_t, void* buffer,
-                            std::uint32_t size) {
-    *count = static_cast<std::uint32_t>(text.copy(static_cast<char*>(buffer), size));
-    return kernel::kDone;
-}
-
-kernel::ResultCode WriteText(kernel::HostObject*, std::uint32_t* count, std::uint32_t, void* buffer,
-                             std::uint32_t size) {
-    *count = 0;
-    text.assign(static_cast<const char*>(buffer), size);
-    return kernel::kDone;
-}
-
 int FakeEntry(void* first, std::uint32_t reason, void* third) {
     if (reason != kernel::kHostStartReason) return 1;
     static void* internal[kernel::kInternalSlots];
@@ -94,20 +78,12 @@ int FakeEntry(void* first, std::uint32_t reason, void* third) {
     const auto clean = static_cast<std::size_t>(kernel::Method::Clean);
     ownMethods[clean] = reinterpret_cast<void*>(&OwnClean);
     methods[clean] = reinterpret_cast<void*>(&ForwardedClean);
-    static const char description[] = "fake";
-    static const kernel::PropertyRow properties[] = {
-        {kernel::PropertyInterfaceVersion, 1, 4, 4, 0, 0},
-        {kernel::PropertyDescription, reinterpret_cast<kernel::HostWord>(description), sizeof description, 0x0C, 0, 0},
-        {kernel::PropertyOpenFlags, 0, 4, 0x23, 0, 0},
-        {kernel::PropertyBackupMode, offsetof(FakeObject, narrow) - 3 * sizeof(kernel::HostWord), 1, 3, 0, 0},
-        {kernel::PropertyRootPoint, 0, 0, 0, reinterpret_cast<kernel::HostWord>(&ReadText),
-         reinterpret_cast<kernel::HostWord>(&WriteText)},
-    };
+    static const kernel::PropertyRow property = {kernel::PropertyInterfaceVersion, 1, 4, 4, 0, 0};
     auto* root = static_cast<kernel::HostObject*>(first);
     const auto call = kernel::SlotOf<kernel::RegisterInterfaceCall>(root->MethodFace, kernel::kRegisterInterfaceSlot);
     auto* code = static_cast<kernel::ResultCode*>(third);
     *code = call(root, kernel::kRegistryInterface, kernel::kRegistryModule, 0, 1, 0x55, internal, std::size(internal),
-                 methods, std::size(methods), properties, std::size(properties), kDataArea, 0);
+                 methods, std::size(methods), &property, 1, kDataArea, 0);
     return kernel::IsSuccess(*code) ? 1 : 0;
 }
 
@@ -115,7 +91,6 @@ class KernelTest : public testing::Test {
 protected:
     KernelTest() {
         calls.clear();
-        text.clear();
         constructionAnswer = kernel::kDone;
     }
     void TearDown() override { EXPECT_EQ(host.LiveBlocks(), 0U) << host.LeakReport(); }

@@ -7,13 +7,6 @@ namespace {
 
 using LifecycleTest = StoreTest;
 
-TEST_F(LifecycleTest, AnObjectWithoutADocumentIsReadyEmptyAndClean) {
-    Store& s = MakeStore();
-    EXPECT_EQ(s.KeyCount(), 0U);
-    EXPECT_FALSE(TakeDirty(kernel, s));
-    EXPECT_EQ(s.object.Number(PropertySaveOnClose), 0U);
-}
-
 TEST_F(LifecycleTest, RootPropertiesBeforeTheTree) {
     Store s(kernel);
     char buffer[16] = "???";

@@ -12,7 +12,7 @@ using ValuesTest = StoreTest;
 
 using namespace std::string_view_literals;
 
-TEST_F(ValuesTest, EveryFailedAllocationIsReportedAndKeepsTheValue) {
+TEST_F(ValuesTest, AFailedAllocationIsReportedAndKeepsTheValue) {
     Store& s = MakeStore();
     host::Text text(kernel);
     const std::vector<std::function<ResultCode()>> calls = {
