@@ -166,6 +166,8 @@ std::size_t pathLength;
 std::vector<std::uint32_t> bufferSizes;
 std::uint32_t ReadPath(platform::Handle, char* path, std::uint32_t sizeBytes) {
     bufferSizes.push_back(sizeBytes);
+    platform::SetLastError(platform::kErrorOutOfMemory);
+    if (pathLength == 0) return 0;
     return static_cast<std::uint32_t>((std::string(pathLength - 5, '\\') + "a.dll").copy(path, sizeBytes));
 }
 
@@ -181,7 +183,8 @@ TEST(StackTraceTest, TheBufferForAModulesPathIsDoubled) {
     expectName(259, 260, "a.dll");
     expectName(260, 520, "a.dll");
     expectName(40000, 16640, "");
-    EXPECT_EQ(bufferSizes, (std::vector<std::uint32_t>{260, 260, 520, 260, 520, 1040, 2080, 4160, 8320, 16640}));
+    expectName(0, 260, "");
+    EXPECT_EQ(bufferSizes, (std::vector<std::uint32_t>{260, 260, 520, 260, 520, 1040, 2080, 4160, 8320, 16640, 260}));
 }
 
 /// This program's image has a debug entry if it is a 32-bit Windows image.
