@@ -5,6 +5,7 @@
 #include "document/xml_escape.h"
 
 #include "tree/swar.h"
+#include "tree/value/number_text.h"
 
 #include <algorithm>
 #include <array>
@@ -29,13 +30,12 @@ constexpr void SetEscape(EscapeTable& escapes, unsigned byte, std::string_view t
 }
 
 constexpr EscapeTable kEscapes = [] {
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
     EscapeTable escapes{};
     for (unsigned byte = 0; byte < 0x20; ++byte) {
         if (byte == '\n' || byte == '\r') continue;
         SetEscape(escapes, byte, "&#x");
         if (byte >= 0x10) SetEscape(escapes, byte, "1");
-        SetEscape(escapes, byte, kDigits.substr(byte % 16, 1));
+        SetEscape(escapes, byte, kHexDigits.substr(byte % 16, 1));
         SetEscape(escapes, byte, ";");
     }
     SetEscape(escapes, '"', "&quot;");

@@ -40,6 +40,28 @@ bool IsPartialInfinity(double number, const char* first, const char* stop) {
     return std::isinf(number) && stop - first == 3 && (*stop | 0x20) == 'i';
 }
 
+/// Parses a number without a sign and ignores the rest of the text. Returns false if the text doesn't begin with one.
+bool ScanMagnitude(const char* text, double& magnitude) {
+    const bool hexadecimal = text[0] == '0' && (text[1] | 0x20) == 'x';
+    const char* const first = hexadecimal ? text + 2 : text;
+    // Here `std::from_chars` would accept a minus sign, and after "0x" also "inf" and "nan"; a scan doesn't.
+    if (*first == '-' || (hexadecimal && DigitValue(*first) > 15 && *first != '.')) return false;
+    const char* last = first + std::strlen(first);
+    // `std::from_chars` reads "p+-1" as "p-1"; a scan finds no exponent there.
+    const char* const mark = hexadecimal ? std::strpbrk(first, "pP") : nullptr;
+    if (mark != nullptr && mark[1] == '+' && mark[2] == '-') last = mark;
+    // `std::from_chars` computes a short decimal as one product of two doubles, which must be rounded only once.
+    const platform::DoubleArithmeticScope scope;
+    const auto [stop, error] =
+        std::from_chars(first, last, magnitude, hexadecimal ? std::chars_format::hex : std::chars_format::general);
+    if (error == std::errc::invalid_argument) return false;
+    if (error == std::errc::result_out_of_range) {
+        magnitude = IsTooLarge(first, stop, hexadecimal) ? std::numeric_limits<double>::infinity() : 0.0;
+        return true;
+    }
+    return !IsPartialInfinity(magnitude, first, stop);
+}
+
 }   // namespace
 
 ScanResult ScanDouble(const char* text, double& number) {
@@ -47,26 +69,8 @@ ScanResult ScanDouble(const char* text, double& number) {
     if (*at == '\0') return ScanResult::Empty;
     const bool negative = *at == '-';
     if (negative || *at == '+') ++at;
-    if (*at == '-') return ScanResult::NoNumber;
-    const bool hexadecimal = at[0] == '0' && (at[1] | 0x20) == 'x';
-    if (hexadecimal) at += 2;
-    // After "0x", `std::from_chars` would accept a sign, "inf" and "nan"; a scan doesn't.
-    if (hexadecimal && DigitValue(*at) > 15 && *at != '.') return ScanResult::NoNumber;
-    const char* last = at + std::strlen(at);
-    // `std::from_chars` reads "p+-1" as "p-1"; a scan finds no exponent there.
-    const char* const mark = hexadecimal ? std::strpbrk(at, "pP") : nullptr;
-    if (mark != nullptr && mark[1] == '+' && mark[2] == '-') last = mark;
-    // `std::from_chars` computes a short decimal as one product of two doubles, which must be rounded only once.
-    const platform::DoubleArithmeticScope scope;
     double magnitude = 0;
-    const auto [stop, error] =
-        std::from_chars(at, last, magnitude, hexadecimal ? std::chars_format::hex : std::chars_format::general);
-    if (error == std::errc::invalid_argument) return ScanResult::NoNumber;
-    if (error == std::errc::result_out_of_range) {
-        magnitude = IsTooLarge(at, stop, hexadecimal) ? std::numeric_limits<double>::infinity() : 0.0;
-    } else if (IsPartialInfinity(magnitude, at, stop)) {
-        return ScanResult::NoNumber;
-    }
+    if (!ScanMagnitude(at, magnitude)) return ScanResult::NoNumber;
     number = negative ? -magnitude : magnitude;
     return ScanResult::Number;
 }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <string_view>
 #include <type_traits>
 
 namespace arbor::module {
@@ -15,6 +16,9 @@ namespace arbor::module {
     while (IsCSpace(*text)) ++text;
     return text;
 }
+
+/// The hexadecimal digits that the store writes, by value.
+inline constexpr std::string_view kHexDigits = "0123456789ABCDEF";
 
 /// Returns the value of a hexadecimal digit, or 255 for any other character.
 [[nodiscard]] constexpr unsigned DigitValue(char c) {

@@ -82,7 +82,7 @@ struct FloatingPoint {
     }
 };
 
-/// A 32-bit number that prints as 0 or 1. Reads "true", "false" and numbers.
+/// A 32-bit number that prints as 0 or 1, unlike other numbers with a terminator. Reads "true", "false" and numbers.
 struct TruthValue {
     using Type = std::uint32_t;
 

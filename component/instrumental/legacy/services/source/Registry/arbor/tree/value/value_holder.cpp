@@ -57,10 +57,9 @@ ResultCode ParseHex(const HostObject* host, const char* text, HostBlock<std::uin
 }
 
 void PrintHex(const std::uint8_t* data, std::uint32_t size, char* target) {
-    constexpr char kDigits[] = "0123456789ABCDEF";
     for (std::uint32_t i = 0; i < size; ++i) {
-        *target++ = kDigits[data[i] >> 4];
-        *target++ = kDigits[data[i] & 0x0F];
+        *target++ = kHexDigits[data[i] >> 4];
+        *target++ = kHexDigits[data[i] & 0x0F];
     }
 }
 

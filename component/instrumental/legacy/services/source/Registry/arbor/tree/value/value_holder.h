@@ -47,6 +47,7 @@ public:
     ResultCode FromText(const char* text) override { return Storage::FromText(text, this->value); }
 };
 
+// Storage classes without a fixed size: tags that select the specialisations below.
 struct Nothing {};
 struct ByteString {};
 struct WideString {};
@@ -162,6 +163,7 @@ public:
     ResultCode FromText(const char* source) override;
 };
 
+/// The class of a value: one for each type.
 template <TypeCode Code, class Storage>
 class TypedValue final : public TextValue<Storage> {
 public:
