@@ -139,8 +139,8 @@ private:
     KeyHandle handle = kernel::kNoKey;
 };
 
-/// The subkeys of a key in their order, for a single pass. Deleting a subkey during the pass moves the following ones
-/// to lower indexes, so that the pass skips one.
+/// The subkeys of a key in their order, for a single pass. If a subkey is deleted that the pass has already reached,
+/// the following ones move to lower indexes and the pass skips one.
 class KeyRange : public Walk<KeyRange> {
 public:
     /// Empty if `opened` is a failure, which `Outcome` then returns.

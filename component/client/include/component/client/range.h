@@ -51,8 +51,8 @@ private:
     Status outcome{};
 };
 
-/// The values of a key in their order, for a single pass. Deleting a value during the pass moves the following values
-/// to lower indexes, so that the pass skips one.
+/// The values of a key in their order, for a single pass. If a value is deleted that the pass has already reached, the
+/// following ones move to lower indexes and the pass skips one.
 class ValueRange : public Walk<ValueRange> {
 public:
     /// Empty if `opened` is a failure, which `Outcome` then returns.

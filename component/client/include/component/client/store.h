@@ -11,8 +11,8 @@ public:
     explicit Store(HostObject* store) : Key(store, kCurrentRoot) {}
 
     [[nodiscard]] Key Root() const { return *this; }
-    /// Makes the key at `path`, which starts at the top, the current root. The empty path is the top itself. Not locked
-    /// by the object: no other thread may use the store meanwhile.
+    /// Sets the current root to the key at `path`. The path starts at the top key; the empty path is the top key. The
+    /// object doesn't lock this call: no other thread may use the store at the same time.
     Status SetRoot(Text path) const { return Status(Methods().SetRootStr(Object(), path.Chars())); }
     /// Deletes all keys and values of the current root.
     Status Clean() const { return Status(Methods().Clean(Object())); }

@@ -34,7 +34,7 @@ Result<Container> ReadWhole(Call call) {
         while (count >= size && (kernel::IsSuccess(code) || code == kernel::kBufferTooSmall)) {
             if (count > std::numeric_limits<std::uint32_t>::max() - 2 * sizeof(Unit))
                 return Status(kernel::kOutOfMemory);
-            whole.resize(count / sizeof(Unit) + 2);   // at least one unit more, also if `count` isn't a multiple
+            whole.resize(count / sizeof(Unit) + 2);   // `count` and at least one unit more
             size = static_cast<std::uint32_t>(whole.size() * sizeof(Unit));
             count = 0;
             code = call(&count, whole.data(), size);
@@ -111,7 +111,7 @@ template <class Call>
 Result<Datum> ReadDatum(TypeCode wanted, Call call) {
     Datum datum;
     const kernel::ValueTypeRow* row = kernel::FindType(wanted);
-    if (row != nullptr && row->width != 0) {   // exactly the type's width: as `Get` of a scalar
+    if (row != nullptr && row->width != 0) {   // a type of fixed size: as `Get` reads a scalar
         datum.type = wanted;
         datum.bytes.resize(row->width);   // at most 8: no allocation
         const ResultCode code = call(nullptr, &datum.type, datum.bytes.data(), row->width);
@@ -129,14 +129,14 @@ Result<Datum> ReadDatum(TypeCode wanted, Call call) {
 
 }   // namespace detail
 
-/// A value in an enumeration. Name and index are those that the enumeration found; type and data are read when they are
-/// requested, from the value that has the index then.
+/// A value in an enumeration. The enumeration has read its name. The other functions read at each call, from the value
+/// that has the index at that moment.
 class Value {
 public:
     [[nodiscard]] const std::string& Name() const { return name; }
     [[nodiscard]] std::uint32_t Index() const { return position.index; }
 
-    /// 0 if the type can't be read, as after the value was deleted.
+    /// 0 if the type can't be read, for example because no value has the index any more.
     [[nodiscard]] TypeCode Type() const { return *detail::ReadType(position); }
 
     /// As `Key::Get`.
