@@ -1,6 +1,6 @@
 #!/bin/sh
-# What the documents list must be what the code has: check_lists.sh
-# Wants arborctl on the PATH.
+# Checks that the documents list what the code has: trace lines, commands and options, acts of ./dev, names of tests.
+# Needs arborctl on the PATH and the test programs beside it.
 set -u
 cd "$(dirname "$0")/../.." || exit
 failed=0
@@ -43,7 +43,7 @@ diff "$folder/listed" "$folder/present" || {
     failed=1
 }
 
-# The documents' acts of ./dev exist, and the tests that they name.
+# The acts of ./dev and the tests that the documents name exist.
 set -- README.md CONTRIBUTING.md DEVELOPERS.md docs/*.md
 acts=$(grep -ohE '\./dev [a-z]+' "$@" | sed 's/.* //' | sort -u)
 for act in $acts; do
@@ -62,7 +62,7 @@ while read -r program filter; do
     }
 done <"$folder/filters"
 
-# The examples of the manual page, one after the other: a difference that was found is no trouble.
+# The examples of the manual page succeed, one after the other. "diff" may find a difference.
 sed -n '/^\.SH EXAMPLES/,/^\.fi/{/^arborctl /{s/\\-/-/g;p;};}' docs/arborctl.1 >"$folder/examples"
 [ -s "$folder/examples" ] || failed=1
 while read -r example; do

@@ -1,10 +1,10 @@
 #!/bin/bash
-# Holds a document to what it shows: run_commands.sh DOCUMENT...
+# Runs the commands that documents show, and compares their output: run_commands.sh DOCUMENT...
 #
-# A line "$ COMMAND" in an indented block is run, and what it prints must be the lines below it, up to the next command
-# or the end of the block; "..." stands for anything. The commands of one document share a fresh folder, which holds
-# the files of examples/. A block behind "<!-- FILE -->" must be that file of the project, to the letter.
-# Wants arborctl on the PATH.
+# Each line "$ COMMAND" of an indented block is run. Its output must be the lines below it, up to the next command or the
+# end of the block; "..." matches any text. The commands of one document share a new folder with the files of examples/.
+# A block after "<!-- FILE -->" must be equal to that file of the project.
+# Needs arborctl on the PATH.
 set -u
 project=$(cd "$(dirname "$0")/../.." && pwd)
 failures=0
@@ -14,7 +14,7 @@ fail() {
     failures=$((failures + 1))
 }
 
-# The text as a pattern in which "..." matches anything and all else itself.
+# Converts a text to a pattern: "..." matches any text, all else matches itself.
 pattern_of() {
     local text=${1//\\/\\\\}
     text=${text//\[/\\[}
@@ -23,7 +23,7 @@ pattern_of() {
     printf '%s' "${text//.../*}"
 }
 
-# Runs the command that was read, and compares.
+# Runs the command that was read and compares its output.
 check() {
     [ -n "$command" ] || return
     local output
@@ -36,7 +36,7 @@ check() {
     command=''
 }
 
-# The fenced block that follows line $1 of the document, and the file $2, must be the same.
+# Compares the fenced block after line $1 of the document with the file $2.
 check_file() {
     # shellcheck disable=SC2016 # backquotes of the document
     diff <(sed -n "$(($1 + 1)),\$p" "$document" | sed -n '/^```/,/^```$/p' | sed '1d; /^```$/,$d') "$project/$2" ||
