@@ -1,8 +1,10 @@
-// UTF-8 and UTF-16, one character at a time, and the import into the host's strings.
+// Texts in UTF-8 and UTF-16 for programs, and the import into the host's strings.
 
 #include <host/text.h>
 
 #include <host/kernel.h>
+
+#include <component/platform/unicode.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -13,74 +15,6 @@ namespace {
 
 constexpr std::uint32_t kCodePageUtf8 = 65001;
 constexpr std::uint32_t kCodePageDefault = 0;
-constexpr char32_t kReplacement = 0xFFFD;
-
-void AppendUtf8(std::string& text, char32_t codePoint) {
-    const auto put = [&](char32_t byte) { text += static_cast<char>(static_cast<unsigned char>(byte)); };
-    if (codePoint < 0x80) return put(codePoint);
-    if (codePoint < 0x800) {
-        put(0xC0 | codePoint >> 6);
-    } else {
-        if (codePoint < 0x10000) {
-            put(0xE0 | codePoint >> 12);
-        } else {
-            put(0xF0 | codePoint >> 18);
-            put(0x80 | (codePoint >> 12 & 0x3F));
-        }
-        put(0x80 | (codePoint >> 6 & 0x3F));
-    }
-    put(0x80 | (codePoint & 0x3F));
-}
-
-void AppendUtf16(std::u16string& text, char32_t codePoint) {
-    if (codePoint < 0x10000) {
-        text += static_cast<char16_t>(codePoint);
-        return;
-    }
-    text += static_cast<char16_t>(0xD800 + ((codePoint - 0x10000) >> 10));
-    text += static_cast<char16_t>(0xDC00 + ((codePoint - 0x10000) & 0x3FF));
-}
-
-bool IsHighSurrogate(char16_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
-bool IsLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
-
-struct Decoded {
-    char32_t codePoint;
-    std::size_t bytes;
-};
-
-/// Decodes the first character of `text`, which must not be empty. Returns `kReplacement` and 1 byte if it isn't UTF-8.
-Decoded DecodeUtf8(std::string_view text) {
-    struct Form {
-        unsigned char mask;   // the bits of the first byte that identify the form
-        unsigned char lead;   // their value
-        std::size_t bytes;
-        char32_t min;   // below it a shorter form is required
-    };
-    static constexpr Form kForms[] = {
-        {0x80, 0x00, 1, 0x0},
-        {0xE0, 0xC0, 2, 0x80},
-        {0xF0, 0xE0, 3, 0x800},
-        {0xF8, 0xF0, 4, 0x10000},
-    };
-    const auto lead = static_cast<unsigned char>(text[0]);
-    for (const Form& form : kForms) {
-        if ((lead & form.mask) != form.lead) continue;
-        if (text.size() < form.bytes) break;
-        char32_t codePoint = lead & static_cast<unsigned char>(~form.mask);
-        for (std::size_t i = 1; i < form.bytes; ++i) {
-            const auto byte = static_cast<unsigned char>(text[i]);
-            if ((byte & 0xC0) != 0x80) return {kReplacement, 1};
-            codePoint = codePoint << 6 | (byte & 0x3F);
-        }
-        const bool isSurrogate = codePoint >= 0xD800 && codePoint < 0xE000;
-        if (codePoint < form.min || codePoint > 0x10FFFF || isSurrogate) break;
-        return {codePoint, form.bytes};
-    }
-    return {kReplacement, 1};
-}
-
-bool IsMalformed(Decoded character) { return character.codePoint == kReplacement && character.bytes == 1; }
 
 /// The control characters of ASCII and of Latin-1.
 bool IsControl(char32_t codePoint) { return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0); }
@@ -106,14 +40,9 @@ kernel::ResultCode AssignUnits(Memory& memory, kernel::HostString& text, std::u1
 
 std::string ToUtf8(std::u16string_view text) {
     std::string result;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        char32_t codePoint = text[i];
-        if (IsHighSurrogate(text[i]) && i + 1 < text.size() && IsLowSurrogate(text[i + 1])) {
-            codePoint = 0x10000 + ((codePoint - 0xD800) << 10) + (text[++i] - char32_t{0xDC00});
-        } else if (IsHighSurrogate(text[i]) || IsLowSurrogate(text[i])) {
-            codePoint = kReplacement;
-        }
-        AppendUtf8(result, codePoint);
+    while (!text.empty()) {
+        char bytes[4];
+        result.append(bytes, platform::WriteUtf8(platform::ReadUtf16(text, platform::Malformed::Replace), bytes));
     }
     return result;
 }
@@ -121,25 +50,23 @@ std::string ToUtf8(std::u16string_view text) {
 std::u16string ToUtf16(std::string_view text) {
     std::u16string result;
     while (!text.empty()) {
-        const Decoded character = DecodeUtf8(text);
-        AppendUtf16(result, character.codePoint);
-        text.remove_prefix(character.bytes);
+        char16_t units[2];
+        result.append(units, platform::WriteUtf16(platform::ReadUtf8(text, platform::Malformed::Replace), units));
     }
     return result;
 }
 
 bool IsUtf8(std::string_view text) {
     while (!text.empty()) {
-        const Decoded character = DecodeUtf8(text);
-        if (IsMalformed(character)) return false;
-        text.remove_prefix(character.bytes);
+        if (platform::ReadUtf8(text, platform::Malformed::Reject) == platform::kNoCodePoint) return false;
     }
     return true;
 }
 
 std::size_t PrintableLength(std::string_view text) {
-    const Decoded character = DecodeUtf8(text);
-    return IsMalformed(character) || IsControl(character.codePoint) ? 0 : character.bytes;
+    std::string_view rest = text;
+    const char32_t codePoint = platform::ReadUtf8(rest, platform::Malformed::Reject);
+    return codePoint == platform::kNoCodePoint || IsControl(codePoint) ? 0 : text.size() - rest.size();
 }
 
 std::string Printable(std::string_view text) {

@@ -13,8 +13,8 @@ TEST(TextTest, Utf8AndUtf16MeetAndBadInputIsReplaced) {
     };
     const Case both[] = {
         {"one to four bytes", u"A\u00e9\u20ac\U0001F600", "A\u00e9\u20ac\U0001F600"},
-        {"the ends of each length", u"\u007f\u0080\u07ff\u0800\uffff\U00010000",
-         "\u007f\u0080\u07ff\u0800\uffff\U00010000"},
+        {"the ends of each length", u"\u007f\u0080\u07ff\u0800\uffff\U00010000\U0010ffff",
+         "\u007f\u0080\u07ff\u0800\uffff\U00010000\U0010ffff"},
     };
     for (const Case& row : both) {
         SCOPED_TRACE(row.label);
@@ -28,6 +28,7 @@ TEST(TextTest, Utf8AndUtf16MeetAndBadInputIsReplaced) {
          "b"},
         {"a character cut off", u"a\ufffd\ufffd", "a\xE2\x82"},
         {"an overlong form", u"\ufffd\ufffd", "\xC0\xAF"},
+        {"above the last character", u"\ufffd\ufffd\ufffd\ufffd", "\xF4\x90\x80\x80"},
         {"half a pair", u"\ufffd\ufffd\ufffd", "\xED\xA0\x80"},
     };
     for (const Case& row : bad) {

@@ -3,7 +3,8 @@
 #include "native_path.h"
 #include "open_file.h"
 #include "system_error.h"
-#include "unicode.h"
+
+#include <component/platform/unicode.h>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -27,17 +28,16 @@ std::uint32_t AttributesOf(const NativePath& path, mode_t mode) {
     return IsReadOnly(mode) ? kAttributeArchive | kAttributeReadOnly : kAttributeArchive;
 }
 
-/// Writes valid text in UTF-16 and gives the number of words; 0 for malformed text. UTF-16 never takes more words than
-/// UTF-8 takes bytes, so that a target of as many fits.
-std::size_t Widen(std::string_view text, std::span<char16_t> target) {
-    std::size_t lengthChars = 0;
+/// Converts UTF-8 to UTF-16 and returns the number of units, 0 for malformed text. `target` has as many units as `text`
+/// has bytes: UTF-16 never needs more.
+std::size_t Widen(std::string_view text, char16_t* target) {
+    char16_t* end = target;
     while (!text.empty()) {
-        const char32_t character = TakeUtf8(text);
-        char16_t words[2];
-        if (character == kNoCharacter) return 0;
-        for (const char16_t word : std::span(words, PutUtf16(character, words))) target[lengthChars++] = word;
+        const char32_t codePoint = ReadUtf8(text, Malformed::Reject);
+        if (codePoint == kNoCodePoint) return 0;
+        end = WriteUtf16(codePoint, end);
     }
-    return lengthChars;
+    return static_cast<std::size_t>(end - target);
 }
 
 }   // namespace

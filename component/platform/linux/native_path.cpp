@@ -1,7 +1,8 @@
 #include "native_path.h"
 
 #include "system_error.h"
-#include "unicode.h"
+
+#include <component/platform/unicode.h>
 
 #include <sys/stat.h>
 
@@ -14,8 +15,6 @@ namespace {
 
 constexpr char16_t kDrive = u'Z';
 constexpr std::string_view kDriveText = "Z:";
-
-bool IsSeparator(char16_t unit) { return unit == u'\\' || unit == u'/'; }
 
 char16_t UpperOf(char16_t unit) {
     return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - u'a' + u'A') : unit;
@@ -53,12 +52,14 @@ bool NativePath::Assign(const char16_t* path) {
     if (path == nullptr) return FailWith(kErrorPathNotFound);
     const std::uint32_t error = SkipDrive(path);
     if (error != kErrorSuccess) return FailWith(error);
-    if (*path == u'\0') return Append(".");   // the drive alone is the current folder on it
-    while (*path != u'\0') {
-        const char32_t character = IsSeparator(*path) ? (++path, U'/') : TakeUtf16(path);
-        if (character == kNoCharacter) return FailWith(kErrorInvalidName);
+    std::u16string_view rest(path);
+    if (rest.empty()) return Append(".");   // a drive alone is the current directory on it
+    while (!rest.empty()) {
+        const char32_t codePoint = ReadUtf16(rest, Malformed::Reject);
+        if (codePoint == kNoCodePoint) return FailWith(kErrorInvalidName);
         char bytes[4];
-        if (!Append({bytes, PutUtf8(character, bytes)})) return false;
+        const char* const end = WriteUtf8(codePoint == U'\\' ? U'/' : codePoint, bytes);
+        if (!Append({bytes, end})) return false;
     }
     return true;
 }

@@ -2,18 +2,14 @@
 
 #include <component/ilk/rtl/conversions.h>
 
+#include <component/platform/unicode.h>
+
 #include <climits>
 #include <cwchar>
 #include <typeinfo>
 
 namespace ilk {
 namespace {
-
-constexpr char32_t kFirstSupplementary = 0x10000;   // from here on, UTF-16 needs a surrogate pair
-constexpr char32_t kCodePointLimit = 0x110000;      // one above the largest code point
-
-bool IsHighSurrogate(char32_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
-bool IsLowSurrogate(char32_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
 
 /// Calls `visit` with each code point of `source`, which is in the locale's encoding. Returns false and stops at bytes
 /// that are invalid or incomplete.
@@ -25,7 +21,7 @@ bool ForEachNarrow(std::string_view source, Visit visit) {
         const std::size_t length = std::mbrtowc(&wide, source.data(), source.size(), &state);
         if (length > source.size()) return false;   // the error results are above any length
         const auto point = static_cast<char32_t>(wide);
-        if (point >= kCodePointLimit) return false;
+        if (point > platform::kMaxCodePoint) return false;
         visit(point);
         source.remove_prefix(length != 0 ? length : 1);   // `mbrtowc` returns 0 for a NUL
     }
@@ -35,42 +31,7 @@ bool ForEachNarrow(std::string_view source, Visit visit) {
 /// Calls `visit` with each code point of `source`, which is UTF-16; an unpaired surrogate counts as one.
 template <class Visit>
 void ForEachWide(std::u16string_view source, Visit visit) {
-    for (std::size_t index = 0; index < source.size(); ++index) {
-        char32_t point = source[index];
-        if (IsHighSurrogate(point) && index + 1 < source.size() && IsLowSurrogate(source[index + 1])) {
-            point = kFirstSupplementary + ((point - 0xD800) << 10) + (source[++index] - 0xDC00u);
-        }
-        visit(point);
-    }
-}
-
-constexpr std::size_t WideLength(char32_t point) { return point < kFirstSupplementary ? 1 : 2; }
-
-char16_t* WriteWide(char16_t* out, char32_t point) {
-    if (point < kFirstSupplementary) {
-        *out++ = static_cast<char16_t>(point);
-        return out;
-    }
-    *out++ = static_cast<char16_t>(0xD800 + ((point - kFirstSupplementary) >> 10));
-    *out++ = static_cast<char16_t>(0xDC00 + (point & 0x3FF));
-    return out;
-}
-
-constexpr std::size_t Utf8Length(char32_t point) {
-    if (point < 0x80) return 1;
-    if (point < 0x800) return 2;
-    return point < kFirstSupplementary ? 3 : 4;
-}
-
-char* WriteUtf8(char* out, char32_t point) {
-    constexpr unsigned char kLead[] = {0, 0x00, 0xC0, 0xE0, 0xF0};
-    const std::size_t length = Utf8Length(point);
-    for (std::size_t index = length - 1; index > 0; --index) {
-        out[index] = static_cast<char>(0x80 | (point & 0x3F));
-        point >>= 6;
-    }
-    out[0] = static_cast<char>(kLead[length] | point);
-    return out + length;
+    while (!source.empty()) visit(platform::ReadUtf16(source, platform::Malformed::Keep));
 }
 
 /// Resizes `target` to `offset + length`; `ResultOutOfMemory` if that is above `kMaxSize` or there is no memory.
@@ -90,26 +51,27 @@ ResultCode ResizeTo(basic_string_t<char_type>& target, std::size_t offset, std::
 
 ResultCode Widen(std::string_view source, basic_string_t<char16_t>& target, std::size_t offset) {
     std::uint64_t length = 0;
-    if (!ForEachNarrow(source, [&](char32_t point) { length += WideLength(point); })) return ResultInvalidArgument;
+    if (!ForEachNarrow(source, [&](char32_t point) { length += platform::Utf16Length(point); }))
+        return ResultInvalidArgument;
     const ResultCode code = ResizeTo(target, offset, length);
     if (IsFailure(code)) return code;
     char16_t* out = target.data() + offset;
     ForEachNarrow(source, [&](char32_t point) {
         // Another thread may have changed the locale since the first pass, so that the second one finds more.
         const auto spare = static_cast<std::size_t>(target.end() - out);
-        if (WideLength(point) <= spare) out = WriteWide(out, point);
+        if (platform::Utf16Length(point) <= spare) out = platform::WriteUtf16(point, out);
     });
     return ResultOk;
 }
 
 ResultCode ToUtf8(std::u16string_view source, basic_string_t<char>& target) {
     std::uint64_t length = 0;
-    ForEachWide(source, [&](char32_t point) { length += Utf8Length(point); });
+    ForEachWide(source, [&](char32_t point) { length += platform::Utf8Length(point); });
     const std::size_t offset = target.size();
     const ResultCode code = ResizeTo(target, offset, length);
     if (IsFailure(code)) return code;
     char* out = target.data() + offset;
-    ForEachWide(source, [&](char32_t point) { out = WriteUtf8(out, point); });
+    ForEachWide(source, [&](char32_t point) { out = platform::WriteUtf8(point, out); });
     return ResultOk;
 }
 
@@ -133,7 +95,7 @@ bool NarrowCharacter(char32_t character, char& narrow) noexcept {
 bool WidenCharacter(char narrow, char16_t& wide) noexcept {
     bool isOneUnit = false;
     const bool isValid = ForEachNarrow(std::string_view(&narrow, 1), [&](char32_t point) {
-        isOneUnit = WideLength(point) == 1;
+        isOneUnit = platform::Utf16Length(point) == 1;
         wide = static_cast<char16_t>(point);
     });
     return isValid && isOneUnit;

@@ -3,6 +3,8 @@
 #include "document/xml_scan.h"
 #include "tree/value/number_text.h"
 
+#include <component/platform/unicode.h>
+
 #include <cstddef>
 #include <cstring>
 #include <string_view>
@@ -74,16 +76,9 @@ bool DecodeEntities(const char* data, std::int32_t length, std::string& output) 
 }
 
 void AppendUtf8(std::uint32_t codePoint, std::string& output) {
-    if (codePoint < 0x80) {
-        output += static_cast<char>(codePoint);
-    } else if (codePoint < 0x800) {
-        output += static_cast<char>(0xC0 | codePoint >> 6);
-        output += static_cast<char>(0x80 | (codePoint & 0x3F));
-    } else if (codePoint < 0x10000) {
-        output += static_cast<char>(0xE0 | codePoint >> 12);
-        output += static_cast<char>(0x80 | (codePoint >> 6 & 0x3F));
-        output += static_cast<char>(0x80 | (codePoint & 0x3F));
-    }
+    if (codePoint >= platform::kFirstSupplementary) return;
+    char bytes[4];
+    output.append(bytes, platform::WriteUtf8(codePoint, bytes));
 }
 
 }   // namespace arbor::module

@@ -1,6 +1,10 @@
-// Conversion between UTF-8 and 16-bit units.
+// Conversion between UTF-8 and 16-bit units. The decoder is its own, as its rules are no policy of the platform's
+// codec: it accepts surrogates and overlong sequences, never checks continuation bytes and reads no sequence of four
+// bytes.
 
 #include "tree/value/utf8.h"
+
+#include <component/platform/unicode.h>
 
 namespace arbor::module {
 namespace {
@@ -39,25 +43,13 @@ std::int32_t DecodeUtf8(const char* source, std::uint32_t size, char16_t* target
 }
 
 std::uint64_t Utf8Length(const char16_t* source, std::uint32_t length) {
-    std::uint64_t bytes = length;
-    for (std::uint32_t i = 0; i < length; ++i) bytes += (source[i] >= 0x80 ? 1U : 0U) + (source[i] >= 0x800 ? 1U : 0U);
+    std::uint64_t bytes = 0;
+    for (std::uint32_t i = 0; i < length; ++i) bytes += platform::Utf8Length(source[i]);
     return bytes;
 }
 
 char* EncodeUtf8(const char16_t* source, std::uint32_t length, char* target) {
-    for (std::uint32_t i = 0; i < length; ++i) {
-        const unsigned unit = source[i];
-        if (unit < 0x80) {
-            *target++ = static_cast<char>(unit);
-        } else if (unit < 0x800) {
-            *target++ = static_cast<char>(0xC0 | unit >> 6);
-            *target++ = static_cast<char>(0x80 | (unit & 0x3F));
-        } else {
-            *target++ = static_cast<char>(0xE0 | unit >> 12);
-            *target++ = static_cast<char>(0x80 | (unit >> 6 & 0x3F));
-            *target++ = static_cast<char>(0x80 | (unit & 0x3F));
-        }
-    }
+    for (std::uint32_t i = 0; i < length; ++i) target = platform::WriteUtf8(source[i], target);
     return target;
 }
 
