@@ -53,7 +53,7 @@ std::string Utf8(std::uint32_t c) {
 /// What replaces the reference; the reference itself if nothing does.
 std::string Dereferenced(const std::string& body, bool& understood) {
     constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
-    const std::string reference = '&' + body + ';';
+    std::string reference = '&' + body + ';';
     if (body == "lt") return "<";
     if (body == "gt") return ">";
     if (body == "amp") return "&";

@@ -14,6 +14,7 @@
 
 #include <cerrno>
 #include <new>
+#include <utility>
 
 namespace platform {
 namespace {
@@ -100,12 +101,13 @@ Handle CreateReplacementFile(const char16_t* path, const char16_t* original, con
     NativePath older;
     if (!native.Assign(path) || !replaced.Assign(original) || !older.Assign(backup)) return kInvalidHandle;
     Descriptor reserving;
-    const Handle file = MakeHandle(OpenReplacement(native, replaced, older, reserving), kGenericWrite);
-    if (file == kInvalidHandle) return kInvalidHandle;
+    Descriptor opened = OpenReplacement(native, replaced, older, reserving);
+    if (!opened.IsOpen()) return kInvalidHandle;
     *reservation = MakeHandle(std::move(reserving), 0);
-    if (*reservation != kInvalidHandle) return file;
-    CloseHandle(file);
-    return kInvalidHandle;
+    if (*reservation == kInvalidHandle) return kInvalidHandle;
+    const Handle file = MakeHandle(std::move(opened), kGenericWrite);
+    if (file == kInvalidHandle) CloseHandle(std::exchange(*reservation, kInvalidHandle));
+    return file;
 }
 
 bool ReadFile(Handle file, void* buffer, std::uint32_t size, std::uint32_t* done) {

@@ -23,7 +23,7 @@ bool IsDefaultFileName(std::u16string_view path) { return path.ends_with(u"profi
 
 /// The calling thread's identifier in hexadecimal, which keeps two saving threads apart.
 Text ThreadSuffix() {
-    char digits[8];
+    char digits[8] = {};
     const char* const end = std::to_chars(digits, digits + sizeof digits, platform::GetCurrentThreadId(), 16).ptr;
     Text suffix;
     for (const char* digit = digits; digit != end; ++digit) suffix.append(static_cast<char16_t>(*digit));
