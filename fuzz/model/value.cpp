@@ -176,21 +176,11 @@ ResultCode RealFromText(Value& value, const std::string& text) {
     return kDone;
 }
 
-int HexDigit(char digit) {
-    if (digit >= '0' && digit <= '9') return digit - '0';
-    if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-    return digit >= 'A' && digit <= 'F' ? digit - 'A' + 10 : -1;
-}
-
 bool FromHex(const std::string& text, std::string& bytes) {
-    if (text.size() % 2 != 0) return false;
+    if (text.size() % 2 != 0 || text.find_first_not_of("0123456789abcdefABCDEF") != text.npos) return false;
     bytes.clear();
-    for (std::size_t at = 0; at < text.size(); at += 2) {
-        const int high = HexDigit(text[at]);
-        const int low = HexDigit(text[at + 1]);
-        if (high < 0 || low < 0) return false;
-        bytes += static_cast<char>(high * 16 + low);
-    }
+    for (std::size_t at = 0; at < text.size(); at += 2)
+        bytes += static_cast<char>(std::stoi(text.substr(at, 2), nullptr, 16));
     return true;
 }
 
