@@ -1,8 +1,10 @@
-/// The keys and values that paths address, and the printed names of those in a tree.
+/// Finds, creates and removes the keys and values that paths name, and prints the paths of those in a tree. A printed
+/// path identifies one key or value even if siblings share a name.
 #pragma once
 
 #include "document.h"
 #include "path.h"
+#include "walk.h"
 
 #include <functional>
 #include <optional>
@@ -12,72 +14,91 @@
 
 namespace arborctl {
 
-/// A key in its parent.
+/// A child key. `index` is its position among its siblings, set only if the store can't find the key by name: a name
+/// with a separator, or one that an earlier sibling has too.
 struct Child {
     arbor::Key key;
-    std::optional<std::uint32_t> index{};   // set where the store doesn't find the key by its name
+    std::optional<std::uint32_t> index{};
 };
 
 [[nodiscard]] std::optional<Child> FindChild(const arbor::Key& parent, const PathName& name);
 
 [[nodiscard]] std::optional<arbor::Key> FindKey(const arbor::Key& top, const Path& path);
-/// Throws a `Refusal` if there is no such key.
+/// Throws a `StoreError` if the key doesn't exist.
 [[nodiscard]] arbor::Key OpenKey(const arbor::Key& top, const Path& path);
-/// The same, with the missing keys made. Throws a `Refusal` for a new name that the store would take for a path.
+/// Opens the key and creates missing ones. Throws a `StoreError` for a new name with a separator, which the store would
+/// split into several keys.
 [[nodiscard]] arbor::Key MakeKey(const arbor::Key& top, const Path& path);
-/// Throws a `Refusal` for the root and for a missing key.
+/// Throws a `StoreError` for the root and for a missing key.
 void RemoveKey(const arbor::Key& top, const Path& path);
 
-/// A value of a key, which need not exist. Good until a value of the key is removed.
+/// Reads and writes one value of a key. The value need not exist. Invalid once any value of the key is removed.
 class ValueSlot {
 public:
     ValueSlot(const arbor::Key& parent, const PathName& name);
 
-    /// 0 if there is no such value.
+    /// Returns 0 if the value doesn't exist.
     [[nodiscard]] kernel::TypeCode Type() const;
-    [[nodiscard]] arbor::Result<arbor::Datum> Read(kernel::TypeCode asked) const;
+    /// Returns the value converted to `type`, or in its own type if that is 0.
+    [[nodiscard]] arbor::Result<arbor::Datum> Read(kernel::TypeCode type) const;
     [[nodiscard]] arbor::Status Set(const arbor::Datum& datum) const;
     [[nodiscard]] arbor::Status Remove() const;
-    /// The name for a message.
+    /// The encoded name, for messages.
     [[nodiscard]] std::string Text() const;
 
 private:
     arbor::Key key;
     std::string name;
-    std::optional<arbor::Value> numbered{};   // set where the store doesn't find the value by its name
+    std::optional<arbor::Value> byIndex{};   // set only if an earlier value of the key has the same name
 };
 
-/// The value at `path`, if there is one.
 [[nodiscard]] std::optional<ValueSlot> FindValue(const arbor::Key& top, const Path& path);
-/// The same. Throws a `Refusal` if there is none.
+/// Throws a `StoreError` if the value doesn't exist.
 [[nodiscard]] ValueSlot OpenValue(const arbor::Key& top, const Path& path);
 
-/// Prints the names of siblings, in their order, so that each has a name of its own.
+/// Encodes the names of siblings, given in their order. A repeated name gets its number among its namesakes, "item#2",
+/// with leading zeros if a sibling has that very name.
 class SiblingNames {
 public:
-    /// `exists` says whether a sibling has exactly this name.
-    explicit SiblingNames(std::function<bool(const std::string& name)> exists) : isTaken(std::move(exists)) {}
+    /// `isName` returns whether a sibling has exactly that name.
+    explicit SiblingNames(std::function<bool(const std::string& name)> isName) : isSiblingName(std::move(isName)) {}
 
-    [[nodiscard]] std::string Next(const std::string& name);
+    [[nodiscard]] std::string Disambiguate(const std::string& name);
 
 private:
-    std::function<bool(const std::string&)> isTaken;
-    std::unordered_map<std::string, std::uint32_t> counts;   // by name in small letters
+    std::function<bool(const std::string&)> isSiblingName;
+    std::unordered_map<std::string, std::uint32_t> counts;   // by name in lower case
 };
 
-[[nodiscard]] SiblingNames KeyNames(const arbor::Key& parent);
-[[nodiscard]] SiblingNames ValueNames(const arbor::Key& parent);
+[[nodiscard]] SiblingNames NamesOfKeys(const arbor::Key& parent);
+[[nodiscard]] SiblingNames NamesOfValues(const arbor::Key& parent);
 
-/// The printed names and paths along a walk through a tree.
-class WalkedNames {
+/// Calls `work(printedName, child)` for each child key of `parent`.
+template <class Work>
+void ForEachNamedKey(const arbor::Key& parent, Work work) {
+    arbor::KeyRange children = parent.Keys();
+    SiblingNames names = NamesOfKeys(parent);
+    for (const arbor::Key& child : children) work(names.Disambiguate(NameOf(child)), child);
+    ThrowIfFailed(children.Outcome(), "enumerating keys");
+}
+
+/// Calls `work(printedName, value)` for each value of `parent`.
+template <class Work>
+void ForEachNamedValue(const arbor::Key& parent, Work work) {
+    SiblingNames names = NamesOfValues(parent);
+    ForEachValue(parent, [&](const arbor::Value& value) { work(names.Disambiguate(value.Name()), value); });
+}
+
+/// The printed names and paths of the keys that a depth-first walk enters.
+class PrintedPaths {
 public:
-    /// `top` is the path of the first key.
-    explicit WalkedNames(std::string top = "") : topPath(std::move(top)) {}
+    /// `top` is the path of the walk's first key.
+    explicit PrintedPaths(std::string top = "") : topPath(std::move(top)) {}
 
-    /// To be called for each key that the walk enters, in its order. Returns the key's printed name, and "" at depth 0.
+    /// Call for each key in the order of the walk. Returns the key's printed name, empty at depth 0.
     std::string Enter(const arbor::Key& key, std::size_t depth);
 
-    /// The path of the key that the walk entered last.
+    /// The path of the key entered last.
     [[nodiscard]] const std::string& Path() const { return levels.back().path; }
 
 private:

@@ -1,5 +1,6 @@
 #include "backups.h"
 
+#include "ascii.h"
 #include "document.h"
 #include "retry.h"
 
@@ -11,39 +12,40 @@
 namespace arborctl {
 namespace {
 
-using Name = std::filesystem::path::string_type;   // as the system has it: names needn't be text
+/// A file name in the system's own encoding; it need not be valid text.
+using NativeName = std::filesystem::path::string_type;
 
-constexpr std::string_view kHexadecimal = "0123456789abcdef";
-constexpr std::string_view kDigits = "0123456789";
-constexpr std::string_view kReplaced = ".before-restore";
+constexpr std::string_view kLowerHexDigits = "0123456789abcdef";
+constexpr std::string_view kBeforeRestore = ".before-restore";
 
-/// What may follow a document's name in the name of a file that belongs to it.
+/// An ending that makes a document's name into the name of a backup: `text`, then digits.
 struct Ending {
     std::string_view text;
-    std::string_view digits;   // any number of them after the text
-    bool needsDigits;
+    std::string_view digits;   // the digits that may follow
+    bool requiresDigits;
     const char* role;
-    bool isReplaced;
+    bool isOverwritten;
 };
 constexpr Ending kEndings[] = {
     {"", "", false, "document", false},
     {".bak", "", false, "first backup", false},
     {".bak2", "", false, "second backup", true},
-    {".bak2", kHexadecimal, true, "old second backup", true},
-    {".tmp", kHexadecimal, true, "temporary file", true},
-    {kReplaced, kDigits, false, "before a restore", false},
+    {".bak2", kLowerHexDigits, true, "old second backup", true},
+    {".tmp", kLowerHexDigits, true, "temporary file", true},
+    {kBeforeRestore, kDecimalDigits, false, "before a restore", false},
 };
 
-Name Widen(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
+NativeName ToNative(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
 
-/// Null for a file that has nothing to do with the document.
-const Ending* EndingOf(const Name& file, const Name& document) {
+/// Returns null if `file` is neither the document nor one of its backups.
+const Ending* FindEnding(const NativeName& file, const NativeName& document) {
     if (!file.starts_with(document)) return nullptr;
-    const Name rest = file.substr(document.size());
+    const NativeName rest = file.substr(document.size());
     const auto* row = std::find_if(std::begin(kEndings), std::end(kEndings), [&rest](const Ending& ending) {
-        if (!rest.starts_with(Widen(ending.text))) return false;
-        const Name digits = rest.substr(ending.text.size());
-        return digits.find_first_not_of(Widen(ending.digits)) == Name::npos && (!ending.needsDigits || !digits.empty());
+        if (!rest.starts_with(ToNative(ending.text))) return false;
+        const NativeName digits = rest.substr(ending.text.size());
+        return digits.find_first_not_of(ToNative(ending.digits)) == NativeName::npos &&
+               (!ending.requiresDigits || !digits.empty());
     });
     return row == std::end(kEndings) ? nullptr : row;
 }
@@ -53,21 +55,23 @@ std::filesystem::path FolderOf(const std::filesystem::path& path) {
 }
 
 bool IsSameEntry(const std::filesystem::path& a, const std::filesystem::path& b) {
-    std::error_code ignored;   // a folder that doesn't exist is another one
+    std::error_code ignored;   // a missing directory is a different one
     return a.filename() == b.filename() && std::filesystem::equivalent(FolderOf(a), FolderOf(b), ignored);
 }
 
 std::filesystem::path WithEnding(std::filesystem::path document, std::string_view ending) { return document += ending; }
 
-std::filesystem::path FreeName(const std::filesystem::path& document) {
+/// Returns a name for the copy that a restore keeps of the former document.
+std::filesystem::path UnusedName(const std::filesystem::path& document) {
     for (unsigned number = 1;; ++number) {
         const std::string digits = number == 1 ? "" : std::to_string(number);
-        std::filesystem::path path = WithEnding(document, std::string(kReplaced) + digits);
+        std::filesystem::path path = WithEnding(document, std::string(kBeforeRestore) + digits);
         if (!std::filesystem::exists(path)) return path;
     }
 }
 
-/// Calls `step(error)` again while another process has the file open that it takes.
+/// Calls `step(error)` until it ends without a sharing violation, which another process with the file open causes, or
+/// until `wait` is over.
 template <class Step>
 void RetryWhileInUse(std::chrono::milliseconds wait, const std::filesystem::path& from, const std::filesystem::path& to,
                      Step step) {
@@ -80,7 +84,7 @@ void RetryWhileInUse(std::chrono::milliseconds wait, const std::filesystem::path
     if (error) throw std::filesystem::filesystem_error("can't restore", from, to, error);
 }
 
-void CopyToDisk(const std::filesystem::path& from, const std::filesystem::path& to, std::chrono::milliseconds wait) {
+void CopyDurably(const std::filesystem::path& from, const std::filesystem::path& to, std::chrono::milliseconds wait) {
     RetryWhileInUse(wait, from, to, [&](std::error_code& error) {
         std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing, error);
     });
@@ -92,9 +96,9 @@ void CopyToDisk(const std::filesystem::path& from, const std::filesystem::path& 
 std::vector<BackupFile> FindBackups(const std::filesystem::path& document) {
     std::vector<BackupFile> files;
     for (const auto& entry : std::filesystem::directory_iterator(FolderOf(document))) {
-        const Ending* ending = EndingOf(entry.path().filename().native(), document.filename().native());
+        const Ending* ending = FindEnding(entry.path().filename().native(), document.filename().native());
         if (ending != nullptr && entry.is_regular_file()) {
-            files.push_back({document.parent_path() / entry.path().filename(), ending->role, ending->isReplaced});
+            files.push_back({document.parent_path() / entry.path().filename(), ending->role, ending->isOverwritten});
         }
     }
     std::sort(files.begin(), files.end(), [](const BackupFile& a, const BackupFile& b) { return a.path < b.path; });
@@ -108,7 +112,7 @@ std::optional<std::filesystem::path> FindBackup(const std::filesystem::path& doc
         const std::string name = PathText(file.path.filename());
         const std::string_view ending = std::string_view(name).substr(ownLength);
         if (given == name || given == ending || given == ending.substr(1)) return file.path;
-        if (IsSameEntry(PathOf(given), file.path)) return file.path;
+        if (IsSameEntry(PathFromArgument(given), file.path)) return file.path;
     }
     return std::nullopt;
 }
@@ -118,15 +122,15 @@ std::filesystem::path Restore(const std::filesystem::path& document, const std::
     const std::filesystem::path temporary = WithEnding(document, ".restoring");
     std::filesystem::path kept;
     try {
-        CopyToDisk(backup, temporary, wait);
+        CopyDurably(backup, temporary, wait);
         if (std::filesystem::exists(document)) {
-            kept = FreeName(document);
-            CopyToDisk(document, kept, wait);
+            kept = UnusedName(document);
+            CopyDurably(document, kept, wait);
         }
         RetryWhileInUse(wait, temporary, document,
                         [&](std::error_code& error) { std::filesystem::rename(temporary, document, error); });
     } catch (...) {
-        std::error_code ignored;   // the first failure is the one to tell
+        std::error_code ignored;   // report the first failure
         std::filesystem::remove(temporary, ignored);
         throw;
     }

@@ -1,4 +1,4 @@
-/// The files that saves and restores leave beside a document.
+/// Finds and restores a document's backups: the files in its directory that saves and restores have left.
 #pragma once
 
 #include <chrono>
@@ -12,21 +12,21 @@ namespace arborctl {
 struct BackupFile {
     std::filesystem::path path;
     const char* role;
-    bool isReplaced;   // by the saves of a new document
+    bool isOverwritten;   // the saves of a new document would replace or remove it
 };
 
-/// The document and what stands beside it, as far as they exist: the document first, the rest by name.
+/// Returns the document, if it exists, and its backups, sorted by name.
 [[nodiscard]] std::vector<BackupFile> FindBackups(const std::filesystem::path& document);
 
-/// The file beside the document that `given` names: by its name, by a path, or by what follows the document's name in
-/// it. The document itself is none.
+/// Returns the backup that `given` identifies: a file name, a path, or an ending such as ".bak2" or "bak2". The
+/// document is not a backup of itself.
 [[nodiscard]] std::optional<std::filesystem::path> FindBackup(const std::filesystem::path& document,
                                                               const std::string& given);
 
-/// Puts a copy of `backup` in the document's place, by a temporary file and a move: one of the two stands there at
-/// every moment. Returns the file that a copy of the former document went to; empty if there was none. Waits up to
-/// `wait` for other processes that have one of the files open. Throws `std::filesystem::filesystem_error`, with the
-/// document untouched.
+/// Replaces the document by a copy of `backup`: writes a temporary file and renames it, so that the document exists at
+/// every moment. Returns the file to which the former document was copied; empty if there was none. Waits up to `wait`
+/// for other processes that have one of the files open. Throws `std::filesystem::filesystem_error` and leaves the
+/// document unchanged on failure.
 std::filesystem::path Restore(const std::filesystem::path& document, const std::filesystem::path& backup,
                               std::chrono::milliseconds wait);
 

@@ -1,3 +1,4 @@
+/// The command `check`: reports whether the document can be loaded and what a save would drop or change.
 #include "commands.h"
 #include "document_scan.h"
 #include "json.h"
@@ -10,37 +11,37 @@
 namespace arborctl {
 namespace {
 
-constexpr std::size_t kMaxShownFindings = 20;
+constexpr std::size_t kMaxPrintedFindings = 20;
 
 constexpr const char* kKindNames[] = {"dropped", "changed", "save-fails", "reload-fails"};   // by `FindingKind`
 
-/// Both count from 1; a column is a character of UTF-8.
-struct Place {
+/// A position in a text. Both numbers count from 1; columns count characters of UTF-8.
+struct Location {
     std::size_t line = 1;
     std::size_t column = 1;
 };
 
-/// Turns rising offsets into places in one walk through the text.
-class PlaceCounter {
+/// Converts offsets to locations in a single pass over the text; the offsets must not decrease.
+class LocationCounter {
 public:
-    explicit PlaceCounter(std::string_view text) : document(text) {}
+    explicit LocationCounter(std::string_view text) : document(text) {}
 
-    Place At(std::size_t offset) {
-        for (; passed < offset; ++passed) {
-            const auto byte = static_cast<unsigned char>(document[passed]);
+    Location At(std::size_t offset) {
+        for (; position < offset; ++position) {
+            const auto byte = static_cast<unsigned char>(document[position]);
             if (byte == '\n') {
-                place = {place.line + 1, 1};
+                location = {location.line + 1, 1};
             } else if ((byte & 0xC0) != 0x80) {
-                ++place.column;
+                ++location.column;
             }
         }
-        return place;
+        return location;
     }
 
 private:
     std::string_view document;
-    std::size_t passed = 0;
-    Place place{};
+    std::size_t position = 0;
+    Location location{};
 };
 
 struct Counts {
@@ -48,43 +49,45 @@ struct Counts {
     std::size_t values = 0;
 };
 
-Counts Count(const Session& session, const Document& document) {
+Counts CountEntries(const Session& session, const Document& document) {
     Counts counts;
     Progress::Stage stage = session.progress.Begin("reading", session.settings.document);
     Walk(document.Root(), [&](const arbor::Key& key, std::size_t depth) {
-        stage.Step();
+        stage.CountKey();
         counts.keys += depth > 0 ? 1 : 0;
         ForEachValue(key, [&](const arbor::Value&) { ++counts.values; });
     });
     return counts;
 }
 
-/// How a check goes out: what a load does first, then each finding, then the counts.
-class Lines {
+/// The report as text: faults and findings on standard error, the result on standard output. The functions are called
+/// in the order of `JsonReport`: either `ReportLoadFailure`, or `BeginFindings`, each finding, and `ReportCounts`.
+class TextReport {
 public:
-    explicit Lines(std::string document) : file(std::move(document)) {}
+    explicit TextReport(std::string document) : file(std::move(document)) {}
 
-    void Fail(kernel::ResultCode code, const std::optional<Place>& place, const std::string& reason) const {
-        std::cerr << file << (place ? At(*place) : "") << ": " << LoadState(code);
+    void ReportLoadFailure(kernel::ResultCode code, const std::optional<Location>& location,
+                           const std::string& reason) const {
+        std::cerr << file << (location ? Suffix(*location) : "") << ": " << LoadState(code);
         if (!reason.empty()) std::cerr << ": " << reason;
         std::cerr << '\n';
     }
     void BeginFindings(bool isForeign) { foreign = isForeign; }
-    void Show(const Finding& finding, const Place& place) {
-        if (++found > kMaxShownFindings) return;
-        std::cerr << file << At(place) << ": warning: " << finding.text << '\n';
+    void ReportFinding(const Finding& finding, const Location& location) {
+        if (++found > kMaxPrintedFindings) return;
+        std::cerr << file << Suffix(location) << ": warning: " << finding.text << '\n';
     }
-    void End(const Counts& counts) const {
-        if (found > kMaxShownFindings) {
-            std::cerr << file << ": warning: and " << found - kMaxShownFindings << " more\n";
+    void ReportCounts(const Counts& counts) const {
+        if (found > kMaxPrintedFindings) {
+            std::cerr << file << ": warning: and " << found - kMaxPrintedFindings << " more\n";
         }
         std::cout << "loads as a " << (foreign ? "foreign" : "native") << " document: " << counts.keys << " keys, "
                   << counts.values << " values\n";
     }
 
 private:
-    static std::string At(const Place& place) {
-        return ':' + std::to_string(place.line) + ':' + std::to_string(place.column);
+    static std::string Suffix(const Location& location) {
+        return ':' + std::to_string(location.line) + ':' + std::to_string(location.column);
     }
 
     std::string file;
@@ -92,32 +95,34 @@ private:
     std::size_t found = 0;
 };
 
+/// The report as one JSON object on standard output.
 class JsonReport {
 public:
     explicit JsonReport(const std::string& file) : json(std::cout) { json.BeginObject().Member("file", file); }
 
-    void Fail(kernel::ResultCode code, const std::optional<Place>& place, const std::string& reason) {
-        State(code);
-        if (place) json.Member("line", place->line).Member("column", place->column);
+    void ReportLoadFailure(kernel::ResultCode code, const std::optional<Location>& location,
+                           const std::string& reason) {
+        WriteState(code);
+        if (location) json.Member("line", location->line).Member("column", location->column);
         if (!reason.empty()) json.Member("reason", reason);
-        json.EndObject().End();
+        json.EndObject().EndLine();
     }
     void BeginFindings(bool foreign) {
-        State(kernel::kDone);
+        WriteState(kernel::kDone);
         json.Member("form", foreign ? "foreign" : "native").Name("findings").BeginArray();
     }
-    void Show(const Finding& finding, const Place& place) {
-        json.BeginObject().Member("line", place.line).Member("column", place.column);
+    void ReportFinding(const Finding& finding, const Location& location) {
+        json.BeginObject().Member("line", location.line).Member("column", location.column);
         json.Member("kind", kKindNames[static_cast<std::size_t>(finding.kind)])
             .Member("text", finding.text)
             .EndObject();
     }
-    void End(const Counts& counts) {
-        json.EndArray().Member("keys", counts.keys).Member("values", counts.values).EndObject().End();
+    void ReportCounts(const Counts& counts) {
+        json.EndArray().Member("keys", counts.keys).Member("values", counts.values).EndObject().EndLine();
     }
 
 private:
-    void State(kernel::ResultCode code) {
+    void WriteState(kernel::ResultCode code) {
         json.Member("code", static_cast<std::uint32_t>(code)).Member("state", LoadState(code));
     }
 
@@ -127,29 +132,30 @@ private:
 template <class Output>
 void ReportFault(const Session& session, kernel::ResultCode code, Output& output) {
     const std::filesystem::path& path = session.settings.document;
-    if (!std::filesystem::is_regular_file(path)) return output.Fail(code, std::nullopt, "");
+    if (!std::filesystem::is_regular_file(path)) return output.ReportLoadFailure(code, std::nullopt, "");
     const std::string content = ReadFile(path, session.settings.wait);
-    const std::string_view text = WithoutMark(content);
+    const std::string_view text = WithoutByteOrderMark(content);
     const ScanResult result = ScanDocument(session.kernel, text, [](const Finding&) {});
-    if (!result.fault) return output.Fail(code, std::nullopt, "");
-    output.Fail(code, PlaceCounter(text).At(result.fault->offset), result.fault->text);
+    if (!result.fault) return output.ReportLoadFailure(code, std::nullopt, "");
+    output.ReportLoadFailure(code, LocationCounter(text).At(result.fault->offset), result.fault->text);
 }
 
-/// Returns whether there are findings.
+/// Returns whether the scan has findings.
 template <class Output>
 bool ReportFindings(const Session& session, Output& output) {
     const Progress::Stage stage = session.progress.Begin("checking", session.settings.document);
     const std::string content = ReadFile(session.settings.document, session.settings.wait);
-    const std::string_view text = WithoutMark(content);
+    const std::string_view text = WithoutByteOrderMark(content);
     output.BeginFindings(IsForeign(text));
     bool found = false;
-    PlaceCounter places(text);
+    LocationCounter locations(text);
     if (content.empty()) return found;
     const ScanResult result = ScanDocument(session.kernel, text, [&](const Finding& finding) {
-        output.Show(finding, places.At(finding.offset));
+        output.ReportFinding(finding, locations.At(finding.offset));
         found = true;
     });
-    if (result.fault) throw std::runtime_error("the store loads what this check can't read: " + result.fault->text);
+    if (result.fault)
+        throw std::runtime_error("the document loads, but the check can't read it: " + result.fault->text);
     return found;
 }
 
@@ -157,13 +163,13 @@ template <class Output>
 int CheckWith(const Session& session, Output output) {
     Counts counts;
     try {
-        counts = Count(session, session.Load());
+        counts = CountEntries(session, session.Load());
     } catch (const LoadError& error) {
         ReportFault(session, error.Code(), output);
         return kExitNotLoaded;
     }
     const bool found = ReportFindings(session, output);
-    output.End(counts);
+    output.ReportCounts(counts);
     return found ? kExitRefused : kExitDone;
 }
 
@@ -171,7 +177,7 @@ int CheckWith(const Session& session, Output output) {
 
 int Check(const Session& session) {
     const std::string file = PathText(session.settings.document);
-    return session.json ? CheckWith(session, JsonReport(file)) : CheckWith(session, Lines(file));
+    return session.json ? CheckWith(session, JsonReport(file)) : CheckWith(session, TextReport(file));
 }
 
 }   // namespace arborctl

@@ -33,14 +33,14 @@ std::string ExitCodes() {
 }
 
 std::string TypeFault(const std::string& type) {
-    return kernel::FindType(type) != nullptr ? "" : type + " is no type of a value; the types are " + TypeNames();
+    return kernel::FindType(type) != nullptr ? "" : type + " isn't a value type; the types are " + TypeNames();
 }
 
-/// The usage of `set`, whose VALUE may be left out although an argument follows.
+/// The usage of `set`. The parser can't describe an optional VALUE before a required TYPE.
 constexpr std::string_view kParsedSetUsage = "VALUE TYPE [TEXT]";
 constexpr std::string_view kSetUsage = "[VALUE] TYPE TEXT";
 
-/// A command's usage names the document before it.
+/// Adds the document to the usage of a command, which the parser doesn't do.
 class UsageWithDocument : public CLI::Formatter {
 public:
     std::string make_usage(const CLI::App* app, std::string name) const override {
@@ -51,7 +51,7 @@ public:
     }
 };
 
-/// Calls `read(text)`; a failure is one of the command line.
+/// Calls `read(text)` and turns `std::invalid_argument` into an error of the command line.
 template <class Read>
 void ReadArgument(const std::string& text, Read read) {
     try {
@@ -61,16 +61,16 @@ void ReadArgument(const std::string& text, Read read) {
     }
 }
 
-/// What the arguments of a command are read into.
+/// The parsed arguments of a command.
 struct Operands {
     Path path;
     std::optional<PathName> name;
     std::string nameText, type, text, file;
 
-    /// The value that the path and the name address, or the path alone.
+    /// The value `name` of the key `path`, or the value `path`.
     [[nodiscard]] ValuePath Value() const { return name ? ValuePath{path, *name} : ToValuePath(path); }
-    /// Of three arguments of `set` the first is the value's path.
-    void LeaveOutName() {
+    /// Moves the arguments of `set PATH TYPE TEXT`, which the parser reads as PATH VALUE TYPE, to their members.
+    void OmitName() {
         text = std::move(type);
         type = std::move(nameText);
         name.reset();
@@ -79,16 +79,16 @@ struct Operands {
     [[nodiscard]] kernel::TypeCode Type() const { return type.empty() ? 0 : kernel::FindType(type)->type; }
 };
 
-/// The commands being read: what was given so far, and the tool's command that it sets.
+/// Adds the commands to the parser. Parsing one sets `CommandLine::command`.
 class Commands {
 public:
     Commands(CLI::App& tool, CommandLine& commandLine) : app(tool), line(commandLine) {}
 
     void AddAll() {
-        AddReading();
-        AddComparing();
-        AddChanging();
-        AddMoving();
+        AddReadingCommands();
+        AddComparingCommands();
+        AddChangingCommands();
+        AddMovingCommands();
     }
 
 private:
@@ -104,13 +104,13 @@ private:
             });
     }
 
-    CLI::App* AddReader(const char* name, const char* help, const char* example, Work work) {
+    CLI::App* AddJsonCommand(const char* name, const char* help, const char* example, Work work) {
         CLI::App* command = Add(name, help, example, work);
         command->add_flag("--json", line.json, "print JSON, for programs");
         return command;
     }
 
-    /// `read` throws `std::invalid_argument` for an argument that can't be meant.
+    /// `read` throws `std::invalid_argument` for an argument with a wrong syntax.
     template <class Read>
     static CLI::Option* AddParsed(CLI::App* command, const char* name, const char* help, Read read) {
         return command->add_option_function<std::string>(
@@ -126,7 +126,7 @@ private:
                          [this](const std::string& text) { operands.name = ParseName(operands.nameText = text); });
     }
 
-    void DemandValuePath() {
+    void RequireValuePath() {
         ReadArgument("PATH", [this](const std::string&) { static_cast<void>(operands.Value()); });
     }
 
@@ -134,91 +134,92 @@ private:
         return command->add_option(name, operands.type, help)->option_text("TYPE")->check(TypeFault);
     }
 
-    void AddReading() {
+    void AddReadingCommands() {
         CLI::App* tree =
-            AddReader("tree", "Show keys and values, typed", "settings.xml tree Network/Proxy",
-                      [](const Session& session, const Operands& given) { return Tree(session, given.path); });
+            AddJsonCommand("tree", "Show keys and values, typed", "settings.xml tree Network/Proxy",
+                           [](const Session& session, const Operands& given) { return Tree(session, given.path); });
         AddPath(tree, kKeyPath);
 
-        CLI::App* get = AddReader(
+        CLI::App* get = AddJsonCommand(
             "get", "Show one value, in its own type or converted", "settings.xml get Network/Proxy/Port --as tSTRING",
             [](const Session& session, const Operands& given) { return Get(session, given.Value(), given.Type()); });
         AddPath(get, "value, as in Network/Proxy/Port, or its key")->required();
         AddName(get, "name of the value, if PATH is its key");
         AddType(get, "--as", "type to convert to");
-        get->parse_complete_callback([this] { DemandValuePath(); });
+        get->parse_complete_callback([this] { RequireValuePath(); });
 
-        CLI::App* find = AddReader(
+        CLI::App* find = AddJsonCommand(
             "find", "Show the keys and values with TEXT in a name or in a value's text", "settings.xml find proxy",
             [](const Session& session, const Operands& given) { return Find(session, given.text); });
         find->add_option("TEXT", operands.text, "compared without regard to the case of ASCII letters")->required();
 
-        CLI::App* write =
-            AddReader("export", "Write a subtree as a document to standard output", "settings.xml export Network/Proxy",
-                      [](const Session& session, const Operands& given) { return Export(session, given.path); });
+        CLI::App* write = AddJsonCommand(
+            "export", "Write a subtree as a document to standard output", "settings.xml export Network/Proxy",
+            [](const Session& session, const Operands& given) { return Export(session, given.path); });
         AddPath(write, kKeyPath);
     }
 
-    void AddComparing() {
-        AddReader("check", "Say whether the document loads, why not and where, and what a save drops or changes",
-                  "settings.xml check", [](const Session& session, const Operands&) { return Check(session); });
+    void AddComparingCommands() {
+        AddJsonCommand("check", "Report why and where the document can't be loaded, or what a save drops or changes",
+                       "settings.xml check", [](const Session& session, const Operands&) { return Check(session); });
 
-        CLI::App* diff = AddReader(
+        CLI::App* diff = AddJsonCommand(
             "diff", "Show in which keys and values another document differs", "settings.xml diff settings.xml.bak2",
-            [](const Session& session, const Operands& given) { return Diff(session, DocumentOf(given.file)); });
+            [](const Session& session, const Operands& given) { return Diff(session, DocumentPath(given.file)); });
         AddDocument(*diff, "OTHER-DOCUMENT", operands.file, "what DOCUMENT is compared with")->required();
 
-        AddReader("backups", "Show the document and the files that saves left beside it, and whether each loads",
-                  "settings.xml backups", [](const Session& session, const Operands&) { return Backups(session); });
+        AddJsonCommand("backups", "List the document and its backups, and whether each loads", "settings.xml backups",
+                       [](const Session& session, const Operands&) { return Backups(session); });
     }
 
-    void AddChanging() {
+    void AddChangingCommands() {
         CLI::App* set =
-            Add("set", "Make or change a value; keys on the way are made",
+            Add("set", "Create or change a value; missing keys are created",
                 "settings.xml set Network/Proxy/Port tDWORD 8080", [](const Session& session, const Operands& given) {
                     return Set(session, given.Value(), given.Type(), given.text);
                 });
         AddPath(set, "key, as in Network/Proxy, or value, as in Network/Proxy/Port")->required();
         AddName(set, "name of the value, if PATH is the key")->required();
         set->add_option("TYPE", operands.type,
-                        "type of a new value; one that exists keeps its own and takes TEXT converted")
+                        "type of a new value; an existing value keeps its type, and TEXT is converted")
             ->required();
         CLI::Option* text = set->add_option(
-            "TEXT", operands.text, "what to store; hexadecimal for a blob; after \"--\" if it begins with \"-\"");
+            "TEXT", operands.text, "text of the value; hexadecimal for a blob; after \"--\" if it begins with \"-\"");
         set->parse_complete_callback([this, text] {
-            if (text->count() == 0) operands.LeaveOutName();
+            if (text->count() == 0) operands.OmitName();
             if (const std::string fault = TypeFault(operands.type); !fault.empty())
                 throw CLI::ValidationError("TYPE", fault);
-            DemandValuePath();
+            RequireValuePath();
         });
 
-        CLI::App* rm = Add("rm", "Remove a value, or a key with all below it", "settings.xml rm Network/Proxy/Port",
+        CLI::App* rm = Add("rm", "Remove a value, or a key and its subtree", "settings.xml rm Network/Proxy/Port",
                            [](const Session& session, const Operands& given) {
                                return given.name ? RemoveValue(session, given.Value()) : Remove(session, given.path);
                            });
-        AddPath(rm, "value, or key if there is no such value; with \"/\" at its end a key")->required();
+        AddPath(rm, "value, or key if there is no such value; always a key if it ends with \"/\"")->required();
         AddName(rm, "name of the value, if PATH is its key");
     }
 
-    void AddMoving() {
+    void AddMovingCommands() {
         CLI::App* cp =
-            Add("cp", "Copy a subtree into another document, to the same place",
-                "settings.xml cp Network/Proxy other.xml", [](const Session& session, const Operands& given) {
-                    return Copy(session, given.path, DocumentOf(given.file));
+            Add("cp", "Copy a subtree to the same path in another document", "settings.xml cp Network/Proxy other.xml",
+                [](const Session& session, const Operands& given) {
+                    return Copy(session, given.path, DocumentPath(given.file));
                 });
         AddPath(cp, kKeyPath)->required();
-        AddDocument(*cp, "TARGET-DOCUMENT", operands.file, "made if it's missing")->required();
+        AddDocument(*cp, "TARGET-DOCUMENT", operands.file, "created if it is missing")->required();
 
-        CLI::App* import =
-            Add("import", "Read any XML into this document", "--create settings.xml import foreign.xml",
-                [](const Session& session, const Operands& given) { return Import(session, DocumentOf(given.file)); });
+        CLI::App* import = Add(
+            "import", "Copy any XML document into this one", "--create settings.xml import foreign.xml",
+            [](const Session& session, const Operands& given) { return Import(session, DocumentPath(given.file)); });
         AddDocument(*import, "FOREIGN.xml", operands.file, "elements become keys, attributes and text become values")
             ->required();
 
-        CLI::App* restore = Add(
-            "restore", "Put a backup in the document's place; what stood there is kept", "settings.xml restore .bak2",
-            [](const Session& session, const Operands& given) { return RestoreBackup(session, given.file); });
-        restore->add_option("BACKUP", operands.file, "a file that the command backups shows, its path, or its ending")
+        CLI::App* restore = Add("restore", "Replace the document by a backup; a copy of the former document is kept",
+                                "settings.xml restore .bak2", [](const Session& session, const Operands& given) {
+                                    return RestoreBackup(session, given.file);
+                                });
+        restore->add_option("BACKUP", operands.file, "a file that \"backups\" lists: its name, path or ending")
             ->required();
     }
 
@@ -228,20 +229,22 @@ private:
 };
 
 void AddOptions(CLI::App& app, CommandLine& line, std::string& module, std::string& document) {
-    std::map<std::string, Colours> whens;
-    for (const ColourRow& row : kColourRows) whens.emplace(row.word, row.colours);
+    std::map<std::string, Colours> colourModes;
+    for (const ColourRow& row : kColourRows) colourModes.emplace(row.word, row.colours);
     const std::map<std::string, Creation> creations{{"true", Creation::Safe}, {"force", Creation::Force}};
-    app.add_option("--module", module, "module to load (default: the one beside this program)")->option_text("FILE");
-    app.add_option("--trace", line.traceLevel, "show the module's lines up to this level, 600 being all")
+    app.add_option("--module", module, "module to load (default: the one in the program's directory)")
+        ->option_text("FILE");
+    app.add_option("--trace", line.traceLevel, "print the module's trace lines up to this level; 600 prints all")
         ->option_text("LEVEL");
     CLI::Option* readOnly = app.add_flag("--read-only", line.settings.readOnly, "refuse every change");
     app.add_flag("--create", line.settings.create,
-                 "make the document if it's missing; with =force also beside a backup of a former one")
+                 "create the document if it is missing; =force: even if backups of a former one exist")
         ->option_text("[=force]")
         ->transform(CLI::Transformer(creations))
         ->excludes(readOnly);
-    app.add_flag("--convert", line.settings.convert, "let a change save a foreign document as a native one");
-    app.add_option("--backup", line.settings.backupMode, "0 none, 1 the last document, 2 also the first one saved")
+    app.add_flag("--convert", line.settings.convert, "allow a change to save a foreign document as a native one");
+    app.add_option("--backup", line.settings.backupMode,
+                   "0: none; 1: the document before the last save; 2: also the first one saved")
         ->option_text("MODE")
         ->check(CLI::Range(std::uint32_t{0}, kMaxBackupMode));
     app.add_option_function<std::string>(
@@ -249,32 +252,32 @@ void AddOptions(CLI::App& app, CommandLine& line, std::string& module, std::stri
            [&line](const std::string& text) {
                ReadArgument(text, [&line](const std::string& path) { line.settings.root = Path(path); });
            },
-           "key that paths start at")
+           "key that paths are relative to")
         ->option_text("PATH");
-    app.add_option("--color", line.colours, "auto, always or never; auto: on a terminal")
+    app.add_option("--color", line.colours, "auto, always or never; auto: only on a terminal")
         ->option_text("WHEN")
-        ->transform(CLI::Transformer(whens))
+        ->transform(CLI::Transformer(colourModes))
         ->check([](const std::string& when) { return when.size() == 1 ? "" : when + " is not auto, always or never"; });
     app.add_option_function<unsigned>(
            "--wait", [&line](unsigned seconds) { line.settings.wait = std::chrono::seconds(seconds); },
            "how long to wait for other processes that use the document (default: 5)")
         ->option_text("SECONDS")
         ->check(CLI::Range(0, 86'400));
-    app.add_flag("--leaks", line.leaks, "say how much memory the module kept");
+    app.add_flag("--leaks", line.leaks, "report the memory that the module didn't free");
     app.set_version_flag("--version", "arborctl " ARBOR_VERSION);
-    AddDocument(app, "DOCUMENT", document, "file of the settings");
+    AddDocument(app, "DOCUMENT", document, "file with the settings");
 }
 
 std::string FailureLine(const CLI::App* app, const CLI::Error& error) {
     const std::vector<CLI::App*> commands = app->get_subcommands();
     const std::vector<std::string> unknown = app->remaining();
     if (commands.empty() && !unknown.empty())
-        return "arborctl: " + host::Printable(unknown[0]) + " is no command (arborctl --help lists them)\n";
+        return "arborctl: " + host::Printable(unknown[0]) + " is not a command (see arborctl --help)\n";
     const std::string command = commands.empty() ? "" : commands[0]->get_name() + ' ';
-    return "arborctl: " + host::Printable(error.what()) + " (arborctl " + command + "--help tells more)\n";
+    return "arborctl: " + host::Printable(error.what()) + " (see arborctl " + command + "--help)\n";
 }
 
-/// The parser, and what it reads into.
+/// The parser and the results of parsing.
 struct Parser {
     CommandLine line{};
     std::string module{};
@@ -284,7 +287,7 @@ struct Parser {
 
     Parser() {
         app.formatter(std::make_shared<UsageWithDocument>());
-        app.footer("arborctl COMMAND --help shows more of a command.\n\n" + ExitCodes());
+        app.footer("arborctl COMMAND --help shows the arguments and an example of a command.\n\n" + ExitCodes());
         app.failure_message(FailureLine);
         app.allow_windows_style_options(false);   // a path may begin with "/"
         app.require_subcommand(1);
@@ -306,11 +309,11 @@ void PutDocumentFirst(const CLI::App& app, std::vector<std::string>& arguments) 
     if (!arguments[1].starts_with('-')) std::swap(arguments[0], arguments[1]);
 }
 
-std::filesystem::path DocumentOf(const std::string& argument) { return FollowLink(PathOf(argument)); }
+std::filesystem::path DocumentPath(const std::string& argument) { return FollowLink(PathFromArgument(argument)); }
 
-std::filesystem::path ModuleOf(const std::string& argument) {
+std::filesystem::path ModulePath(const std::string& argument) {
     return argument.empty() ? host::ProgramDirectory() / (std::string("arbor") + host::ModuleExtension())
-                            : PathOf(argument);
+                            : PathFromArgument(argument);
 }
 
 std::shared_ptr<const CLI::App> DescribeCommandLine() {
@@ -323,7 +326,7 @@ std::optional<CommandLine> ReadCommandLine(std::vector<std::string> arguments, i
     CLI::App& app = parser.app;
     PutDocumentFirst(app, arguments);
     try {
-        std::reverse(arguments.begin(), arguments.end());   // as the parser takes them
+        std::reverse(arguments.begin(), arguments.end());   // the parser expects the last one first
         app.parse(arguments);
         if (parser.document.empty()) throw CLI::RequiredError("DOCUMENT");
     } catch (const CLI::ParseError& error) {
@@ -331,9 +334,9 @@ std::optional<CommandLine> ReadCommandLine(std::vector<std::string> arguments, i
         return std::nullopt;
     }
     CommandLine& line = parser.line;
-    line.settings.document = DocumentOf(parser.document);
+    line.settings.document = DocumentPath(parser.document);
     if (app.got_subcommand("check")) line.traceLevel = std::max<std::uint32_t>(line.traceLevel, kernel::TraceWarning);
-    line.module = ModuleOf(parser.module);
+    line.module = ModulePath(parser.module);
     return std::move(line);
 }
 

@@ -1,4 +1,4 @@
-/// The tool's arguments.
+/// Parses the tool's command line, and describes its options and commands for completion.
 #pragma once
 
 #include "commands.h"
@@ -20,6 +20,7 @@ enum class Colours {
     Never,
 };
 
+/// The words of --color.
 struct ColourRow {
     const char* word;
     Colours colours;
@@ -39,23 +40,23 @@ struct CommandLine {
     std::function<int(const Session&)> command;
 };
 
-/// Reads the arguments, which don't hold the program's name. Without a result the program is to end with `exitCode`:
-/// help was asked for and printed, or the arguments were wrong and a line on standard error says why.
+/// Parses the arguments, given without the program's name. If there is nothing to run, prints the requested help, or an
+/// error line to standard error, sets `exitCode` and returns none.
 [[nodiscard]] std::optional<CommandLine> ReadCommandLine(std::vector<std::string> arguments, int& exitCode);
 
-/// The options and commands that `ReadCommandLine` accepts.
+/// Returns the options and commands that `ReadCommandLine` accepts.
 [[nodiscard]] std::shared_ptr<const CLI::App> DescribeCommandLine();
 
-/// Null for a word that is no command.
+/// Returns null if there is no such command.
 [[nodiscard]] const CLI::App* FindCommand(const CLI::App& app, const std::string& name);
 
-/// Swaps the first two arguments where a command comes before its document.
+/// Swaps the first two arguments if a command precedes its document.
 void PutDocumentFirst(const CLI::App& app, std::vector<std::string>& arguments);
 
-/// The file of a document that an argument names, with a symbolic link followed.
-[[nodiscard]] std::filesystem::path DocumentOf(const std::string& argument);
+/// Returns the file that an argument names, or the target if it is a symbolic link.
+[[nodiscard]] std::filesystem::path DocumentPath(const std::string& argument);
 
-/// The module's file; the empty argument names the one beside this program.
-[[nodiscard]] std::filesystem::path ModuleOf(const std::string& argument);
+/// Returns the module's file; for an empty argument, the one in the program's directory.
+[[nodiscard]] std::filesystem::path ModulePath(const std::string& argument);
 
 }   // namespace arborctl

@@ -1,5 +1,6 @@
-/// What the tool can do to a document. Each command prints its results to standard output and throws a `Refusal` where
-/// the store refuses; the document is stored as its last step or not at all. The results are exit codes.
+/// The tool's commands, one function each. A command prints its result to standard output and returns the exit code. It
+/// throws a `StoreError` if the store reports a failure. A command that changes the document saves it as its last step;
+/// on an exception nothing is saved.
 #pragma once
 
 #include "document.h"
@@ -11,25 +12,26 @@ struct Session {
     host::Kernel& kernel;
     const DocumentSettings& settings;
     Progress& progress;
-    bool json = false;   // of the reading commands
+    bool json = false;
     bool colours = false;
 
-    /// The document that the command line names.
+    /// Loads the document that the command line names.
     [[nodiscard]] Document Load() const { return Document(kernel, settings, progress); }
-    /// The same, locked against other runs until the result is gone.
-    [[nodiscard]] Document LoadToChange() const { return Document(kernel, settings, progress, Access::Change); }
+    /// The same, locked against other runs during the lifetime of the result.
+    [[nodiscard]] Document LoadForChange() const { return Document(kernel, settings, progress, Access::Change); }
 };
 
-/// Of a value's path, the value alone.
+/// Prints a subtree, or one value if `path` names a value.
 int Tree(const Session& session, const Path& path);
-/// In the value's own type for `type` 0.
+/// Prints a value converted to `type`, or in its own type if that is 0.
 int Get(const Session& session, const ValuePath& path, kernel::TypeCode type);
-/// Names of keys and values, and texts of values, without regard to the case of ASCII letters.
+/// Prints the keys and values with `text` in their name, and the values with it in their text. Ignores the case of
+/// ASCII letters.
 int Find(const Session& session, const std::string& text);
 int Diff(const Session& session, const std::filesystem::path& other);
-/// The subtree as a native document, with elements that repeat under names of their own.
+/// Prints the subtree as a native document. Elements with a repeated name get names of their own.
 int Export(const Session& session, const Path& path);
-/// Loads, saves and loads again, the latter two in memory.
+/// Reports why the document can't be loaded, or what a save would drop or change. Writes no file.
 int Check(const Session& session);
 int Backups(const Session& session);
 
@@ -37,11 +39,11 @@ int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, co
 /// Removes the value at `path` or, if there is none, the key.
 int Remove(const Session& session, const Path& path);
 int RemoveValue(const Session& session, const ValuePath& path);
-/// The subtree stands under the same path in `target`, which is made if it's missing.
+/// Copies a subtree or a value to the same path in `target`, which is created if it is missing.
 int Copy(const Session& session, const Path& path, const std::filesystem::path& target);
-/// Elements that repeat in their parent become keys of their own: "item", "item#2".
+/// Copies all of a foreign document into this one. Repeated elements become keys of their own: "item", "item#2".
 int Import(const Session& session, const std::filesystem::path& foreign);
-/// `backup` is a file's name, a path to it, or what follows the document's name in it.
+/// `backup` is a file name, a path, or an ending such as "bak2".
 int RestoreBackup(const Session& session, const std::string& backup);
 
 }   // namespace arborctl

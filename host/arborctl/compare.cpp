@@ -1,7 +1,6 @@
 #include "compare.h"
 
 #include "addressing.h"
-#include "walk.h"
 
 #include <algorithm>
 #include <map>
@@ -9,21 +8,21 @@
 namespace arborctl {
 namespace {
 
-/// What a key holds on one of the two sides, in its order, by printed names.
+/// The keys or values of one tree's key, in order, with their printed names.
 template <class Item>
 struct Side {
     std::vector<std::pair<std::string, Item>> items{};
-    std::map<std::string, std::size_t> places{};   // by name in small letters
+    std::map<std::string, std::size_t> indexes{};   // into `items`, by name in lower case
 
     void Add(std::string name, Item item) {
-        places.emplace(Lower(name), items.size());
+        indexes.emplace(ToLower(name), items.size());
         items.emplace_back(std::move(name), std::move(item));
     }
 
     [[nodiscard]] std::optional<Item> Find(const std::string& name) const {
-        const auto place = places.find(Lower(name));
-        if (place == places.end()) return std::nullopt;
-        return items[place->second].second;
+        const auto index = indexes.find(ToLower(name));
+        if (index == indexes.end()) return std::nullopt;
+        return items[index->second].second;
     }
 };
 
@@ -33,88 +32,86 @@ using Keys = Side<arbor::Key>;
 Values ValuesOf(const std::optional<arbor::Key>& key) {
     Values values;
     if (!key) return values;
-    SiblingNames names = ValueNames(*key);
-    ForEachValue(*key, [&](const arbor::Value& value) { values.Add(names.Next(value.Name()), Read(value)); });
+    ForEachNamedValue(*key, [&](const std::string& name, const arbor::Value& value) { values.Add(name, Read(value)); });
     return values;
 }
 
 Keys KeysOf(const std::optional<arbor::Key>& key) {
     Keys keys;
     if (!key) return keys;
-    arbor::KeyRange children = key->Keys();
-    SiblingNames names = KeyNames(*key);
-    for (const arbor::Key& child : children) keys.Add(names.Next(NameOf(child)), child);
-    Demand(children.Outcome(), "enumerating keys");
+    ForEachNamedKey(*key, [&](const std::string& name, const arbor::Key& child) { keys.Add(name, child); });
     return keys;
 }
 
-/// Calls `work(name, was, now)` for each name of either side, those of `now` alone last.
+/// Calls `work(name, before, after)` for each name of either side; names that only `after` has come last.
 template <class Item, class Work>
-void ForEachPair(const Side<Item>& was, const Side<Item>& now, Work work) {
-    for (const auto& [name, item] : was.items) work(name, std::optional<Item>(item), now.Find(name));
-    for (const auto& [name, item] : now.items) {
-        if (!was.Find(name)) work(name, std::optional<Item>(), std::optional<Item>(item));
+void ForEachNamePair(const Side<Item>& before, const Side<Item>& after, Work work) {
+    for (const auto& [name, item] : before.items) work(name, std::optional<Item>(item), after.Find(name));
+    for (const auto& [name, item] : after.items) {
+        if (!before.Find(name)) work(name, std::optional<Item>(), std::optional<Item>(item));
     }
 }
 
-bool Same(const std::optional<arbor::Datum>& was, const std::optional<arbor::Datum>& now) {
-    return was && now && was->type == now->type && was->bytes == now->bytes;
+bool IsSame(const std::optional<arbor::Datum>& before, const std::optional<arbor::Datum>& after) {
+    return before && after && before->type == after->type && before->bytes == after->bytes;
 }
 
-/// One place in both trees, or in one of them.
-struct Pair {
+/// The keys at one path, in both trees or in one of them.
+struct KeyPair {
     std::string path;
-    std::optional<arbor::Key> was;
-    std::optional<arbor::Key> now;
+    std::optional<arbor::Key> before;
+    std::optional<arbor::Key> after;
 };
 
-/// A value's line, or a key's.
-std::string Line(const ValueText& valueText, const Change& change, const std::optional<arbor::Datum>& datum) {
+/// Formats a value, or a key if the change is of a key.
+std::string FormatLine(const ValueText& valueText, const Change& change, const std::optional<arbor::Datum>& datum) {
     if (!datum) return change.path + '/';
-    return Below(change.path, *change.value) + ": " + valueText.Line(*datum);
+    return JoinPath(change.path, *change.value) + ": " + valueText.FormatLine(*datum);
 }
 
-void Print(Json& json, const ValueText& valueText, const char* name, const std::optional<arbor::Datum>& datum) {
-    if (datum) json.Name(name).BeginObject().Members(*datum, valueText).EndObject();
+void WriteJson(Json& json, const ValueText& valueText, const char* name, const std::optional<arbor::Datum>& datum) {
+    if (datum) json.Name(name).BeginObject().TypeAndValue(*datum, valueText).EndObject();
 }
 
 }   // namespace
 
-std::vector<Change> Compare(const arbor::Key& was, const arbor::Key& now) {
+std::vector<Change> Compare(const arbor::Key& before, const arbor::Key& after) {
     std::vector<Change> changes;
-    std::vector<Pair> open{{"", was, now}};
-    while (!open.empty()) {
-        const Pair pair = std::move(open.back());
-        open.pop_back();
-        if (!pair.was || !pair.now) changes.push_back({.path = pair.path, .added = !pair.was});
-        ForEachPair(ValuesOf(pair.was), ValuesOf(pair.now),
-                    [&](const auto& name, const auto& before, const auto& after) {
-                        if (!Same(before, after)) changes.push_back({pair.path, name, before, after});
-                    });
-        const auto children = static_cast<std::ptrdiff_t>(open.size());
-        ForEachPair(KeysOf(pair.was), KeysOf(pair.now), [&](const auto& name, const auto& before, const auto& after) {
-            open.push_back({Below(pair.path, name), before, after});
-        });
-        std::reverse(open.begin() + children, open.end());   // the first child is next
+    std::vector<KeyPair> pending{{"", before, after}};
+    while (!pending.empty()) {
+        const KeyPair pair = std::move(pending.back());
+        pending.pop_back();
+        if (!pair.before || !pair.after) changes.push_back({.path = pair.path, .keyAdded = !pair.before});
+        ForEachNamePair(ValuesOf(pair.before), ValuesOf(pair.after),
+                        [&](const auto& name, const auto& first, const auto& second) {
+                            if (!IsSame(first, second)) changes.push_back({pair.path, name, first, second});
+                        });
+        const auto children = static_cast<std::ptrdiff_t>(pending.size());
+        ForEachNamePair(KeysOf(pair.before), KeysOf(pair.after),
+                        [&](const auto& name, const auto& first, const auto& second) {
+                            pending.push_back({JoinPath(pair.path, name), first, second});
+                        });
+        std::reverse(pending.begin() + children, pending.end());   // the last element is compared next
     }
     return changes;
 }
 
-std::vector<std::string> Lines(const ValueText& valueText, const Change& change) {
+std::vector<std::string> FormatLines(const ValueText& valueText, const Change& change) {
     std::vector<std::string> lines;
-    if (change.was || (!change.value && !change.added)) lines.push_back("- " + Line(valueText, change, change.was));
-    if (change.now || change.added) lines.push_back("+ " + Line(valueText, change, change.now));
+    if (change.before || (!change.value && !change.keyAdded))
+        lines.push_back("- " + FormatLine(valueText, change, change.before));
+    if (change.after || change.keyAdded) lines.push_back("+ " + FormatLine(valueText, change, change.after));
     return lines;
 }
 
-void Print(Json& json, const ValueText& valueText, const Change& change) {
-    const bool changed = change.was && change.now;
+void WriteJson(Json& json, const ValueText& valueText, const Change& change) {
+    const bool changed = change.before && change.after;
     json.BeginObject();
-    json.Member("change", changed ? "changed" : change.now || change.added ? "added" : "removed");
+    json.Member("change", changed ? "changed" : change.after || change.keyAdded ? "added" : "removed");
     json.Member("path", change.path);
     if (change.value) json.Member("name", *change.value);
-    Print(json, valueText, "was", change.was);
-    Print(json, valueText, "now", change.now);
+    WriteJson(json, valueText, "was", change.before);
+    WriteJson(json, valueText, "now", change.after);
     json.EndObject();
 }
 

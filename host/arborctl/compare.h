@@ -1,4 +1,4 @@
-/// The differences between two trees, key by key.
+/// Compares two trees of keys and values.
 #pragma once
 
 #include "json.h"
@@ -10,20 +10,21 @@
 
 namespace arborctl {
 
-/// A key or value that stands in one of two trees alone, or a value that differs.
+/// A key or value that only one of two trees has, or a value that differs between them.
 struct Change {
     std::string path;
-    std::optional<std::string> value{};   // the value's name; none for a key
-    std::optional<arbor::Datum> was{};
-    std::optional<arbor::Datum> now{};
-    bool added = false;   // of a key
+    std::optional<std::string> value{};     // the name of the value; none if the change is of a key
+    std::optional<arbor::Datum> before{};   // none if the first tree doesn't have the value
+    std::optional<arbor::Datum> after{};    // none if the second tree doesn't have it
+    bool keyAdded = false;                  // of a key: only the second tree has it
 };
 
-/// Of several keys or values with one name the second is compared with the second.
-[[nodiscard]] std::vector<Change> Compare(const arbor::Key& was, const arbor::Key& now);
+/// Returns the changes in the order of the trees. If siblings share a name, the second of one tree is compared with the
+/// second of the other.
+[[nodiscard]] std::vector<Change> Compare(const arbor::Key& before, const arbor::Key& after);
 
-/// A line with "-" for what was there, one with "+" for what is, or both.
-[[nodiscard]] std::vector<std::string> Lines(const ValueText& valueText, const Change& change);
-void Print(Json& json, const ValueText& valueText, const Change& change);
+/// Returns a line that begins with "-" for the state before, a line with "+" for the state after, or both.
+[[nodiscard]] std::vector<std::string> FormatLines(const ValueText& valueText, const Change& change);
+void WriteJson(Json& json, const ValueText& valueText, const Change& change);
 
 }   // namespace arborctl

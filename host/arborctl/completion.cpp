@@ -3,7 +3,6 @@
 #include "addressing.h"
 #include "backups.h"
 #include "command_line.h"
-#include "walk.h"
 
 #include <algorithm>
 #include <iostream>
@@ -18,23 +17,23 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// The arguments so far, by the names of their options and operands, and the command.
-using Given = std::map<std::string, std::string>;
+/// The arguments before the word, by the names of their options and operands. The command has the name `kCommand`.
+using GivenArguments = std::map<std::string, std::string>;
 constexpr const char* kCommand = "COMMAND";
 
-/// Empty for one that isn't given.
-std::string ValueOf(const Given& given, const char* name) {
+/// Returns the argument, or "" if it isn't given.
+std::string ValueOf(const GivenArguments& given, const char* name) {
     const auto found = given.find(name);
     return found == given.end() ? "" : found->second;
 }
 
-/// The words that `work(document)` finds in the document.
+/// Loads the document that the command line names, with the given root, and returns `work(document)`.
 template <class Work>
-Words ReadDocument(const Given& given, const std::string& root, Work work) {
+Words CompleteFromDocument(const GivenArguments& given, const std::string& root, Work work) {
     host::Kernel kernel;
     Progress progress(nullptr);
-    kernel.LoadModule(ModuleOf(ValueOf(given, "--module")));
-    const DocumentSettings settings{.document = DocumentOf(ValueOf(given, "DOCUMENT")),
+    kernel.LoadModule(ModulePath(ValueOf(given, "--module")));
+    const DocumentSettings settings{.document = DocumentPath(ValueOf(given, "DOCUMENT")),
                                     .readOnly = true,
                                     .root = Path(root),
                                     .wait = std::chrono::seconds(0)};
@@ -42,35 +41,33 @@ Words ReadDocument(const Given& given, const std::string& root, Work work) {
     return work(document);
 }
 
-/// Keys end with a separator, so that the shell doesn't end the word there.
+/// Returns the paths of child keys. A separator at the end keeps the shell from ending the word.
 Words KeysIn(const arbor::Key& parent, const std::string& path) {
     Words words;
-    SiblingNames names = KeyNames(parent);
-    arbor::KeyRange children = parent.Keys();
-    for (const arbor::Key& child : children) words.push_back(path + names.Next(NameOf(child)) + '/');
+    ForEachNamedKey(parent, [&](const std::string& name, const arbor::Key&) { words.push_back(path + name + '/'); });
     return words;
 }
 
 Words ValuesIn(const arbor::Key& parent, const std::string& path) {
     Words words;
-    SiblingNames names = ValueNames(parent);
-    ForEachValue(parent, [&](const arbor::Value& value) { words.push_back(path + names.Next(value.Name())); });
+    ForEachNamedValue(parent, [&](const std::string& name, const arbor::Value&) { words.push_back(path + name); });
     return words;
 }
 
-/// The path that `word` begins with, up to its last separator.
+/// Returns `word` up to its last separator, inclusive.
 std::string ParentPath(const std::string& word) { return word.substr(0, word.find_last_of("/\\") + 1); }
 
-Words Roots(const Given& given, const std::string& word) {
-    return ReadDocument(given, "", [&word](const Document& document) {
+/// Candidates for the key of --root.
+Words Roots(const GivenArguments& given, const std::string& word) {
+    return CompleteFromDocument(given, "", [&word](const Document& document) {
         const std::string path = ParentPath(word);
         return KeysIn(OpenKey(document.Root(), Path(path)), path);
     });
 }
 
-/// The keys and values a level down from the last separator.
-Words Paths(const Given& given, const std::string& word) {
-    return ReadDocument(given, ValueOf(given, "--root"), [&word](const Document& document) {
+/// The keys and values of the key before the last separator.
+Words Paths(const GivenArguments& given, const std::string& word) {
+    return CompleteFromDocument(given, ValueOf(given, "--root"), [&word](const Document& document) {
         const std::string path = ParentPath(word);
         const arbor::Key parent = OpenKey(document.Root(), Path(path));
         Words words = KeysIn(parent, path);
@@ -79,18 +76,19 @@ Words Paths(const Given& given, const std::string& word) {
     });
 }
 
-/// A name is no path: separators in it need no escape.
-std::string WithSeparators(std::string name) {
+/// An argument VALUE is a single name, in which separators aren't escaped.
+std::string UnescapeSeparators(std::string name) {
     for (const auto& [escape, separator] : {std::pair("%x2F", "/"), std::pair("%x5C", "\\")}) {
         for (std::size_t at = 0; (at = name.find(escape, at)) != std::string::npos;) name.replace(at, 4, separator);
     }
     return name;
 }
 
-Words Names(const Given& given, const std::string&) {
-    return ReadDocument(given, ValueOf(given, "--root"), [&given](const Document& document) {
+/// Candidates for VALUE: names in the key PATH.
+Words Names(const GivenArguments& given, const std::string&) {
+    return CompleteFromDocument(given, ValueOf(given, "--root"), [&given](const Document& document) {
         Words words = ValuesIn(OpenKey(document.Root(), Path(ValueOf(given, "PATH"))), "");
-        std::ranges::transform(words, words.begin(), WithSeparators);
+        std::ranges::transform(words, words.begin(), UnescapeSeparators);
         return words;
     });
 }
@@ -101,20 +99,23 @@ Words AllTypes() {
     return words;
 }
 
-/// `set` takes a value's own path and no name.
-bool IsNameLeftOut(const Given& given) {
+/// True for `set` with the path of a value, which no VALUE follows.
+bool IsNameOmitted(const GivenArguments& given) {
     return ValueOf(given, kCommand) == "set" && !Path(ValueOf(given, "PATH")).IsOfKey();
 }
 
-Words TypesWithoutName(const Given& given, const std::string&) { return IsNameLeftOut(given) ? AllTypes() : Words{}; }
-
-Words Types(const Given& given, const std::string&) {
-    const bool isText = IsNameLeftOut(given) && kernel::FindType(ValueOf(given, "VALUE")) != nullptr;
-    return isText ? Words{} : AllTypes();
+/// Types in the position of VALUE, if that is omitted.
+Words TypesInsteadOfName(const GivenArguments& given, const std::string&) {
+    return IsNameOmitted(given) ? AllTypes() : Words{};
 }
 
-Words BackupNames(const Given& given, const std::string&) {
-    const std::filesystem::path document = DocumentOf(ValueOf(given, "DOCUMENT"));
+Words Types(const GivenArguments& given, const std::string&) {
+    const bool typeIsGiven = IsNameOmitted(given) && kernel::FindType(ValueOf(given, "VALUE")) != nullptr;
+    return typeIsGiven ? Words{} : AllTypes();   // if it is given, this argument is the text
+}
+
+Words BackupNames(const GivenArguments& given, const std::string&) {
+    const std::filesystem::path document = DocumentPath(ValueOf(given, "DOCUMENT"));
     Words words;
     for (const BackupFile& file : FindBackups(document)) {
         if (file.path.filename() != document.filename()) words.push_back(PathText(file.path.filename()));
@@ -122,24 +123,24 @@ Words BackupNames(const Given& given, const std::string&) {
     return words;
 }
 
-Words ColourWords(const Given&, const std::string&) {
+Words ColourWords(const GivenArguments&, const std::string&) {
     Words words;
     for (const ColourRow& row : kColourRows) words.emplace_back(row.word);
     return words;
 }
 
-Words BackupModes(const Given&, const std::string&) {
+Words BackupModes(const GivenArguments&, const std::string&) {
     Words words;
     for (std::uint32_t mode = 0; mode <= kMaxBackupMode; ++mode) words.push_back(std::to_string(mode));
     return words;
 }
 
-/// What an option or operand can be. A null is for files; one without a row is free text.
-struct Source {
+/// The candidates for an option's value or an operand. Null means file names. Those without a row are free text.
+struct CandidateSource {
     std::string_view name;
-    Words (*words)(const Given& given, const std::string& word);
+    Words (*words)(const GivenArguments& given, const std::string& word);
 };
-constexpr Source kSources[] = {
+constexpr CandidateSource kCandidateSources[] = {
     {"DOCUMENT", nullptr},
     {"OTHER-DOCUMENT", nullptr},
     {"TARGET-DOCUMENT", nullptr},
@@ -148,7 +149,7 @@ constexpr Source kSources[] = {
     {"PATH", Paths},
     {"--root", Roots},
     {"VALUE", Names},
-    {"VALUE", TypesWithoutName},
+    {"VALUE", TypesInsteadOfName},
     {"TYPE", Types},
     {"--as", Types},
     {"BACKUP", BackupNames},
@@ -170,17 +171,17 @@ Words OptionNames(const CLI::App& level) {
     return words;
 }
 
-/// Where a word stands on the command line.
-class Position {
+/// Follows the arguments of a command line in order and completes the one that comes next.
+class LineState {
 public:
-    explicit Position(const CLI::App& app) : tool(app), level(&app) {}
+    explicit LineState(const CLI::App& app) : tool(app), level(&app) {}
 
-    /// Steps over a word.
-    void Pass(const std::string& word) {
+    /// Processes one complete argument.
+    void Consume(const std::string& word) {
         if (const CLI::Option* option = std::exchange(pending, nullptr)) {
             given[option->get_name()] = word;
         } else if (IsOption(word)) {
-            PassOption(word);
+            ConsumeOption(word);
         } else if (const CLI::Option* operand = NextOperand()) {
             given[operand->get_name()] = word;
             ++operands;
@@ -197,7 +198,7 @@ public:
         bool files = false;
     };
 
-    /// What can stand for `word` here.
+    /// Returns the candidates for `word` as the next argument.
     [[nodiscard]] Result Complete(const std::string& word) const {
         if (pending != nullptr) return From(*pending, word);
         if (IsOption(word)) return CompleteOption(word);
@@ -215,7 +216,7 @@ private:
         return operands < all.size() ? all[operands] : nullptr;
     }
 
-    void PassOption(const std::string& word) {
+    void ConsumeOption(const std::string& word) {
         if (word == "--") {
             optionsEnded = true;
             return;
@@ -240,7 +241,7 @@ private:
 
     [[nodiscard]] Result From(const CLI::Option& option, const std::string& word) const {
         Result result;
-        for (const Source& source : kSources) {
+        for (const CandidateSource& source : kCandidateSources) {
             if (source.name != option.get_name()) continue;
             if (source.words == nullptr)
                 result.files = true;
@@ -250,8 +251,8 @@ private:
         return result;
     }
 
-    /// None of a document that can't be read.
-    [[nodiscard]] Words TryWords(const Source& source, const std::string& word) const {
+    /// Returns no candidates if the document can't be read.
+    [[nodiscard]] Words TryWords(const CandidateSource& source, const std::string& word) const {
         try {
             return source.words(given, word);
         } catch (const std::exception&) {
@@ -261,10 +262,10 @@ private:
 
     const CLI::App& tool;
     const CLI::App* level;                  // the tool or a command
-    const CLI::Option* pending = nullptr;   // whose value comes next
-    std::size_t operands = 0;
-    bool optionsEnded = false;
-    Given given;
+    const CLI::Option* pending = nullptr;   // the option whose value comes next
+    std::size_t operands = 0;               // operands of `level` so far
+    bool optionsEnded = false;              // after "--"
+    GivenArguments given;
 };
 
 }   // namespace
@@ -274,17 +275,18 @@ int PrintCompletions(std::vector<std::string> words) {
     const std::string word = std::move(words.back());
     words.pop_back();
     const std::shared_ptr<const CLI::App> tool = DescribeCommandLine();
-    Position position(*tool);
-    const bool isDocument = words.size() == 1 && FindCommand(*tool, words[0]) != nullptr;   // the command came first
+    LineState state(*tool);
+    const bool isDocument =
+        words.size() == 1 && FindCommand(*tool, words[0]) != nullptr;   // the word follows a leading command
     if (!isDocument) {
         PutDocumentFirst(*tool, words);
-        for (const std::string& passed : words) position.Pass(passed);
+        for (const std::string& argument : words) state.Consume(argument);
     }
-    Position::Result result = position.Complete(word);
+    LineState::Result result = state.Complete(word);
     if (isDocument) result.words.clear();
     std::cout << (result.files ? "files\n" : "words\n");
-    for (const std::string& each : result.words) {
-        if (each.starts_with(word)) std::cout << each << '\n';
+    for (const std::string& candidate : result.words) {
+        if (candidate.starts_with(word)) std::cout << candidate << '\n';
     }
     return kExitDone;
 }

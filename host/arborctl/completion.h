@@ -1,4 +1,4 @@
-/// Which words can come next on a command line, for the shell's completion.
+/// Lists candidates for the last word of a command line, for the shell's completion (arborctl.bash).
 #pragma once
 
 #include <string>
@@ -6,12 +6,12 @@
 
 namespace arborctl {
 
-/// The first argument that asks for completion; the rest is the command line up to the word to complete, which is last
-/// and may be empty.
+/// As the first argument, requests completion. The other arguments are the command line up to the word to complete,
+/// which is last and may be empty.
 inline constexpr const char* kCompletionCommand = "__complete";
 
-/// Prints the words that can stand for the last one, one a line. The first line is "files" if the name of a file can
-/// stand there too, or else "words". A word that ends with a separator may go on.
+/// Prints a header line, "files" if a file name is also possible or else "words", then the candidates, one a line. A
+/// candidate that ends with a separator is incomplete. Returns the exit code.
 int PrintCompletions(std::vector<std::string> words);
 
 }   // namespace arborctl

@@ -15,16 +15,18 @@
 namespace arborctl {
 namespace {
 
-/// Paths that lead to one document have one lock.
-std::filesystem::path LockFile(const std::filesystem::path& document) { return host::RealPath(document) += ".lock"; }
-
-/// A save with backups moves the document away before it moves the new one there.
-bool IsBeingReplaced(const std::filesystem::path& document) {
-    std::error_code unknown;
-    return std::filesystem::exists(LockFile(document), unknown);
+/// Resolves links, so that all paths of one document use one lock.
+std::filesystem::path LockFilePath(const std::filesystem::path& document) {
+    return host::RealPath(document) += ".lock";
 }
 
-/// Whether only a process that has the document open can be the reason that it can't be replaced.
+/// Whether another run holds the lock. Its save may have moved the document to a backup and not yet replaced it.
+bool IsBeingSaved(const std::filesystem::path& document) {
+    std::error_code unknown;
+    return std::filesystem::exists(LockFilePath(document), unknown);
+}
+
+/// True for a writable regular file: only another process that has it open can prevent its replacement.
 bool IsReplaceable(const std::filesystem::path& document) {
     using std::filesystem::perms;
     constexpr perms kWriting = perms::owner_write | perms::group_write | perms::others_write;
@@ -33,34 +35,38 @@ bool IsReplaceable(const std::filesystem::path& document) {
     return std::filesystem::is_regular_file(status) && (status.permissions() & kWriting) != perms::none;
 }
 
-/// Throws a `Refusal` if the missing `document` is left in a backup or a temporary file.
-void RefuseFormerDocument(const std::filesystem::path& document) {
+/// Throws a `StoreError` if a backup or a temporary file of the missing `document` isn't empty.
+void ThrowIfFormerDocumentRemains(const std::filesystem::path& document) {
     for (const BackupFile& backup : FindBackups(document)) {
-        if (!backup.isReplaced || std::filesystem::file_size(backup.path) == 0) continue;
+        if (!backup.isOverwritten || std::filesystem::file_size(backup.path) == 0) continue;
         const std::string file = PathText(document);
         const std::string left = PathText(backup.path.filename());
-        throw Refusal(kernel::kAlreadyExists, left + " holds a former " + file + ": \"arborctl " + file + " restore " +
-                                                  left + "\" brings it back, --create=force makes a new one");
+        throw StoreError(kernel::kAlreadyExists, left + " holds a former " + file + ": \"arborctl " + file +
+                                                     " restore " + left +
+                                                     "\" restores it, --create=force creates a new one");
     }
 }
 
 }   // namespace
 
-int Refusal::ExitCode() const { return refused == kernel::kFileInUse ? kExitNotLoaded : kExitRefused; }
+int StoreError::ExitCode() const { return code == kernel::kFileInUse ? kExitNotLoaded : kExitRefused; }
 
 int LoadError::ExitCode() const { return kExitNotLoaded; }
 
-Refusal::Refusal(kernel::ResultCode code, std::string_view tried)
-    : std::runtime_error(host::Describe(code).append(" (").append(host::Printable(tried)).append(")")), refused(code) {}
+StoreError::StoreError(kernel::ResultCode result, std::string_view operation)
+    : std::runtime_error(host::Describe(result).append(" (").append(host::Printable(operation)).append(")")),
+      code(result) {}
 
-void Demand(arbor::Status status, std::string_view tried) {
-    if (!status) throw Refusal(status.Code(), tried);
+void ThrowIfFailed(arbor::Status status, std::string_view operation) {
+    if (!status) throw StoreError(status.Code(), operation);
 }
 
-std::filesystem::path PathOf(const std::string& argument) { return std::u8string(argument.begin(), argument.end()); }
+std::filesystem::path PathFromArgument(const std::string& argument) {
+    return std::u8string(argument.begin(), argument.end());
+}
 
 std::filesystem::path FollowLink(const std::filesystem::path& path) {
-    std::error_code ignored;   // a path that can't be examined is no link
+    std::error_code ignored;   // a path whose status can't be read is returned unchanged
     return std::filesystem::is_symlink(path, ignored) ? host::RealPath(path) : path;
 }
 
@@ -87,48 +93,47 @@ std::string LoadState(kernel::ResultCode code) {
 }
 
 std::unique_ptr<host::TimedFileLock> LockDocument(const DocumentSettings& settings) {
-    const std::filesystem::path file = LockFile(settings.document);
+    const std::filesystem::path file = LockFilePath(settings.document);
     if (settings.create != Creation::Never) std::filesystem::create_directories(file.parent_path());
     if (!std::filesystem::exists(file.parent_path())) return nullptr;
     auto lock = std::make_unique<host::TimedFileLock>(file, settings.wait);
-    if (!lock->IsHeld()) throw LoadError(kernel::kFileInUse, "another run changes " + PathText(settings.document));
+    if (!lock->IsHeld()) throw LoadError(kernel::kFileInUse, "another run is changing " + PathText(settings.document));
     return lock;
 }
 
-Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress, Access access)
-    : stages(&progress), file(settings.document), mayConvert(settings.convert), wait(settings.wait) {
+Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& stages, Access access)
+    : progress(&stages), file(settings.document), isConversionAllowed(settings.convert), wait(settings.wait) {
     if ((access == Access::Change && !settings.readOnly) || settings.create != Creation::Never) {
         lock = LockDocument(settings);
     }
     const bool isNew = settings.create != Creation::Never && !std::filesystem::exists(file);
-    if (isNew && settings.create == Creation::Safe) RefuseFormerDocument(file);
-    const Progress::Stage stage = progress.Begin("loading", file);
+    if (isNew && settings.create == Creation::Safe) ThrowIfFormerDocumentRemains(file);
+    const Progress::Stage stage = stages.Begin("loading", file);
     kernel::ResultCode code = kernel::kDone;
     RetryFor(wait, [&] {
-        code = LoadOnce(kernel, settings);
-        return !(code == kernel::kFileInUse ||
-                 (code == kernel::kNoDocument && lock == nullptr && IsBeingReplaced(file)));
+        code = TryLoad(kernel, settings);
+        return !(code == kernel::kFileInUse || (code == kernel::kNoDocument && lock == nullptr && IsBeingSaved(file)));
     });
     if (kernel::IsFailure(code)) throw LoadError(code, "loading " + PathText(file));
     if (settings.root.IsRoot()) return;
     const arbor::Key root = isNew ? MakeKey(Root(), settings.root) : OpenKey(Root(), settings.root);
     if (isNew) Save();
-    Demand(arbor::Status(object->OwnMethods().SetRootKey(object->Get(), root.Handle())), settings.root.Text());
+    ThrowIfFailed(arbor::Status(object->OwnMethods().SetRootKey(object->Get(), root.Handle())), settings.root.Text());
 }
 
 Document::Document(host::Kernel& kernel, host::IoObject& io) : object(kernel) {
-    Demand(arbor::Status(object->SetIoObject(io.Get())), "naming the document's home");
-    Demand(arbor::Status(object->Ready()), "loading");
+    ThrowIfFailed(arbor::Status(object->SetIoObject(io.Get())), "setting the IO object");
+    ThrowIfFailed(arbor::Status(object->Ready()), "loading");
 }
 
 Document::Document(host::Kernel& kernel) : object(kernel) {
-    Demand(arbor::Status(object->Ready()), "making an empty tree");
+    ThrowIfFailed(arbor::Status(object->Ready()), "creating an empty tree");
 }
 
-/// An object loads once, so each attempt takes a new one.
-kernel::ResultCode Document::LoadOnce(host::Kernel& kernel, const DocumentSettings& settings) {
+/// Loads into a new object: an object can load only once.
+kernel::ResultCode Document::TryLoad(host::Kernel& kernel, const DocumentSettings& settings) {
     object.emplace(kernel);
-    const auto set = [](kernel::ResultCode code) { Demand(arbor::Status(code), "setting up the document"); };
+    const auto set = [](kernel::ResultCode code) { ThrowIfFailed(arbor::Status(code), "setting up the document"); };
     set(object->SetDocument(file));
     set(object->SetNumber(kernel::PropertyReadOnly, settings.readOnly ? 1 : 0));
     set(object->SetNumber(kernel::PropertyOpenFlags, settings.create != Creation::Never ? kernel::kOpenFlagCreate : 0));
@@ -137,28 +142,28 @@ kernel::ResultCode Document::LoadOnce(host::Kernel& kernel, const DocumentSettin
 }
 
 void Document::Save() const {
-    if (!mayConvert && IsForeign(WithoutMark(ReadFile(file, wait)))) {
+    if (!isConversionAllowed && IsForeign(WithoutByteOrderMark(ReadFile(file, wait)))) {
         throw std::runtime_error(
             PathText(file) +
             " is a foreign document: a change saves it as a native one, without its comments, processing "
-            "instructions and what follows a text in an element; --convert allows that, and \"import\" reads it into "
+            "instructions and what follows a text in an element; --convert allows that, and \"import\" copies it into "
             "another document");
     }
-    const Progress::Stage stage = stages != nullptr ? stages->Begin("saving", file) : Progress::Stage();
+    const Progress::Stage stage = progress != nullptr ? progress->Begin("saving", file) : Progress::Stage();
     kernel::ResultCode code = kernel::kDone;
     RetryFor(wait, [&] {
         code = Root().Save().Code();
         return !((code == kernel::kFileInUse || code == kernel::kAccessDenied) && IsReplaceable(file));
     });
-    Demand(arbor::Status(code), "saving");
+    ThrowIfFailed(arbor::Status(code), "saving");
 }
 
-/// A key that comes and goes marks the document as changed and leaves it as it was.
-void Document::SaveAnyway() const {
+/// Adds and removes a key: that marks the document as changed and doesn't change it.
+void Document::SaveUnconditionally() const {
     std::string name = "#";
     while (Root().Open(name)) name += '#';
-    Demand(arbor::Status(Root().Make(name).Code()), "marking");
-    Demand(Root().RemoveKey(name), "marking");
+    ThrowIfFailed(arbor::Status(Root().Make(name).Code()), "marking the document as changed");
+    ThrowIfFailed(Root().RemoveKey(name), "marking the document as changed");
     Save();
 }
 

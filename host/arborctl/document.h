@@ -1,4 +1,4 @@
-/// A document open through the interface, with the failures of its calls as exceptions.
+/// Loads, locks and saves a document through the module's interface, and turns failed calls into exceptions.
 #pragma once
 
 #include "path.h"
@@ -20,58 +20,57 @@
 
 namespace arborctl {
 
-/// What a call of the interface refused; `what()` is the code, its text and what was tried, and printable.
-class Refusal : public std::runtime_error {
+/// A call that the store failed. `what()` holds the code, its text and the operation, without control characters.
+class StoreError : public std::runtime_error {
 public:
-    Refusal(kernel::ResultCode code, std::string_view tried);
+    StoreError(kernel::ResultCode result, std::string_view operation);
 
-    [[nodiscard]] kernel::ResultCode Code() const { return refused; }
+    [[nodiscard]] kernel::ResultCode Code() const { return code; }
     [[nodiscard]] virtual int ExitCode() const;
 
 private:
-    kernel::ResultCode refused;
+    kernel::ResultCode code;
 };
 
-/// A document that can't be loaded.
-class LoadError : public Refusal {
+/// The document can't be loaded.
+class LoadError : public StoreError {
 public:
-    using Refusal::Refusal;
+    using StoreError::StoreError;
 
     [[nodiscard]] int ExitCode() const override;
 };
 
-/// Throws a `Refusal` if `status` is a failure.
-void Demand(arbor::Status status, std::string_view tried);
+/// Throws a `StoreError` if `status` is a failure.
+void ThrowIfFailed(arbor::Status status, std::string_view operation);
 
-/// What was read, or a `Refusal`.
+/// Returns the value, or throws a `StoreError` if `result` is a failure.
 template <class T>
-[[nodiscard]] T Demand(arbor::Result<T> result, std::string_view tried) {
-    Demand(arbor::Status(result.Code()), tried);
+[[nodiscard]] T ValueOrThrow(arbor::Result<T> result, std::string_view operation) {
+    ThrowIfFailed(arbor::Status(result.Code()), operation);
     return *std::move(result);
 }
 
-/// Whether a missing document is made.
+/// Whether a missing document is created.
 enum class Creation {
     Never,
-    Safe,   // not where a former document is left in its backups: later saves would replace them
-    Force,
+    Safe,    // unless a former document is left in backups, which later saves would replace
+    Force,   // always
 };
 
 struct DocumentSettings {
     std::filesystem::path document{};
     bool readOnly = false;
     Creation create = Creation::Never;
-    bool convert = false;   // a foreign document may be saved, as a native one
+    bool convert = false;   // allows a save to convert a foreign document into a native one
     std::uint32_t backupMode = 0;
-    Path root{};                    // the key that paths start at
-    std::chrono::seconds wait{5};   // for other processes that use the document
+    Path root{};                    // the key that is opened as the root
+    std::chrono::seconds wait{5};   // limit of waiting for other processes that use the document
 };
 
-/// The path that an argument names.
-[[nodiscard]] std::filesystem::path PathOf(const std::string& argument);
+/// Converts an argument, which is UTF-8, to a path.
+[[nodiscard]] std::filesystem::path PathFromArgument(const std::string& argument);
 
-/// The file that a symbolic link leads to, so that a save replaces the file and leaves the link; any other path as it
-/// is.
+/// Returns the target if `path` is a symbolic link, else `path`. A save replaces the target and keeps the link.
 [[nodiscard]] std::filesystem::path FollowLink(const std::filesystem::path& path);
 
 enum class Access {
@@ -79,47 +78,48 @@ enum class Access {
     Change,
 };
 
-/// Keeps other runs from changing the document, from before a run loads it until after it has saved it; null where the
-/// document's folder is missing. Waits while another run holds it. Throws a `LoadError` if that takes too long.
+/// Locks the document against other runs that change it; held from before the load until after the save. Returns null
+/// if the document's directory is missing. Waits up to `settings.wait` for another run, then throws a `LoadError`.
 [[nodiscard]] std::unique_ptr<host::TimedFileLock> LockDocument(const DocumentSettings& settings);
 
-/// A path as messages show it, with what isn't printable escaped.
+/// Returns `path` for a message, with unprintable bytes escaped.
 [[nodiscard]] std::string PathText(const std::filesystem::path& path);
 
-/// The whole content. Waits while the file can't be opened. Throws `std::runtime_error` if it can't be read.
+/// Returns the content of a file. Retries for `wait` if it can't be opened. Throws `std::runtime_error` on failure.
 [[nodiscard]] std::string ReadFile(const std::filesystem::path& path, std::chrono::seconds wait);
 
-/// "loads", or that it doesn't and why.
+/// Returns "loads", or "doesn't load" with the text of `code`.
 [[nodiscard]] std::string LoadState(kernel::ResultCode code);
 
-/// Not for two threads. What was changed goes with the object unless `Save` is called. Every member may throw a
-/// `Refusal`.
+/// A loaded document. Changes are lost unless `Save` is called. Every member may throw a `StoreError`. For one thread
+/// at a time.
 class Document {
 public:
-    /// Loads the document, and locks it first for `Access::Change`. Waits while another process has it open. Shows it,
-    /// and the saving, as stages of `progress`. Throws a `LoadError` if it can't be loaded, and a plain `Refusal` if it
-    /// has no key `settings.root` or can't be made. A new document gets that key.
+    /// Loads the document. Locks it first for `Access::Change`, and if it may be created. Waits while another process
+    /// has it open. Reports loading and saving as stages of `progress`, which must outlive the document. Creates the
+    /// key `settings.root` in a new document. Throws a `LoadError` if the document can't be loaded, and another
+    /// `StoreError` if an existing one doesn't have that key or a new one can't be created.
     Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress, Access access = Access::Read);
-    /// Loads what `io` holds, and saves there; nothing makes an empty tree.
+    /// Loads from `io` and saves to it. An empty `io` gives an empty tree.
     Document(host::Kernel& kernel, host::IoObject& io);
-    /// A tree without a document.
+    /// An empty tree in memory, for conversions of values.
     explicit Document(host::Kernel& kernel);
 
     [[nodiscard]] arbor::Store Root() const { return arbor::Store(object->Get()); }
 
-    /// Stores the document if it was changed. Throws `std::runtime_error` for a foreign one that isn't to be converted.
+    /// Saves the document if it was changed. Throws `std::runtime_error` if it is foreign and may not be converted.
     void Save() const;
-    /// The same whether it was or not.
-    void SaveAnyway() const;
+    /// Saves even an unchanged document.
+    void SaveUnconditionally() const;
 
 private:
-    [[nodiscard]] kernel::ResultCode LoadOnce(host::Kernel& kernel, const DocumentSettings& settings);
+    [[nodiscard]] kernel::ResultCode TryLoad(host::Kernel& kernel, const DocumentSettings& settings);
 
-    std::unique_ptr<host::TimedFileLock> lock{};   // released after the object is gone
+    std::unique_ptr<host::TimedFileLock> lock{};   // before `object`, so that it is released after it
     std::optional<host::Object> object;
-    Progress* stages = nullptr;
+    Progress* progress = nullptr;   // null for a document without a file
     std::filesystem::path file{};
-    bool mayConvert = true;
+    bool isConversionAllowed = true;
     std::chrono::seconds wait{0};
 };
 

@@ -1,5 +1,6 @@
 #include "document_scan.h"
 
+#include "ascii.h"
 #include "markup.h"
 #include "path.h"
 #include "text_check.h"
@@ -13,9 +14,9 @@ namespace {
 constexpr std::string_view kRootName = "arbor";
 constexpr std::string_view kKeyName = "key";
 constexpr std::string_view kNameAttribute = "name";
-constexpr std::size_t kMaxDepth = kMaxPathNames;   // of elements that are open, and of keys that load again
+constexpr std::size_t kMaxDepth = kMaxPathNames;   // of open elements, and of keys that can be loaded
 
-/// First bytes of encodings that the store doesn't read; longer ones first.
+/// First bytes of documents in encodings that the store doesn't support; longer ones first.
 constexpr std::pair<std::string_view, const char*> kEncodings[] = {
     {{"\xFF\xFE\0\0", 4}, "UTF-32"},
     {{"\0\0\xFE\xFF", 4}, "UTF-32"},
@@ -28,32 +29,30 @@ constexpr std::pair<std::string_view, const char*> kEncodings[] = {
     {{"\0<", 2}, "UTF-16"},
 };
 
-/// By hash: a set of names would take more memory than the document. Letters compare as the store compares names.
+/// FNV-1a of the name in lower case, as the store compares names. A set of hashes needs less memory than a set of
+/// names.
 std::uint64_t HashName(std::string_view name) {
-    std::uint64_t hash = 0xCBF29CE484222325;   // FNV-1a
-    for (const char letter : name) {
-        const bool large = letter >= 'A' && letter <= 'Z';
-        hash = (hash ^ static_cast<unsigned char>(large ? letter | 0x20 : letter)) * 0x100000001B3;
-    }
+    std::uint64_t hash = 0xCBF29CE484222325;
+    for (const char c : name) hash = (hash ^ static_cast<unsigned char>(ToLower(c))) * 0x100000001B3;
     return hash;
 }
 
 using NameSet = std::unordered_set<std::uint64_t>;
 
-/// An element that is open.
+/// An open element.
 struct Level {
     Tag tag;
-    std::size_t depth = 0;   // of its key; 0 is the root
-    NameSet children{};
+    std::size_t depth = 0;   // of its key in the tree; the root has 0
+    NameSet children{};      // names of the children so far
 };
 
-/// The names that the store makes of a key's name.
+/// The path into which the store splits a key's name.
 struct KeyPath {
     std::vector<std::string_view> names{};
-    bool whole = true;   // false where the walk ends at an empty name
+    bool isComplete = true;   // false if an empty name ends the path early
 };
 
-KeyPath SplitAsTheStore(std::string_view text) {
+KeyPath SplitKeyName(std::string_view text) {
     KeyPath path;
     while (!text.empty() && !HasSeparator(text.substr(0, 1))) {
         const std::size_t slash = text.find('/');
@@ -61,7 +60,7 @@ KeyPath SplitAsTheStore(std::string_view text) {
         path.names.push_back(text.substr(0, length));
         text.remove_prefix(length == std::string_view::npos ? text.size() : length + 1);
     }
-    path.whole = text.empty();
+    path.isComplete = text.empty();
     return path;
 }
 
@@ -69,14 +68,14 @@ std::string Element(std::string_view name) { return '<' + EncodeName(name) + '>'
 
 const char* NameOf(Token token) { return token == Token::Comment ? "the comment" : "the processing instruction"; }
 
-/// What is common to the scans of both forms.
+/// Scans one document, native or foreign.
 class Scan {
 public:
     Scan(host::Kernel& kernel, std::string_view text, const FindingSink& findings)
         : document(text),
           sink(findings),
           texts(kernel),
-          reader(text, [this](Token token, std::size_t offset) { SkippedToken(token, offset); }) {}
+          reader(text, [this](Token token, std::size_t offset) { ReportSkipped(token, offset); }) {}
 
     ScanResult Run() {
         ScanResult result;
@@ -97,7 +96,7 @@ private:
         pending.push_back({offset, kind, std::move(text)});
     }
 
-    /// Passes the findings on. Called where none can come any more that belongs before them.
+    /// Passes the pending findings to the sink. Only for points in the scan where later findings have larger offsets.
     void Flush() {
         std::stable_sort(pending.begin(), pending.end(),
                          [](const Finding& left, const Finding& right) { return left.offset < right.offset; });
@@ -105,7 +104,7 @@ private:
         pending.clear();
     }
 
-    void SkippedToken(Token token, std::size_t offset) {
+    void ReportSkipped(Token token, std::size_t offset) {
         constexpr std::string_view kDeclaration = "<?xml";
         const bool declaration = offset == 0 && document.starts_with(kDeclaration) &&
                                  document.size() > kDeclaration.size() && IsXmlSpace(document[kDeclaration.size()]);
@@ -113,7 +112,7 @@ private:
         Report(offset, FindingKind::Dropped, std::string(NameOf(token)) + " is dropped");
     }
 
-    /// The declaration says nothing to the store; only an encoding that it doesn't have misleads.
+    /// The store ignores the XML declaration, so an encoding other than UTF-8 in it is reported.
     void CheckEncoding() {
         const std::string_view declaration = document.substr(0, document.find("?>"));
         const std::size_t at = declaration.find("encoding");
@@ -145,7 +144,7 @@ private:
         return root;
     }
 
-    /// The text up to its first zero byte, where the store cuts it off.
+    /// The store ends a text at its first zero byte.
     static std::string UpToZero(std::string text) {
         text.resize(std::min(text.find('\0'), text.size()));
         return text;
@@ -173,25 +172,25 @@ private:
         if (token != Token::EndTag && token != Token::End) Report(reader.Position(), kind, text);
     }
 
-    void Enter(const Tag& tag, std::size_t depth) {
+    void PushElement(const Tag& tag, std::size_t depth) {
         if (open.size() > kMaxDepth) throw MarkupFault(tag.start, "elements are nested deeper than 2048 levels");
         open.push_back({tag, depth});
     }
 
-    void Leave() {
+    void PopElement() {
         const Tag tag = open.back().tag;
         open.pop_back();
         reader.CloseElement(tag);
     }
 
-    void CheckDepth(std::size_t offset, std::size_t depth) {
-        if (depth <= kMaxDepth || tooDeep) return;
-        tooDeep = true;
+    void ReportDepth(std::size_t offset, std::size_t depth) {
+        if (depth <= kMaxDepth || depthReported) return;
+        depthReported = true;
         Report(offset, FindingKind::ReloadFails,
                "the key is below 2048 others: once saved, the document can't be loaded");
     }
 
-    /// True if the open element has a child of this name already.
+    /// Returns whether the open element already has a child of this name, and adds the name.
     bool IsRepeated(std::string_view name) { return !open.back().children.insert(HashName(name)).second; }
 
     void ScanNative(const Tag& root) {
@@ -205,7 +204,7 @@ private:
                 continue;
             }
             ReportIfMore(FindingKind::Dropped, "nothing from here to the end of the key is read");
-            Leave();
+            PopElement();
             if (open.empty()) break;
         }
         ReportAfterRoot();
@@ -214,10 +213,9 @@ private:
     void ReportRootAttributes(const Tag& root) {
         const std::size_t first = root.start + 1 + root.name.size();
         const std::string_view rest = document.substr(first, root.end - 1 - first);
-        if (!IsBlank(rest)) {
-            const std::size_t space = rest.find_first_not_of(" \t\r\n");
-            Report(first + space, FindingKind::Dropped, "the attributes of the root element are dropped");
-        }
+        const std::size_t attributes = rest.find_first_not_of(kXmlSpace);
+        if (attributes == std::string_view::npos) return;
+        Report(first + attributes, FindingKind::Dropped, "the attributes of the root element are dropped");
     }
 
     void ReportAfterRoot() {
@@ -230,12 +228,12 @@ private:
                               token == Token::StartTag ? "a second root element isn't read"
                                                        : "nothing after the root element is read");
             }
-            SkippedToken(token, reader.Position());
+            ReportSkipped(token, reader.Position());
             if (!reader.SkipToken(token)) return;
         }
     }
 
-    /// The decoded name; reports the other attributes.
+    /// Returns the decoded name. Reports the other attributes.
     std::string ReadName(const Tag& tag) {
         std::optional<std::string> name;
         for (const Attribute& attribute : reader.ReadAttributes(tag)) {
@@ -252,11 +250,11 @@ private:
 
     void ReadKey(const Tag& tag) {
         const std::string name = ReadName(tag);
-        const KeyPath path = SplitAsTheStore(name);
+        const KeyPath path = SplitKeyName(name);
         ReportKeyName(tag, name, path);
         const std::size_t depth = open.back().depth + path.names.size();
-        CheckDepth(tag.start, depth);
-        if (tag.hasContent) Enter(tag, depth);
+        ReportDepth(tag.start, depth);
+        if (tag.hasContent) PushElement(tag, depth);
     }
 
     void ReportKeyName(const Tag& tag, const std::string& name, const KeyPath& path) {
@@ -264,8 +262,8 @@ private:
         const bool splits = std::any_of(path.names.begin(), path.names.end(), HasSeparator);
         if (path.names.empty()) {
             Report(tag.start, FindingKind::Changed,
-                   shown + " has no name of its own: what is in it goes to the key around it");
-        } else if (!path.whole) {
+                   shown + " has no name of its own: its content is merged into its parent");
+        } else if (!path.isComplete) {
             Report(tag.start, FindingKind::Changed, shown + " is a path that ends at its empty name");
         } else if (splits) {
             Report(tag.start, FindingKind::Changed,
@@ -274,27 +272,27 @@ private:
             Report(tag.start, FindingKind::Changed, shown + " is a path: it is saved as a key for each name");
         }
         if (!path.names.empty() && IsRepeated(path.names.front()) && path.names.size() == 1) {
-            Report(tag.start, FindingKind::Changed, shown + " is merged with the one of that name before it");
+            Report(tag.start, FindingKind::Changed, shown + " is merged with an earlier key of that name");
         }
     }
 
     void ReadValue(const Tag& tag) {
         const kernel::ValueTypeRow* const row = kernel::FindType(tag.name);
-        if (row == nullptr) throw MarkupFault(tag.start, Element(tag.name) + " is neither a key nor a type of values");
+        if (row == nullptr) throw MarkupFault(tag.start, Element(tag.name) + " is neither a key nor a value type");
         const std::string name = ReadName(tag);
         const std::string shown = std::string(row->name) + ' ' + Excerpt(name);
         if (!tag.hasContent) throw MarkupFault(tag.start, shown + " is self-closed, which only a key may be");
         const std::string text = ReadText();
         const TextCheck::Verdict verdict = texts.Check(*row, text);
-        if (verdict.refused) throw MarkupFault(tag.start, shown + " can't have the text " + Excerpt(text));
+        if (verdict.isRejected) throw MarkupFault(tag.start, shown + " can't have the text " + Excerpt(text));
         if (verdict.found) Report(tag.start, *verdict.found, shown + ' ' + verdict.text);
         ReportIfMore(FindingKind::Dropped, "nothing from here to the end of the value is read");
         reader.CloseElement(tag);
     }
 
     void ScanForeign(const Tag& root) {
-        MarkupReader rootReader = reader;   // as the store: it closes the root element by a walk of its own
-        reader = MarkupReader(document, [this](Token token, std::size_t offset) { SkippedToken(token, offset); });
+        MarkupReader rootReader = reader;   // the store skips to the root's end tag separately, from the start
+        reader = MarkupReader(document, [this](Token token, std::size_t offset) { ReportSkipped(token, offset); });
         pending.clear();
         open.push_back({});
         for (;;) {
@@ -307,7 +305,7 @@ private:
             }
             if (token == Token::Text || token == Token::CData) ReadForeignText();
             if (open.size() == 1) break;
-            Leave();
+            PopElement();
         }
         if (reader.Peek() != Token::End) {
             Report(reader.Position(), FindingKind::Dropped, "nothing from here to the end of the document is read");
@@ -322,8 +320,8 @@ private:
                    Element(tag.name) + " is merged with the first of that name once the document is saved and loaded");
         }
         const std::size_t depth = open.back().depth + 1;
-        CheckDepth(tag.start, depth);
-        if (tag.hasContent) Enter(tag, depth);
+        ReportDepth(tag.start, depth);
+        if (tag.hasContent) PushElement(tag, depth);
     }
 
     void ReadForeignText() {
@@ -335,9 +333,9 @@ private:
     const FindingSink& sink;
     TextCheck texts;
     MarkupReader reader;
-    std::vector<Level> open;   // the document itself, or its root, first
+    std::vector<Level> open;   // the first is the root (native) or the document (foreign)
     std::vector<Finding> pending;
-    bool tooDeep = false;   // reported once
+    bool depthReported = false;
 };
 
 }   // namespace
@@ -356,9 +354,9 @@ bool IsForeign(std::string_view document) {
     }
 }
 
-std::string_view WithoutMark(std::string_view content) {
-    constexpr std::string_view kMark = "\xEF\xBB\xBF";
-    return content.starts_with(kMark) ? content.substr(kMark.size()) : content;
+std::string_view WithoutByteOrderMark(std::string_view content) {
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    return content.starts_with(kByteOrderMark) ? content.substr(kByteOrderMark.size()) : content;
 }
 
 }   // namespace arborctl

@@ -1,4 +1,5 @@
-/// What the store makes of a document's text: why it can't be loaded, and what the next save drops or changes.
+/// Predicts what the store does with a document's text: where a load fails, and what the next save drops or changes.
+/// The store itself reports neither, so the scan parses the text again by the store's rules.
 #pragma once
 
 #include "value_text.h"
@@ -12,7 +13,7 @@ namespace arborctl {
 
 enum class FindingKind {
     Dropped,       // not in the document after a save
-    Changed,       // another value, type or place after a save and a load
+    Changed,       // has another value, type or path after a save and a load
     SaveFails,     // the document can't be saved
     ReloadFails,   // once saved, the document can't be loaded
 };
@@ -23,6 +24,7 @@ struct Finding {
     std::string text{};
 };
 
+/// Why the document can't be loaded.
 struct DocumentFault {
     std::size_t offset = 0;
     std::string text{};
@@ -35,15 +37,14 @@ struct ScanResult {
 
 using FindingSink = std::function<void(const Finding& finding)>;
 
-/// Follows the load of `document`, which has no byte order mark and isn't empty, and calls `sink` for each finding in
-/// the order of their offsets. Stops at the first fault. Depth costs no stack; besides the document, memory goes to the
-/// names of the open elements' children alone.
+/// Scans `document`, which must have no byte order mark and not be empty. Calls `sink` for each finding in the order of
+/// the offsets. Stops at the first fault. Not recursive; needs memory for the names of the open elements' children.
 ScanResult ScanDocument(host::Kernel& kernel, std::string_view document, const FindingSink& sink);
 
-/// True if the root element can be read and isn't that of a native document.
+/// True if the root element can be read and isn't "arbor".
 [[nodiscard]] bool IsForeign(std::string_view document);
 
-/// `content` without a byte order mark of UTF-8.
-[[nodiscard]] std::string_view WithoutMark(std::string_view content);
+/// Returns `content` without a UTF-8 byte order mark.
+[[nodiscard]] std::string_view WithoutByteOrderMark(std::string_view content);
 
 }   // namespace arborctl

@@ -13,7 +13,7 @@ struct ExitCodeRow {
     const char* meaning;
 };
 
-/// As the help shows them.
+/// The texts of --help.
 inline constexpr ExitCodeRow kExitCodes[] = {
     {kExitDone, "done; diff: no difference; find: something was found"},
     {kExitRefused,

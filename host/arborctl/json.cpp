@@ -10,7 +10,7 @@
 namespace arborctl {
 namespace {
 
-/// The JSON of a value; null for one that is neither a number nor a truth value.
+/// Returns the number or truth value of `datum`; null for other types.
 nlohmann::json Scalar(const arbor::Datum& datum) {
     const auto as = [&datum]<class T>(T number) {
         std::memcpy(&number, datum.bytes.data(), std::min(sizeof number, datum.bytes.size()));
@@ -41,7 +41,7 @@ nlohmann::json Scalar(const arbor::Datum& datum) {
     }
 }
 
-/// JSON escapes the control characters below the space only; a terminal obeys DEL and C1 too.
+/// Escapes DEL and the C1 controls, which terminals interpret and JSON serializers leave as they are.
 std::string EscapeControls(std::string_view json) {
     std::string escaped;
     while (!json.empty()) {
@@ -63,49 +63,49 @@ std::string EscapeControls(std::string_view json) {
 }   // namespace
 
 Json& Json::Name(std::string_view name) {
-    Text(name);
+    String(name);
     out << ':';
-    first = true;
+    isFirst = true;
     return *this;
 }
 
-Json& Json::Text(std::string_view text) {
-    Separate();
+Json& Json::String(std::string_view text) {
+    WriteSeparator();
     out << EscapeControls(nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
     return *this;
 }
 
 Json& Json::Number(std::uint64_t number) {
-    Separate();
+    WriteSeparator();
     out << number;
     return *this;
 }
 
-Json& Json::Members(const arbor::Datum& datum, const ValueText& valueText) {
+Json& Json::TypeAndValue(const arbor::Datum& datum, const ValueText& valueText) {
     Member("type", kernel::FindType(datum.type)->name).Name("value");
     const nlohmann::json scalar = Scalar(datum);
-    if (scalar.is_null()) return Text(valueText.Show(datum));
-    Separate();
+    if (scalar.is_null()) return String(valueText.Format(datum));
+    WriteSeparator();
     out << scalar.dump();
     return *this;
 }
 
 Json& Json::Open(char bracket) {
-    Separate();
+    WriteSeparator();
     out << bracket;
-    first = true;
+    isFirst = true;
     return *this;
 }
 
 Json& Json::Close(char bracket) {
     out << bracket;
-    first = false;
+    isFirst = false;
     return *this;
 }
 
-void Json::Separate() {
-    if (!first) out << ',';
-    first = false;
+void Json::WriteSeparator() {
+    if (!isFirst) out << ',';
+    isFirst = false;
 }
 
 }   // namespace arborctl

@@ -1,4 +1,4 @@
-/// JSON for machines, written as it comes: a tree of any size or depth needs no memory for it.
+/// Writes JSON to a stream piece by piece, so that the output's size and depth need no memory.
 #pragma once
 
 #include "value_text.h"
@@ -9,6 +9,7 @@
 
 namespace arborctl {
 
+/// Calls must nest as JSON does: a name before each member of an object, an end for each begin.
 class Json {
 public:
     explicit Json(std::ostream& target) : out(target) {}
@@ -18,29 +19,29 @@ public:
     Json& BeginArray() { return Open('['); }
     Json& EndArray() { return Close(']'); }
 
-    /// The name of the object's next member.
+    /// Writes the name of the object's next member.
     Json& Name(std::string_view name);
-    /// Bytes that aren't UTF-8 become U+FFFD.
-    Json& Text(std::string_view text);
+    /// Writes a string. Bytes that aren't valid UTF-8 become U+FFFD.
+    Json& String(std::string_view text);
     Json& Number(std::uint64_t number);
 
-    /// A member of that name and text.
-    Json& Member(std::string_view name, std::string_view text) { return Name(name).Text(text); }
+    /// Writes a name and its value.
+    Json& Member(std::string_view name, std::string_view text) { return Name(name).String(text); }
     Json& Member(std::string_view name, std::uint64_t number) { return Name(name).Number(number); }
 
-    /// The members "type" and "value" of an object: a number, a truth value or, for all else, the value's text.
-    Json& Members(const arbor::Datum& datum, const ValueText& valueText);
+    /// Writes the members "type" and "value". The value is a number, a truth value or else the text of `datum`.
+    Json& TypeAndValue(const arbor::Datum& datum, const ValueText& valueText);
 
-    /// Ends the line.
-    void End() { out << '\n'; }
+    /// Ends the line after the outermost end.
+    void EndLine() { out << '\n'; }
 
 private:
     Json& Open(char bracket);
     Json& Close(char bracket);
-    void Separate();
+    void WriteSeparator();
 
     std::ostream& out;
-    bool first = true;   // nothing stands before the next thing in its object or array
+    bool isFirst = true;   // the next element or member is the first in its array or object, or follows a name
 };
 
 }   // namespace arborctl

@@ -1,4 +1,4 @@
-/// arborctl: settings documents from the command line.
+/// The start of the program: streams, arguments and terminals of the system.
 #include "tool.h"
 
 #include <host/system.h>

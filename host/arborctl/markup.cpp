@@ -1,13 +1,14 @@
 #include "markup.h"
 
+#include "ascii.h"
+
 #include <algorithm>
 #include <optional>
 
 namespace arborctl {
 namespace {
 
-constexpr std::string_view kSpace = " \t\r\n";
-
+/// The markup at both ends of a token.
 struct TokenMarks {
     Token token;
     const char* name;
@@ -21,42 +22,46 @@ constexpr TokenMarks kTokenMarks[] = {
     {Token::Instruction, "processing instruction", "<?", "?>"},
 };
 
-constexpr std::size_t kNone = std::string_view::npos;
+/// Returns the marks of a comment, a CDATA section or an instruction.
+const TokenMarks& MarksOf(Token token) {
+    return *std::find_if(std::begin(kTokenMarks), std::end(kTokenMarks),
+                         [=](const TokenMarks& row) { return row.token == token; });
+}
 
-unsigned char Number(char byte) { return static_cast<unsigned char>(byte); }
+constexpr std::size_t kNotFound = std::string_view::npos;
 
-bool IsAscii(char byte) { return Number(byte) < 0x80; }
+unsigned char ToUnsigned(char byte) { return static_cast<unsigned char>(byte); }
 
-bool IsLetter(char byte) { return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z'); }
+bool IsAscii(char byte) { return ToUnsigned(byte) < 0x80; }
 
-bool IsDigit(char byte) { return byte >= '0' && byte <= '9'; }
-
-/// A byte of a Latin-1 letter, or of a sequence that the reader takes for one.
-bool IsHighLetter(char byte) { return Number(byte) >= 0xC0 && Number(byte) != 0xD7 && Number(byte) != 0xF7; }
+/// True for a letter of Latin-1. The store classifies bytes, so any lead byte of UTF-8 is also a letter.
+bool IsHighLetter(char byte) {
+    return ToUnsigned(byte) >= 0xC0 && ToUnsigned(byte) != 0xD7 && ToUnsigned(byte) != 0xF7;
+}
 
 bool IsNameStart(char byte) { return IsLetter(byte) || byte == ':' || byte == '_' || IsHighLetter(byte); }
 
 bool IsNameChar(char byte) {
-    return IsNameStart(byte) || IsDigit(byte) || byte == '-' || byte == '.' || Number(byte) == 0xB7;
+    return IsNameStart(byte) || IsDigit(byte) || byte == '-' || byte == '.' || ToUnsigned(byte) == 0xB7;
 }
 
-/// The walk over the attributes of one start tag.
-class AttributeWalk {
+/// Reads the attributes of one start tag in turn.
+class AttributeReader {
 public:
-    AttributeWalk(std::string_view text, const Tag& tag)
+    AttributeReader(std::string_view text, const Tag& tag)
         : document(text), at(tag.start + 1 + tag.name.size()), last(tag.end - 1) {}
 
     std::optional<Attribute> Next() {
         if (at >= last) return std::nullopt;
-        const std::size_t gap = at;
+        const std::size_t spaceStart = at;
         SkipSpace();
         const char first = document[at];
         if (!IsAscii(first) || !IsNameStart(first)) {
             if (first == '/' || first == '>' || first == '?') return std::nullopt;
-            throw MarkupFault(at, "this is no attribute");
+            throw MarkupFault(at, "this isn't an attribute");
         }
         const std::size_t start = at;
-        if (at == gap) throw MarkupFault(start, "there is no space before the attribute");
+        if (at == spaceStart) throw MarkupFault(start, "there is no space before the attribute");
         while (IsAscii(document[at]) && IsNameChar(document[at])) ++at;
         const std::string_view name = document.substr(start, at - start);
         SkipSpace();
@@ -67,7 +72,7 @@ public:
         if (quote != '\'' && quote != '"') throw MarkupFault(start, "the attribute's value isn't in quotes");
         const std::size_t value = at + 1;
         const std::size_t end = document.substr(0, last).find(quote, value);
-        if (end == kNone) throw MarkupFault(start, "the attribute's value has no end before the tag's first \">\"");
+        if (end == kNotFound) throw MarkupFault(start, "the attribute's value has no end before the tag's first \">\"");
         at = end + 1;
         return Attribute{start, name, {value, document.substr(value, end - value)}};
     }
@@ -79,29 +84,28 @@ private:
 
     std::string_view document;
     std::size_t at;
-    std::size_t last;   // the ">", which ends every run of space or name bytes
+    std::size_t last;   // offset of the ">", which is neither space nor a name byte and so ends every run
 };
 
-constexpr std::uint32_t kNoNumber = 0;
+constexpr std::uint32_t kNoCodePoint = 0;
 
-/// The code point that a reference stands for, by what is between "&" and ";"; 0 for one that stays in the text.
+/// Returns the code point of a reference, given the text between "&" and ";", or `kNoCodePoint` if it isn't a reference
+/// and remains in the text. A number above 32 bits wraps, as in the store.
 std::uint32_t CodePointOf(std::string_view body) {
     constexpr std::pair<std::string_view, char> kNamed[] = {
         {"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"apos", '\''}, {"quot", '"'}};
     for (const auto& [name, byte] : kNamed) {
-        if (name == body) return Number(byte);
+        if (name == body) return ToUnsigned(byte);
     }
-    if (body.size() < 2 || body.front() != '#') return kNoNumber;
+    if (body.size() < 2 || body.front() != '#') return kNoCodePoint;
     const bool hexadecimal = body[1] == 'x';
     const std::uint32_t base = hexadecimal ? 16 : 10;
-    std::uint32_t number = 0;
+    std::uint32_t codePoint = 0;
     for (const char digit : body.substr(hexadecimal ? 2 : 1)) {
-        const auto small = static_cast<char>(digit | 0x20);
-        const bool letter = hexadecimal && small >= 'a' && small <= 'f';
-        if (!IsDigit(digit) && !letter) return kNoNumber;
-        number = number * base + static_cast<std::uint32_t>(letter ? small - 'a' + 10 : digit - '0');   // wraps
+        if (!IsDigit(digit) && !(hexadecimal && HexValue(digit) >= 0)) return kNoCodePoint;
+        codePoint = codePoint * base + static_cast<std::uint32_t>(HexValue(digit));
     }
-    return number;
+    return codePoint;
 }
 
 void AppendUtf8(std::uint32_t codePoint, std::string& text) {
@@ -118,10 +122,6 @@ void AppendUtf8(std::uint32_t codePoint, std::string& text) {
 
 }   // namespace
 
-bool IsXmlSpace(char byte) { return kSpace.find(byte) != kNone; }
-
-bool IsBlank(std::string_view text) { return text.find_first_not_of(kSpace) == kNone; }
-
 Token MarkupReader::Peek() const {
     if (position >= document.size()) return Token::End;
     if (document[position] != '<') return Token::Text;
@@ -134,21 +134,22 @@ Token MarkupReader::Peek() const {
     return Token::Other;
 }
 
-void MarkupReader::SkipSpace() { position = std::min(document.find_first_not_of(kSpace, position), document.size()); }
+void MarkupReader::SkipSpace() {
+    position = std::min(document.find_first_not_of(kXmlSpace, position), document.size());
+}
 
 bool MarkupReader::SkipToken(Token token) {
-    const auto* const marks = std::find_if(std::begin(kTokenMarks), std::end(kTokenMarks),
-                                           [=](const auto& row) { return row.token == token; });
+    const TokenMarks& marks = MarksOf(token);
     const std::size_t start = position;
-    std::size_t end = document.find(marks->closing, start + marks->opening.size());
-    if (end != kNone) end += marks->closing.size();
-    if (end != kNone && token == Token::Comment) {
+    std::size_t end = document.find(marks.closing, start + marks.opening.size());
+    if (end != kNotFound) end += marks.closing.size();
+    if (end != kNotFound && token == Token::Comment) {
         end = document.find('>', end);
-        if (end != kNone) ++end;
+        if (end != kNotFound) ++end;
     }
-    if (end == kNone && unclosed == kNone) unclosed = start;
+    if (end == kNotFound && unclosed == kNotFound) unclosed = start;
     position = std::min(end, document.size());
-    return end != kNone;
+    return end != kNotFound;
 }
 
 Token MarkupReader::NextStartTag(Tag& tag) {
@@ -158,7 +159,7 @@ Token MarkupReader::NextStartTag(Tag& tag) {
         if (token == Token::StartTag) tag = ReadStartTag();
         if (token != Token::Comment && token != Token::Instruction) return token;
         if (onSkipped) onSkipped(token, position);
-        static_cast<void>(SkipToken(token));   // one without an end leaves the position at the document's end
+        static_cast<void>(SkipToken(token));   // the next `Peek` returns `End` for a token without an end
     }
 }
 
@@ -175,7 +176,7 @@ Tag MarkupReader::ReadStartTag() {
     Tag tag{.start = position++};
     tag.name = ReadName(tag.start);
     const std::size_t last = document.find('>', position);
-    if (last == kNone) throw MarkupFault(tag.start, "the tag has no end");
+    if (last == kNotFound) throw MarkupFault(tag.start, "the tag has no end");
     position = tag.end = last + 1;
     tag.hasContent = document[last - 1] != '/';
     return tag;
@@ -192,7 +193,7 @@ std::string_view MarkupReader::ReadEndTag() {
 }
 
 MarkupFault MarkupReader::Truncated(const std::string& reason) const {
-    if (unclosed == kNone) return {document.size(), reason};
+    if (unclosed == kNotFound) return {document.size(), reason};
     for (const TokenMarks& marks : kTokenMarks) {
         if (document.substr(unclosed).starts_with(marks.opening)) {
             return {unclosed, std::string("the ") + marks.name + " has no end"};
@@ -200,6 +201,8 @@ MarkupFault MarkupReader::Truncated(const std::string& reason) const {
     }
     return {unclosed, reason};
 }
+
+void MarkupReader::SkipText() { position = std::min(document.find('<', position), document.size()); }
 
 void MarkupReader::SkipContent(const Tag& tag) {
     for (std::size_t depth = 0;;) {
@@ -214,7 +217,7 @@ void MarkupReader::SkipContent(const Tag& tag) {
                 --depth;
                 break;
             case Token::Text:
-                position = std::min(document.find('<', position), document.size());
+                SkipText();
                 break;
             case Token::End:
                 throw Truncated("the document ends before </" + std::string(tag.name) + '>');
@@ -241,12 +244,12 @@ std::vector<TextRun> MarkupReader::ReadText() {
         const std::size_t start = position;
         const Token token = Peek();
         if (token == Token::Text) {
-            position = std::min(document.find('<', position), document.size());
+            SkipText();
             runs.push_back({{start, document.substr(start, position - start)}});
         } else if (token == Token::CData) {
-            const std::size_t first = start + kTokenMarks[1].opening.size();
+            const std::size_t first = start + MarksOf(token).opening.size();
             if (!SkipToken(token)) return runs;
-            const std::size_t length = position - kTokenMarks[1].closing.size() - first;
+            const std::size_t length = position - MarksOf(token).closing.size() - first;
             runs.push_back({{first, document.substr(first, length)}, true});
         } else if (token == Token::Comment || token == Token::Instruction) {
             if (onSkipped) onSkipped(token, start);
@@ -259,8 +262,8 @@ std::vector<TextRun> MarkupReader::ReadText() {
 
 std::vector<Attribute> MarkupReader::ReadAttributes(const Tag& tag) const {
     std::vector<Attribute> attributes;
-    AttributeWalk walk(document, tag);
-    while (const std::optional<Attribute> attribute = walk.Next()) attributes.push_back(*attribute);
+    AttributeReader attributeReader(document, tag);
+    while (const std::optional<Attribute> attribute = attributeReader.Next()) attributes.push_back(*attribute);
     return attributes;
 }
 
@@ -269,13 +272,13 @@ std::string Decode(const Piece& piece, const std::function<void(std::size_t)>& o
     const std::string_view raw = piece.raw;
     for (std::size_t run = 0;;) {
         const std::size_t mark = raw.find('&', run);
-        const std::size_t stop = mark == kNone ? kNone : raw.find(';', mark);
-        if (stop == kNone) return text.append(raw.substr(run));
+        const std::size_t stop = mark == kNotFound ? kNotFound : raw.find(';', mark);
+        if (stop == kNotFound) return text.append(raw.substr(run));
         const std::uint32_t codePoint = CodePointOf(raw.substr(mark + 1, stop - mark - 1));
-        text.append(raw.substr(run, (codePoint != kNoNumber ? mark : stop + 1) - run));
+        text.append(raw.substr(run, (codePoint != kNoCodePoint ? mark : stop + 1) - run));
         if (codePoint > 0xFFFF) {
             onLost(piece.offset + mark);
-        } else if (codePoint != kNoNumber) {
+        } else if (codePoint != kNoCodePoint) {
             AppendUtf8(codePoint, text);
         }
         run = stop + 1;

@@ -1,6 +1,6 @@
-/// The markup of a document, cut up by the rules of the store's reader, with the place of each piece. It accepts what
-/// that reader accepts and fails where that one fails: quotes don't protect a ">", skipped content isn't compared by
-/// name, and a comment without an end takes the rest of the document.
+/// Splits a document into tags, attributes and text, with their offsets, by the rules of the store's reader. Those
+/// aren't quite XML's: a ">" in quotes ends a tag, tags in skipped content need not match by name, and a comment
+/// without an end extends to the end of the document. The parser accepts and rejects the same documents as the store.
 #pragma once
 
 #include <cstddef>
@@ -12,10 +12,10 @@
 
 namespace arborctl {
 
-/// Why the store can't read a document, and where.
+/// The store can't read the document: the reason and the offset.
 class MarkupFault : public std::runtime_error {
 public:
-    MarkupFault(std::size_t at, const std::string& reason) : std::runtime_error(reason), offset(at) {}
+    MarkupFault(std::size_t position, const std::string& reason) : std::runtime_error(reason), offset(position) {}
 
     [[nodiscard]] std::size_t Offset() const { return offset; }
 
@@ -31,7 +31,7 @@ enum class Token {
     Comment,
     CData,
     Instruction,
-    Other,   // a doctype, or a "<" that begins nothing
+    Other,   // a doctype, or a "<" that begins no markup
 };
 
 struct Tag {
@@ -41,7 +41,7 @@ struct Tag {
     bool hasContent = false;   // false for a self-closed element
 };
 
-/// A piece of the document, not decoded.
+/// A piece of the document, with its references not decoded.
 struct Piece {
     std::size_t offset = 0;
     std::string_view raw{};
@@ -53,15 +53,16 @@ struct Attribute {
     Piece value{};
 };
 
-/// A run of text, or of a CDATA section, which is not to be decoded.
+/// A run of text, or a CDATA section.
 struct TextRun {
     Piece piece{};
-    bool verbatim = false;
+    bool verbatim = false;   // a CDATA section, in which references have no meaning
 };
 
+/// Reads a document from its start to its end.
 class MarkupReader {
 public:
-    /// Called for each comment or instruction that is passed over outside skipped content.
+    /// Called for each comment or instruction that the reader skips, except in the content that `CloseElement` skips.
     using OnSkipped = std::function<void(Token token, std::size_t offset)>;
 
     explicit MarkupReader(std::string_view text, OnSkipped skipped = {})
@@ -71,21 +72,22 @@ public:
     [[nodiscard]] Token Peek() const;
     void SkipSpace();
 
-    /// Passes over space, comments and instructions. Returns `StartTag` with `tag` read, or what is there instead.
+    /// Skips space, comments and instructions. If a start tag follows, reads it into `tag`. Returns the token found.
     /// Throws a `MarkupFault`.
     Token NextStartTag(Tag& tag);
-    /// Passes over what is left of the element, its end tag included. Throws a `MarkupFault`.
+    /// Skips the rest of the element and its end tag. Throws a `MarkupFault`.
     void CloseElement(const Tag& tag);
-    /// The text from the position on: what is around comments, and CDATA sections. Ends where something else is.
+    /// Reads text and CDATA sections, skips comments and instructions between them, and stops at any other token.
     [[nodiscard]] std::vector<TextRun> ReadText();
-    /// Passes over a comment, an instruction or a CDATA section. False, with the position at the document's end, for
-    /// one that has no end.
+    /// Skips a comment, an instruction or a CDATA section. If it has no end, moves to the document's end and returns
+    /// false.
     bool SkipToken(Token token);
 
     /// Throws a `MarkupFault`.
     [[nodiscard]] std::vector<Attribute> ReadAttributes(const Tag& tag) const;
 
-    /// The fault of a document that ends too early, at the token that has no end if there is one.
+    /// Returns the fault of a document that ends too early: at the token without an end, or else at the document's end
+    /// with `reason`.
     [[nodiscard]] MarkupFault Truncated(const std::string& reason) const;
 
 private:
@@ -94,19 +96,20 @@ private:
     std::string_view ReadEndTag();
     std::string_view ReadName(std::size_t tagStart);
     void SkipContent(const Tag& tag);
+    void SkipText();
 
     std::string_view document;
     OnSkipped onSkipped;
     std::size_t position = 0;
-    std::size_t unclosed = std::string_view::npos;   // the token that has no end
+    std::size_t unclosed = std::string_view::npos;   // offset of the first token without an end
 };
 
-[[nodiscard]] bool IsXmlSpace(char byte);
+/// The white space of XML.
+inline constexpr std::string_view kXmlSpace = " \t\r\n";
 
-/// True if nothing but space is in `text`.
-[[nodiscard]] bool IsBlank(std::string_view text);
+[[nodiscard]] constexpr bool IsXmlSpace(char byte) { return kXmlSpace.find(byte) != std::string_view::npos; }
 
-/// Replaces the references in `piece`. Calls `onLost(offset)` for each above U+FFFF, of which nothing is left.
+/// Decodes the references in `piece`. Drops those above U+FFFF, as the store does, and calls `onLost(offset)` for each.
 [[nodiscard]] std::string Decode(const Piece& piece, const std::function<void(std::size_t offset)>& onLost);
 
 }   // namespace arborctl

@@ -1,5 +1,7 @@
 #include "path.h"
 
+#include "ascii.h"
+
 #include <host/text.h>
 
 #include <charconv>
@@ -10,9 +12,8 @@ namespace {
 
 constexpr std::string_view kSeparators = "/\\";
 constexpr std::string_view kEscape = "%x";
-constexpr std::string_view kDigits = "0123456789ABCDEF";
 
-/// The byte of the escape at the start of `text`, or -1.
+/// Returns the byte of the escape that `text` begins with, or -1 if it begins with none.
 int EscapedByte(std::string_view text) {
     constexpr std::size_t kLength = 4;
     if (!text.starts_with(kEscape) || text.size() < kLength) return -1;
@@ -72,12 +73,12 @@ Path Path::Parent() const {
 std::string Path::Text() const {
     if (IsRoot()) return "the root";
     std::string text;
-    for (const PathName& name : names) text = Below(text, EncodeName(name.name));
+    for (const PathName& name : names) text = JoinPath(text, EncodeName(name.name));
     return text;
 }
 
 ValuePath ToValuePath(const Path& path) {
-    if (path.IsOfKey()) throw std::invalid_argument("the path is of a key, not of a value");
+    if (path.IsOfKey()) throw std::invalid_argument("the path is that of a key, not of a value");
     return {path.Parent(), path.Names().back()};
 }
 
@@ -86,8 +87,7 @@ std::string EncodeName(std::string_view name) {
     for (std::size_t i = 0; i < name.size();) {
         const std::size_t length = host::PrintableLength(name.substr(i));
         if (length == 0 || HasSeparator(name.substr(i, 1)) || EscapedByte(name.substr(i)) >= 0) {
-            const auto byte = static_cast<unsigned char>(name[i++]);
-            text.append(kEscape).append({kDigits[byte >> 4], kDigits[byte & 0x0F]});
+            AppendHex(text.append(kEscape), name[i++]);
         } else {
             text.append(name, i, length);
             i += length;

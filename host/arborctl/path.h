@@ -1,10 +1,11 @@
-/// Paths as every command takes and prints them: names with `/` or `\` between them. The tool opens a path name by
-/// name, so that the store's own rules for separators never apply.
+/// The syntax of the paths that commands accept and print: names separated by `/` or `\`. The tool opens a path name by
+/// name and doesn't pass whole paths to the store, whose rules for separators differ.
 ///
-/// One separator may come before the first name, and one after the last; the latter makes the path one of a key. A
-/// byte that a name can't show there is `%x` and two hexadecimal digits. `item#2` is the second of the siblings named
-/// "item", unless a sibling has exactly the name "item#2"; `#1` is the first without a name. What `EncodeName` and
-/// `SiblingNames` print is read back as the same key or value.
+/// One separator may precede the first name, and one may follow the last: then the path is that of a key. `%xNN` is the
+/// byte with that hexadecimal number; it encodes separators, control characters and bytes that aren't UTF-8. `item#2`
+/// is the second of the siblings named "item", unless a sibling has exactly the name "item#2"; `#1` is the first
+/// sibling with an empty name. A path that `EncodeName` and `SiblingNames` have formed is parsed as that of the same
+/// key or value.
 #pragma once
 
 #include <cstddef>
@@ -15,28 +16,28 @@
 
 namespace arborctl {
 
-/// The store loads no deeper tree.
+/// The greatest depth of a tree that the store loads.
 inline constexpr std::size_t kMaxPathNames = 2048;
 
-/// True for a name that the store would take for a path.
+/// True for a name that the store would split into several.
 [[nodiscard]] bool HasSeparator(std::string_view name);
 
 /// One name of a path.
 struct PathName {
-    std::string name{};         // as the store has it
-    std::string repeated{};     // the name without "#N"
-    std::uint32_t number = 0;   // N; 0 without one
+    std::string name{};         // decoded, with a "#N" at its end
+    std::string repeated{};     // decoded, without the "#N"
+    std::uint32_t number = 0;   // N, counted from 1; 0 for a name without "#N"
 };
 
-/// Reads one name, in which separators have no meaning. May be empty. Throws `std::invalid_argument` for a name that
-/// holds a zero byte.
+/// Parses one name, which may be empty. Separators have no meaning in it. Throws `std::invalid_argument` for a name
+/// with a zero byte.
 [[nodiscard]] PathName ParseName(std::string_view text);
 
 class Path {
 public:
     /// The root.
     Path() = default;
-    /// Throws `std::invalid_argument` with the reason, in words.
+    /// Parses a path. Throws `std::invalid_argument` with the reason as its text.
     explicit Path(std::string_view text);
 
     [[nodiscard]] const std::vector<PathName>& Names() const { return names; }
@@ -44,10 +45,10 @@ public:
     /// True for the root and for a path with a separator at its end.
     [[nodiscard]] bool IsOfKey() const { return ofKey; }
 
-    /// The path without its last name, which must exist.
+    /// The path without its last name. Not for the root.
     [[nodiscard]] Path Parent() const;
 
-    /// The path for a message: "the root", or its names.
+    /// The path for messages; "the root" for the root.
     [[nodiscard]] std::string Text() const;
 
 private:
@@ -55,20 +56,20 @@ private:
     bool ofKey = true;
 };
 
-/// The path of a value: its key and its name there.
+/// A value: the path of its key, and its name.
 struct ValuePath {
     Path key;
     PathName value;
 };
 
-/// The value that `path` is the path of. Throws `std::invalid_argument` for one that only a key can have.
+/// Takes the last name as that of a value. Throws `std::invalid_argument` if `path.IsOfKey()`.
 [[nodiscard]] ValuePath ToValuePath(const Path& path);
 
-/// `name` as a path has it.
+/// Encodes a name for a path.
 [[nodiscard]] std::string EncodeName(std::string_view name);
 
-/// `path` with a printed name after it.
-[[nodiscard]] inline std::string Below(const std::string& path, const std::string& name) {
+/// Appends an encoded name to a path.
+[[nodiscard]] inline std::string JoinPath(const std::string& path, const std::string& name) {
     return path.empty() ? name : path + '/' + name;
 }
 

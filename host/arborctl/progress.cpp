@@ -12,19 +12,19 @@ constexpr std::size_t kKeysPerLine = 1 << 14;
 }   // namespace
 
 Progress::Stage::Stage(std::ostream& terminal, std::string line)
-    : out(&terminal), text(std::move(line)), shown(text.size()) {
+    : out(&terminal), text(std::move(line)), width(text.size()) {
     *out << text << std::flush;
 }
 
 Progress::Stage::~Stage() {
-    if (out != nullptr) *out << '\r' << std::string(shown, ' ') << '\r' << std::flush;
+    if (out != nullptr) *out << '\r' << std::string(width, ' ') << '\r' << std::flush;
 }
 
-void Progress::Stage::Step() {
+void Progress::Stage::CountKey() {
     if (out == nullptr || ++count % kKeysPerLine != 0) return;
     const std::string line = text + ' ' + std::to_string(count) + " keys";
     *out << '\r' << line << std::flush;
-    shown = line.size();
+    width = line.size();
 }
 
 Progress::Stage Progress::Begin(std::string_view work, const std::filesystem::path& document) const {

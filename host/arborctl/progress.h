@@ -1,4 +1,4 @@
-/// What the tool is doing, for whoever waits at a terminal for a large document.
+/// Reports on a terminal what the tool is doing with a large document.
 #pragma once
 
 #include <filesystem>
@@ -10,7 +10,7 @@ namespace arborctl {
 
 class Progress {
 public:
-    /// A line about one piece of work; the destructor wipes it.
+    /// A status line for one stage of work; the destructor erases it.
     class Stage {
     public:
         Stage() = default;
@@ -19,20 +19,20 @@ public:
         Stage(Stage&& other) noexcept : out(other.out), text(std::move(other.text)) { other.out = nullptr; }
         Stage& operator=(Stage&&) = delete;
 
-        /// Counts one key that was dealt with.
-        void Step();
+        /// Counts one processed key and updates the line now and then.
+        void CountKey();
 
     private:
         std::ostream* out = nullptr;
         std::string text{};
         std::size_t count = 0;
-        std::size_t shown = 0;   // characters
+        std::size_t width = 0;   // of the line on the terminal, in bytes
     };
 
-    /// Without a terminal every stage is silent.
+    /// A null `terminal` makes every stage silent.
     explicit Progress(std::ostream* terminal) : out(terminal) {}
 
-    /// Silent for a document of less than ten megabytes.
+    /// Returns a silent stage for a document below 10 MB.
     [[nodiscard]] Stage Begin(std::string_view work, const std::filesystem::path& document) const;
 
 private:

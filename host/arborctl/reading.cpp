@@ -1,8 +1,9 @@
+/// The commands that print documents: tree, get, find, diff, export and backups.
 #include "addressing.h"
 #include "backups.h"
 #include "commands.h"
 #include "compare.h"
-#include "copy_apart.h"
+#include "copy_disambiguated.h"
 #include "json.h"
 #include "value_text.h"
 #include "walk.h"
@@ -16,7 +17,7 @@
 namespace arborctl {
 namespace {
 
-/// Escape sequences of a terminal; empty where there is none.
+/// Escape sequences of a terminal; all empty without colours.
 struct Palette {
     std::string_view key = "";
     std::string_view name = "";
@@ -29,68 +30,68 @@ constexpr Palette kColours = {"\033[1;34m", "\033[36m", "\033[2m", "\033[31m", "
 
 Palette PaletteOf(const Session& session) { return session.colours ? kColours : Palette{}; }
 
-/// The values that a command leaves out because they have no text; it names each on standard error.
+/// Reports values that have no text, and so are left out of the output, on standard error.
 class OmittedValues {
 public:
-    /// Calls `show()`, which throws a `Refusal` if the value at `path` has no text.
-    template <class Show>
-    void Try(const std::string& path, Show show) {
+    /// Calls `print()`. If it throws a `StoreError`, reports that the value at `path` has no text.
+    template <class Print>
+    void Try(const std::string& path, Print print) {
         try {
-            show();
-        } catch (const Refusal& refusal) {
-            std::cerr << "arborctl: " << Refusal(refusal.Code(), path + " has no text").what() << '\n';
+            print();
+        } catch (const StoreError& error) {
+            std::cerr << "arborctl: " << StoreError(error.Code(), path + " has no text").what() << '\n';
             isEmpty = false;
         }
     }
 
-    /// The exit code of a command that would end with `complete` if no value were left out.
+    /// Returns `complete` if no value was left out, or else the exit code for an incomplete output.
     [[nodiscard]] int ExitCode(int complete) const { return isEmpty ? complete : kExitRefused; }
 
 private:
     bool isEmpty = true;
 };
 
-/// `path` as the start of others.
+/// Returns `path` as a prefix of printed paths; empty for the root.
 std::string Prefix(const Path& path) { return path.IsRoot() ? "" : path.Text(); }
 
-/// A tree as lines, indented by its depth.
+/// Prints a tree as lines, indented by depth.
 class TreeLines {
 public:
     TreeLines(const Session& session, const ValueText& texts) : palette(PaletteOf(session)), valueText(texts) {}
 
-    void Enter(const std::string& name, std::size_t depth) const {
+    void EnterKey(const std::string& name, std::size_t depth) const {
         if (depth == 0) return;
         std::cout << std::string(4 * (depth - 1), ' ') << palette.key << name << '/' << palette.plain << '\n';
     }
-    void Show(const std::string& name, const arbor::Datum& datum, std::size_t depth) const {
-        const std::string line = valueText.Line(datum);
+    void PrintValue(const std::string& name, const arbor::Datum& datum, std::size_t depth) const {
+        const std::string line = valueText.FormatLine(datum);
         const std::size_t type = TypeName(datum).size();
         std::cout << std::string(4 * depth, ' ') << palette.name << name << palette.plain << ": " << palette.type
                   << line.substr(0, type) << palette.plain << line.substr(type) << '\n';
     }
     void EndValues() const {}
-    void Leave() const {}
-    void End() const {}
+    void LeaveKey() const {}
+    void EndLine() const {}
 
 private:
     Palette palette;
     const ValueText& valueText;
 };
 
-/// A tree as objects with "name", "values" and "keys".
+/// Prints a tree as nested objects with "name", "values" and "keys".
 class TreeJson {
 public:
     explicit TreeJson(const ValueText& texts) : json(std::cout), valueText(texts) {}
 
-    void Enter(const std::string& name, std::size_t) {
+    void EnterKey(const std::string& name, std::size_t) {
         json.BeginObject().Member("name", name).Name("values").BeginArray();
     }
-    void Show(const std::string& name, const arbor::Datum& datum, std::size_t) {
-        json.BeginObject().Member("name", name).Members(datum, valueText).EndObject();
+    void PrintValue(const std::string& name, const arbor::Datum& datum, std::size_t) {
+        json.BeginObject().Member("name", name).TypeAndValue(datum, valueText).EndObject();
     }
     void EndValues() { json.EndArray().Name("keys").BeginArray(); }
-    void Leave() { json.EndArray().EndObject(); }
-    void End() { json.End(); }
+    void LeaveKey() { json.EndArray().EndObject(); }
+    void EndLine() { json.EndLine(); }
 
 private:
     Json json;
@@ -104,55 +105,53 @@ int PrintTree(const Session& session, const Path& path, Printer printer) {
     OmittedValues omitted;
     if (!top) {
         const ValueSlot value = OpenValue(document.Root(), path);
-        const arbor::Datum datum = Demand(value.Read(0), value.Text());
-        omitted.Try(path.Text(), [&] { printer.Show(value.Text(), datum, 0); });
-        printer.End();
+        const arbor::Datum datum = ValueOrThrow(value.Read(0), value.Text());
+        omitted.Try(path.Text(), [&] { printer.PrintValue(value.Text(), datum, 0); });
+        printer.EndLine();
         return omitted.ExitCode(kExitDone);
     }
     Progress::Stage stage = session.progress.Begin("reading", session.settings.document);
-    WalkedNames names(Prefix(path));
+    PrintedPaths paths(Prefix(path));
     Walk(
         *top,
         [&](const arbor::Key& key, std::size_t depth) {
-            stage.Step();
-            printer.Enter(names.Enter(key, depth), depth);
-            SiblingNames valueNames = ValueNames(key);
-            ForEachValue(key, [&](const arbor::Value& value) {
-                const std::string name = valueNames.Next(value.Name());
+            stage.CountKey();
+            printer.EnterKey(paths.Enter(key, depth), depth);
+            ForEachNamedValue(key, [&](const std::string& name, const arbor::Value& value) {
                 const arbor::Datum datum = Read(value);
-                omitted.Try(Below(names.Path(), name), [&] { printer.Show(name, datum, depth); });
+                omitted.Try(JoinPath(paths.Path(), name), [&] { printer.PrintValue(name, datum, depth); });
             });
             printer.EndValues();
         },
-        [&] { printer.Leave(); });
-    printer.End();
+        [&] { printer.LeaveKey(); });
+    printer.EndLine();
     return omitted.ExitCode(kExitDone);
 }
 
-/// Takes the values without a text out of an export to `path`.
+/// Removes the values without a text from an export of `path`, and reports them.
 void RemoveTextless(const Document& exported, const std::string& path, const ValueText& valueText,
                     OmittedValues& omitted) {
-    WalkedNames names(path);
+    PrintedPaths paths(path);
     Walk(exported.Root(), [&](const arbor::Key& key, std::size_t depth) {
-        names.Enter(key, depth);
+        paths.Enter(key, depth);
         std::vector<std::string> textless;
         ForEachValue(key, [&](const arbor::Value& value) {
-            omitted.Try(Below(names.Path(), EncodeName(value.Name())), [&] {
+            omitted.Try(JoinPath(paths.Path(), EncodeName(value.Name())), [&] {
                 textless.push_back(value.Name());
-                static_cast<void>(valueText.Show(Read(value)));
+                static_cast<void>(valueText.Format(Read(value)));   // throws if the value has no text
                 textless.pop_back();
             });
         });
-        for (const std::string& name : textless) Demand(key.Remove(name), name);
+        for (const std::string& name : textless) ThrowIfFailed(key.Remove(name), name);
     });
 }
 
-bool Contains(const std::string& text, const std::string& small) {
-    return Lower(text).find(small) != std::string::npos;
+bool Contains(const std::string& text, const std::string& lower) {
+    return ToLower(text).find(lower) != std::string::npos;
 }
 
-/// A file's time in UTC, as ISO 8601 has it.
-std::string TimeOf(const std::filesystem::path& path) {
+/// The time of a file's last change in UTC, in the format of ISO 8601.
+std::string ModificationTime(const std::filesystem::path& path) {
     const auto time = std::chrono::file_clock::to_sys(std::filesystem::last_write_time(path));
     const std::time_t seconds = std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(time));
     std::ostringstream text;
@@ -160,13 +159,14 @@ std::string TimeOf(const std::filesystem::path& path) {
     return text.str();
 }
 
+/// Loads a document and returns the result.
 kernel::ResultCode LoadCode(const Session& session, const std::filesystem::path& path) {
     try {
         const Document document(session.kernel, {.document = path, .readOnly = true, .wait = session.settings.wait},
                                 session.progress);
         return kernel::kDone;
-    } catch (const Refusal& refusal) {
-        return refusal.Code();
+    } catch (const StoreError& error) {
+        return error.Code();
     }
 }
 
@@ -181,14 +181,14 @@ int Tree(const Session& session, const Path& path) {
 int Get(const Session& session, const ValuePath& path, kernel::TypeCode type) {
     const Document document = session.Load();
     const ValueSlot value(OpenKey(document.Root(), path.key), path.value);
-    const arbor::Datum datum = Demand(value.Read(type), value.Text());
+    const arbor::Datum datum = ValueOrThrow(value.Read(type), value.Text());
     const ValueText valueText(session.kernel);
     OmittedValues omitted;
-    omitted.Try(Below(Prefix(path.key), value.Text()), [&] {
+    omitted.Try(JoinPath(Prefix(path.key), value.Text()), [&] {
         if (session.json) {
-            Json(std::cout).BeginObject().Members(datum, valueText).EndObject().End();
+            Json(std::cout).BeginObject().TypeAndValue(datum, valueText).EndObject().EndLine();
         } else {
-            std::cout << valueText.Show(datum) << '\n';
+            std::cout << valueText.Format(datum) << '\n';
         }
     });
     return omitted.ExitCode(kExitDone);
@@ -197,17 +197,17 @@ int Get(const Session& session, const ValuePath& path, kernel::TypeCode type) {
 int Find(const Session& session, const std::string& text) {
     const Document document = session.Load();
     const ValueText valueText(session.kernel);
-    const std::string wanted = Lower(text);
+    const std::string wanted = ToLower(text);
     OmittedValues omitted;
-    WalkedNames names;
+    PrintedPaths paths;
     Json json(std::cout);
     std::size_t found = 0;
     Progress::Stage stage = session.progress.Begin("searching", session.settings.document);
     if (session.json) json.BeginArray();
     Walk(document.Root(), [&](const arbor::Key& key, std::size_t depth) {
-        stage.Step();
-        names.Enter(key, depth);
-        const std::string& path = names.Path();
+        stage.CountKey();
+        paths.Enter(key, depth);
+        const std::string& path = paths.Path();
         if (depth > 0 && Contains(NameOf(key), wanted)) {
             ++found;
             if (session.json)
@@ -215,47 +215,45 @@ int Find(const Session& session, const std::string& text) {
             else
                 std::cout << path << "/\n";
         }
-        SiblingNames valueNames = ValueNames(key);
-        ForEachValue(key, [&](const arbor::Value& value) {
-            const std::string valueName = valueNames.Next(value.Name());
+        ForEachNamedValue(key, [&](const std::string& name, const arbor::Value& value) {
             const arbor::Datum datum = Read(value);
-            omitted.Try(Below(path, valueName), [&] {
-                const std::string shown = valueText.Show(datum);
-                if (!Contains(value.Name(), wanted) && !Contains(shown, wanted)) return;
+            omitted.Try(JoinPath(path, name), [&] {
+                const std::string formatted = valueText.Format(datum);
+                if (!Contains(value.Name(), wanted) && !Contains(formatted, wanted)) return;
                 ++found;
                 if (session.json) {
-                    json.BeginObject().Member("path", path).Member("name", valueName);
-                    json.Members(datum, valueText).EndObject();
+                    json.BeginObject().Member("path", path).Member("name", name);
+                    json.TypeAndValue(datum, valueText).EndObject();
                 } else {
-                    std::cout << Below(path, valueName) << ": " << valueText.Line(datum) << '\n';
+                    std::cout << JoinPath(path, name) << ": " << valueText.FormatLine(datum) << '\n';
                 }
             });
         });
     });
-    if (session.json) json.EndArray().End();
+    if (session.json) json.EndArray().EndLine();
     return omitted.ExitCode(found != 0 ? kExitDone : kExitRefused);
 }
 
 int Diff(const Session& session, const std::filesystem::path& other) {
-    const Document was = session.Load();
+    const Document before = session.Load();
     DocumentSettings settings = session.settings;
     settings.document = other;
     settings.create = Creation::Never;
-    const Document now(session.kernel, settings, session.progress);
+    const Document after(session.kernel, settings, session.progress);
     const ValueText valueText(session.kernel);
-    const std::vector<Change> changes = Compare(was.Root(), now.Root());
+    const std::vector<Change> changes = Compare(before.Root(), after.Root());
     if (session.json) {
         Json json(std::cout);
         json.BeginArray();
-        for (const Change& change : changes) Print(json, valueText, change);
-        json.EndArray().End();
+        for (const Change& change : changes) WriteJson(json, valueText, change);
+        json.EndArray().EndLine();
         return changes.empty() ? kExitDone : kExitRefused;
     }
     const Palette palette = PaletteOf(session);
     OmittedValues omitted;
     for (const Change& change : changes) {
-        omitted.Try(Below(change.path, change.value.value_or("")), [&] {
-            for (const std::string& line : Lines(valueText, change)) {
+        omitted.Try(JoinPath(change.path, change.value.value_or("")), [&] {
+            for (const std::string& line : FormatLines(valueText, change)) {
                 std::cout << (line.front() == '-' ? palette.removed : palette.added) << line << palette.plain << '\n';
             }
         });
@@ -270,20 +268,20 @@ int Export(const Session& session, const Path& path) {
     const Document exported(session.kernel, io);
     const std::optional<arbor::Key> key = FindKey(document.Root(), path);
     if (key) {
-        CopyApart(*key, exported.Root());
+        CopyDisambiguated(*key, exported.Root());
     } else {
         const ValueSlot value = OpenValue(document.Root(), path);
         const ValueSlot copy(exported.Root(), path.Names().back());
-        Demand(copy.Set(Demand(value.Read(0), value.Text())), copy.Text());
+        ThrowIfFailed(copy.Set(ValueOrThrow(value.Read(0), value.Text())), copy.Text());
     }
     OmittedValues omitted;
     try {
-        exported.SaveAnyway();
-    } catch (const Refusal& refusal) {
-        if (refusal.Code() != kernel::kBufferTooSmall) throw;
+        exported.SaveUnconditionally();
+    } catch (const StoreError& error) {
+        if (error.Code() != kernel::kBufferTooSmall) throw;
         const Path top = key ? path : path.Parent();
         RemoveTextless(exported, Prefix(top), ValueText(session.kernel), omitted);
-        exported.SaveAnyway();
+        exported.SaveUnconditionally();
     }
     std::cout << io.Content();
     return omitted.ExitCode(kExitDone);
@@ -297,16 +295,19 @@ int Backups(const Session& session) {
     for (const BackupFile& file : files) {
         const kernel::ResultCode code = LoadCode(session, file.path);
         const std::uintmax_t size = std::filesystem::file_size(file.path);
-        const std::string loads = size == 0 && kernel::IsSuccess(code) ? "empty" : LoadState(code);
+        const std::string state = size == 0 && kernel::IsSuccess(code) ? "empty" : LoadState(code);
         if (session.json) {
             json.BeginObject().Member("file", PathText(file.path)).Member("role", file.role);
-            json.Member("modified", TimeOf(file.path)).Member("bytes", size).Member("state", loads).EndObject();
+            json.Member("modified", ModificationTime(file.path))
+                .Member("bytes", size)
+                .Member("state", state)
+                .EndObject();
         } else {
-            std::cout << TimeOf(file.path) << std::setw(12) << size << "  " << PathText(file.path.filename()) << " ("
-                      << file.role << "): " << loads << '\n';
+            std::cout << ModificationTime(file.path) << std::setw(12) << size << "  " << PathText(file.path.filename())
+                      << " (" << file.role << "): " << state << '\n';
         }
     }
-    if (session.json) json.EndArray().End();
+    if (session.json) json.EndArray().EndLine();
     return kExitDone;
 }
 

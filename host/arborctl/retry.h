@@ -1,4 +1,4 @@
-/// Waiting for other processes.
+/// Retries operations that fail while another process uses a file.
 #pragma once
 
 #include <chrono>
@@ -6,7 +6,7 @@
 
 namespace arborctl {
 
-/// Calls `attempt()` until it returns true, or until `wait` is over; at least once.
+/// Calls `attempt()` every 10 ms until it returns true or `wait` is over, at least once.
 template <class Attempt>
 void RetryFor(std::chrono::milliseconds wait, Attempt attempt) {
     constexpr std::chrono::milliseconds kInterval{10};

@@ -1,4 +1,4 @@
-/// Whether the text of a value survives a load and a save.
+/// Checks whether the text of a value in a document is unchanged after a load and a save.
 #pragma once
 
 #include "document_scan.h"
@@ -8,26 +8,27 @@
 
 namespace arborctl {
 
-/// `text` in quotes, cut off where it is long.
+/// Returns `text` in quotes, cut off after 40 bytes.
 [[nodiscard]] std::string Excerpt(const std::string& text);
 
-/// Reads texts as the store does, through a value of the store for each type.
+/// Runs the store's own conversions on one scratch value of each type.
 class TextCheck {
 public:
     explicit TextCheck(host::Kernel& kernel) : scratch(kernel) {}
 
     struct Verdict {
-        bool refused = false;   // the document can't be loaded
-        std::optional<FindingKind> found{};
-        std::string text{};   // of the finding
+        bool isRejected = false;              // the document can't be loaded
+        std::optional<FindingKind> found{};   // none if the text is unchanged
+        std::string text{};                   // of the finding
     };
 
     [[nodiscard]] Verdict Check(const kernel::ValueTypeRow& row, const std::string& text) const;
 
 private:
     [[nodiscard]] Verdict CheckScalar(const kernel::ValueTypeRow& row, const std::string& text) const;
-    /// What the store's value holds after it took `text`; nothing if it refuses it.
-    [[nodiscard]] std::optional<arbor::Datum> Take(const kernel::ValueTypeRow& row, const std::string& text) const;
+    /// Converts `text` to the type in the store and returns the value; none if the store rejects the text.
+    [[nodiscard]] std::optional<arbor::Datum> StoreAndRead(const kernel::ValueTypeRow& row,
+                                                           const std::string& text) const;
 
     Document scratch;
 };

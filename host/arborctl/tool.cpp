@@ -13,8 +13,8 @@
 namespace arborctl {
 namespace {
 
-/// A line has one tab of its own, after the part of the module that it is from; all others are from names.
-void PrintLine(const host::TraceLine& line) {
+/// The first tab of a trace line ends its component; any later one is part of a name and is escaped.
+void PrintTraceLine(const host::TraceLine& line) {
     const std::string_view text = line.text;
     const std::size_t start = text.find('\t') + 1;
     std::cerr << line.level << ' ' << text.substr(0, start) << host::Printable(text.substr(start)) << '\n';
@@ -22,25 +22,26 @@ void PrintLine(const host::TraceLine& line) {
 
 void PrintError(const std::exception& error) { std::cerr << "arborctl: " << host::Printable(error.what()) << '\n'; }
 
-/// By the custom that a set NO_COLOR asks programs for none.
-bool WantsColours(Colours colours, bool terminal) {
+/// By convention, NO_COLOR disables colours if it is set and not empty.
+bool UsesColours(Colours colours, bool terminal) {
     if (colours != Colours::Auto) return colours == Colours::Always;
-    const char* refused = std::getenv("NO_COLOR");
-    return terminal && (refused == nullptr || *refused == '\0');
+    const char* noColour = std::getenv("NO_COLOR");
+    return terminal && (noColour == nullptr || *noColour == '\0');
 }
 
 int RunCommand(const CommandLine& line, Terminals terminals) {
     host::Kernel kernel({.traceLevel = line.traceLevel,
-                         .traceSink = PrintLine,
+                         .traceSink = PrintTraceLine,
                          .blocks = line.leaks ? host::BlockTracking::Each : host::BlockTracking::Count});
     Progress progress(terminals.error ? &std::cerr : nullptr);
     int exitCode = kExitRefused;
     try {
-        static_cast<void>(host::DocumentName(line.settings.document));   // refuses a path before any command reads it
+        static_cast<void>(
+            host::DocumentName(line.settings.document));   // throws a `PathError` before a command reads the path
         kernel.LoadModule(line.module);
         exitCode =
-            line.command({kernel, line.settings, progress, line.json, WantsColours(line.colours, terminals.output)});
-    } catch (const Refusal& error) {
+            line.command({kernel, line.settings, progress, line.json, UsesColours(line.colours, terminals.output)});
+    } catch (const StoreError& error) {
         PrintError(error);
         exitCode = error.ExitCode();
     } catch (const host::PathError& error) {
@@ -53,8 +54,8 @@ int RunCommand(const CommandLine& line, Terminals terminals) {
     return exitCode;
 }
 
-/// A reader that closed the pipe has what it wanted and needs no message.
-int FailOutput(int exitCode) {
+/// Reports that standard output can't be written, except if the reader has closed the pipe.
+int ExitCodeAfterFailedOutput(int exitCode) {
     if (!host::IsPipeClosed(host::Stream::Output)) std::cerr << "arborctl: can't write to standard output\n";
     return exitCode == kExitDone ? kExitRefused : exitCode;
 }
@@ -63,12 +64,12 @@ int FailOutput(int exitCode) {
 
 int RunTool(std::vector<std::string> arguments, Terminals terminals) {
     int exitCode = kExitDone;
-    std::cout.clear();   // of an earlier run in this process
+    std::cout.clear();   // a failure of an earlier run in this process
     if (!arguments.empty() && arguments[0] == kCompletionCommand)
         return PrintCompletions({std::next(arguments.begin()), arguments.end()});
     const auto line = ReadCommandLine(std::move(arguments), exitCode);
     if (line) exitCode = RunCommand(*line, terminals);
-    if (!std::cout.flush()) return FailOutput(exitCode);
+    if (!std::cout.flush()) return ExitCodeAfterFailedOutput(exitCode);
     return exitCode;
 }
 

@@ -1,4 +1,4 @@
-/// The whole tool, but for the program's start.
+/// Runs the tool on one command line; callable from tests, in their own process.
 #pragma once
 
 #include <string>
@@ -6,14 +6,14 @@
 
 namespace arborctl {
 
-/// Which standard streams go to a terminal.
+/// Which standard streams are terminals.
 struct Terminals {
     bool output = false;
     bool error = false;
 };
 
-/// Runs one command line, without the program's name, and returns the program's exit code. A process runs one at a
-/// time.
+/// Runs a command line, given without the program's name. Returns the exit code. Not reentrant: it uses the standard
+/// streams.
 [[nodiscard]] int RunTool(std::vector<std::string> arguments, Terminals terminals = {});
 
 }   // namespace arborctl

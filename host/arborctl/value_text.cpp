@@ -1,5 +1,7 @@
 #include "value_text.h"
 
+#include "ascii.h"
+
 #include <host/text.h>
 
 #include <cstring>
@@ -7,32 +9,21 @@
 namespace arborctl {
 namespace {
 
-constexpr std::string_view kDigits = "0123456789ABCDEF";
-
 bool IsBlob(kernel::TypeCode type) { return type == kernel::tBINARY || type == kernel::tPTR; }
 
 std::string ToHex(std::string_view bytes) {
     std::string text;
-    for (const char byte : bytes) {
-        const auto number = static_cast<unsigned char>(byte);
-        text += kDigits[number >> 4];
-        text += kDigits[number & 0x0F];
-    }
+    for (const char byte : bytes) AppendHex(text, byte);
     return text;
-}
-
-std::size_t Digit(char letter) {
-    const bool small = letter >= 'a' && letter <= 'f';
-    return kDigits.find(small ? static_cast<char>(letter - 'a' + 'A') : letter);
 }
 
 std::string FromHex(const std::string& text) {
     std::string bytes;
     for (std::size_t i = 0; i < text.size(); i += 2) {
-        const std::size_t high = Digit(text[i]);
-        const std::size_t low = i + 1 < text.size() ? Digit(text[i + 1]) : std::string_view::npos;
-        if (high >= kDigits.size() || low >= kDigits.size()) {
-            throw Refusal(kernel::kInvalidArgument, text + " isn't hexadecimal, two digits a byte");
+        const int high = HexValue(text[i]);
+        const int low = i + 1 < text.size() ? HexValue(text[i + 1]) : -1;
+        if (high < 0 || low < 0) {
+            throw StoreError(kernel::kInvalidArgument, text + " isn't hexadecimal, two digits a byte");
         }
         bytes += static_cast<char>(static_cast<unsigned char>(high << 4 | low));
     }
@@ -57,32 +48,32 @@ arbor::Datum ValueText::Parse(kernel::TypeCode type, const std::string& text) co
     if (type == kernel::tSTRING) return {type, text};
     if (type == kernel::tWSTRING) return {type, WideBytes(text)};
     const kernel::ValueTypeRow& row = *kernel::FindType(type);
-    const std::string name = '"' + text + "\" as " + std::string(row.name);   // a refusal tells it
-    Demand(scratch.Root().Set(name, arbor::Datum{type, std::string(row.width, '\0')}), name);
-    Demand(scratch.Root().Set(name, text), name);
-    return Demand(scratch.Root().Read(name, type), name);
+    const std::string name = '"' + text + "\" as " + std::string(row.name);   // the error message shows it
+    ThrowIfFailed(scratch.Root().Set(name, arbor::Datum{type, std::string(row.width, '\0')}), name);
+    ThrowIfFailed(scratch.Root().Set(name, text), name);
+    return ValueOrThrow(scratch.Root().Read(name, type), name);
 }
 
-std::string ValueText::Show(const arbor::Datum& datum) const {
+std::string ValueText::Format(const arbor::Datum& datum) const {
     if (IsBlob(datum.type)) return ToHex(datum.bytes);
     if (datum.type == kernel::tWSTRING) return FromWideBytes(datum.bytes);
     if (datum.type == kernel::tSTRING) return datum.bytes.c_str();   // without the terminator
     const std::string name = TypeName(datum);
-    Demand(scratch.Root().Set(name, datum), name);
-    return Demand(scratch.Root().Get<std::string>(name), name);
+    ThrowIfFailed(scratch.Root().Set(name, datum), name);
+    return ValueOrThrow(scratch.Root().Get<std::string>(name), name);
 }
 
-std::string ValueText::Line(const arbor::Datum& datum) const {
-    const std::string text = Show(datum);
-    const std::string shown = IsText(datum.type) ? Quoted(text) : text;
-    return TypeName(datum) + (shown.empty() ? "" : " ") + shown;
+std::string ValueText::FormatLine(const arbor::Datum& datum) const {
+    const std::string text = Format(datum);
+    const std::string printed = IsText(datum.type) ? Quote(text) : text;
+    return TypeName(datum) + (printed.empty() ? "" : " ") + printed;
 }
 
 bool IsText(kernel::TypeCode type) {
     return type == kernel::tSTRING || type == kernel::tWSTRING || type == kernel::tCHAR;
 }
 
-std::string Quoted(std::string_view text) {
+std::string Quote(std::string_view text) {
     std::string quoted = "\"";
     for (const char letter : text) {
         if (letter == '"' || letter == '\\') quoted += '\\';

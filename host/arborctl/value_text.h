@@ -1,5 +1,5 @@
-/// Values as text on the command line. Blobs are hexadecimal, texts are UTF-8, and all else is left to the store's own
-/// conversion, on a tree without a document.
+/// Converts values to and from the text of the command line: blobs as hexadecimal, texts as UTF-8, all other types by
+/// the store's own conversion in a scratch tree.
 #pragma once
 
 #include "document.h"
@@ -10,14 +10,14 @@ class ValueText {
 public:
     explicit ValueText(host::Kernel& kernel) : scratch(kernel) {}
 
-    /// Reads `text` as a value of `type`. Throws a `Refusal` if the type can't take it.
+    /// Converts `text` to a value of `type`. Throws a `StoreError` if the type has no such value.
     [[nodiscard]] arbor::Datum Parse(kernel::TypeCode type, const std::string& text) const;
 
-    /// Shows a value. Throws a `Refusal` if its type has no text.
-    [[nodiscard]] std::string Show(const arbor::Datum& datum) const;
+    /// Converts a value to text. Throws a `StoreError` if it has none.
+    [[nodiscard]] std::string Format(const arbor::Datum& datum) const;
 
-    /// What stands behind a value's name in a line: its type, and its text, in quotes where it is one.
-    [[nodiscard]] std::string Line(const arbor::Datum& datum) const;
+    /// Returns the type and the text of a value for a line of output, in quotes if the type is a text.
+    [[nodiscard]] std::string FormatLine(const arbor::Datum& datum) const;
 
 private:
     Document scratch;
@@ -29,7 +29,7 @@ private:
 
 [[nodiscard]] bool IsText(kernel::TypeCode type);
 
-/// `text` in quotes, with quotes, backslashes and what isn't printable escaped.
-[[nodiscard]] std::string Quoted(std::string_view text);
+/// Returns `text` in quotes, with quotes, backslashes and unprintable bytes escaped.
+[[nodiscard]] std::string Quote(std::string_view text);
 
 }   // namespace arborctl

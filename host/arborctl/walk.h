@@ -1,32 +1,32 @@
-/// The way through a tree of keys.
+/// Traverses keys and values. A failed enumeration throws a `StoreError`.
 #pragma once
 
+#include "ascii.h"
 #include "document.h"
 
-#include <set>
 #include <vector>
 
 namespace arborctl {
 
-/// Calls `enter(key, depth)` for `top` and all keys below it, each before its children, and `leave()` behind them.
-/// Depth costs no stack.
+/// Walks `top` and all keys below it, depth first: `enter(key, depth)` runs before a key's children, `leave()` after
+/// them. Not recursive, so the depth of the tree needs no stack.
 template <class Enter, class Leave>
 void Walk(arbor::Key top, Enter enter, Leave leave) {
-    std::vector<arbor::KeyRange> way;
+    std::vector<arbor::KeyRange> ancestors;   // the children of each open key that are still to be entered
     enter(top, std::size_t{0});
-    way.push_back(top.Keys());
-    while (!way.empty()) {
-        arbor::KeyRange& children = way.back();
+    ancestors.push_back(top.Keys());
+    while (!ancestors.empty()) {
+        arbor::KeyRange& children = ancestors.back();
         if (children.AtEnd()) {
-            Demand(children.Outcome(), "enumerating keys");
+            ThrowIfFailed(children.Outcome(), "enumerating keys");
             leave();
-            way.pop_back();
+            ancestors.pop_back();
             continue;
         }
         const arbor::Key child = children.Current();
         children.Advance();
-        enter(child, way.size());
-        way.push_back(child.Keys());
+        enter(child, ancestors.size());
+        ancestors.push_back(child.Keys());
     }
 }
 
@@ -35,37 +35,17 @@ void Walk(arbor::Key top, Enter enter) {
     Walk(top, enter, [] {});
 }
 
-/// Calls `work(value)` for each value of a key.
+/// Calls `work(value)` for each value of `key`.
 template <class Work>
 void ForEachValue(const arbor::Key& key, Work work) {
     arbor::ValueRange values = key.Values();
     for (const arbor::Value& value : values) work(value);
-    Demand(values.Outcome(), "enumerating values");
+    ThrowIfFailed(values.Outcome(), "enumerating values");
 }
 
-[[nodiscard]] inline std::string NameOf(const arbor::Key& key) { return Demand(key.Name(), "naming a key"); }
-[[nodiscard]] inline arbor::Datum Read(const arbor::Value& value) { return Demand(value.Read(), value.Name()); }
-
-/// ASCII letters small, as the store compares names.
-[[nodiscard]] inline std::string Lower(std::string text) {
-    for (char& letter : text) {
-        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-    }
-    return text;
+[[nodiscard]] inline std::string NameOf(const arbor::Key& key) {
+    return ValueOrThrow(key.Name(), "reading the name of a key");
 }
-
-/// Names for the copies of siblings. One that repeats gets a number: "item", "item#2".
-class TakenNames {
-public:
-    [[nodiscard]] std::string Fresh(const std::string& name) {
-        for (std::uint32_t number = 1;; ++number) {
-            std::string candidate = number == 1 ? name : name + '#' + std::to_string(number);
-            if (taken.insert(Lower(candidate)).second) return candidate;
-        }
-    }
-
-private:
-    std::set<std::string> taken;
-};
+[[nodiscard]] inline arbor::Datum Read(const arbor::Value& value) { return ValueOrThrow(value.Read(), value.Name()); }
 
 }   // namespace arborctl

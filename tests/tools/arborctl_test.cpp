@@ -662,7 +662,7 @@ TEST_F(ArborctlTest, RestoreAcceptsWhatBackupsPrints) {
         EXPECT_EQ(FileText(folder / "d.xml"), "<arbor></arbor>");
     }
     EXPECT_THAT(RunOn("d.xml", {"restore", "nowhere/d.xml.bak"}).error, HasSubstr("0x800000C5: no such document"));
-    EXPECT_THAT(RunOn("d.xml", {"restore", "bak2"}).output, HasSubstr("d.xml.bak2 holds, which is empty; "));
+    EXPECT_THAT(RunOn("d.xml", {"restore", "bak2"}).output, HasSubstr("from d.xml.bak2, which is empty; "));
 }
 
 TEST_F(ArborctlTest, APathLeadsWhereTheSystemsOwnDoes) {

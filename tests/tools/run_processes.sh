@@ -60,7 +60,7 @@ expect 'files after it' 'small.xml' "$(echo small.xml*)"
 ln -s small.xml link.xml
 exec 9>small.xml.lock
 flock 9
-busy="arborctl: 0x80010104: another process uses the file (another run changes $(pwd -P)/small.xml):3"
+busy="arborctl: 0x80010104: another process uses the file (another run is changing $(pwd -P)/small.xml):3"
 expect 'a change while another run holds the lock' "$busy" "$(arborctl --wait 0 link.xml set '' n tDWORD 6 2>&1):$?"
 expect 'a read meanwhile' '5:0' "$(arborctl --wait 0 link.xml get '' n):$?"
 exec 9>&-
