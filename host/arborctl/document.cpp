@@ -40,10 +40,11 @@ void ThrowIfFormerDocumentRemains(const std::filesystem::path& document) {
     for (const BackupFile& backup : FindBackups(document)) {
         if (!backup.isOverwritten || std::filesystem::file_size(backup.path) == 0) continue;
         const std::string file = PathText(document);
-        const std::string left = PathText(backup.path.filename());
-        throw StoreError(kernel::kAlreadyExists, left + " holds a former " + file + ": \"arborctl " + file +
-                                                     " restore " + left +
-                                                     "\" restores it, --create=force creates a new one");
+        const std::string name = PathText(backup.path.filename());
+        std::string reason = name;
+        reason.append(" holds a former ").append(file).append(": \"arborctl ").append(file).append(" restore ");
+        reason.append(name).append("\" restores it, --create=force creates a new one");
+        throw StoreError(kernel::kAlreadyExists, reason);
     }
 }
 
