@@ -251,19 +251,6 @@ TEST_F(FileTest, CreateDirectoriesCreatesMissingOnes) {
     EXPECT_EQ(Make(u"file\\a"), ilk::ResultInvalidPathName);
 }
 
-TEST_F(FileTest, CreateDirectoriesExceedsTheLimitOfShortPaths) {
-    std::u16string name;
-    for (int depth = 0; depth < 8; ++depth)
-        name += u"a-name-of-forty-nine-characters-\u00e4\u20ac\U0001F600-to-count\\";
-    ASSERT_GT(name.size(), 300U);
-    EXPECT_EQ(Make(name), ilk::ResultOk);
-    const std::u16string path = u"\\\\?\\" + folder.Path(name + u"file");
-    ilk::File file;
-    EXPECT_EQ(file.Open(path.c_str(), ilk::kFileWrite, ilk::kFileCreateNew, 0), ilk::ResultOk);
-    EXPECT_EQ(file.Close(), ilk::ResultOk);
-    EXPECT_TRUE(folder.Exists(name + u"file"));
-}
-
 TEST_F(FileTest, ALinkedDirectoryIsFollowedButIsntPlain) {
     folder.MakeFolder(u"target");
     std::error_code error;
