@@ -20,6 +20,7 @@
 namespace {
 
 using kernel::KeyHandle;
+using kernel::Registry;
 using kernel::ResultCode;
 using kernel::TypeCode;
 using model::Answer;
@@ -321,26 +322,31 @@ private:
         read.Compare(code, plain->GetKeyNameByIndex(parent, index, buffer, full));
     }
 
-    void GetKeyCount() {
+    template <class Call, class Expect>
+    void Counts(Call call, Expect expect) {
         Key* const key = KnownKey();
         ReadCheck read({false, 0}, Mostly());
-        const ResultCode code = methods.GetKeyCount(object, read.Count(), Handle(key));
-        read.Compare(code, plain->GetKeyCount(key));
+        const ResultCode code = (methods.*call)(object, read.Count(), Handle(key));
+        read.Compare(code, (plain->*expect)(key));
     }
+    void GetKeyCount() { Counts(&Registry::GetKeyCount, &model::Store::GetKeyCount); }
+    void GetValueCount() { Counts(&Registry::GetValueCount, &model::Store::GetValueCount); }
 
-    void DeleteKey() {
-        Key* const key = KnownKey();
-        const std::string path = Path();
-        const ResultCode code = methods.DeleteKey(object, Handle(key), path.c_str());
-        FUZZ_CHECK(code == plain->DeleteKey(key, path));
-    }
+    static const char* Passed(const std::string& name) { return name.c_str(); }
+    static std::uint32_t Passed(std::uint32_t index) { return index; }
 
-    void DeleteKeyByInd() {
+    /// `draw` gives the name, path or index that follows the key; so it does below.
+    template <class Argument, class Call, class Expect>
+    void Deletes(Argument (Session::*draw)(), Call call, Expect expect) {
         Key* const key = KnownKey();
-        const std::uint32_t index = Index();
-        const ResultCode code = methods.DeleteKeyByInd(object, Handle(key), index);
-        FUZZ_CHECK(code == plain->DeleteKeyByInd(key, index));
+        const Argument argument = (this->*draw)();
+        const ResultCode code = (methods.*call)(object, Handle(key), Passed(argument));
+        FUZZ_CHECK(code == (plain->*expect)(key, argument));
     }
+    void DeleteKey() { Deletes(&Session::Path, &Registry::DeleteKey, &model::Store::DeleteKey); }
+    void DeleteKeyByInd() { Deletes(&Session::Index, &Registry::DeleteKeyByInd, &model::Store::DeleteKeyByInd); }
+    void DeleteValue() { Deletes(&Session::Name, &Registry::DeleteValue, &model::Store::DeleteValue); }
+    void DeleteValueByInd() { Deletes(&Session::Index, &Registry::DeleteValueByInd, &model::Store::DeleteValueByInd); }
 
     void Clean() { FUZZ_CHECK(methods.Clean(object) == plain->Clean()); }
 
@@ -393,10 +399,16 @@ private:
 
     // Values
 
-    /// `read` takes the count, the type, the buffer and its size; `ask` the type, the buffer and the host's text, of
-    /// the model.
-    template <class Read, class Ask>
-    void Reads(Read read, Ask ask) {
+    template <class Argument, class Call, class Expect>
+    void Reads(Argument (Session::*draw)(), Call call, Expect expect) {
+        Key* const key = KnownKey();
+        const Argument argument = (this->*draw)();
+        const auto read = [&](std::uint32_t* count, TypeCode* type, void* buffer, std::uint32_t size) {
+            return (methods.*call)(object, count, Handle(key), Passed(argument), type, buffer, size);
+        };
+        const auto ask = [&](std::optional<TypeCode>& type, Buffer buffer, std::optional<std::string>& text) {
+            return (plain->*expect)(key, argument, type, buffer, text);
+        };
         std::optional<TypeCode> type = Type();
         if (!Mostly()) type.reset();
         if (type.has_value() && !Mostly()) type = 0;
@@ -422,29 +434,8 @@ private:
         return {reinterpret_cast<const char*>(text.View().data()), text.View().size() * sizeof(char16_t)};
     }
 
-    void GetValue() {
-        Key* const key = KnownKey();
-        const std::string name = Name();
-        Reads(
-            [&](std::uint32_t* count, TypeCode* type, void* buffer, std::uint32_t size) {
-                return methods.GetValue(object, count, Handle(key), name.c_str(), type, buffer, size);
-            },
-            [&](std::optional<TypeCode>& type, Buffer buffer, std::optional<std::string>& text) {
-                return plain->GetValue(key, name, type, buffer, text);
-            });
-    }
-
-    void GetValueByIndex() {
-        Key* const key = KnownKey();
-        const std::uint32_t index = Index();
-        Reads(
-            [&](std::uint32_t* count, TypeCode* type, void* buffer, std::uint32_t size) {
-                return methods.GetValueByIndex(object, count, Handle(key), index, type, buffer, size);
-            },
-            [&](std::optional<TypeCode>& type, Buffer buffer, std::optional<std::string>& text) {
-                return plain->GetValueByIndex(key, index, type, buffer, text);
-            });
-    }
+    void GetValue() { Reads(&Session::Name, &Registry::GetValue, &model::Store::GetValue); }
+    void GetValueByIndex() { Reads(&Session::Index, &Registry::GetValueByIndex, &model::Store::GetValueByIndex); }
 
     void GetValueNameByIndex() {
         Key* const key = KnownKey();
@@ -456,16 +447,17 @@ private:
         read.Compare(code, plain->GetValueNameByIndex(key, index, buffer));
     }
 
-    void GetValueCount() {
-        Key* const key = KnownKey();
-        ReadCheck read({false, 0}, Mostly());
-        const ResultCode code = methods.GetValueCount(object, read.Count(), Handle(key));
-        read.Compare(code, plain->GetValueCount(key));
-    }
-
     /// What a caller writes: bytes in a block of just their number, a string of the host, or nothing at all.
-    template <class Write, class Expect>
-    void Writes(Write write, Expect expect) {
+    template <class Argument, class Call, class Expected>
+    void Writes(Argument (Session::*draw)(), Call call, Expected expected) {
+        Key* const key = KnownKey();
+        const Argument argument = (this->*draw)();
+        const auto write = [&](TypeCode type, const void* data, std::uint32_t size, std::uint32_t create) {
+            return (methods.*call)(object, Handle(key), Passed(argument), type, data, size, create);
+        };
+        const auto expect = [&](TypeCode type, const char* data, std::uint32_t size, bool create) {
+            return (plain->*expected)(key, argument, type, data, size, create);
+        };
         const TypeCode type = Type();
         const bool given = Mostly();
         std::string bytes = in.Coin() ? in.Text(20) : Chosen(kTexts);
@@ -486,43 +478,8 @@ private:
         FUZZ_CHECK(write(type, data, size, create) == expect(type, data, size, create != 0));
     }
 
-    void SetValue() {
-        Key* const key = KnownKey();
-        const std::string name = Name();
-        Writes(
-            [&](TypeCode type, const void* data, std::uint32_t size, std::uint32_t create) {
-                return methods.SetValue(object, Handle(key), name.c_str(), type, data, size, create);
-            },
-            [&](TypeCode type, const char* data, std::uint32_t size, bool create) {
-                return plain->SetValue(key, name, type, data, size, create);
-            });
-    }
-
-    void SetValueByIndex() {
-        Key* const key = KnownKey();
-        const std::uint32_t index = Index();
-        Writes(
-            [&](TypeCode type, const void* data, std::uint32_t size, std::uint32_t create) {
-                return methods.SetValueByIndex(object, Handle(key), index, type, data, size, create);
-            },
-            [&](TypeCode type, const char* data, std::uint32_t size, bool create) {
-                return plain->SetValueByIndex(key, index, type, data, size, create);
-            });
-    }
-
-    void DeleteValue() {
-        Key* const key = KnownKey();
-        const std::string name = Name();
-        const ResultCode code = methods.DeleteValue(object, Handle(key), name.c_str());
-        FUZZ_CHECK(code == plain->DeleteValue(key, name));
-    }
-
-    void DeleteValueByInd() {
-        Key* const key = KnownKey();
-        const std::uint32_t index = Index();
-        const ResultCode code = methods.DeleteValueByInd(object, Handle(key), index);
-        FUZZ_CHECK(code == plain->DeleteValueByInd(key, index));
-    }
+    void SetValue() { Writes(&Session::Name, &Registry::SetValue, &model::Store::SetValue); }
+    void SetValueByIndex() { Writes(&Session::Index, &Registry::SetValueByIndex, &model::Store::SetValueByIndex); }
 
     // Objects
 
@@ -562,7 +519,7 @@ private:
 
     host::Kernel& kernel;
     fuzz::Input& in;
-    kernel::Registry methods;
+    Registry methods;
     host::Text hostText;
     std::array<std::unique_ptr<Twin>, 3> twins;
     Twin* twin = nullptr;   // of the call
