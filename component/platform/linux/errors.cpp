@@ -1,3 +1,5 @@
+// The last error of each thread, and the table of error numbers.
+
 #include "system_error.h"
 
 #include <cerrno>

@@ -1,3 +1,5 @@
+// A page that can't be read raises a signal here, which belongs to the process: no call is guarded.
+
 #include <component/platform/faults.h>
 
 namespace platform {

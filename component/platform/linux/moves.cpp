@@ -89,7 +89,7 @@ private:
     bool FinishReplacement() {
         if (!replaces) return true;
         if (!IsSameFile(moved.status, replaced.status)) {
-            if (replaced.status.st_nlink == 1) ForgetLostBytes(replaced.status);
+            if (replaced.status.st_nlink == 1) ForgetSyncFailure(replaced.status);
             return true;
         }
         return IsSameEntry() || unlink(source.Text()) == 0 || FailWithErrno(errno);
@@ -150,7 +150,7 @@ bool DeleteFileW(const char16_t* path) {
     if (error != kErrorSuccess) return FailWith(error);
     if (IsDirectoryOrLinkToOne(native) || IsReadOnly(entry.status.st_mode)) return FailWith(kErrorAccessDenied);
     if (unlink(native.Text()) != 0) return FailAt(native, errno);
-    if (entry.status.st_nlink == 1) ForgetLostBytes(entry.status);
+    if (entry.status.st_nlink == 1) ForgetSyncFailure(entry.status);
     return true;
 }
 

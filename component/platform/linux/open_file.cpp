@@ -79,7 +79,7 @@ Descriptor OpenFile(const NativePath& path, const OpenRequest& request) {
             FailWithErrno(errno);
             return Descriptor();
         }
-        if (created || Empties(request)) ForgetLostBytes(opened);
+        if (created || Empties(request)) ForgetSyncFailure(opened);
         DropUse(file.Number(), rights & ~request.uses);
         return file;
     }
@@ -95,7 +95,7 @@ Descriptor CreateNewFile(const NativePath& path, const Permissions* permissions)
         FailAt(path, errno);
         return Descriptor();
     }
-    ForgetLostBytes(created);
+    ForgetSyncFailure(created);
     if (permissions == nullptr || permissions->ApplyTo(file.Number())) return file;
     FailWithErrno(errno);
     unlink(path.Text());

@@ -1,95 +1,66 @@
+// Counting semaphores.
+
 #include "system_error.h"
 #include "system_object.h"
 
 #include <component/platform/threads.h>
 
-#include <pthread.h>
-
-#include <ctime>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <new>
 
 namespace platform {
 namespace {
 
-class MutexHold {
-public:
-    explicit MutexHold(pthread_mutex_t& held) : mutex(held) { pthread_mutex_lock(&mutex); }
-    ~MutexHold() { pthread_mutex_unlock(&mutex); }
-    MutexHold(const MutexHold&) = delete;
-    MutexHold& operator=(const MutexHold&) = delete;
-
-private:
-    pthread_mutex_t& mutex;
-};
-
-/// Everything is done inside the mutex, the wake-up too: a waiter that has been let through may close the semaphore at
-/// once, and the releaser must be out of it by then.
+/// The notification happens under the mutex too: a waiter that returns may close the semaphore at once, and the
+/// releasing thread must have left it by then.
 class Semaphore final : public SystemObject {
 public:
     static constexpr ObjectKind kKind = ObjectKind::Semaphore;
 
-    Semaphore(std::int32_t initial, std::int32_t most) : SystemObject(kKind), count(initial), maximum(most) {
-        pthread_condattr_t steady;
-        pthread_condattr_init(&steady);
-        pthread_condattr_setclock(&steady, CLOCK_MONOTONIC);
-        pthread_cond_init(&raised, &steady);
-        pthread_condattr_destroy(&steady);
-    }
+    Semaphore(std::int32_t initialCount, std::int32_t maxCount)
+        : SystemObject(kKind), count(initialCount), max(maxCount) {}
 
-    ~Semaphore() override {
-        pthread_cond_destroy(&raised);
-        pthread_mutex_destroy(&mutex);
-    }
-
-    [[nodiscard]] bool Release(std::int32_t more, std::int32_t* previous) {
-        const MutexHold hold(mutex);
-        if (more > maximum - count) return false;
+    /// Adds `added`, or returns false if the sum is above the maximum.
+    [[nodiscard]] bool Release(std::int32_t added, std::int32_t* previous) {
+        const std::lock_guard guard(mutex);
+        if (added > max - count) return false;
         if (previous != nullptr) *previous = count;
-        count += more;
-        if (more == 1) {
-            pthread_cond_signal(&raised);
+        count += added;
+        if (added == 1) {
+            isPositive.notify_one();
         } else {
-            pthread_cond_broadcast(&raised);
+            isPositive.notify_all();
         }
         return true;
     }
 
-    /// Waits until `deadline`, without end if there is none. False: the time is over.
-    [[nodiscard]] bool Take(const timespec* deadline) {
-        const MutexHold hold(mutex);
-        while (count == 0) {
-            const int ended = deadline == nullptr ? pthread_cond_wait(&raised, &mutex)
-                                                  : pthread_cond_timedwait(&raised, &mutex, deadline);
-            if (ended != 0 && count == 0) return false;
+    /// Subtracts 1 from the count as soon as that is above 0. Returns false if it isn't within the time.
+    [[nodiscard]] bool Acquire(std::uint32_t milliseconds) {
+        std::unique_lock guard(mutex);
+        const auto canAcquire = [this] { return count > 0; };
+        if (milliseconds == kInfinite) {
+            isPositive.wait(guard, canAcquire);
+        } else if (!isPositive.wait_for(guard, std::chrono::milliseconds(milliseconds), canAcquire)) {
+            return false;
         }
         --count;
         return true;
     }
 
 private:
-    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-    pthread_cond_t raised;
+    std::mutex mutex;
+    std::condition_variable isPositive;
     std::int32_t count;
-    const std::int32_t maximum;
+    const std::int32_t max;
 };
-
-timespec DeadlineIn(std::uint32_t milliseconds) {
-    constexpr long kNanosecondsASecond = 1'000'000'000;
-    timespec deadline{};
-    clock_gettime(CLOCK_MONOTONIC, &deadline);
-    deadline.tv_sec += static_cast<time_t>(milliseconds / 1000);
-    deadline.tv_nsec += static_cast<long>(milliseconds % 1000) * 1'000'000;
-    if (deadline.tv_nsec >= kNanosecondsASecond) {
-        deadline.tv_nsec -= kNanosecondsASecond;
-        ++deadline.tv_sec;
-    }
-    return deadline;
-}
 
 }   // namespace
 
-Handle CreateSemaphoreW(const void* /*security*/, std::int32_t initial, std::int32_t maximum, const char16_t* name) {
-    if (initial < 0 || maximum < 1 || initial > maximum || name != nullptr) {
+Handle CreateSemaphoreW(const void* /*security*/, std::int32_t initial, std::int32_t maximum,
+                        const char16_t* /*name*/) {
+    if (initial < 0 || maximum < 1 || initial > maximum) {
         SetLastError(kErrorInvalidParameter);
         return nullptr;
     }
@@ -100,17 +71,13 @@ Handle CreateSemaphoreW(const void* /*security*/, std::int32_t initial, std::int
 
 bool ReleaseSemaphore(Handle semaphore, std::int32_t count, std::int32_t* previous) {
     Semaphore* const object = ObjectOf<Semaphore>(semaphore);
-    if (object == nullptr) return false;
-    if (count < 1) return FailWith(kErrorInvalidParameter);
-    return object->Release(count, previous) || FailWith(kErrorTooManyPosts);
+    return object != nullptr && (object->Release(count, previous) || FailWith(kErrorTooManyPosts));
 }
 
 std::uint32_t WaitForSingleObjectEx(Handle handle, std::uint32_t milliseconds, bool /*alertable*/) {
     Semaphore* const object = ObjectOf<Semaphore>(handle);
     if (object == nullptr) return kWaitFailed;
-    if (milliseconds == kInfinite) return object->Take(nullptr) ? kWaitObject0 : kWaitFailed;
-    const timespec deadline = DeadlineIn(milliseconds);
-    return object->Take(&deadline) ? kWaitObject0 : kWaitTimeout;
+    return object->Acquire(milliseconds) ? kWaitObject0 : kWaitTimeout;
 }
 
 }   // namespace platform

@@ -1,3 +1,5 @@
+// `fsync` with a memory of the files whose sync failed.
+
 #include "sync.h"
 
 #include <fcntl.h>
@@ -12,11 +14,11 @@
 namespace platform {
 namespace {
 
-/// A file that lost bytes, and the error that told so; no error is a free place.
-struct Loss {
+/// A file whose sync failed, with the error. An error of 0 marks a free slot.
+struct SyncFailure {
     dev_t device = 0;
     ino_t inode = 0;
-    std::int64_t birth = 0;
+    std::int64_t created = 0;
     int error = 0;
 
     [[nodiscard]] bool IsOf(const struct stat& file) const {
@@ -24,32 +26,33 @@ struct Loss {
     }
 };
 
-/// Far more than a process saves at a time, on disks that all fail. Beyond that the oldest loss is forgotten.
-constexpr std::size_t kMostLosses = 64;
+/// Far more than a process saves at a time. The oldest failure is replaced.
+constexpr std::size_t kMaxFailures = 64;
 
-std::mutex lossesMutex;
-std::array<Loss, kMostLosses> losses;
-std::size_t nextLoss = 0;
+std::mutex failuresMutex;
+std::array<SyncFailure, kMaxFailures> failures;
+std::size_t nextSlot = 0;
 
-Loss* FindLoss(const struct stat& file) {
-    const auto found = std::find_if(losses.begin(), losses.end(), [&](const Loss& loss) { return loss.IsOf(file); });
-    return found != losses.end() ? &*found : nullptr;
+SyncFailure* FindFailure(const struct stat& file) {
+    auto* const found = std::find_if(failures.begin(), failures.end(), [&](const auto& one) { return one.IsOf(file); });
+    return found != failures.end() ? found : nullptr;
 }
 
-/// When the file was made, which tells it from an earlier one in the same place; 0 where the file system doesn't know.
-std::int64_t BirthOf(int descriptor) {
+/// The file's creation time in nanoseconds, which differs from that of an earlier file with the same inode number; 0 if
+/// the file system doesn't store it.
+std::int64_t CreationTimeOf(int descriptor) {
     struct statx file {};
     const bool isKnown =
         statx(descriptor, "", AT_EMPTY_PATH, STATX_BTIME, &file) == 0 && (file.stx_mask & STATX_BTIME) != 0;
     return isKnown ? file.stx_btime.tv_sec * 1'000'000'000 + file.stx_btime.tv_nsec : 0;
 }
 
-void Remember(const struct stat& file, std::int64_t birth, int error) {
-    losses[nextLoss] = {file.st_dev, file.st_ino, birth, error};
-    nextLoss = (nextLoss + 1) % kMostLosses;
+void Remember(const struct stat& file, std::int64_t created, int error) {
+    failures[nextSlot] = {file.st_dev, file.st_ino, created, error};
+    nextSlot = (nextSlot + 1) % kMaxFailures;
 }
 
-/// What can't be brought to a disk at all has lost nothing.
+/// The errors of files that can't be synchronised at all.
 bool HasNothingToSync(int error) { return error == EINVAL || error == EROFS; }
 
 }   // namespace
@@ -62,21 +65,21 @@ bool SyncFile(int descriptor) {
         error = fsync(descriptor) == 0 ? 0 : errno;
     } while (error == EINTR);
 
-    const std::int64_t birth = BirthOf(descriptor);
-    const std::lock_guard guard(lossesMutex);
-    const Loss* const earlier = FindLoss(file);
-    if (earlier != nullptr && earlier->birth == birth) {
+    const std::int64_t created = CreationTimeOf(descriptor);
+    const std::lock_guard guard(failuresMutex);
+    const SyncFailure* const earlier = FindFailure(file);
+    if (earlier != nullptr && earlier->created == created) {
         error = earlier->error;
     } else if (error != 0 && !HasNothingToSync(error)) {
-        Remember(file, birth, error);
+        Remember(file, created, error);
     }
     errno = error;
     return error == 0;
 }
 
-void ForgetLostBytes(const struct stat& file) {
-    const std::lock_guard guard(lossesMutex);
-    if (Loss* loss = FindLoss(file)) *loss = Loss();
+void ForgetSyncFailure(const struct stat& file) {
+    const std::lock_guard guard(failuresMutex);
+    if (SyncFailure* failure = FindFailure(file)) *failure = SyncFailure();
 }
 
 }   // namespace platform

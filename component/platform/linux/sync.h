@@ -1,15 +1,15 @@
-/// Bringing a file's bytes to the disk. The system tells of bytes that it lost once, and takes them for written from
-/// then on; here a loss stays with its file until its contents are given up, so that no later call vouches for them.
+/// Synchronises a file with the disk. The system reports a failed write-back once and then regards the bytes as
+/// written. This layer remembers it until the file is emptied or removed, so that no later sync of the file succeeds.
 #pragma once
 
 #include <sys/stat.h>
 
 namespace platform {
 
-/// False with `errno`, also where an earlier sync of the same file lost bytes, through whatever descriptor that was.
+/// Returns false with `errno`, also if an earlier sync of the file failed, through any descriptor of this process.
 [[nodiscard]] bool SyncFile(int descriptor);
 
-/// The file is new, empty or gone: what it lost before doesn't count any more.
-void ForgetLostBytes(const struct stat& file);
+/// Forgets a failed sync of `file`, which is new, empty or removed.
+void ForgetSyncFailure(const struct stat& file);
 
 }   // namespace platform

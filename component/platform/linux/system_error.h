@@ -1,14 +1,14 @@
-/// From the numbers of this system to those of the layer.
+/// Converts `errno` to the error numbers of this layer, which are those of Windows.
 #pragma once
 
 #include <component/platform/errors.h>
 
 namespace platform {
 
-/// The layer's number for a value of `errno`; `kErrorGenFailure` for one that no row names.
+/// Returns the layer's number for a value of `errno`; `kErrorGenFailure` for a value without one.
 [[nodiscard]] std::uint32_t ErrorFromErrno(int error);
 
-/// Make a number the thread's last error and give false, so that a caller can return with them.
+/// Set the thread's last error and return false, so that a caller can return their result.
 bool FailWith(std::uint32_t error);
 bool FailWithErrno(int error);
 

@@ -1,3 +1,5 @@
+// Handles: from the handle to its object, and closing.
+
 #include "system_object.h"
 
 #include "system_error.h"

@@ -1,5 +1,4 @@
-/// What stands behind a handle that `CloseHandle` takes. The kind keeps a call from working on an object of another
-/// one.
+/// The objects that handles refer to. A call that gets a handle of the wrong kind fails.
 #pragma once
 
 #include <component/platform/errors.h>
@@ -21,19 +20,16 @@ public:
     const ObjectKind kind;
 };
 
-/// The object of a handle, or null with error 6 for none.
+/// Returns the object of a handle, or null with error 6 if the handle is null or `kInvalidHandle`.
 [[nodiscard]] SystemObject* AnyObjectOf(Handle handle);
 
-/// The object of a handle, or null with error 6 for none and for one of another kind.
+/// As `AnyObjectOf`; null with error 6 also if the object has another kind.
 template <class Object>
 [[nodiscard]] Object* ObjectOf(Handle handle) {
     SystemObject* const object = AnyObjectOf(handle);
-    if (object == nullptr) return nullptr;
-    if (object->kind != Object::kKind) {
-        SetLastError(kErrorInvalidHandle);
-        return nullptr;
-    }
-    return static_cast<Object*>(object);
+    if (object == nullptr || object->kind == Object::kKind) return static_cast<Object*>(object);
+    SetLastError(kErrorInvalidHandle);
+    return nullptr;
 }
 
 }   // namespace platform

@@ -1,7 +1,8 @@
+// Critical sections on recursive mutexes, sleeping and thread numbers.
+
 #include <component/platform/threads.h>
 
 #include <pthread.h>
-#include <sched.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,7 +12,7 @@
 namespace platform {
 namespace {
 
-static_assert(sizeof(pthread_mutex_t) <= kCriticalSectionBytes, "the record has to fit into its room");
+static_assert(sizeof(pthread_mutex_t) <= kCriticalSectionBytes, "the system's record must fit");
 static_assert(alignof(pthread_mutex_t) <= alignof(CriticalSection));
 
 pthread_mutex_t* MutexOf(CriticalSection* section) {
@@ -35,13 +36,8 @@ void LeaveCriticalSection(CriticalSection* section) { pthread_mutex_unlock(Mutex
 void DeleteCriticalSection(CriticalSection* section) { pthread_mutex_destroy(MutexOf(section)); }
 
 void Sleep(std::uint32_t milliseconds) {
-    if (milliseconds == 0) {
-        sched_yield();
-        return;
-    }
-    while (milliseconds == kInfinite) pause();
-    timespec rest{static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1'000'000};
-    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &rest, &rest) == EINTR) {
+    timespec remaining{static_cast<time_t>(milliseconds / 1000), static_cast<long>(milliseconds % 1000) * 1'000'000};
+    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &remaining, &remaining) == EINTR) {
     }
 }
 

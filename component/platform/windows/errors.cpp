@@ -14,7 +14,7 @@ static_assert(kErrorSharingViolation == ERROR_SHARING_VIOLATION && kErrorNotSupp
 static_assert(kErrorBadNetPath == ERROR_BAD_NETPATH && kErrorFileExists == ERROR_FILE_EXISTS);
 static_assert(kErrorInvalidParameter == ERROR_INVALID_PARAMETER && kErrorDiskFull == ERROR_DISK_FULL);
 static_assert(kErrorInsufficientBuffer == ERROR_INSUFFICIENT_BUFFER && kErrorInvalidName == ERROR_INVALID_NAME);
-static_assert(kErrorModuleNotFound == ERROR_MOD_NOT_FOUND && kErrorProcNotFound == ERROR_PROC_NOT_FOUND);
+static_assert(kErrorModuleNotFound == ERROR_MOD_NOT_FOUND);
 static_assert(kErrorDirNotEmpty == ERROR_DIR_NOT_EMPTY && kErrorAlreadyExists == ERROR_ALREADY_EXISTS);
 static_assert(kErrorFilenameTooLong == ERROR_FILENAME_EXCED_RANGE && kErrorDirectory == ERROR_DIRECTORY);
 static_assert(kErrorTooManyPosts == ERROR_TOO_MANY_POSTS && kErrorIoDevice == ERROR_IO_DEVICE);
