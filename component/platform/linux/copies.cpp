@@ -1,11 +1,11 @@
+// Copies through a file with a random name.
+
 #include "copies.h"
 
 #include "permissions.h"
 #include "renames.h"
 #include "sync.h"
 #include "system_error.h"
-
-#include <component/platform/files.h>
 
 #include <fcntl.h>
 #include <sys/random.h>
@@ -19,10 +19,9 @@
 namespace platform {
 namespace {
 
-constexpr std::uint32_t kAllShares = kShareRead | kShareWrite | kShareDelete;
-constexpr std::uint32_t kBlockBytes = 64 * 1024;
+constexpr std::uint32_t kBufferBytes = 64 * 1024;
 
-/// Replaces the last component of `path` with a random name.
+/// Replaces the last name of `path` with a random one.
 bool MakeScratchName(NativePath& path) {
     std::uint64_t number = 0;
     if (getrandom(&number, sizeof(number), 0) != sizeof(number)) return FailWithErrno(errno);
@@ -31,22 +30,22 @@ bool MakeScratchName(NativePath& path) {
     return path.ReplaceName({name, static_cast<std::size_t>(lengthBytes)});
 }
 
-/// Copies from one file's position to the other's up to the end. Returns false with `errno`. The block is on the heap:
+/// Copies from one file's position to the other's up to the end. Returns false with `errno`. The buffer is on the heap:
 /// the threads of a host may have small stacks.
 bool CopyContents(int source, int target) {
-    const std::unique_ptr<char[]> block(new (std::nothrow) char[kBlockBytes]);
+    const std::unique_ptr<char[]> buffer(new (std::nothrow) char[kBufferBytes]);
     errno = ENOMEM;
-    if (block == nullptr) return false;
+    if (buffer == nullptr) return false;
     for (;;) {
         std::uint32_t size = 0;
         std::uint32_t written = 0;
-        if (!ReadAll(source, block.get(), kBlockBytes, &size)) return false;
+        if (!ReadAll(source, buffer.get(), kBufferBytes, &size)) return false;
         if (size == 0) return true;
-        if (!WriteAll(target, block.get(), size, &written)) return false;
+        if (!WriteAll(target, buffer.get(), size, &written)) return false;
     }
 }
 
-/// Checks that a copy may replace `target`, and keeps other openers from it while `claimed` is open.
+/// Checks that a copy may replace `target`. While `claimed` is open, it excludes other openers.
 bool ClaimCopyTarget(const NativePath& target, Descriptor& claimed) {
     claimed = OpenFile(target, {kShareWrite, 0, kOpenExisting, false, 0});
     return claimed.IsOpen() || GetLastError() == kErrorFileNotFound;
@@ -60,15 +59,20 @@ bool CheckNameIsFree(const NativePath& target) {
 
 }   // namespace
 
-bool MakeCopyBeside(const NativePath& target, const NativePath& from, const Descriptor& source, NativePath& scratch) {
-    scratch = target;
+bool CopyToName(const NativePath& source, const Descriptor& file, const NativePath& target, bool replaces) {
+    NativePath scratch = target;
     Permissions permissions;
-    if (!permissions.Read(from)) return FailAt(from, errno);
+    if (!permissions.Read(source)) return FailAt(source, errno);
     if (!MakeScratchName(scratch)) return false;
     const Descriptor copy = CreateNewFile(scratch, &permissions);
     if (!copy.IsOpen()) return false;
-    if (CopyContents(source.Number(), copy.Number()) && SyncFile(copy.Number())) return true;
-    FailWithErrno(errno);
+    if (!CopyContents(file.Number(), copy.Number()) || !SyncFile(copy.Number())) {
+        FailWithErrno(errno);
+    } else if (RenameEntry(scratch, target, replaces)) {
+        return true;
+    } else {
+        FailAt(target, errno);
+    }
     unlink(scratch.Text());
     return false;
 }
@@ -82,13 +86,7 @@ bool CopyFileW(const char16_t* source, const char16_t* target, bool failIfExists
     Descriptor replaced;
     if (failIfExists ? !CheckNameIsFree(to) : !ClaimCopyTarget(to, replaced)) return false;
     ParentDirectory directory;
-    NativePath scratch;
-    if (!directory.Open(to) || !MakeCopyBeside(to, from, original, scratch)) return false;
-    if (!RenameEntry(scratch, to, replaced.IsOpen())) {
-        FailAt(to, errno);
-        unlink(scratch.Text());
-        return false;
-    }
+    if (!directory.Open(to) || !CopyToName(from, original, to, replaced.IsOpen())) return false;
     if (directory.Sync()) return true;
     unlink(to.Text());   // a failed copy leaves no target
     return false;

@@ -1,4 +1,4 @@
-/// Copies that nobody sees before they are complete.
+/// Copies of files that appear under their name only when they are complete.
 #pragma once
 
 #include "native_path.h"
@@ -6,10 +6,11 @@
 
 namespace platform {
 
-/// Copies contents and permissions of the open file `source`, whose path is `from`, into a new file in the directory of
-/// `target`. `scratch` gets the path of the copy, a random name. On success the contents are on the disk and the name
-/// isn't yet. On a failure returns false with the last error, and nothing is left.
-[[nodiscard]] bool MakeCopyBeside(const NativePath& target, const NativePath& from, const Descriptor& source,
-                                  NativePath& scratch);
+/// Copies contents and permissions of the open file `file`, whose path is `source`, to a file with a random name in the
+/// directory of `target`, synchronises it and renames it to `target`. Without `replaces` an existing target is
+/// `kErrorFileExists`. On a failure returns false with the last error, and no copy is left. The caller synchronises the
+/// directory.
+[[nodiscard]] bool CopyToName(const NativePath& source, const Descriptor& file, const NativePath& target,
+                              bool replaces);
 
 }   // namespace platform

@@ -1,4 +1,4 @@
-// Handles of files, and what is done with them.
+// Handles of files: opening, reading, writing, flushing.
 
 #include <component/platform/files.h>
 
@@ -19,24 +19,9 @@
 namespace platform {
 namespace {
 
-struct AccessRow {
-    std::uint32_t access;
-    std::uint32_t right;
-};
-
-constexpr AccessRow kAccessRights[] = {
-    {kGenericRead, kShareRead},
-    {kGenericExecute, kShareRead},
-    {kGenericWrite, kShareWrite},
-    {kAccessDelete, kShareDelete},
-};
-
 std::uint32_t RightsOf(std::uint32_t access) {
-    std::uint32_t rights = 0;
-    for (const AccessRow& row : kAccessRights) {
-        if ((access & row.access) != 0) rights |= row.right;
-    }
-    return rights;
+    return ((access & (kGenericRead | kGenericExecute)) != 0 ? kShareRead : 0) |
+           ((access & kGenericWrite) != 0 ? kShareWrite : 0) | ((access & kAccessDelete) != 0 ? kShareDelete : 0);
 }
 
 class OpenedFile final : public SystemObject {
@@ -46,7 +31,7 @@ public:
     OpenedFile(Descriptor opened, std::uint32_t access)
         : SystemObject(kKind), descriptor(std::move(opened)), granted(access) {}
 
-    /// Whoever else has the open file, by a reservation or as a child of this process, keeps no claims.
+    /// The reservation or a child process may keep the open file; the claims end here all the same.
     ~OpenedFile() override { ReleaseClaims(descriptor.Number()); }
     OpenedFile(const OpenedFile&) = delete;
     OpenedFile& operator=(const OpenedFile&) = delete;
@@ -55,7 +40,7 @@ public:
     const std::uint32_t granted;
 };
 
-/// The file of a handle that was opened with the access, or null with the error.
+/// Returns the file of a handle that was opened with the access; null with the last error for another handle.
 OpenedFile* FileFor(Handle handle, std::uint32_t access) {
     OpenedFile* const file = ObjectOf<OpenedFile>(handle);
     if (file == nullptr || (file->granted & access) == access) return file;
@@ -63,7 +48,8 @@ OpenedFile* FileFor(Handle handle, std::uint32_t access) {
     return nullptr;
 }
 
-/// The handle of an open file; `kInvalidHandle` with the last error for one that isn't open.
+/// Returns a handle for an open file. If the file isn't open or there is no memory: `kInvalidHandle` with the last
+/// error.
 Handle MakeHandle(Descriptor descriptor, std::uint32_t access) {
     if (!descriptor.IsOpen()) return kInvalidHandle;
     SystemObject* const file = new (std::nothrow) OpenedFile(std::move(descriptor), access);
@@ -88,9 +74,9 @@ Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t sha
     }
     NativePath native;
     if (!native.Assign(path)) return kInvalidHandle;
-    const bool takesFolders = (flags & kFlagBackupSemantics) != 0;
+    const bool allowsDirectories = (flags & kFlagBackupSemantics) != 0;
     const mode_t newMode = (flags & kAttributeReadOnly) != 0 ? kNewFileMode & ~kWriteBits : kNewFileMode;
-    return MakeHandle(OpenFile(native, {RightsOf(access), share, creation, takesFolders, newMode}), access);
+    return MakeHandle(OpenFile(native, {RightsOf(access), share, creation, allowsDirectories, newMode}), access);
 }
 
 Handle CreateReplacementFile(const char16_t* path, const char16_t* original, const char16_t* backup,

@@ -19,12 +19,7 @@ namespace {
 
 constexpr std::uint32_t kMoveFlags = kMoveReplaceExisting | kMoveCopyAllowed | kMoveWriteThrough;
 
-bool IsDirectoryOrLinkToOne(const NativePath& path) {
-    struct stat status {};
-    return stat(path.Text(), &status) == 0 && S_ISDIR(status.st_mode);
-}
-
-/// Devices, FIFOs and sockets stay where they are.
+/// Devices, FIFOs and sockets aren't moved.
 bool IsMovable(mode_t mode) { return S_ISREG(mode) || S_ISDIR(mode) || S_ISLNK(mode); }
 
 /// One move. The steps use what `ClaimSource` and `ClaimTarget` found.
@@ -57,7 +52,7 @@ private:
         if (IsSameFile(moved.status, replaced.status) && IsSameEntry()) return true;
         if (!Has(kMoveReplaceExisting)) return FailWith(kErrorAlreadyExists);
         if (!IsMovable(replaced.status.st_mode)) return FailWith(kErrorNotSupported);
-        const bool isDirectory = S_ISDIR(moved.status.st_mode) || IsDirectoryOrLinkToOne(target);
+        const bool isDirectory = S_ISDIR(moved.status.st_mode) || IsDirectory(target);
         if (isDirectory || IsReadOnly(replaced.status.st_mode)) return FailWith(kErrorAccessDenied);
         if (IsSameFile(moved.status, replaced.status)) return true;   // a hard link to the source, claimed already
         const std::uint32_t error = ClaimForRename(target, replaced);
@@ -95,7 +90,7 @@ private:
         return IsSameEntry() || unlink(source.Text()) == 0 || FailWithErrno(errno);
     }
 
-    /// True if both paths name one directory entry, and if that can't be found out.
+    /// True if both paths name the same directory entry, and also if the check fails.
     [[nodiscard]] bool IsSameEntry() const {
         struct stat from {};
         struct stat to {};
@@ -103,15 +98,11 @@ private:
         return IsSameFile(from, to) && source.Name() == target.Name();
     }
 
-    /// To another volume: the complete copy is on its disk before it gets the target's name.
+    /// Moves to another volume. A source that can't be removed stays.
     bool CopyAcross() {
-        NativePath scratch;
-        if (!OpenDirectories() || !MakeCopyBeside(target, source, moved.file, scratch)) return false;
-        if (!RenameEntry(scratch, target, replaces)) {
-            FailAtTarget(errno);
-            unlink(scratch.Text());
-            return false;
-        }
+        if (!OpenDirectories()) return false;
+        if (!CopyToName(source, moved.file, target, replaces))
+            return GetLastError() == kErrorFileExists && FailAtTarget(EEXIST);
         if (!targetDirectory.Sync()) return false;
         unlink(source.Text());
         return !Has(kMoveWriteThrough) || sourceDirectory.Sync();
@@ -148,7 +139,7 @@ bool DeleteFileW(const char16_t* path) {
     ClaimedEntry entry;
     const std::uint32_t error = ClaimForRename(native, entry);
     if (error != kErrorSuccess) return FailWith(error);
-    if (IsDirectoryOrLinkToOne(native) || IsReadOnly(entry.status.st_mode)) return FailWith(kErrorAccessDenied);
+    if (IsDirectory(native) || IsReadOnly(entry.status.st_mode)) return FailWith(kErrorAccessDenied);
     if (unlink(native.Text()) != 0) return FailAt(native, errno);
     if (entry.status.st_nlink == 1) ForgetSyncFailure(entry.status);
     return true;

@@ -1,3 +1,5 @@
+// Attributes, directories and the current directory.
+
 #include <component/platform/files.h>
 
 #include "native_path.h"
@@ -15,15 +17,9 @@
 namespace platform {
 namespace {
 
-/// `path` is a symbolic link: what its target adds to the attributes.
-std::uint32_t AttributesOfTarget(const NativePath& path) {
-    struct stat target {};
-    return stat(path.Text(), &target) == 0 && S_ISDIR(target.st_mode) ? kAttributeDirectory : kAttributeArchive;
-}
-
 std::uint32_t AttributesOf(const NativePath& path, mode_t mode) {
-    if (S_ISLNK(mode)) return kAttributeReparsePoint | AttributesOfTarget(path);
     if (S_ISDIR(mode)) return kAttributeDirectory;
+    if (S_ISLNK(mode)) return kAttributeReparsePoint | (IsDirectory(path) ? kAttributeDirectory : kAttributeArchive);
     if (!S_ISREG(mode)) return kAttributeNormal;
     return IsReadOnly(mode) ? kAttributeArchive | kAttributeReadOnly : kAttributeArchive;
 }

@@ -1,3 +1,5 @@
+// Paths from UTF-16 with drive and backslashes to the system's form and back.
+
 #include "native_path.h"
 
 #include "system_error.h"
@@ -13,36 +15,21 @@
 namespace platform {
 namespace {
 
-constexpr char16_t kDrive = u'Z';
+constexpr char32_t kDrive = U'z';
 constexpr std::string_view kDriveText = "Z:";
 
-char16_t UpperOf(char16_t unit) {
-    return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - u'a' + u'A') : unit;
-}
-
-bool StartsWith(const char16_t* text, std::u16string_view start) {
-    return std::char_traits<char16_t>::length(text) >= start.size() && start == std::u16string_view(text, start.size());
-}
-
-/// Steps past the prefixes and the drive. Gives the error of a path that lies on no drive of this system.
-std::uint32_t SkipDrive(const char16_t*& path) {
-    const bool isDevicePath = StartsWith(path, u"\\\\?\\") || StartsWith(path, u"\\\\.\\");
-    if (isDevicePath) path += 4;
-    if (isDevicePath && StartsWith(path, u"UNC\\")) return kErrorBadNetPath;
-    if (!isDevicePath && StartsWith(path, u"\\\\")) return kErrorBadNetPath;
-    if (path[0] == u'\0') return kErrorPathNotFound;
-    if (path[1] != u':') return kErrorSuccess;
-    const char16_t drive = UpperOf(path[0]);
-    if (drive == kDrive)
-        path += 2;
-    else if (drive >= u'A' && drive <= u'Z')
-        return kErrorPathNotFound;
+/// Removes the prefix and the drive. Returns the error of a path that isn't on this system's drive.
+std::uint32_t RemoveDrive(std::u16string_view& path) {
+    const bool isDevicePath = path.starts_with(u"\\\\?\\") || path.starts_with(u"\\\\.\\");
+    if (isDevicePath) path.remove_prefix(4);
+    if (path.starts_with(isDevicePath ? u"UNC\\" : u"\\\\")) return kErrorBadNetPath;
+    if (path.empty()) return kErrorPathNotFound;
+    if (path.size() < 2 || path[1] != u':') return kErrorSuccess;
+    const char32_t drive = path[0] | 0x20U;   // in lower case
+    if (drive < U'a' || drive > U'z') return kErrorSuccess;
+    if (drive != kDrive) return kErrorPathNotFound;
+    path.remove_prefix(2);
     return kErrorSuccess;
-}
-
-bool IsFolder(const char* path) {
-    struct stat status {};
-    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 }   // namespace
@@ -50,9 +37,9 @@ bool IsFolder(const char* path) {
 bool NativePath::Assign(const char16_t* path) {
     CutTo(0);
     if (path == nullptr) return FailWith(kErrorPathNotFound);
-    const std::uint32_t error = SkipDrive(path);
-    if (error != kErrorSuccess) return FailWith(error);
     std::u16string_view rest(path);
+    const std::uint32_t error = RemoveDrive(rest);
+    if (error != kErrorSuccess) return FailWith(error);
     if (rest.empty()) return Append(".");   // a drive alone is the current directory on it
     while (!rest.empty()) {
         const char32_t codePoint = ReadUtf16(rest, Malformed::Reject);
@@ -69,7 +56,7 @@ NativePath NativePath::Parent() const {
     std::size_t end = StartOfName();
     while (end > 1 && text[end - 1] == '/') --end;
     parent.CutTo(end);
-    if (end == 0) static_cast<void>(parent.Append("."));   // it fits: the path had a name here
+    if (end == 0) static_cast<void>(parent.Append("."));   // fits, as the path had a name here
     return parent;
 }
 
@@ -104,8 +91,13 @@ void NativePath::CutTo(std::size_t lengthBytes) {
     text[length] = '\0';
 }
 
+bool IsDirectory(const NativePath& path) {
+    struct stat status {};
+    return stat(path.Text(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 std::uint32_t ErrorAt(const NativePath& path, int error) {
-    return error == ENOENT && !IsFolder(path.Parent().Text()) ? kErrorPathNotFound : ErrorFromErrno(error);
+    return error == ENOENT && !IsDirectory(path.Parent()) ? kErrorPathNotFound : ErrorFromErrno(error);
 }
 
 bool FailAt(const NativePath& path, int error) { return FailWith(ErrorAt(path, error)); }
@@ -114,8 +106,8 @@ std::size_t ToDriveForm(std::string_view native, std::span<char> target) {
     const std::string_view drive = native.starts_with('/') ? kDriveText : std::string_view();
     const std::size_t lengthBytes = drive.size() + native.size();
     if (lengthBytes > target.size() || native.find('\\') != std::string_view::npos) return 0;
-    const auto behindDrive = std::copy(drive.begin(), drive.end(), target.begin());
-    std::replace_copy(native.begin(), native.end(), behindDrive, '/', '\\');
+    const auto afterDrive = std::copy(drive.begin(), drive.end(), target.begin());
+    std::replace_copy(native.begin(), native.end(), afterDrive, '/', '\\');
     return lengthBytes;
 }
 

@@ -1,5 +1,5 @@
-/// A path in this system's form: UTF-8, `/` between the names, no drive. It holds its text in place, since a path that
-/// doesn't fit is one that the system doesn't take either.
+/// A path in this system's form: UTF-8, with `/` between the names and without a drive. The text is an array in the
+/// object: the system refuses longer paths too.
 #pragma once
 
 #include <component/platform/types.h>
@@ -12,16 +12,16 @@ namespace platform {
 
 class NativePath {
 public:
-    /// Takes the layer's form of a path. On a failure the last error says what is wrong with it.
+    /// Converts a path from the layer's form. Returns false with the last error if the path is invalid.
     [[nodiscard]] bool Assign(const char16_t* path);
 
-    /// The folder that holds the entry; "." for a relative path of one name, "/" for the root.
+    /// Returns the path of the parent directory: "." for a relative path of one name, "/" for the root.
     [[nodiscard]] NativePath Parent() const;
 
-    /// The last name on the path, without separators behind it.
+    /// Returns the last name of the path, without trailing separators.
     [[nodiscard]] std::string_view Name() const;
 
-    /// Makes it the path of an entry of that name beside this one.
+    /// Replaces the last name. Returns false with the last error if the path gets too long.
     [[nodiscard]] bool ReplaceName(std::string_view name);
 
     [[nodiscard]] const char* Text() const { return text; }
@@ -36,18 +36,21 @@ private:
     char text[PATH_MAX] = {};
 };
 
-/// The number for `error`, which a call on `path` left: an entry that isn't there is another failure than a folder on
-/// the way that isn't.
+/// True if `path` is a directory or a symbolic link to one.
+[[nodiscard]] bool IsDirectory(const NativePath& path);
+
+/// Converts `error`, the `errno` of a call on `path`. A missing entry and a missing parent directory have different
+/// numbers.
 [[nodiscard]] std::uint32_t ErrorAt(const NativePath& path, int error);
 
-/// Makes it the thread's last error and gives false.
+/// Sets `ErrorAt(path, error)` as the thread's last error and returns false.
 bool FailAt(const NativePath& path, int error);
 
-/// Writes the layer's form of one of this system's paths: separators turned, the drive in front of an absolute one.
-/// Gives the length, and 0 where it doesn't fit or a name has a backslash in it, which this form can't tell.
+/// Converts one of this system's paths to the layer's form: backslashes, and the drive before an absolute path. Returns
+/// the length, or 0 if `target` is too small or a name has a backslash, which this form can't represent.
 [[nodiscard]] std::size_t ToDriveForm(std::string_view native, std::span<char> target);
 
-/// Room for any path that the system gives, in drive form.
+/// Enough for any path of the system in drive form.
 inline constexpr std::size_t kDriveFormBytes = PATH_MAX + 2;
 
 }   // namespace platform

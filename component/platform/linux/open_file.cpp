@@ -1,13 +1,12 @@
+// Opening with the rules of sharing, and whole transfers.
+
 #include "open_file.h"
 
 #include "sharing.h"
 #include "sync.h"
 #include "system_error.h"
 
-#include <component/platform/files.h>
-
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,19 +14,17 @@
 namespace platform {
 namespace {
 
-constexpr std::uint32_t kAllShares = kShareRead | kShareWrite | kShareDelete;
-
 bool Empties(const OpenRequest& request) {
     return request.creation == kCreateAlways || request.creation == kTruncateExisting;
 }
 
-/// The rights that the open itself needs, which may be more than the opener keeps: emptying a file is writing.
+/// The rights that the open needs. Emptying a file needs the right to write, which the opener doesn't keep.
 std::uint32_t RightsToOpen(const OpenRequest& request) {
     return Empties(request) ? request.uses | kShareWrite : request.uses;
 }
 
-/// Returns the descriptor, or -1 with `errno`. Writers open for reading too, since only a readable descriptor can carry
-/// marks. O_NONBLOCK: the open of a FIFO doesn't wait for its other end.
+/// Returns the descriptor, or -1 with `errno`. Writers open for reading too, since only a readable descriptor can hold
+/// marks. With O_NONBLOCK the open of a FIFO doesn't wait.
 int OpenOrCreate(const NativePath& path, const OpenRequest& request, bool& created) {
     const bool writes = (RightsToOpen(request) & kShareWrite) != 0;
     const int flags = (writes ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
@@ -40,7 +37,7 @@ int OpenOrCreate(const NativePath& path, const OpenRequest& request, bool& creat
 
 bool IsStillAt(const NativePath& path, const struct stat& opened) {
     struct stat found {};
-    return stat(path.Text(), &found) == 0 && found.st_dev == opened.st_dev && found.st_ino == opened.st_ino;
+    return stat(path.Text(), &found) == 0 && IsSameFile(found, opened);
 }
 
 }   // namespace
@@ -50,66 +47,53 @@ void Descriptor::Close() {
     descriptor = -1;
 }
 
+Descriptor NoFile(std::uint32_t error) {
+    SetLastError(error);
+    return Descriptor();
+}
+
 Descriptor OpenFile(const NativePath& path, const OpenRequest& request) {
     const std::uint32_t rights = RightsToOpen(request);
-    for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
+    for (int attempt = 0; attempt < kMaxOpenAttempts; ++attempt) {
         bool created = false;
         Descriptor file(OpenOrCreate(path, request, created));
         struct stat opened {};
-        if (!file.IsOpen() || fstat(file.Number(), &opened) != 0) {
-            FailAt(path, errno);
-            return Descriptor();
-        }
-        if (S_ISDIR(opened.st_mode) && request.takesFolders) return file;   // a directory is always shared
-        if (!S_ISREG(opened.st_mode)) {
-            FailWith(RefusalOf(opened.st_mode));
-            return Descriptor();
-        }
-        if (!created && (rights & kShareWrite) != 0 && IsReadOnly(opened.st_mode)) {
-            FailWith(kErrorAccessDenied);
-            return Descriptor();
-        }
+        if (!file.IsOpen() || fstat(file.Number(), &opened) != 0) return NoFile(ErrorAt(path, errno));
+        if (S_ISDIR(opened.st_mode) && request.allowsDirectories) return file;   // a directory is always shared
+        if (!S_ISREG(opened.st_mode)) return NoFile(ErrorForType(opened.st_mode));
+        const bool writes = (rights & kShareWrite) != 0;
+        if (!created && writes && IsReadOnly(opened.st_mode)) return NoFile(kErrorAccessDenied);
         const std::uint32_t error = ClaimFile(file.Number(), rights, kAllShares & ~request.shares);
-        if (error != kErrorSuccess) {
-            FailWith(error);
-            return Descriptor();
-        }
+        if (error != kErrorSuccess) return NoFile(error);
         if (!IsStillAt(path, opened)) continue;
-        if (Empties(request) && ftruncate(file.Number(), 0) != 0) {
-            FailWithErrno(errno);
-            return Descriptor();
-        }
+        if (Empties(request) && ftruncate(file.Number(), 0) != 0) return NoFile(ErrorFromErrno(errno));
         if (created || Empties(request)) ForgetSyncFailure(opened);
         DropUse(file.Number(), rights & ~request.uses);
         return file;
     }
-    FailWith(kErrorSharingViolation);
-    return Descriptor();
+    return NoFile(kErrorSharingViolation);
 }
 
 Descriptor CreateNewFile(const NativePath& path, const Permissions* permissions) {
     constexpr int kFlags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     Descriptor file(open(path.Text(), kFlags, permissions != nullptr ? kPrivateMode : kNewFileMode));
     struct stat created {};
-    if (!file.IsOpen() || fstat(file.Number(), &created) != 0) {
-        FailAt(path, errno);
-        return Descriptor();
-    }
+    if (!file.IsOpen() || fstat(file.Number(), &created) != 0) return NoFile(ErrorAt(path, errno));
     ForgetSyncFailure(created);
     if (permissions == nullptr || permissions->ApplyTo(file.Number())) return file;
-    FailWithErrno(errno);
+    const std::uint32_t error = ErrorFromErrno(errno);
     unlink(path.Text());
-    return Descriptor();
+    return NoFile(error);
 }
 
 bool ReadAll(int file, void* buffer, std::uint32_t size, std::uint32_t* done) {
     *done = 0;
     while (*done < size) {
-        const ssize_t moved = read(file, static_cast<char*>(buffer) + *done, size - *done);
-        if (moved < 0 && errno == EINTR) continue;
-        if (moved < 0) return false;
-        if (moved == 0) break;
-        *done += static_cast<std::uint32_t>(moved);
+        const ssize_t count = read(file, static_cast<char*>(buffer) + *done, size - *done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return false;
+        if (count == 0) break;
+        *done += static_cast<std::uint32_t>(count);
     }
     return true;
 }
@@ -117,16 +101,16 @@ bool ReadAll(int file, void* buffer, std::uint32_t size, std::uint32_t* done) {
 bool WriteAll(int file, const void* buffer, std::uint32_t size, std::uint32_t* done) {
     *done = 0;
     while (*done < size) {
-        const ssize_t moved = write(file, static_cast<const char*>(buffer) + *done, size - *done);
-        if (moved < 0 && errno == EINTR) continue;
-        if (moved == 0) errno = ENOSPC;
-        if (moved <= 0) return false;
-        *done += static_cast<std::uint32_t>(moved);
+        const ssize_t count = write(file, static_cast<const char*>(buffer) + *done, size - *done);
+        if (count < 0 && errno == EINTR) continue;
+        if (count == 0) errno = ENOSPC;
+        if (count <= 0) return false;
+        *done += static_cast<std::uint32_t>(count);
     }
     return true;
 }
 
-std::uint32_t RefusalOf(mode_t mode) { return S_ISDIR(mode) ? kErrorAccessDenied : kErrorNotSupported; }
+std::uint32_t ErrorForType(mode_t mode) { return S_ISDIR(mode) ? kErrorAccessDenied : kErrorNotSupported; }
 
 bool IsReadOnly(mode_t mode) { return S_ISREG(mode) && (mode & kWriteBits) == 0; }
 

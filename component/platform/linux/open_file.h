@@ -1,16 +1,18 @@
-/// Opening, creating and transferring below the handles: what the calls of `files.h` have in common.
+/// Opens, creates, reads and writes files by descriptor, for the calls of `files.h`.
 #pragma once
 
 #include "native_path.h"
 #include "permissions.h"
 
-#include <sys/types.h>
+#include <component/platform/files.h>
+
+#include <sys/stat.h>
 
 #include <utility>
 
 namespace platform {
 
-/// Owner of a descriptor; below 0 is none.
+/// Owner of a file descriptor, which is -1 if no file is open.
 class Descriptor {
 public:
     explicit Descriptor(int opened = -1) : descriptor(opened) {}
@@ -29,36 +31,47 @@ private:
     int descriptor;
 };
 
-/// What an opener requests; the rights that it uses and shares are in the bits of `kShareRead` and its neighbours.
+inline constexpr std::uint32_t kAllShares = kShareRead | kShareWrite | kShareDelete;
+
+/// What an opener requests. The rights that it uses, and those that it shares, are `kShareRead` and the other two bits.
 struct OpenRequest {
     std::uint32_t uses;
     std::uint32_t shares;
     std::uint32_t creation;
-    bool takesFolders;
+    bool allowsDirectories;
     mode_t newMode;
 };
 
-/// Opens, checks the sharing and only then empties, as the creation says. Not open on a failure, with the last error.
+/// Opens the file, checks the sharing and only then empties the file if `creation` says so. On a failure the result
+/// isn't open, and the last error is set.
 [[nodiscard]] Descriptor OpenFile(const NativePath& path, const OpenRequest& request);
 
-/// Creates a file whose name isn't used, open for reading and writing, with the given permissions from the start; null
-/// are those that the system gives a new file. Follows no symbolic link. Not open on a failure, with the last error.
+/// Creates a file under an unused name, with `permissions` before its first byte, and opens it for reading and writing.
+/// If `permissions` is null, the file gets those of any new file. Doesn't follow symbolic links. On a failure the
+/// result isn't open, and the last error is set.
 [[nodiscard]] Descriptor CreateNewFile(const NativePath& path, const Permissions* permissions);
 
-/// Transfer bytes at the file's position until `size` are transferred, the file ends or the system fails. `done` gets
-/// the bytes transferred, on a failure too. Return false with `errno`; a write that makes no progress is ENOSPC.
+/// Transfer bytes at the file's position until `size` are transferred, the file ends or a call fails. `done` gets the
+/// number of bytes transferred, on a failure too. Return false with `errno`; a write of no bytes is ENOSPC.
 [[nodiscard]] bool ReadAll(int file, void* buffer, std::uint32_t size, std::uint32_t* done);
 [[nodiscard]] bool WriteAll(int file, const void* buffer, std::uint32_t size, std::uint32_t* done);
 
-/// A regular file without write permission for anyone.
+[[nodiscard]] inline bool IsSameFile(const struct stat& one, const struct stat& other) {
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+/// True for a regular file that has no write permission for anyone.
 [[nodiscard]] bool IsReadOnly(mode_t mode);
 
-/// The error for opening what is no regular file: a directory is refused as Windows does it, other types aren't
-/// supported.
-[[nodiscard]] std::uint32_t RefusalOf(mode_t mode);
+/// Returns the error for opening something that isn't a regular file: that of Windows for a directory, else "not
+/// supported".
+[[nodiscard]] std::uint32_t ErrorForType(mode_t mode);
 
-/// How often a name is opened again that got another file between the open and the check.
-inline constexpr int kOpenAttempts = 16;
+/// Sets the last error and returns a descriptor that isn't open.
+[[nodiscard]] Descriptor NoFile(std::uint32_t error);
+
+/// How often a name is opened again if it refers to another file after the open.
+inline constexpr int kMaxOpenAttempts = 16;
 
 inline constexpr mode_t kWriteBits = 0222;
 inline constexpr mode_t kNewFileMode = 0666;

@@ -1,9 +1,9 @@
+// Claims, renames without a replacement on file systems that lack them, and the sync of directories.
+
 #include "renames.h"
 
 #include "sharing.h"
 #include "system_error.h"
-
-#include <component/platform/files.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -29,9 +29,9 @@ bool IsEntryAt(const NativePath& path, const Descriptor& file) {
 }
 
 std::uint32_t ClaimForRename(const NativePath& path, ClaimedEntry& entry) {
-    for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
+    for (int attempt = 0; attempt < kMaxOpenAttempts; ++attempt) {
         if (lstat(path.Text(), &entry.status) != 0) return ErrorAt(path, errno);
-        if (!S_ISREG(entry.status.st_mode)) return kErrorSuccess;   // only regular files carry claims
+        if (!S_ISREG(entry.status.st_mode)) return kErrorSuccess;   // only regular files can be claimed
         entry.file = OpenEntry(path);
         if (!entry.file.IsOpen()) return errno == EACCES || errno == EPERM ? kErrorSuccess : ErrorAt(path, errno);
         const std::uint32_t error = ClaimFile(entry.file.Number(), kShareDelete | kChangeName, kChangeName);
@@ -45,10 +45,10 @@ bool RenameEntry(const NativePath& from, const NativePath& to, bool replaces) {
     if (replaces) return rename(from.Text(), to.Text()) == 0;
     if (renameat2(AT_FDCWD, from.Text(), AT_FDCWD, to.Text(), RENAME_NOREPLACE) == 0) return true;
     if (errno != EINVAL && errno != ENOSYS) return false;
-    // The file system has no such rename. A hard link doesn't replace either.
+    // The file system doesn't support the flag. A hard link doesn't replace a file either.
     if (link(from.Text(), to.Text()) == 0) return unlink(from.Text()) == 0;
     if (errno == EEXIST) return false;
-    return rename(from.Text(), to.Text()) == 0;   // nor hard links: the caller found the name free a moment ago
+    return rename(from.Text(), to.Text()) == 0;   // no hard links either: rely on the caller's check
 }
 
 bool ParentDirectory::Open(const NativePath& entry) {

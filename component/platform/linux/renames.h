@@ -1,23 +1,16 @@
-/// What every change of a name in a directory needs: the claim on the entry, the rename itself, the directory on the
-/// disk.
+/// Changes of names in a directory: the claim on an entry, the rename, and the sync of the directory.
 #pragma once
 
 #include "native_path.h"
 #include "open_file.h"
 
-#include <sys/stat.h>
-
 namespace platform {
 
-[[nodiscard]] inline bool IsSameFile(const struct stat& one, const struct stat& other) {
-    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
-
-/// True if `path` itself, and not the target of a symbolic link, is the open file.
+/// True if `path` itself, not the target of a symbolic link, is the open file.
 [[nodiscard]] bool IsEntryAt(const NativePath& path, const Descriptor& file);
 
-/// An entry whose name is about to change. `file` is open where the entry is a regular file that may be opened; its
-/// claim denies every other change of a name, and lasts as long as it is open.
+/// A directory entry that is about to be renamed or removed. `file` is open if the entry is a regular file that this
+/// process may open. While it is open, its claim excludes every other rename or removal.
 struct ClaimedEntry {
     struct stat status {};
     Descriptor file;
@@ -31,8 +24,8 @@ struct ClaimedEntry {
 /// `errno`.
 [[nodiscard]] bool RenameEntry(const NativePath& from, const NativePath& to, bool replaces);
 
-/// The directory of an entry, to bring a changed name to the disk. One that this process may write but not read can't
-/// be synchronised on its own; its names reach the disk in the system's own time.
+/// The directory of an entry, to synchronise it after a rename. A directory that this process may write but not read
+/// can't be synchronised; the system writes it later.
 class ParentDirectory {
 public:
     /// On a failure returns false with the last error.

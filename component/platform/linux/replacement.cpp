@@ -1,11 +1,11 @@
+// Removes an old file at the temporary name, then creates, claims and reserves the new one.
+
 #include "replacement.h"
 
 #include "permissions.h"
 #include "renames.h"
 #include "sharing.h"
 #include "system_error.h"
-
-#include <component/platform/files.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,24 +16,22 @@
 namespace platform {
 namespace {
 
-constexpr std::uint32_t kAllShares = kShareRead | kShareWrite | kShareDelete;
-
-/// Finds the file whose permissions the new one gets, if there is one. False with the last error if `original` is
-/// something that must not be replaced.
-bool FindModel(const NativePath& original, const NativePath& backup, std::optional<Permissions>& model) {
+/// Reads the permissions for the new file, from `original` or else from `backup`, if one of them exists. Returns false
+/// with the last error if `original` must not be replaced.
+bool ReadPermissions(const NativePath& original, const NativePath& backup, std::optional<Permissions>& inherited) {
     Permissions permissions;
     if (permissions.Read(original)) {
-        if (!S_ISREG(permissions.Mode())) return FailWith(RefusalOf(permissions.Mode()));
-        model = std::move(permissions);
+        if (!S_ISREG(permissions.Mode())) return FailWith(ErrorForType(permissions.Mode()));
+        inherited = std::move(permissions);
         return true;
     }
     if (errno != ENOENT) return FailAt(original, errno);
-    if (permissions.Read(backup) && S_ISREG(permissions.Mode())) model = std::move(permissions);
+    if (permissions.Read(backup) && S_ISREG(permissions.Mode())) inherited = std::move(permissions);
     return true;
 }
 
-/// Removes what an earlier save left, or somebody planted, at `path`. `stale` keeps the claim, so that no other process
-/// does the same at this moment. Only a file that another process has reserved or holds open is refused.
+/// Removes the entry at `path`, which is a file of an earlier save or an attack. `stale` keeps the claim, so that no
+/// other process removes the entry at the same time. Fails if another process has reserved the file or holds it open.
 bool RemoveStale(const NativePath& path, ClaimedEntry& stale) {
     const std::uint32_t error = ClaimForRename(path, stale);
     if (error == kErrorFileNotFound) return true;
@@ -46,30 +44,24 @@ bool RemoveStale(const NativePath& path, ClaimedEntry& stale) {
 
 Descriptor OpenReplacement(const NativePath& path, const NativePath& original, const NativePath& backup,
                            Descriptor& reservation) {
-    std::optional<Permissions> model;
-    if (!FindModel(original, backup, model)) return Descriptor();
-    for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
+    std::optional<Permissions> permissions;
+    if (!ReadPermissions(original, backup, permissions)) return Descriptor();
+    for (int attempt = 0; attempt < kMaxOpenAttempts; ++attempt) {
         ClaimedEntry stale;
         if (!RemoveStale(path, stale)) return Descriptor();
-        Descriptor file = CreateNewFile(path, model ? &*model : nullptr);
+        Descriptor file = CreateNewFile(path, permissions ? &*permissions : nullptr);
         if (!file.IsOpen() && GetLastError() == kErrorFileExists) continue;
         if (!file.IsOpen()) return file;
-        // Claim and reservation come before the check of the name: another process that finds this file unreserved and
-        // removes it either sees them or is seen here.
+        // Claim and reservation come before the check of the name: another process that is about to remove this file
+        // either finds them, or has removed it before the check.
         std::uint32_t error = ClaimFile(file.Number(), kShareWrite, kAllShares);
         if (error == kErrorSuccess) error = ReserveFile(file.Number());
-        if (error != kErrorSuccess) {
-            FailWith(error);
-            return Descriptor();
-        }
+        if (error != kErrorSuccess) return NoFile(error);
         if (!IsEntryAt(path, file)) continue;
         reservation = Descriptor(fcntl(file.Number(), F_DUPFD_CLOEXEC, 0));
-        if (reservation.IsOpen()) return file;
-        FailWithErrno(errno);
-        return Descriptor();
+        return reservation.IsOpen() ? std::move(file) : NoFile(ErrorFromErrno(errno));
     }
-    FailWith(kErrorSharingViolation);
-    return Descriptor();
+    return NoFile(kErrorSharingViolation);
 }
 
 }   // namespace platform

@@ -1,4 +1,4 @@
-/// The temporary file that takes a document's place later.
+/// Creates the temporary file that a move puts in a document's place later.
 #pragma once
 
 #include "native_path.h"
@@ -6,8 +6,8 @@
 
 namespace platform {
 
-/// Creates the file at `path` anew, as `CreateReplacementFile` promises. `reservation` gets a descriptor that keeps the
-/// reservation. Not open on a failure, with the last error.
+/// Creates the file at `path` as `CreateReplacementFile` describes it. `reservation` gets a descriptor that holds the
+/// reservation. On a failure the result isn't open, and the last error is set.
 [[nodiscard]] Descriptor OpenReplacement(const NativePath& path, const NativePath& original, const NativePath& backup,
                                          Descriptor& reservation);
 

@@ -1,3 +1,5 @@
+// Sharing by locks of the open file description.
+
 #include "sharing.h"
 
 #include "system_error.h"
@@ -45,7 +47,7 @@ bool HasLocks(int descriptor) {
     return errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP && errno != ENOLCK;
 }
 
-/// Sets or removes one mark; false with `errno`. A descriptor that isn't readable can't carry marks and goes without.
+/// Sets or removes one mark; false with `errno`. A descriptor that isn't readable can't hold marks and has none.
 bool SetMark(int descriptor, int type, off_t mark) {
     struct flock lock = ByteLock(type, mark);
     return fcntl(descriptor, F_OFD_SETLK, &lock) == 0 || errno == EBADF;
@@ -73,34 +75,34 @@ bool IsExcludedByOthers(int descriptor, std::uint32_t uses, std::uint32_t denies
     return false;
 }
 
-/// Lets one opener at a time set marks and check, so that one of two that come together succeeds; without it both might
-/// fail. If the lock can't be had in time, the opener goes on: the marks alone keep two from succeeding.
-class Turn {
+/// A lock for setting marks and checking. Without it two openers that exclude each other might both fail. If the lock
+/// isn't available in time, the opener goes on: the marks alone keep two from succeeding.
+class TimedFileLock {
 public:
-    explicit Turn(int file) : descriptor(file) {
-        for (int wait = 0; wait < kPatienceMilliseconds; ++wait) {
-            taken = flock(descriptor, LOCK_EX | LOCK_NB) == 0;
-            if (taken || (errno != EWOULDBLOCK && errno != EINTR)) return;
+    explicit TimedFileLock(int file) : descriptor(file) {
+        for (int wait = 0; wait < kMaxWaitMilliseconds; ++wait) {
+            isLocked = flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+            if (isLocked || (errno != EWOULDBLOCK && errno != EINTR)) return;
             Sleep(1);
         }
     }
-    ~Turn() {
-        if (taken) flock(descriptor, LOCK_UN);
+    ~TimedFileLock() {
+        if (isLocked) flock(descriptor, LOCK_UN);
     }
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
+    TimedFileLock(const TimedFileLock&) = delete;
+    TimedFileLock& operator=(const TimedFileLock&) = delete;
 
 private:
-    static constexpr int kPatienceMilliseconds = 50;
+    static constexpr int kMaxWaitMilliseconds = 50;
     const int descriptor;
-    bool taken = false;
+    bool isLocked = false;
 };
 
 }   // namespace
 
 std::uint32_t ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies) {
     if (uses == 0 || !HasLocks(descriptor)) return kErrorSuccess;
-    const Turn turn(descriptor);
+    const TimedFileLock lock(descriptor);
     std::uint32_t error = kErrorSuccess;
     if (!SetMarks(descriptor, F_RDLCK, uses, denies)) {
         error = ErrorFromErrno(errno);
@@ -112,7 +114,7 @@ std::uint32_t ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies
 }
 
 void DropUse(int descriptor, std::uint32_t uses) {
-    static_cast<void>(SetMarks(descriptor, F_UNLCK, uses, 0));   // a mark too many excludes others and admits none
+    static_cast<void>(SetMarks(descriptor, F_UNLCK, uses, 0));   // a remaining mark only excludes others
 }
 
 void ReleaseClaims(int descriptor) {

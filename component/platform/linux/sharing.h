@@ -11,8 +11,8 @@
 
 namespace platform {
 
-/// A right beside those of opening, used and denied by whoever removes a name of the file or gives it another: what
-/// such an opener found under a name is still there when it acts.
+/// A right beside those of opening, which an opener uses and denies while it renames or removes the file: no other
+/// process does the same meanwhile.
 inline constexpr std::uint32_t kChangeName = 8;
 
 /// Marks `descriptor` for an opener that uses and denies the given rights (`kShareRead` and its neighbours, as bits)

