@@ -1,3 +1,6 @@
+// Lookup of keys and values. The store opens keys and values by name and finds only the first of several with one name;
+// the others are found by enumeration and accessed by index.
+
 #include "addressing.h"
 
 namespace arborctl {

@@ -1,8 +1,8 @@
-# Completion of arborctl for bash. The tool itself lists the words that can come next; this file does the shell's part:
-# what the line says without its quotes, and the quotes of what is inserted.
+# Completion of arborctl for bash. The tool lists the candidates for the next argument ("arborctl __complete"); this file
+# removes the quotes from the command line before, and quotes the candidates after.
 
-# Splits a command line into `words`, of which the last may be empty. `kept` becomes the part of the last word that
-# readline doesn't replace, and `quote` the quote that is open at the end.
+# Splits a command line into `words` without their quotes; the last one may be empty. Sets `kept` to the part of the last
+# word that readline doesn't replace, and `quote` to the quote that is open at the end.
 _arborctl_split() {
     local line=$1 word='' started='' before='' char i
     words=() kept='' quote=''
@@ -33,7 +33,7 @@ _arborctl_split() {
     words+=("$word")
 }
 
-# `quoted` becomes $1 as it is written after an open quote $2, or without one.
+# Sets `quoted` to $1 with the escapes that it needs after the open quote $2, or outside quotes if $2 is empty.
 _arborctl_quote() {
     local char i special
     case $2 in
@@ -52,7 +52,7 @@ _arborctl_quote() {
     [[ $2 != \' || $quoted != \'* ]] || quoted=\'$quoted   # readline drops a quote that repeats the open one
 }
 
-# `common` becomes what all arguments begin with.
+# Sets `common` to the longest common prefix of the arguments.
 _arborctl_common() {
     local each
     common=$1
@@ -61,7 +61,7 @@ _arborctl_common() {
     done
 }
 
-# Fills COMPREPLY with words that readline inserts as they are.
+# Sets COMPREPLY to the quoted candidates.
 _arborctl_reply() {
     local each quoted common shared
     for each; do
@@ -69,7 +69,7 @@ _arborctl_reply() {
         COMPREPLY+=("$quoted")
     done
     if (($# == 1)); then
-        [[ -z $quote || $quoted != *"$quote" ]] || COMPREPLY=("$quoted$quote")   # readline takes it for the closing one
+        [[ -z $quote || $quoted != *"$quote" ]] || COMPREPLY=("$quoted$quote")   # readline treats this quote as the closing one
         [[ $1 != */ ]] || compopt -o nospace
         return
     fi
@@ -78,7 +78,7 @@ _arborctl_reply() {
     _arborctl_common "$@"
     _arborctl_quote "${common#"$kept"}" "$quote"
     [[ $shared != "$quoted" ]] || return 0
-    # The words part after a backslash, which readline would insert.
+    # The candidates differ right after a backslash of an escape, which readline would insert alone.
     if ((${#common} > ${#words[-1]})); then
         COMPREPLY=("$quoted")
         compopt -o nospace

@@ -1,3 +1,5 @@
+// Recognizes backups by the endings of their names, and restores with a temporary file and a rename.
+
 #include "backups.h"
 
 #include "ascii.h"

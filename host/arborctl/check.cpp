@@ -1,4 +1,5 @@
-/// The command `check`: reports whether the document can be loaded and what a save would drop or change.
+// The command `check`: reports whether the document can be loaded and what a save would drop or change.
+
 #include "commands.h"
 #include "document_scan.h"
 #include "json.h"

@@ -1,3 +1,5 @@
+// The options, commands and help texts, declared to the CLI11 parser.
+
 #include "command_line.h"
 
 #include <component/kernel/trace.h>

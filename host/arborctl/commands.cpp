@@ -1,4 +1,5 @@
-/// The commands that change documents.
+// The commands that change documents.
+
 #include "commands.h"
 
 #include "addressing.h"
@@ -81,8 +82,7 @@ int RestoreBackup(const Session& session, const std::string& backup) {
     const std::optional<std::filesystem::path> chosen = FindBackup(document, backup);
     if (!chosen)
         throw StoreError(kernel::kNoDocument, host::Printable(backup) + " is not a backup of " + PathText(document));
-    static_cast<void>(Document(session.kernel, {.document = *chosen, .readOnly = true, .wait = session.settings.wait},
-                               session.progress));   // throws if the backup can't be loaded
+    static_cast<void>(session.LoadBackup(*chosen));   // throws if the backup can't be loaded
     const std::filesystem::path kept = Restore(document, *chosen, session.settings.wait);
     std::cout << PathText(document) << " is restored from " << PathText(chosen->filename());
     if (std::filesystem::is_empty(document)) std::cout << ", which is empty";

@@ -19,6 +19,10 @@ struct Session {
     [[nodiscard]] Document Load() const { return Document(kernel, settings, progress); }
     /// The same, locked against other runs during the lifetime of the result.
     [[nodiscard]] Document LoadForChange() const { return Document(kernel, settings, progress, Access::Change); }
+    /// Loads a backup of the document, relative to its own root.
+    [[nodiscard]] Document LoadBackup(const std::filesystem::path& backup) const {
+        return Document(kernel, {.document = backup, .readOnly = true, .wait = settings.wait}, progress);
+    }
 };
 
 /// Prints a subtree, or one value if `path` names a value.

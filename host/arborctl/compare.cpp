@@ -1,3 +1,5 @@
+// Compares key by key, with a stack of its own instead of recursion. Keys and values are paired by printed name.
+
 #include "compare.h"
 
 #include "addressing.h"

@@ -1,3 +1,6 @@
+// Parses the line again, argument by argument: CLI11 can't parse an incomplete line. The options and operands come from
+// the parser's description.
+
 #include "completion.h"
 
 #include "addressing.h"

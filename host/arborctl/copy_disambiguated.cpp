@@ -1,3 +1,5 @@
+// Copies depth first. Each level keeps the names that it has given to its children.
+
 #include "copy_disambiguated.h"
 
 #include "walk.h"

@@ -1,3 +1,5 @@
+// Errors, the lock file and the retries while another process uses the document.
+
 #include "document.h"
 
 #include "addressing.h"

@@ -1,3 +1,5 @@
+// Follows the store's reader element by element, and records what that reader skips, merges or rejects.
+
 #include "document_scan.h"
 
 #include "ascii.h"

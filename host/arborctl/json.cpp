@@ -1,3 +1,5 @@
+// Serializes numbers and strings with nlohmann/json; writes the structure around them directly.
+
 #include "json.h"
 
 #include <host/text.h>

@@ -1,4 +1,5 @@
-/// The start of the program: streams, arguments and terminals of the system.
+// The start of the program: streams, arguments and terminals of the system.
+
 #include "tool.h"
 
 #include <host/system.h>

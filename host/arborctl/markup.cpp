@@ -1,3 +1,5 @@
+// The tokenizer, the attribute reader and the decoder of references.
+
 #include "markup.h"
 
 #include "ascii.h"

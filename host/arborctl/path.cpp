@@ -1,3 +1,5 @@
+// Parsing of paths, and the encoding of names.
+
 #include "path.h"
 
 #include "ascii.h"

@@ -1,3 +1,5 @@
+// Writes status lines that overwrite each other on the terminal.
+
 #include "progress.h"
 
 #include "document.h"
@@ -7,7 +9,7 @@ namespace {
 
 constexpr std::uintmax_t kMegabyte = 1'000'000;
 constexpr std::uintmax_t kLarge = 10 * kMegabyte;
-constexpr std::size_t kKeysPerLine = 1 << 14;
+constexpr std::size_t kKeysPerUpdate = 1 << 14;
 
 }   // namespace
 
@@ -21,7 +23,7 @@ Progress::Stage::~Stage() {
 }
 
 void Progress::Stage::CountKey() {
-    if (out == nullptr || ++count % kKeysPerLine != 0) return;
+    if (out == nullptr || ++count % kKeysPerUpdate != 0) return;
     const std::string line = text + ' ' + std::to_string(count) + " keys";
     *out << '\r' << line << std::flush;
     width = line.size();

@@ -1,4 +1,5 @@
-/// The commands that print documents: tree, get, find, diff, export and backups.
+// The commands that print documents: tree, get, find, diff, export and backups.
+
 #include "addressing.h"
 #include "backups.h"
 #include "commands.h"
@@ -162,8 +163,7 @@ std::string ModificationTime(const std::filesystem::path& path) {
 /// Loads a document and returns the result.
 kernel::ResultCode LoadCode(const Session& session, const std::filesystem::path& path) {
     try {
-        const Document document(session.kernel, {.document = path, .readOnly = true, .wait = session.settings.wait},
-                                session.progress);
+        static_cast<void>(session.LoadBackup(path));
         return kernel::kDone;
     } catch (const StoreError& error) {
         return error.Code();

@@ -1,3 +1,5 @@
+// Compares a value's text in the document with the text that the store would save for it.
+
 #include "text_check.h"
 
 #include "ascii.h"

@@ -1,3 +1,5 @@
+// Runs a command in a host kernel of its own, and maps exceptions to messages and exit codes.
+
 #include "tool.h"
 
 #include "command_line.h"

@@ -1,3 +1,5 @@
+// Conversions of blobs and texts, and the scratch tree for all other types.
+
 #include "value_text.h"
 
 #include "ascii.h"

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Completion in an interactive bash on a terminal: completion_test.py
 
-Types a line and a tab, and reads from readline what the line is then. Wants arborctl and its module on the PATH.
-Ends with 77, which is a skipped test, where there is no bash or no terminal to be had.
+Types a line and a tab, and reads the completed line from readline. Requires arborctl and its module on the PATH.
+Exits with 77, a skipped test, if there is no bash or no pseudo-terminal.
 """
 
 import os
@@ -49,7 +49,7 @@ NAMES = [
     "日本",
     "%d 100%",
 ]
-BACKSLASH = "back\\slash"  # of values alone: it separates keys, and no document's path has one
+BACKSLASH = "back\\slash"  # only for values: it separates the names of keys
 
 
 class Shell:

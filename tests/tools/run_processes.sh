@@ -1,6 +1,6 @@
 #!/bin/bash
-# What only processes of their own show of arborctl: run_processes.sh
-# Wants arborctl on the PATH.
+# Tests of arborctl that need separate processes: pipes, signals and parallel runs. Usage: run_processes.sh
+# Requires arborctl on the PATH.
 set -u
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
