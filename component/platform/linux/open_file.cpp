@@ -1,4 +1,4 @@
-// Opening with the rules of sharing, and whole transfers.
+// Opens files with the rules of sharing; reads and writes until all is transferred.
 
 #include "open_file.h"
 

@@ -1,3 +1,5 @@
+// Reads permissions by path and sets them on a new file: group, list or mode, then owner.
+
 #include "permissions.h"
 
 #include <sys/xattr.h>
@@ -19,7 +21,7 @@ bool IsNotStored(int error) { return error == EPERM || error == EOPNOTSUPP || er
 /// `mode` with no more rights for the group than for all others.
 mode_t LimitGroup(mode_t mode) { return mode & (~kGroupBits | (mode << 3)); }
 
-/// A new file inherits a list where its directory has a default one.
+/// A new file inherits a list if its directory has a default one.
 bool RemoveAccessList(int file) {
     return fremovexattr(file, kAccessListName) == 0 || errno == ENODATA || IsNotStored(errno);
 }
@@ -42,7 +44,7 @@ bool Permissions::ReadAccessList(const NativePath& path) {
 }
 
 bool Permissions::ApplyTo(int file) const {
-    // The owner comes last: whoever gives a file away may no longer be allowed to set its mode.
+    // The owner comes last: afterwards this process may no longer be allowed to set the mode.
     const bool hasGroup = fchown(file, static_cast<uid_t>(-1), status.st_gid) == 0;
     const bool hasList =
         hasGroup && accessListBytes > 0 && fsetxattr(file, kAccessListName, accessList.get(), accessListBytes, 0) == 0;
@@ -52,7 +54,7 @@ bool Permissions::ApplyTo(int file) const {
         if (!RemoveAccessList(file)) return false;
         if (fchmod(file, isComplete ? mode : LimitGroup(mode)) != 0 && !IsNotStored(errno)) return false;
     }
-    static_cast<void>(fchown(file, status.st_uid, static_cast<gid_t>(-1)));   // only root may give files away
+    static_cast<void>(fchown(file, status.st_uid, static_cast<gid_t>(-1)));   // only root may change an owner
     return true;
 }
 

@@ -1,5 +1,4 @@
-/// Who may do what with a file: mode, owner, group and access control list, to pass them on to a file that replaces or
-/// copies it.
+/// Permissions of a file: mode, owner, group and access control list. A file that replaces or copies it gets the same.
 #pragma once
 
 #include "native_path.h"
@@ -16,9 +15,9 @@ public:
     /// Reads those of the file at `path`, through symbolic links. On a failure returns false with `errno`.
     [[nodiscard]] bool Read(const NativePath& path);
 
-    /// Gives them to an open file that this process has just created with mode 0600, as far as the process may. What
-    /// it may not pass on only takes rights away: if the group or the list can't be set, the group gets no more than
-    /// all others have. Returns false with `errno` if the system fails.
+    /// Sets them on an open file that this process has just created with mode 0600, as far as the process may. If it
+    /// may not set the group or the list, the group gets no more rights than all others have. Returns false with
+    /// `errno` if the system fails.
     [[nodiscard]] bool ApplyTo(int file) const;
 
     /// The type and mode bits as `stat` reports them.

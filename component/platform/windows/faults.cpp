@@ -1,24 +1,26 @@
+// A structured exception handler for one call, in assembler: the compiler has no `__try`.
+
 #include <component/platform/faults.h>
 
 #include <windows.h>
 
-static_assert(sizeof(void*) == 4, "the chain of frames below is that of 32-bit Windows");
+static_assert(sizeof(void*) == 4, "32-bit Windows has this chain of frames");
 static_assert(platform::kExceptionInPageError == static_cast<DWORD>(EXCEPTION_IN_PAGE_ERROR));
 
 extern "C" {
 
-/// Runs `touch(context)` under a frame whose handler is `FilterFault`. Gives 0, or what `LeaveForFrame` was given.
+/// Calls `touch(context)` under a frame whose handler is `FilterFault`. Returns 0, or the code of `LeaveForFrame`.
 std::uint32_t RunUnderFrame(void (*touch)(void* context), void* context);
 
-/// Ends `RunUnderFrame` from inside its handler: all younger frames are unwound, and it returns `code`.
+/// Called by the handler: unwinds all younger frames and makes `RunUnderFrame` return `code`.
 [[noreturn]] void LeaveForFrame(void* frame, EXCEPTION_RECORD* exception, std::uint32_t code);
 
 EXCEPTION_DISPOSITION FilterFault(EXCEPTION_RECORD* exception, void* frame, CONTEXT* context, void* dispatcher);
 }
 
-// A frame is two words on the stack, the next older frame and the handler, and the thread's register `fs` leads to the
-// youngest one. So the guard is the thread's own and lasts exactly as long as the call. The saved registers lie above
-// the frame: whoever has the frame's address can take up the function at its end.
+// A frame is two words on the stack: the address of the next older frame, and the handler. `fs:0` has the address of
+// the thread's youngest frame. So the handler applies to one thread and for one call. The saved registers are above the
+// frame: with the frame's address as stack pointer the function can continue at its end.
 asm(R"(
     .text
     .p2align 4
@@ -62,7 +64,7 @@ unwound:
 
 EXCEPTION_DISPOSITION FilterFault(EXCEPTION_RECORD* exception, void* frame, CONTEXT* /*context*/,
                                   void* /*dispatcher*/) {
-    constexpr DWORD kUnwinding = 0x2 | 0x4;   // an older frame is being returned to: nothing of ours is left to do
+    constexpr DWORD kUnwinding = 0x2 | 0x4;   // an unwind to an older frame: nothing to clean up
     if ((exception->ExceptionFlags & kUnwinding) != 0) return ExceptionContinueSearch;
     const std::uint32_t code = exception->ExceptionCode;
     if (code != platform::kExceptionInPageError && code != platform::kExceptionFileCorrupt)

@@ -1,3 +1,5 @@
+// The file calls of Windows.
+
 #include <component/platform/files.h>
 
 #include "text.h"
@@ -28,7 +30,7 @@ static_assert(sizeof(DWORD) == sizeof(std::uint32_t));
 
 namespace {
 
-/// The calls take the record through a pointer that could change it, and don't.
+/// The parameters aren't const, although the calls don't change the record.
 SECURITY_ATTRIBUTES* Record(const SecurityAttributes* security) {
     return reinterpret_cast<SECURITY_ATTRIBUTES*>(const_cast<SecurityAttributes*>(security));
 }
@@ -48,16 +50,16 @@ Handle CreateReplacementFile(const char16_t* path, const char16_t* /*original*/,
 }
 
 bool ReadFile(Handle file, void* buffer, std::uint32_t size, std::uint32_t* done) {
-    DWORD moved = 0;
-    const bool succeeded = ::ReadFile(file, buffer, size, &moved, nullptr) != 0;
-    *done = moved;
+    DWORD transferred = 0;
+    const bool succeeded = ::ReadFile(file, buffer, size, &transferred, nullptr) != 0;
+    *done = transferred;
     return succeeded;
 }
 
 bool WriteFile(Handle file, const void* buffer, std::uint32_t size, std::uint32_t* done) {
-    DWORD moved = 0;
-    const bool succeeded = ::WriteFile(file, buffer, size, &moved, nullptr) != 0;
-    *done = moved;
+    DWORD transferred = 0;
+    const bool succeeded = ::WriteFile(file, buffer, size, &transferred, nullptr) != 0;
+    *done = transferred;
     return succeeded;
 }
 
@@ -72,7 +74,7 @@ bool FlushFileBuffers(Handle file) { return ::FlushFileBuffers(file) != 0; }
 
 bool CloseHandle(Handle handle) {
     if (handle != kInvalidHandle) return ::CloseHandle(handle) != 0;
-    ::SetLastError(ERROR_INVALID_HANDLE);   // the system takes all ones for the process itself
+    ::SetLastError(ERROR_INVALID_HANDLE);   // for the system all ones is the handle of the process itself
     return false;
 }
 

@@ -1,3 +1,5 @@
+// The process heap of Windows.
+
 #include <component/platform/memory.h>
 
 #include <windows.h>

@@ -1,3 +1,5 @@
+// The calls of Windows for loaded images.
+
 #include <component/platform/modules.h>
 
 #include "text.h"

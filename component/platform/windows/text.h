@@ -1,4 +1,4 @@
-/// 16-bit text as the system's calls take it.
+/// UTF-16 text in the type of the system's calls.
 #pragma once
 
 #include <windows.h>

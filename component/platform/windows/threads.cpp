@@ -1,3 +1,5 @@
+// The calls of Windows for threads.
+
 #include <component/platform/threads.h>
 
 #include "text.h"

@@ -1,5 +1,5 @@
-// The start-up of the C runtime ends here with the loader's three arguments as they came, for every reason. Only the
-// module links this source; a program has no `ModuleEntry`.
+// The C runtime calls `DllMain` with the loader's three arguments for every reason; it passes them on. Only the module
+// links this source: a program has no `ModuleEntry`.
 #include <windows.h>
 
 #include <cstdint>

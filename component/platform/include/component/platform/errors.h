@@ -1,4 +1,4 @@
-/// The error of the calling thread's last failed call of this layer, with the Windows numbers on every system.
+/// The calling thread's last error of this layer, with the Windows error numbers on every system.
 #pragma once
 
 #include <component/platform/types.h>
@@ -33,10 +33,10 @@ inline constexpr std::uint32_t kErrorIoDevice = 1117;
 inline constexpr std::uint32_t kErrorNoSystemResources = 1450;
 inline constexpr std::uint32_t kErrorCantResolveFilename = 1921;
 
-/// The number that the calling thread's last failing call left behind. A succeeding call may leave it as it was.
+/// Returns the error of the calling thread's last failed call. A successful call may leave it unchanged.
 [[nodiscard]] std::uint32_t GetLastError();
 
-/// Makes `error` the calling thread's last error.
+/// Sets the calling thread's last error.
 void SetLastError(std::uint32_t error);
 
 }   // namespace platform

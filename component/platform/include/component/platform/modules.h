@@ -1,4 +1,4 @@
-/// The loaded images of the process, and the functions that they offer by name.
+/// The loaded images of the process, and their functions by name.
 #pragma once
 
 #include <component/platform/system_call.h>
@@ -9,23 +9,24 @@ namespace platform {
 inline constexpr std::uint32_t kModuleUnchangedRefcount = 2;
 inline constexpr std::uint32_t kModuleFromAddress = 4;
 
-/// The image that holds `address` (flags 6 are both bits above); its handle is its load address. Takes no reference.
-/// An address in no image is error 126.
+/// Finds the image that contains `address`. `flags` are both bits above. The handle is the load address; the reference
+/// count doesn't change. An address in no image is error 126.
 [[nodiscard]] bool GetModuleHandleExA(std::uint32_t flags, const void* address, Handle* module);
 
-/// The image's path in the narrow form, up to `size` bytes with the terminator, and its length. A path that doesn't fit
-/// is cut, gives `size` and error 122; 0 is a failure.
+/// Writes the image's path, in the locale's encoding and with a terminator, and returns its length. `size` is at
+/// least 1. A path that doesn't fit is truncated: the result is `size`, with error 122. 0 is a failure.
 [[nodiscard]] std::uint32_t GetModuleFileNameA(Handle module, char* path, std::uint32_t size);
 
-/// The loaded library of that name, or null; nothing is loaded. On Linux "ntdll.dll" and "kernel32.dll" are the layer
-/// itself, which answers for the functions that it has.
+/// Returns the loaded library of that name in lower case, or null; loads nothing. On Linux this layer itself has the
+/// names "ntdll.dll" and "kernel32.dll" and a few of their functions.
 [[nodiscard]] Handle GetModuleHandleW(const char16_t* name);
 
-/// The function of that name, or null.
+/// Returns the function of that name, or null.
 [[nodiscard]] void* GetProcAddress(Handle module, const char* name);
 
-/// The return addresses of the calling thread, innermost first, without the first `skip`; gives their number. The type
-/// is that of the function that `GetProcAddress` gives under the name "RtlCaptureStackBackTrace".
+/// The type of "RtlCaptureStackBackTrace" in "ntdll.dll": writes at most `limit` return addresses of the calling
+/// thread, innermost first and without the first `skip`, and returns their number. `hash` may be null; on Linux it
+/// isn't set.
 using CaptureStackBackTrace =
     SystemFunction<std::uint16_t(std::uint32_t skip, std::uint32_t limit, void** frames, std::uint32_t* hash)>;
 

@@ -11,7 +11,8 @@ inline constexpr std::uint32_t kWaitObject0 = 0;
 inline constexpr std::uint32_t kWaitTimeout = 258;
 inline constexpr std::uint32_t kWaitFailed = 0xFFFFFFFF;
 
-/// Room for the system's own record. It must not move between `Initialize` and `Delete`; a thread may enter it again.
+/// Holds the system's record, which must not move between `Initialize` and `Delete`. A thread that is inside may enter
+/// again.
 struct CriticalSection {
     alignas(void*) std::byte record[kCriticalSectionBytes];
 };
@@ -21,19 +22,21 @@ void EnterCriticalSection(CriticalSection* section);
 void LeaveCriticalSection(CriticalSection* section);
 void DeleteCriticalSection(CriticalSection* section);
 
-/// An unnamed semaphore, closed with `CloseHandle`. Null on a failure; a null `security` is the default.
+/// Creates a semaphore, which the caller closes by `CloseHandle`. `security` and `name` are null. Null on a failure.
 [[nodiscard]] Handle CreateSemaphoreW(const void* security, std::int32_t initial, std::int32_t maximum,
                                       const char16_t* name);
 
-/// Adds `count` at once, or nothing: above the maximum it is error 298. `previous` may be null.
+/// Adds `count`, which is above 0. If the sum is above the maximum, it adds nothing and fails with error 298.
+/// `previous`, which may be null, gets the count before.
 bool ReleaseSemaphore(Handle semaphore, std::int32_t count, std::int32_t* previous);
 
-/// Takes one from the semaphore, waiting up to `milliseconds`. `kWaitObject0`, `kWaitTimeout` or `kWaitFailed`.
+/// Subtracts 1 from the semaphore's count, after waiting until it is above 0. Returns `kWaitObject0`, `kWaitTimeout` or
+/// `kWaitFailed`. `alertable` is false.
 std::uint32_t WaitForSingleObjectEx(Handle handle, std::uint32_t milliseconds, bool alertable);
 
 void Sleep(std::uint32_t milliseconds);
 
-/// The system's number of the calling thread; unique among the threads that run now, and never 0.
+/// Returns the system's number of the calling thread: unique among the running threads of the system, and never 0.
 [[nodiscard]] std::uint32_t GetCurrentThreadId();
 
 }   // namespace platform

@@ -1,4 +1,4 @@
-/// The words that the calls of this layer speak in. They have the widths of the Windows calls on every system.
+/// Types of the calls of this layer. On every system they have the widths of the Windows types.
 #pragma once
 
 #include <cstddef>
@@ -6,10 +6,10 @@
 
 namespace platform {
 
-/// A file, a semaphore or a heap of the system. Which of them it is, is the holder's knowledge.
+/// A file, a semaphore, a heap or a loaded image.
 using Handle = void*;
 
-/// All ones: what a failed `CreateFileW` gives, and what owners keep while they own nothing.
+/// All ones: the result of a failed `CreateFileW`, and the value of an owner that owns nothing.
 inline const Handle kInvalidHandle = reinterpret_cast<Handle>(~std::uintptr_t{0});
 
 }   // namespace platform

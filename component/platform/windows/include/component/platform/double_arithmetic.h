@@ -7,7 +7,7 @@
 namespace platform {
 
 /// While it lives, arithmetic on `double` rounds each result once, to the precision of a `double`. 32-bit code computes
-/// on the x87 unit, where a host's control word may ask for 64 bits: then a result is rounded there, and once more when
+/// on the x87 unit, where a host's control word may set 64 bits: then a result is rounded there, and once more when
 /// it is stored. Here the precision is 53 bits, the rounding is to nearest and no exception traps. The destructor
 /// restores the unit's control word and exception flags. For the scope of one function.
 class DoubleArithmeticScope {

@@ -1,4 +1,4 @@
-/// Room for the records of this system; the sources assert that they fit.
+/// Sizes of this system's records; the sources assert that they fit.
 #pragma once
 
 #include <cstddef>
