@@ -19,7 +19,7 @@ struct Session {
     [[nodiscard]] Document Load() const { return Document(kernel, settings, progress); }
     /// The same, locked against other runs during the lifetime of the result.
     [[nodiscard]] Document LoadForChange() const { return Document(kernel, settings, progress, Access::Change); }
-    /// Loads a backup of the document, relative to its own root.
+    /// Loads a backup of the document read-only, without `settings.root`.
     [[nodiscard]] Document LoadBackup(const std::filesystem::path& backup) const {
         return Document(kernel, {.document = backup, .readOnly = true, .wait = settings.wait}, progress);
     }

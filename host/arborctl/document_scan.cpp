@@ -127,7 +127,7 @@ private:
             if (HashName(known) == HashName(encoding)) return;
         }
         Report(at, FindingKind::Changed,
-               "the encoding " + EncodeName(encoding) + " isn't read: bytes are taken as UTF-8");
+               "the encoding " + EncodeName(encoding) + " isn't supported: bytes are read as UTF-8");
     }
 
     Tag ReadRoot() {
@@ -192,8 +192,8 @@ private:
                "the key is below 2048 others: once saved, the document can't be loaded");
     }
 
-    /// Returns whether the open element already has a child of this name, and adds the name.
-    bool IsRepeated(std::string_view name) { return !open.back().children.insert(HashName(name)).second; }
+    /// Adds the name of a child of the innermost open element. Returns false if an earlier child has the name.
+    bool AddChildName(std::string_view name) { return open.back().children.insert(HashName(name)).second; }
 
     void ScanNative(const Tag& root) {
         ReportRootAttributes(root);
@@ -273,7 +273,7 @@ private:
         } else if (path.names.size() > 1 || path.names.front().size() != name.size()) {
             Report(tag.start, FindingKind::Changed, shown + " is a path: it is saved as a key for each name");
         }
-        if (!path.names.empty() && IsRepeated(path.names.front()) && path.names.size() == 1) {
+        if (!path.names.empty() && !AddChildName(path.names.front()) && path.names.size() == 1) {
             Report(tag.start, FindingKind::Changed, shown + " is merged with an earlier key of that name");
         }
     }
@@ -317,7 +317,7 @@ private:
 
     void ReadForeignElement(const Tag& tag) {
         for (const Attribute& attribute : reader.ReadAttributes(tag)) static_cast<void>(DecodeRun({attribute.value}));
-        if (IsRepeated(tag.name)) {
+        if (!AddChildName(tag.name)) {
             Report(tag.start, FindingKind::Changed,
                    Element(tag.name) + " is merged with the first of that name once the document is saved and loaded");
         }

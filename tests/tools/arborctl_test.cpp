@@ -465,19 +465,19 @@ TEST_F(ArborctlTest, CreateAddsTheRootKeyAndKeepsFormerDocuments) {
     EXPECT_EQ(RunOn("read.xml", {"tree"}, {"--create", "--root", "B"}).exitCode, 1);   // the document already exists
 
     struct Case {
-        const char* left;   // by a failed save
+        const char* backup;   // of a document that a failed save removed
         bool refused;
     };
     for (const Case& row :
          {Case{"lost.xml.bak2", true}, {"lost.xml.bak21f", true}, {"lost.xml.tmp1f", true}, {"lost.xml.bak", false}}) {
-        SCOPED_TRACE(row.left);
-        Write(row.left, kDocument);
+        SCOPED_TRACE(row.backup);
+        Write(row.backup, kDocument);
         for (const std::vector<std::string>& run : {std::vector<std::string>{"--create", Path("lost.xml"), "tree"},
                                                     {"--create", Path("lost.xml"), "set", "", "V", "tINT", "1"},
                                                     {Path("d.xml"), "cp", "Network", Path("lost.xml")}}) {
             const Outcome outcome = RunTool(run);
             EXPECT_EQ(outcome.exitCode, row.refused ? 1 : 0);
-            EXPECT_THAT(outcome.error, HasSubstr(row.refused ? std::string("restore ") + row.left : ""));
+            EXPECT_THAT(outcome.error, HasSubstr(row.refused ? std::string("restore ") + row.backup : ""));
             EXPECT_NE(std::filesystem::exists(folder / "lost.xml"), row.refused);
         }
         std::filesystem::remove(folder / "lost.xml");
@@ -485,8 +485,8 @@ TEST_F(ArborctlTest, CreateAddsTheRootKeyAndKeepsFormerDocuments) {
         std::filesystem::remove(folder / "lost.xml");
         EXPECT_EQ(RunOn("d.xml", {"cp", "Network", Path("lost.xml")}, {"--create=force"}).exitCode, 0);
         std::filesystem::remove(folder / "lost.xml");
-        EXPECT_EQ(FileText(folder / row.left), kDocument);
-        std::filesystem::remove(folder / row.left);
+        EXPECT_EQ(FileText(folder / row.backup), kDocument);
+        std::filesystem::remove(folder / row.backup);
     }
 }
 

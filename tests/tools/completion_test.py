@@ -95,7 +95,7 @@ class Shell:
 
 
 def arguments_of(line):
-    """What a shell makes of the line."""
+    """The arguments that a shell parses from the line."""
     printed = subprocess.run(
         ["bash", "-c", f"set -- {line}\nprintf '%s\\0' \"$@\""], capture_output=True, check=False, env=dict(os.environ, HOME="/h")
     )
@@ -126,7 +126,7 @@ def write_document(path):
     )
 
 
-# What is typed before the tab, and the line or the arguments that come of it.
+# The typed line before the tab, and the completed line or its arguments.
 CASES = [
     ("arborctl d.xml tr", "arborctl d.xml tree "),
     ("arborctl d.xml ge", "arborctl d.xml get "),
@@ -187,15 +187,15 @@ CASES = [
 
 
 def name_cases():
-    """Each name, with nothing of it typed but a number that tells it apart, and with a quote before it."""
+    """Completes each name from its unique number, without a quote and after each kind of quote."""
     for number, name in enumerate(NAMES, 10):
         whole = f"{number} {name}"
         for quote in ("", "'", '"'):
             start = f"{number}\\ " if quote == "" else f"{quote}{number} "
             if quote == '"' and "!" in name:
-                continue  # nothing quotes it there
+                continue  # no escape for it in double quotes
             yield f"arborctl d.xml get Numbered {start}", ["arborctl", "d.xml", "get", "Numbered", whole]
-    # From a first letter that has a meaning of its own.
+    # From a first character that the shell interprets.
     yield "arborctl d.xml get Names \\$H", ["arborctl", "d.xml", "get", "Names", "$HOME"]
     yield "arborctl d.xml get Names \\~r", ["arborctl", "d.xml", "get", "Names", "~root"]
     yield "arborctl d.xml get Names \\#", ["arborctl", "d.xml", "get", "Names", "#1"]
@@ -209,7 +209,7 @@ def name_cases():
     yield "arborctl d.xml tree Keys/two", ["arborctl", "d.xml", "tree", "Keys/two words/"]
     yield "arborctl d.xml tree Keys/\\$", ["arborctl", "d.xml", "tree", "Keys/$HOME/"]
     yield "arborctl d.xml tree Keys/日", ["arborctl", "d.xml", "tree", "Keys/日本/"]
-    # Where several match, what they share.
+    # If several match, their common prefix.
     yield "arborctl d.xml tree Numbered/10", ["arborctl", "d.xml", "tree", "Numbered/10 two words"]
     yield "arborctl d.xml get Shared a", ["arborctl", "d.xml", "get", "Shared", "a $"]
     yield "arborctl d.xml get Quotes '", ["arborctl", "d.xml", "get", "Quotes", "'x'"]
@@ -238,7 +238,7 @@ def main():
             shell = Shell(folder, locale)
             for typed, wanted in [*CASES, *name_cases()]:
                 if locale == "C" and not typed.isascii():
-                    continue  # such a terminal takes bytes
+                    continue  # in this locale the terminal has no multibyte characters
                 line = shell.line_after(typed + "\t")
                 got = line if isinstance(wanted, str) else arguments_of(line)
                 count += 1

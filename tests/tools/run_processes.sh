@@ -33,12 +33,12 @@ for run in 'large.xml tree' 'small.xml tree' 'small.xml get  n' 'small.xml expor
 done
 expect 'set with a closed output' ':0' "$(arborctl small.xml set '' n tDWORD 2 2>&1 >&-):$?"
 
-# A reader that closes the pipe isn't an error to tell, by the signal or without it.
+# A reader that closes the pipe causes no error message, with SIGPIPE at its default or ignored.
 expect 'a reader that closes the pipe' '' "$( (arborctl large.xml tree | true) 2>&1)"
 expect 'the same without the signal' '' "$( (trap '' PIPE; arborctl large.xml tree | true) 2>&1)"
 
-# Parallel runs: every change is in the document, no read fails, and no file stays behind. The wait is long for the sake
-# of slow builds; runs that wait in a queue need less.
+# Parallel runs: every change is saved, no read fails, and no temporary file remains. The wait is long enough for slow
+# builds.
 parallel=${PARALLEL_RUNS:-200}
 for mode in 0 1; do
     printf '<arbor></arbor>' >shared.xml
@@ -53,7 +53,7 @@ for mode in 0 1; do
 done
 expect 'files after parallel runs' 'shared.xml shared.xml.bak2' "$(echo shared.xml*)"
 
-# A lock file that a killed run left locks nothing; one that a run holds ends the wait with exit code 3.
+# The lock file of a killed run locks nothing. While a run holds the lock, others exit with code 3 after the wait.
 touch small.xml.lock
 expect 'a change beside a stale lock file' ':0' "$(arborctl --wait 0 small.xml set '' n tDWORD 5 2>&1):$?"
 expect 'files after it' 'small.xml' "$(echo small.xml*)"
