@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace arbor::module {
 namespace {
 
@@ -41,6 +43,25 @@ TEST(XmlReaderTest, FlagsSayWhatAStartTagMustBe) {
     EXPECT_EQ(XmlReader(kMarked.data(), 6, true).PeekKind(), TokenStartTag);
     EXPECT_EQ(XmlReader(kMarked.data(), 6, false).PeekKind(), TokenText);
     EXPECT_EQ(XmlReader(kMarked.data(), 2, true).PeekKind(), TokenText);
+}
+
+/// Loads read any other form in steps, to the same effect: only this test fails if none is read in one step.
+TEST(XmlReaderTest, SimpleElementsAreReadInOneStepAfterAnyWhitespace) {
+    constexpr std::string_view kIndents[] = {"\n        ", "\n        ", "\r\n        ", "", "\n ", "\n\t", "\n "};
+    constexpr std::string_view kNames[] = {"", "a value's", "of 12 bytes.", "of seventeen byte"};
+    for (const std::string_view name : kNames) {
+        std::string input;
+        for (const std::string_view indent : kIndents)
+            input.append(indent).append("<tINT name=\"").append(name).append("\">x</tINT>");
+        const std::vector<char> exact(input.begin(), input.end());
+        XmlReader reader = ReaderOf({exact.data(), exact.size()});
+        XmlSimpleElement element;
+        for (const std::string_view indent : kIndents) {
+            EXPECT_TRUE(reader.TryReadSimpleElement(" name=\"", element)) << name << indent;
+            EXPECT_EQ(element.attributeValue.View(), name);
+        }
+        EXPECT_FALSE(reader.TryReadSimpleElement(" name=\"", element));
+    }
 }
 
 TEST(XmlReaderTest, AttributesOfNoElementAreNone) {
