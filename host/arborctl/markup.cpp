@@ -4,6 +4,8 @@
 
 #include "ascii.h"
 
+#include <component/platform/unicode.h>
+
 #include <algorithm>
 #include <optional>
 
@@ -89,9 +91,9 @@ private:
     std::size_t last;   // offset of the ">", which is neither space nor a name byte and so ends every run
 };
 
-constexpr std::uint32_t kNoCodePoint = 0;
+constexpr std::uint32_t kNoReference = 0;
 
-/// Returns the code point of a reference, given the text between "&" and ";", or `kNoCodePoint` if it isn't a reference
+/// Returns the code point of a reference, given the text between "&" and ";", or `kNoReference` if it isn't a reference
 /// and remains in the text. A number above 32 bits wraps, as in the store.
 std::uint32_t CodePointOf(std::string_view body) {
     constexpr std::pair<std::string_view, char> kNamed[] = {
@@ -99,27 +101,15 @@ std::uint32_t CodePointOf(std::string_view body) {
     for (const auto& [name, byte] : kNamed) {
         if (name == body) return ToUnsigned(byte);
     }
-    if (body.size() < 2 || body.front() != '#') return kNoCodePoint;
+    if (body.size() < 2 || body.front() != '#') return kNoReference;
     const bool hexadecimal = body[1] == 'x';
     const std::uint32_t base = hexadecimal ? 16 : 10;
     std::uint32_t codePoint = 0;
     for (const char digit : body.substr(hexadecimal ? 2 : 1)) {
-        if (!IsDigit(digit) && !(hexadecimal && HexValue(digit) >= 0)) return kNoCodePoint;
+        if (!IsDigit(digit) && !(hexadecimal && HexValue(digit) >= 0)) return kNoReference;
         codePoint = codePoint * base + static_cast<std::uint32_t>(HexValue(digit));
     }
     return codePoint;
-}
-
-void AppendUtf8(std::uint32_t codePoint, std::string& text) {
-    const auto add = [&text](std::uint32_t byte) { text += static_cast<char>(byte); };
-    if (codePoint < 0x80) return add(codePoint);
-    if (codePoint < 0x800) {
-        add(0xC0 | codePoint >> 6);
-    } else {
-        add(0xE0 | codePoint >> 12);
-        add(0x80 | (codePoint >> 6 & 0x3F));
-    }
-    add(0x80 | (codePoint & 0x3F));
 }
 
 }   // namespace
@@ -277,11 +267,12 @@ std::string Decode(const Piece& piece, const std::function<void(std::size_t)>& o
         const std::size_t stop = mark == kNotFound ? kNotFound : raw.find(';', mark);
         if (stop == kNotFound) return text.append(raw.substr(run));
         const std::uint32_t codePoint = CodePointOf(raw.substr(mark + 1, stop - mark - 1));
-        text.append(raw.substr(run, (codePoint != kNoCodePoint ? mark : stop + 1) - run));
-        if (codePoint > 0xFFFF) {
+        text.append(raw.substr(run, (codePoint != kNoReference ? mark : stop + 1) - run));
+        if (codePoint >= platform::kFirstSupplementary) {
             onLost(piece.offset + mark);
-        } else if (codePoint != kNoCodePoint) {
-            AppendUtf8(codePoint, text);
+        } else if (codePoint != kNoReference) {
+            char bytes[4];
+            text.append(bytes, platform::WriteUtf8(codePoint, bytes));
         }
         run = stop + 1;
     }
