@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 
 namespace platform {
@@ -50,8 +51,8 @@ enum class Malformed {
     };
     constexpr Form kForms[] = {{0x80, 0x00, 0x0}, {0xE0, 0xC0, 0x80}, {0xF0, 0xE0, 0x800}, {0xF8, 0xF0, 0x10000}};
     const auto first = static_cast<std::uint8_t>(text.front());
-    const std::string_view rest = text.substr(1);
-    text = rest;
+    text.remove_prefix(1);
+    const std::string_view rest = text;
     for (std::size_t trailing = 0; trailing < std::size(kForms) && trailing <= rest.size(); ++trailing) {
         const Form& form = kForms[trailing];
         if ((first & form.mask) != form.lead) continue;
