@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 #include <new>
 #include <utility>
 
@@ -48,14 +49,13 @@ OpenedFile* FileFor(Handle handle, std::uint32_t access) {
     return nullptr;
 }
 
-/// Returns a handle for an open file. If the file isn't open or there is no memory: `kInvalidHandle` with the last
-/// error.
-Handle MakeHandle(Descriptor descriptor, std::uint32_t access) {
-    if (!descriptor.IsOpen()) return kInvalidHandle;
-    SystemObject* const file = new (std::nothrow) OpenedFile(std::move(descriptor), access);
-    if (file != nullptr) return file;
-    SetLastError(kErrorNotEnoughMemory);
-    return kInvalidHandle;
+using OwnedObject = std::unique_ptr<SystemObject>;
+
+/// Returns the object of a handle for an open file; null, with the last error, if there is no memory.
+OwnedObject MakeObject(Descriptor descriptor, std::uint32_t access) {
+    OwnedObject file(new (std::nothrow) OpenedFile(std::move(descriptor), access));
+    if (!file) SetLastError(kErrorNotEnoughMemory);
+    return file;
 }
 
 bool IsValidCreation(std::uint32_t creation, std::uint32_t access) {
@@ -76,7 +76,10 @@ Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t sha
     if (!native.Assign(path)) return kInvalidHandle;
     const bool allowsDirectories = (flags & kFlagBackupSemantics) != 0;
     const mode_t newMode = (flags & kAttributeReadOnly) != 0 ? kNewFileMode & ~kWriteBits : kNewFileMode;
-    return MakeHandle(OpenFile(native, {RightsOf(access), share, creation, allowsDirectories, newMode}), access);
+    Descriptor opened = OpenFile(native, {RightsOf(access), share, creation, allowsDirectories, newMode});
+    if (!opened.IsOpen()) return kInvalidHandle;
+    OwnedObject file = MakeObject(std::move(opened), access);
+    return file ? file.release() : kInvalidHandle;
 }
 
 Handle CreateReplacementFile(const char16_t* path, const char16_t* original, const char16_t* backup,
@@ -89,11 +92,11 @@ Handle CreateReplacementFile(const char16_t* path, const char16_t* original, con
     Descriptor reserving;
     Descriptor opened = OpenReplacement(native, replaced, older, reserving);
     if (!opened.IsOpen()) return kInvalidHandle;
-    *reservation = MakeHandle(std::move(reserving), 0);
-    if (*reservation == kInvalidHandle) return kInvalidHandle;
-    const Handle file = MakeHandle(std::move(opened), kGenericWrite);
-    if (file == kInvalidHandle) CloseHandle(std::exchange(*reservation, kInvalidHandle));
-    return file;
+    OwnedObject file = MakeObject(std::move(opened), kGenericWrite);
+    OwnedObject reserved = file ? MakeObject(std::move(reserving), 0) : nullptr;
+    if (!reserved) return kInvalidHandle;
+    *reservation = reserved.release();
+    return file.release();
 }
 
 bool ReadFile(Handle file, void* buffer, std::uint32_t size, std::uint32_t* done) {

@@ -4,7 +4,8 @@
 /// separators, the prefix `\\?\`, paths that begin with a separator, and relative paths. An empty path and another
 /// drive are error 3, a path on a server (two leading backslashes) is error 53. An unpaired surrogate and a name that
 /// is too long are error 123, a path that is too long is error 206. If several openers open a file at once, a call
-/// may wait some milliseconds for the others; it never waits until a file is closed. All calls may come from any thread.
+/// may wait some milliseconds for the others; it never waits until a file is closed. All calls may come from any
+/// thread.
 #pragma once
 
 #include <component/platform/types.h>
