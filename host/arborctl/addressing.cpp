@@ -1,5 +1,5 @@
-// Lookup of keys and values. The store opens keys and values by name and finds only the first of several with one name;
-// the others are found by enumeration and accessed by index.
+// Finds, creates and removes keys and values. By name the store finds only the first of several with the same name; the
+// others are found by enumeration and accessed by index.
 
 #include "addressing.h"
 
@@ -8,7 +8,7 @@ namespace {
 
 bool IsSameName(const std::string& left, const std::string& right) { return ToLower(left) == ToLower(right); }
 
-/// Returns the key number `number` of those with that name, counted from 1.
+/// Returns the `number`th of the child keys with that name, counted from 1.
 std::optional<Child> FindNumbered(const arbor::Key& parent, const std::string& name, std::uint32_t number) {
     arbor::KeyRange children = parent.Keys();
     std::uint32_t index = 0;
@@ -20,7 +20,7 @@ std::optional<Child> FindNumbered(const arbor::Key& parent, const std::string& n
     return std::nullopt;
 }
 
-/// Returns the first key with exactly that name.
+/// Returns the first child key with that name, without regard to case. Doesn't split a name with a separator.
 std::optional<Child> FindFirst(const arbor::Key& parent, const std::string& name) {
     if (name.empty()) return std::nullopt;
     if (HasSeparator(name)) return FindNumbered(parent, name, 1);   // the store would split the name

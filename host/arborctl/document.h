@@ -20,7 +20,7 @@
 
 namespace arborctl {
 
-/// A call that the store failed. `what()` holds the code, its text and the operation, without control characters.
+/// Reports a failed call of the store. `what()` holds the code, its text and the operation, without control characters.
 class StoreError : public std::runtime_error {
 public:
     StoreError(kernel::ResultCode result, std::string_view operation);
@@ -53,7 +53,7 @@ template <class T>
 /// Whether a missing document is created.
 enum class Creation {
     Never,
-    Safe,    // unless a former document is left in backups, which later saves would replace
+    Safe,    // unless there are backups of an earlier document, which later saves would replace
     Force,   // always
 };
 
@@ -64,7 +64,7 @@ struct DocumentSettings {
     bool convert = false;   // allows a save to convert a foreign document into a native one
     std::uint32_t backupMode = 0;
     Path root{};                    // the key that is opened as the root
-    std::chrono::seconds wait{5};   // limit of waiting for other processes that use the document
+    std::chrono::seconds wait{5};   // how long to wait for other processes that use the document
 };
 
 /// Converts an argument, which is UTF-8, to a path.
@@ -95,7 +95,7 @@ enum class Access {
 /// at a time.
 class Document {
 public:
-    /// Loads the document. Locks it first for `Access::Change`, and if it may be created. Waits while another process
+    /// Loads the document. Locks it first if `access` is `Change` or if it may be created. Waits while another process
     /// has it open. Reports loading and saving as stages of `progress`, which must outlive the document. Creates the
     /// key `settings.root` in a new document. Throws a `LoadError` if the document can't be loaded, and another
     /// `StoreError` if an existing one doesn't have that key or a new one can't be created.

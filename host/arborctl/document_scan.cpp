@@ -70,7 +70,7 @@ std::string Element(std::string_view name) { return '<' + EncodeName(name) + '>'
 
 const char* NameOf(Token token) { return token == Token::Comment ? "the comment" : "the processing instruction"; }
 
-/// Scans one document, native or foreign.
+/// Scans one document. The root element of a native document is "arbor", that of a foreign one is another.
 class Scan {
 public:
     Scan(host::Kernel& kernel, std::string_view text, const FindingSink& findings)
@@ -98,7 +98,7 @@ private:
         pending.push_back({offset, kind, std::move(text)});
     }
 
-    /// Passes the pending findings to the sink. Only for points in the scan where later findings have larger offsets.
+    /// Passes the pending findings to the sink. Call it only when all later findings will have larger offsets.
     void Flush() {
         std::stable_sort(pending.begin(), pending.end(),
                          [](const Finding& left, const Finding& right) { return left.offset < right.offset; });
@@ -293,7 +293,7 @@ private:
     }
 
     void ScanForeign(const Tag& root) {
-        MarkupReader rootReader = reader;   // the store skips to the root's end tag separately, from the start
+        MarkupReader rootReader = reader;   // after the root's start tag: the store looks for the end tag separately
         reader = MarkupReader(document, [this](Token token, std::size_t offset) { ReportSkipped(token, offset); });
         pending.clear();
         open.push_back({});

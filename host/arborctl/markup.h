@@ -86,8 +86,8 @@ public:
     /// Throws a `MarkupFault`.
     [[nodiscard]] std::vector<Attribute> ReadAttributes(const Tag& tag) const;
 
-    /// Returns the fault of a document that ends too early: at the token without an end, or else at the document's end
-    /// with `reason`.
+    /// Returns the fault of a document that ends too early. If a token has no end, the fault is at the start of that
+    /// token; otherwise it is at the document's end and has the text `reason`.
     [[nodiscard]] MarkupFault Truncated(const std::string& reason) const;
 
 private:

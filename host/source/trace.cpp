@@ -13,7 +13,7 @@
 namespace host {
 namespace {
 
-/// A conversion's part between "%" and its letter.
+/// The flags, width, precision and size of a conversion, which are between its "%" and its letter.
 struct Conversion {
     std::string flags;
     int width = 0;
@@ -101,7 +101,7 @@ private:
                 return AppendNumber(conversion, "llX", UnsignedArgument(conversion));
             case 'p':
                 output += "0x";
-                return AppendNumber(conversion, "llx", AddressArgument());   // "p" has another form on each system
+                return AppendNumber(conversion, "llx", AddressArgument());   // the form of "%p" depends on the system
             case 'f':
                 return AppendNumber(conversion, "f", va_arg(arguments, double));
             default:

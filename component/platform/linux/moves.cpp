@@ -1,4 +1,4 @@
-// Moves and removals of files: renames that are on the disk when the call returns, and copies across volumes.
+// Moves and deletes files. A move to another volume copies the file. A move with write-through syncs to the disk.
 
 #include <component/platform/files.h>
 
@@ -61,13 +61,14 @@ private:
         return replaces || error == kErrorFileNotFound || FailWith(error);
     }
 
-    /// A directory is synchronised once.
+    /// Opens the parent directories for the sync; only one of them if both paths have the same parent.
     bool OpenDirectories() {
         const bool sameParent = std::string_view(source.Parent().Text()) == target.Parent().Text();
         return targetDirectory.Open(target) && (sameParent || sourceDirectory.Open(source));
     }
 
-    /// The contents go to the disk before their new name does, so that after a power cut the name never has less.
+    /// Writes the contents to the disk before the rename, so that after a power cut the new name never refers to
+    /// incomplete contents.
     bool PrepareSync() {
         if (!OpenDirectories()) return false;
         if (!S_ISREG(moved.status.st_mode)) return true;

@@ -1,4 +1,4 @@
-// Paths from UTF-16 with drive and backslashes to the system's form and back.
+// Converts UTF-16 paths with drive and backslashes to the system's form, and the system's paths to drive form.
 
 #include "native_path.h"
 
@@ -56,7 +56,7 @@ NativePath NativePath::Parent() const {
     std::size_t end = StartOfName();
     while (end > 1 && text[end - 1] == '/') --end;
     parent.CutTo(end);
-    if (end == 0) static_cast<void>(parent.Append("."));   // fits, as the path had a name here
+    if (end == 0) static_cast<void>(parent.Append("."));   // fits: the removed name was at least as long
     return parent;
 }
 

@@ -18,13 +18,14 @@ bool Empties(const OpenRequest& request) {
     return request.creation == kCreateAlways || request.creation == kTruncateExisting;
 }
 
-/// The rights that the open needs. Emptying a file needs the right to write, which the opener doesn't keep.
+/// The rights that the open needs. Emptying a file needs the right to write; an opener that didn't request it loses it
+/// after the open.
 std::uint32_t RightsToOpen(const OpenRequest& request) {
     return Empties(request) ? request.uses | kShareWrite : request.uses;
 }
 
 /// Returns the descriptor, or -1 with `errno`. Writers open for reading too, since only a readable descriptor can hold
-/// marks. With O_NONBLOCK the open of a FIFO doesn't wait.
+/// the marks of `sharing.h`. With O_NONBLOCK the open of a FIFO doesn't wait.
 int OpenOrCreate(const NativePath& path, const OpenRequest& request, bool& created) {
     const bool writes = (RightsToOpen(request) & kShareWrite) != 0;
     const int flags = (writes ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;

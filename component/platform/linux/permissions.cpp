@@ -15,13 +15,13 @@ constexpr char kAccessListName[] = "system.posix_acl_access";
 constexpr mode_t kPermissionBits = 0777;
 constexpr mode_t kGroupBits = 0070;
 
-/// The errors of a file system that doesn't store what it is given, or doesn't let this process set it.
+/// True if `error` means that the file system doesn't support the attribute, or doesn't let this process set it.
 bool IsNotStored(int error) { return error == EPERM || error == EOPNOTSUPP || error == ENOSYS; }
 
 /// `mode` with no more rights for the group than for all others.
 mode_t LimitGroup(mode_t mode) { return mode & (~kGroupBits | (mode << 3)); }
 
-/// A new file inherits a list if its directory has a default one.
+/// Removes the access control list that a new file inherits if its directory has a default list.
 bool RemoveAccessList(int file) {
     return fremovexattr(file, kAccessListName) == 0 || errno == ENODATA || IsNotStored(errno);
 }

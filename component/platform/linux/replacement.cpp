@@ -30,7 +30,7 @@ bool ReadPermissions(const NativePath& original, const NativePath& backup, std::
     return true;
 }
 
-/// Removes the entry at `path`, which is a file of an earlier save or an attack. `stale` keeps the claim, so that no
+/// Removes the entry at `path`, which an earlier save left or an attacker created. `stale` holds the claim, so that no
 /// other process removes the entry at the same time. Fails if another process has reserved the file or holds it open.
 bool RemoveStale(const NativePath& path, ClaimedEntry& stale) {
     const std::uint32_t error = ClaimForRename(path, stale);

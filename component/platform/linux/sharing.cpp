@@ -1,4 +1,4 @@
-// Sharing by locks of the open file description.
+// Implements sharing marks as locks of the open file description (F_OFD_SETLK).
 
 #include "sharing.h"
 
@@ -47,13 +47,14 @@ bool HasLocks(int descriptor) {
     return errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP && errno != ENOLCK;
 }
 
-/// Sets or removes one mark; false with `errno`. A descriptor that isn't readable can't hold marks and has none.
+/// Sets or removes one mark. Returns false with `errno`. A descriptor that isn't readable can't hold marks; for it the
+/// call does nothing and returns true.
 bool SetMark(int descriptor, int type, off_t mark) {
     struct flock lock = ByteLock(type, mark);
     return fcntl(descriptor, F_OFD_SETLK, &lock) == 0 || errno == EBADF;
 }
 
-/// Sets the marks of an opener; false with `errno` at the first that is refused.
+/// Sets or removes the marks of an opener. Stops at the first that is refused and returns false with `errno`.
 bool SetMarks(int descriptor, int type, std::uint32_t uses, std::uint32_t denies) {
     for (const Right& right : kRights) {
         if ((uses & right.bit) != 0 && !SetMark(descriptor, type, right.useMark)) return false;

@@ -3,27 +3,28 @@
 /// An opener sets marks on the open file: one for each right that it uses and one for each that it denies to others.
 /// The marks are shared locks of single bytes far beyond the end of any content. The system ties them to the open file
 /// description: two openers of one process have their own, and they end with the last descriptor, however the process
-/// ends. An opener first sets its marks and then checks for marks of others that exclude it; so of two that exclude
-/// each other never both succeed. On a file system without such locks every opener succeeds.
+/// ends. An opener first sets its marks and then checks for marks of others that exclude it. So two openers that
+/// exclude each other never both succeed. On a file system without such locks every opener succeeds.
 #pragma once
 
 #include <cstdint>
 
 namespace platform {
 
-/// A right beside those of opening, which an opener uses and denies while it renames or removes the file: no other
-/// process does the same meanwhile.
+/// A right in addition to `kShareRead`, `kShareWrite` and `kShareDelete`. An opener uses and denies it while it renames
+/// or removes the file, so that no other opener renames or removes the file at the same time.
 inline constexpr std::uint32_t kChangeName = 8;
 
 /// Marks `descriptor` for an opener that uses and denies the given rights (`kShareRead` and its neighbours, as bits)
-/// and checks for others. Returns 0, or with no mark left an error: `kErrorSharingViolation` if another opener excludes
-/// this one, another number if the file system refuses a lock. An opener that uses no right isn't checked.
+/// and checks for others. Returns 0 or an error: `kErrorSharingViolation` if another opener excludes this one, another
+/// number if the file system refuses a lock. After an error no marks are left. An opener that uses no right gets no
+/// marks and isn't checked.
 [[nodiscard]] std::uint32_t ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies);
 
-/// Removes the marks of rights in use, as the opener itself goes on without them.
+/// Removes the marks for the rights in `uses`. The opener keeps the file open, but no longer uses these rights.
 void DropUse(int descriptor, std::uint32_t uses);
 
-/// Removes all marks of `descriptor`, also for duplicates of it. A reservation stays.
+/// Removes all marks of `descriptor`, which its duplicates share. Keeps a reservation.
 void ReleaseClaims(int descriptor);
 
 /// Reserves the file for one opener until the last duplicate of `descriptor`, which must be writable, is closed. It

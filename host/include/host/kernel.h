@@ -27,7 +27,7 @@ struct KernelOptions {
     bool offerImports = true;   // false: the module finds neither the trace function nor the text import
 };
 
-/// The arguments of a module's call of `RegisterInterface`, in their order. The tables stay the module's.
+/// The arguments of a module's call of `RegisterInterface`, in their order. The module owns the tables.
 struct Registration {
     kernel::HostWord interfaceNumber;
     kernel::HostWord moduleNumber;

@@ -1,4 +1,4 @@
-/// A lock between processes with a limited waiting time. Its lock file exists as long as the lock is held.
+/// A lock between processes with a limited waiting time. Releasing the lock removes its lock file.
 #pragma once
 
 #include <chrono>

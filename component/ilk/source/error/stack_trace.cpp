@@ -62,7 +62,7 @@ std::uint32_t ReadModuleName(Handle module, ModulePathFunction readPath, basic_s
             return error;
         }
     } catch (...) {
-        // Without memory the error is that of a path that is too long.
+        // Without memory: the same error as for a path that is too long.
     }
     return platform::kErrorOutOfMemory;
 }

@@ -55,7 +55,8 @@ Position SkipRoot(Position begin, Position end) {
     return isDevice ? SkipDeviceRoot(serverEnd + 1, end) : FirstComponentEnd(serverEnd + 1, end);
 }
 
-/// Returns the start of the part that is normalised. A separator at the end of the root belongs to that part.
+/// Returns the position after the part of a path that normalisation doesn't change. That part doesn't include a
+/// separator at the end of the root.
 Position SkipFixedPart(Position begin, Position end) {
     if (std::u16string_view(begin, end).starts_with(kTwoSeparators)) {
         const Position rootEnd = SkipRoot(begin, end);

@@ -1,4 +1,5 @@
-/// File calls with the names and the outcomes of Windows. A failed call sets the thread's last error (`errors.h`).
+/// File functions with the names and results of those of Windows. A failed call sets the thread's last error
+/// (`errors.h`).
 ///
 /// Paths are terminated UTF-16. On Linux the file system is the drive `Z:`, whose root is `/`. The calls accept both
 /// separators, the prefix `\\?\`, paths that begin with a separator, and relative paths. An empty path and another
@@ -68,9 +69,9 @@ struct SecurityAttributes {
 /// On Linux an existing entry at `path` is removed, never written or followed; a directory is error 5. Before its first
 /// byte the new file gets mode, owner, group and access control list of `original`, else of `backup`, as far as the
 /// process may set them; if both are missing, those of any new file. `original` must be missing or a regular file, also
-/// through symbolic links, else the error is that of `CreateFileW`. Until the caller closes the handle in `reservation`
-/// too, this call gets error 32 for the file in every process: threads of two containers may have the same number, and
-/// so the same name for their temporary files.
+/// through symbolic links, else the error is that of `CreateFileW`. Until the caller closes both handles, other calls
+/// with the same `path` get error 32 in every process. Two callers can choose the same `path`: the name contains a
+/// thread number, and threads in two containers can have the same number.
 [[nodiscard]] Handle CreateReplacementFile(const char16_t* path, const char16_t* original, const char16_t* backup,
                                            Handle* reservation);
 

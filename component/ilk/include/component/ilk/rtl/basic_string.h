@@ -91,7 +91,7 @@ public:
         return position != view_type::npos ? static_cast<std::uint32_t>(position) : npos;
     }
 
-    /// `text` may lie in this string; that holds for every member with a text argument.
+    /// `text` may be a part of this string, here and in every other member that takes text.
     basic_string_t& append(const char_type* text, std::size_t count) {
         if (count > capacity_ - size_) return AppendGrowing(text, count);
         Traits::copy(data_ + size_, text, count);
@@ -221,7 +221,8 @@ private:
         if (!IsInline()) allocator_.Free(data_);
     }
 
-    /// Continues in `block`, which has the text already; the old block goes to `holder` as in `reserve_extra`.
+    /// Replaces the string's block by `block`, which contains the text already. The old block goes to `holder` as in
+    /// `reserve_extra`.
     void ReplaceBlock(char_type* block, std::uint32_t capacity, BlockHolder* holder) noexcept {
         if (holder != nullptr && !IsInline()) {
             holder->Hold(allocator_, data_);

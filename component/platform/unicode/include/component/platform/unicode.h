@@ -14,7 +14,7 @@ inline constexpr char32_t kNoCodePoint = 0xFFFFFFFF;
 inline constexpr char32_t kFirstSupplementary = 0x10000;   // UTF-16 needs a surrogate pair from here on
 inline constexpr char32_t kMaxCodePoint = 0x10FFFF;
 
-/// What a unit that begins no valid sequence is read as. Only that unit is consumed.
+/// How a unit that begins no valid sequence is read. Only that unit is consumed.
 enum class Malformed {
     Reject,    // `kNoCodePoint`
     Replace,   // `kReplacementCharacter`
@@ -29,8 +29,8 @@ enum class Malformed {
     return policy == Malformed::Replace ? kReplacementCharacter : kNoCodePoint;
 }
 
-/// Removes the first code point from `text`, which must not be empty, and returns it. Malformed is an unpaired
-/// surrogate.
+/// Removes the first code point from `text`, which must not be empty, and returns it. An unpaired surrogate is
+/// malformed.
 [[nodiscard]] constexpr char32_t ReadUtf16(std::u16string_view& text, Malformed policy) {
     const char32_t first = text.front();
     text.remove_prefix(1);
@@ -41,8 +41,8 @@ enum class Malformed {
     return kFirstSupplementary + ((first - 0xD800) << 10) + (second - 0xDC00);
 }
 
-/// Removes the first code point from `text`, which must not be empty, and returns it. Malformed are stray, missing and
-/// impossible bytes, sequences longer than needed, surrogates, and code points above `kMaxCodePoint`.
+/// Removes the first code point from `text`, which must not be empty, and returns it. Stray, missing and impossible
+/// bytes, sequences longer than needed, surrogates, and code points above `kMaxCodePoint` are malformed.
 [[nodiscard]] constexpr char32_t ReadUtf8(std::string_view& text, Malformed policy) {
     struct Form {
         std::uint8_t mask;   // the bits of the first byte that identify the form
@@ -70,7 +70,7 @@ enum class Malformed {
     return ReadMalformed(first, policy);
 }
 
-/// The units that the writers below need, at most 2 and 4.
+/// Return the number of units that `WriteUtf16` and `WriteUtf8` write: at most 2 and at most 4.
 [[nodiscard]] constexpr std::uint32_t Utf16Length(char32_t codePoint) {
     return codePoint < kFirstSupplementary ? 1 : 2;
 }

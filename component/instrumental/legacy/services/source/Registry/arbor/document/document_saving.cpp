@@ -1,3 +1,5 @@
+// Saves a document: writes a temporary file, makes the backups, and moves the temporary file to the document's path.
+
 #include "document/document_saving.h"
 
 #include "document/text_buffer.h"
@@ -30,7 +32,7 @@ Text ThreadSuffix() {
     return suffix;
 }
 
-Text Beside(std::u16string_view name, std::u16string_view ending, std::u16string_view suffix = {}) {
+Text AppendToPath(std::u16string_view name, std::u16string_view ending, std::u16string_view suffix = {}) {
     Text path(name);
     path.append(ending);
     path.append(suffix);
@@ -57,10 +59,10 @@ public:
         : host(object),
           name(documentName),
           backupMode(mode),
-          temporary(Beside(BaseName(), u".tmp", ThreadSuffix())),
-          firstBackup(Beside(BaseName(), u".bak")),
-          secondBackup(Beside(BaseName(), u".bak2")),
-          scrap(Beside(BaseName(), u".bak2", ThreadSuffix())) {}
+          temporary(AppendToPath(DocumentPath(), u".tmp", ThreadSuffix())),
+          firstBackup(AppendToPath(DocumentPath(), u".bak")),
+          secondBackup(AppendToPath(DocumentPath(), u".bak2")),
+          scrap(AppendToPath(DocumentPath(), u".bak2", ThreadSuffix())) {}
 
     ResultCode Run(const SerialiseCall& serialise) {
         Trace(host, TraceProgress, "arbor\tsave to temporary file %S, backup mode: %u", temporary.data(),
@@ -70,7 +72,7 @@ public:
             return code;
         }
         if (backupMode == BackupFirstThenRotate) MakeFirstBackup();
-        if (IsDefaultFileName(BaseName()) || backupMode == BackupRotate) MakeSecondBackup();
+        if (IsDefaultFileName(DocumentPath()) || backupMode == BackupRotate) MakeSecondBackup();
         return MoveToDocument();
     }
 
@@ -80,7 +82,7 @@ public:
 
 private:
     /// The path as the system takes it: up to the first terminator, which a caller can put anywhere.
-    [[nodiscard]] std::u16string_view BaseName() const { return name.data(); }
+    [[nodiscard]] std::u16string_view DocumentPath() const { return name.data(); }
 
     static const char16_t* NameOrNone(const Text& name) { return name.empty() ? u"<no name>" : name.data(); }
 
@@ -88,7 +90,7 @@ private:
         const ResultCode opened =
             ilk::ToHostResult(file.OpenReplacement(temporary.data(), name.data(), secondBackup.data()));
         const ResultCode code = IsSuccess(opened) ? WriteToFile(serialise) : opened;
-        file.Close();   // what is open isn't moved; the reservation stays
+        file.Close();   // an open file can't be moved; the temporary name stays reserved
         return code;
     }
 
@@ -146,7 +148,7 @@ private:
     const Text& name;
     std::uint8_t& backupMode;
     Text temporary;      // the new document while it is written
-    Text firstBackup;    // written once
+    Text firstBackup;    // a copy of the text of one save; never overwritten
     Text secondBackup;   // the document before the latest save
     Text scrap;          // the old second backup until it is removed
     ilk::File file;      // the temporary file; its name stays reserved until the save ends

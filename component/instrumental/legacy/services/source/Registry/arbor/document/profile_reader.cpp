@@ -50,7 +50,7 @@ private:
     std::vector<Level> levels;
 };
 
-/// Reads the native form.
+/// Reads a document in the store's own format: the root element is `kRootElement`.
 class NativeReader {
 public:
     NativeReader(Key& root, XmlReader& xmlReader) : reader(xmlReader), openElements(root) {}
@@ -62,7 +62,8 @@ public:
             const std::int32_t result = reader.NextStartTag(element, 0, nullptr);
             if (result < 0) return kBadDocument;
             if (result == XmlNone && openElements.IsEmpty()) return kDone;
-            // No start tag: the key's end tag, or stray text, after which the rest of the key is skipped.
+            // Without a start tag the input has the key's end tag or stray text. `Leave` skips the rest of the key in
+            // both cases.
             const ResultCode code = result == XmlNone             ? openElements.Leave(reader)
                                     : element.NameIs(kKeyElement) ? ReadKey(element)
                                                                   : ReadValue(element);
@@ -120,7 +121,7 @@ private:
     std::string text;
 };
 
-/// Reads any other XML.
+/// Reads any other XML: an element becomes a key, its attributes and text become tSTRING values.
 class ForeignReader {
 public:
     ForeignReader(Key& root, XmlReader& xmlReader) : reader(xmlReader), openElements(root) {}

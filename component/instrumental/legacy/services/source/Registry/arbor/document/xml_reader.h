@@ -117,8 +117,9 @@ public:
     std::int32_t ReadName(ByteSlice& name);
 
     /// Skips white space, comments and instructions and reads the start tag that follows. The tag ends at its first
-    /// `>`, quoted or not. Returns `XmlNone` if something else follows, which isn't consumed; with `ReportText`,
-    /// `TokenText` or `TokenCData`. `expected`, NUL-terminated, is used only with `RequireName`.
+    /// `>`, quoted or not. If something else follows, doesn't consume it and returns `XmlNone`. If that is text or
+    /// CDATA and the flag `ReportText` is set, returns `TokenText` or `TokenCData` instead. `expected`, NUL-terminated,
+    /// is used only with `RequireName`.
     std::int32_t NextStartTag(XmlElement& element, std::uint32_t flags, const char* expected);
 
     /// Skips white space and reads a whole element if it has the layout that a save writes: `opening` (a space, the

@@ -1,10 +1,10 @@
 /// The settings store: a tree of keys and values, the document that it is read from and saved to, and the interface
 /// `Registry` to both.
 ///
-/// An object lies in memory of the host, zeroed before construction. The host calls the lifecycle in order, while no
-/// other call runs. With `Synchronised` set before `ObjectReady` any thread may call the methods of the interface. The
-/// property handlers, `SetRootKey` and `SetRootStr` take no lock. The kernel contract's `interface.h` documents the
-/// methods.
+/// The host allocates the memory of an object and zeroes it before construction. It calls the lifecycle methods in
+/// order, while no other call runs. If `Synchronised` is set before `Ready`, any thread may call the methods of the
+/// interface. The property handlers, `SetRootKey` and `SetRootStr` take no lock. `component/kernel/interface.h`
+/// documents the methods.
 #pragma once
 
 #include "document/document_text.h"
@@ -90,11 +90,11 @@ private:
     /// False without a tree and for `kNoKey`.
     [[nodiscard]] bool HasKey(KeyHandle handle) const { return tree.top != nullptr && handle != kNoKey; }
 
-    /// Returns the current root for 0, null if the handle has no key, otherwise the handle as an address: it isn't
-    /// looked up in the tree.
+    /// Returns null if there is no tree or the handle is `kNoKey`, and the current root if the handle is 0. Any other
+    /// handle is converted to an address without a check that the tree contains such a key.
     [[nodiscard]] Key* ResolveKey(KeyHandle handle) const;
 
-    // The shape of the methods; `object/method.h` describes and defines these.
+    // The steps common to all methods: lock, key lookup and trace line. Defined in `object/method.h`.
     ResultCode RunTraced(const auto& work, const char* line, auto... arguments);
     ResultCode RunLocked(LockMode mode, const auto& work, const char* line, auto... arguments);
     template <ResultCode missing = kNoKeyThere>

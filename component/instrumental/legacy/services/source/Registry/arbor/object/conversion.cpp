@@ -52,8 +52,8 @@ ResultCode AssignWideText(const HostObject* host, const Value& value, std::uint3
     return target.Assign(text.get(), kCodePageUtf16, size + kTerminatorBytes);
 }
 
-/// Makes `type` `tBINARY` if `value` is a block of exactly `size` bytes: such a block is read and written as raw bytes,
-/// whatever type the caller named.
+/// Sets `type` to `tBINARY` if `value` is a `tBINARY` value of exactly `size` bytes. Such a value is read and written
+/// as raw bytes, whatever type the caller named.
 ResultCode AlignBinaryRequest(const HostObject* object, const Value& value, TypeCode& type, std::uint32_t size) {
     if (value.GetType() != tBINARY) return kDone;
     std::uint32_t storedSize = 0;
@@ -107,7 +107,8 @@ ResultCode ConvertOnWrite(const HostObject* object, Value& value, TypeCode type,
 
     const ValuePtr source = MakeTemporary(object, type);
     if (!source) return kOutOfMemory;
-    // Refused data leaves `source` zero or empty, and the text of that is written. Any other failure ends the write.
+    // If `Set` returns `kInvalidArgument`, `source` is still zero or empty, and its text is written all the same. Any
+    // other failure ends the write.
     const ResultCode filled = source->Set(data, size);
     if (IsFailure(filled) && filled != kInvalidArgument) return filled;
     HostBlock<char> text;

@@ -96,7 +96,8 @@ private:
         const std::uint32_t index = level.nextIndex++;
         const KeyHandle sourceKey = level.sourceKey;
         const KeyHandle destinationKey = level.destinationKey;
-        // Before the keys are opened: no level holds them yet if `Enter` throws.
+        // Reserves the level before the keys are opened, so that `push_back` in `Enter` can't throw: keys that are open
+        // but in no level would never be closed.
         if (openLevels.size() == openLevels.capacity()) openLevels.reserve(2 * openLevels.size());
         std::uint32_t size = 0;
         ResultCode code = sourceMethods.GetKeyNameByIndex(source, &size, sourceKey, index, nullptr, 0, 0);

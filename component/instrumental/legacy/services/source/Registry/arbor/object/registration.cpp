@@ -56,7 +56,7 @@ HostWord Handler() {
 
 constexpr char kDescription[] = "arbor";
 
-// Numbers that the host defines: the kinds of rows that have them are known here, the meaning of each bit isn't.
+// Flag values that the host defines: it is known which value each kind of row needs, but not what each bit means.
 enum PropertyFlags : HostWord {
     Handlers = 0,
     Field1 = 1,

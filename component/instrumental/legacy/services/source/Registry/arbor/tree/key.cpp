@@ -25,7 +25,7 @@ bool IsRedirect(const Value& value) {
     return value.GetType() == tSTRING && static_cast<const ByteStringHolder&>(value).TextIs(kRedirectMarker);
 }
 
-/// For lookups: they are const, and return keys and entries that callers may change.
+/// Casts away const: the lookups are const, but return keys and entries that the caller may change.
 template <class List>
 List& Mutable(const List& list) {
     return const_cast<List&>(list);
@@ -96,8 +96,8 @@ Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created
         const bool isLast = splitter.AtLastComponent();
         const std::string_view component = splitter.Next();
         const HashedName hashed = HashName(component);
-        // A component before a `/` may contain `\`. It names existing keys if it can, and else one key with the whole
-        // of it.
+        // A component before a `/` may contain `\`. If the keys on the path with `\` as separator all exist, the
+        // component refers to the last of them. Otherwise one key is added whose name is the whole component.
         Key* child = nullptr;
         if (!isFirst || !alwaysNew) child = isLast ? key->FindChild(hashed) : key->FindPathRange(component, nullptr);
         if (child == nullptr) {
@@ -117,7 +117,7 @@ Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created
     return key;
 }
 
-// A child with the name of an earlier one isn't in the index, where the record of the earlier one must stay.
+// If an earlier child has the same name, the index refers to that child, and its record must stay.
 void Key::UndoAddChild(Key* child) { RemoveChild(child, !IsIndexed(*child)); }
 
 bool Key::IsIndexed(const Key& child) const { return FindChild(HashName(child.name.View())) == &child; }
@@ -265,7 +265,7 @@ ResultCode Key::AddEntry(std::string_view valueName, TypeCode code, SetValue set
     if (owner == nullptr) return kNotInitialised;
     // Computed first, so that the processor overlaps its multiplications with the allocations that follow.
     const std::uint32_t hash = NameHash(valueName);
-    // A failed add erases the index record of its name, as every removal does; before the entry is named, none.
+    // On a failure the entry is removed. The removal erases the index record of its name, if it has a name already.
     bool isNamed = false;
     const auto remove = [this, &isNamed](ValueEntry* failed) { RemoveEntry(failed, !isNamed); };
     std::unique_ptr<ValueEntry, decltype(remove)> entry(NewEntry(code), remove);

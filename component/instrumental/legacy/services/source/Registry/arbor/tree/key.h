@@ -2,8 +2,8 @@
 ///
 /// A key owns its values and all keys below it, in blocks of the host's heap. It has no pointer to its parent. Names
 /// are compared without regard to ASCII case. Several children or values may have equal names (documents can contain
-/// them); then the index holds only the first, and the others are found by position alone. Walks along the depth of
-/// the tree are loops, so depth uses no stack.
+/// them); then the index holds only the first, and the others are found by position alone. No operation recurses once
+/// per level, so a deep tree needs no more call stack than a shallow one.
 ///
 /// Not synchronised: the caller holds the object's lock, shared for const operations and exclusive for the others. No
 /// operation throws.
@@ -24,8 +24,8 @@
 
 namespace arbor::module {
 
-/// Name given to a value that comes without one: the text of a foreign element, and a value added by index, whose name
-/// has the index appended.
+/// Name of a value that has no name of its own: the text of an element in a foreign document. A value that is added by
+/// index gets this name with the index appended.
 inline constexpr char kUnnamedValue[] = "noname";
 
 class Key;
@@ -88,13 +88,14 @@ public:
 
     [[nodiscard]] std::uint32_t ChildCount() const { return static_cast<std::uint32_t>(children.size()); }
 
-    /// Finds the parent of `key` in the subtree of this key, which counts as its own parent. `key` is only compared: it
-    /// may be the address of a removed key. On a failure `parent` is null: `kUnspecified` if `key` is not in the
-    /// subtree, `kOutOfMemory` if the search has no memory.
+    /// Finds the parent of `key` in the subtree of this key. If `key` is this key, `parent` is this key too. `key` is
+    /// only compared: it may be the address of a removed key. Returns `kUnspecified` if `key` is not in the subtree, or
+    /// `kOutOfMemory` if the search has no memory; `parent` is null then.
     ResultCode ParentOf(const Key* key, const Key*& parent) const;
 
-    /// Writes the path from this key to `target`, with a terminator, at `dst + length`, and adds its length in bytes
-    /// without the terminator to `length`. `cap` is the size of `dst`. A null `dst` only measures. Returns
+    /// Writes the path from this key to `target`, both names included, with a terminator, at `dst + length`, and adds
+    /// its length in bytes without the terminator to `length`. If `length` isn't 0, a separator is written first. `cap`
+    /// is the size of `dst`. A null `dst` only measures. Returns
     /// `kBufferTooSmall` with `length` as on success, `kUnspecified` with `length` unchanged if `target` is not in the
     /// subtree, `kInvalidArgument` for a null `target`, or `kOutOfMemory`.
     ResultCode GetPath(const Key* target, char* dst, std::uint32_t cap, std::uint32_t& length, char separator) const;
@@ -106,8 +107,8 @@ public:
     /// Removes the child at that position and all below it, or returns `kNoSuchEntry`.
     ResultCode RemoveChildAt(std::uint32_t index);
 
-    /// Destroys `child` and all below it. Unless `keepIndex`, the record of its name is erased too, also if the record
-    /// is that of another child with an equal name.
+    /// Destroys `child` and all below it. Unless `keepIndex` is true, also erases the index record of its name, even if
+    /// that record refers to another child with an equal name.
     void RemoveChild(Key* child, bool keepIndex);
 
     /// Removes all values and all child keys; this key stays.
@@ -119,9 +120,10 @@ public:
     /// `kUnnamedValue` of the child key of the same name, if there is one, and so on from there.
     Value* FindValue(const char* valueName) const;
 
-    /// Appends a value, even if one of that name exists. Returns `kOutOfMemory`, also for a type that can't be stored;
-    /// `kInvalidArgument` for a null name; the code of a failed `Value::Set`. A failed call leaves no entry. If it
-    /// fails after the entry got its name, it erases the index record of that name, even that of an earlier entry.
+    /// Appends a value, even if one of that name exists. Returns `kOutOfMemory` if there is no memory or the type can't
+    /// be stored, `kInvalidArgument` for a null name, or the code of a failed `Value::Set`. A failed call adds no
+    /// value. If `Value::Set` or the insertion into the index fails, the call also erases the index record of that
+    /// name, even if the record refers to an earlier value.
     ResultCode AddValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size);
 
     /// As `AddValue`, but returns `kAlreadyExists` if a value of that name exists.

@@ -27,12 +27,12 @@ struct KeyTree {
 
     /// Finds the sibling after `key`, which may be the address of a removed key. Returns `kNoKeyThere` if `key` is the
     /// last sibling, the current root or not a key below it; `kOutOfMemory` if the search has no memory. A step that
-    /// continues an earlier one usually takes constant time. Safe for several threads under shared entry.
+    /// continues an earlier one usually takes constant time. Several threads may call it with the lock held shared.
     ResultCode NextSibling(const Key* key, Key*& next) const;
 
-    /// To call under exclusive entry before `removed` and all below it are removed, which may be null: invalidates the
-    /// cached siblings, and moves a `current` at or below `removed` to `top`. Returns 0, or `kOutOfMemory` if the
-    /// search for `current` has no memory.
+    /// Invalidates the cached siblings. If `current` is at or below `removed`, sets `current` to `top`. The caller
+    /// holds the lock exclusively and calls this before it removes `removed`, which may be null. Returns 0, or
+    /// `kOutOfMemory` if the search for `current` has no memory.
     ResultCode PrepareRemoval(const Key* removed);
 
     /// Removes all keys below `current` and all its values; `current` itself stays.

@@ -1,7 +1,7 @@
 /// The syntax of key paths: names separated by `/` or `\`. Nothing else states which characters separate.
 ///
 /// The separators have two rules. In a path that a caller passes (`PathSplitter`), a `/` takes precedence: while one is
-/// left, a `\` is part of a name. In a range within such a path (`AnySeparatorSplitter`) both separate alike.
+/// left, a `\` is part of a name. Within one component of such a path (`AnySeparatorSplitter`) both are separators.
 #pragma once
 
 #include <cstddef>
@@ -40,7 +40,7 @@ public:
     /// True at the end of the path and before an empty name.
     [[nodiscard]] bool AtEnd() const { return rest.empty() || NextSeparator() == 0; }
 
-    /// As `AtEnd`, for an operation that adds keys: true also before a `\` that would begin a name.
+    /// As `AtEnd`, for operations that add keys. Also true if the next component begins with `\`.
     [[nodiscard]] bool AtEndOfNewNames() const { return StartsWithEmptyName(rest); }
 
     /// True if no separator follows the next component.

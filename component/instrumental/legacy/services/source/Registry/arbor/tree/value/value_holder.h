@@ -22,8 +22,8 @@ public:
         return CopyBytesOut(&value, sizeof value, dst, cap, size);
     }
 
-    /// Compares bytes, not numbers: a NaN equals itself, and the two zeros differ. The cast to `void*` avoids a
-    /// warning.
+    /// Returns `ResultUnchanged` if the stored bytes equal `data`. Compares bytes, not numbers: a NaN equals itself,
+    /// and the two zeros differ. The cast to `void*` avoids a compiler warning.
     ResultCode Set(const void* data, std::uint32_t size) override {
         if (data == nullptr || size < sizeof value) return kInvalidArgument;
         if (std::memcmp(static_cast<const void*>(&value), data, sizeof value) == 0) return ResultUnchanged;
