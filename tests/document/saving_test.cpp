@@ -1,5 +1,6 @@
 #include "file_store_test.h"
 #include "support/file_faults.h"
+#include "support/latch.h"
 
 #include <component/platform/errors.h>
 #include <component/platform/threads.h>
@@ -8,7 +9,6 @@
 
 #include <atomic>
 #include <cstdio>
-#include <latch>
 #include <thread>
 
 namespace test {
@@ -281,19 +281,19 @@ TEST_F(SavingTest, NoChangeDuringASaveIsLost) {
         Store& s = LoadShared();
         std::uint32_t value = 2;
         s.SetNumber(0, "v", tDWORD, value);
-        std::latch returned(1);
+        testing_support::Latch returned(1);
         std::vector<std::thread> savers;
         const auto startSave = [&](bool fails, bool waits) {
-            std::latch written(1);
+            testing_support::Latch written(1);
             savers.emplace_back([&, fails, waits] {
                 const FileFaults faults(fails ? kNoMove : kNoFault, [&](const testing_support::FileEvent& event) {
                     if (!waits || event.call != FileCall::Write) return;
-                    written.count_down();
-                    returned.wait();
+                    written.CountDown();
+                    returned.Wait();
                 });
                 EXPECT_EQ(IsFailure(s.object.OwnMethods().Save(s.object.Get(), 1)), fails);
             });
-            waits ? written.wait() : savers.back().join();
+            waits ? written.Wait() : savers.back().join();
         };
         const auto step = [&](char what) {
             if (what == 'c') std::thread([&] { s.SetNumber(0, "v", tDWORD, ++value); }).join();
@@ -306,7 +306,7 @@ TEST_F(SavingTest, NoChangeDuringASaveIsLost) {
             });
             s.Save();
         }
-        returned.count_down();
+        returned.CountDown();
         for (std::thread& saver : savers) {
             if (saver.joinable()) saver.join();
         }
@@ -321,9 +321,9 @@ TEST_F(SavingTest, SaversAndAWriterTogetherLoseNoChange) {
     for (int round = 0; round < 50; ++round) {
         Store& s = LoadShared();
         std::atomic<int> saving{2};
-        std::latch start(3);
+        testing_support::Latch start(3);
         const auto save = [&] {
-            start.arrive_and_wait();
+            start.ArriveAndWait();
             for (int nth = 1; nth <= 4; ++nth) {
                 const FileFaults faults(nth % 2 == 0 ? kNoMove : FileFault{FileCall::Flush, 0});
                 static_cast<void>(s.object.OwnMethods().Save(s.object.Get(), 1));   // some fail, as they should
@@ -332,7 +332,7 @@ TEST_F(SavingTest, SaversAndAWriterTogetherLoseNoChange) {
         };
         std::thread first(save);
         std::thread second(save);
-        start.arrive_and_wait();
+        start.ArriveAndWait();
         int value = 1;
         while (saving.load() != 0) s.SetNumber(0, "v", tDWORD, ++value);
         first.join();

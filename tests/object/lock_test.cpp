@@ -2,6 +2,7 @@
 
 #include "lock_explorer.h"
 #include "store_test.h"
+#include "support/latch.h"
 
 #include <component/kernel/properties.h>
 
@@ -10,7 +11,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <latch>
 #include <string>
 #include <thread>
 
@@ -145,12 +145,12 @@ TEST_F(SharedStoreTest, ReadersNeverSeeHalfAChange) {
     const KeyHandle counters = s.Make("counters");
     for (int i = 0; i < 16; ++i) s.SetNumber(counters, ("n" + std::to_string(i)).c_str(), tDWORD, 0U);
     std::atomic<int> writing{kWriters};
-    std::latch start(kWriters + kReaders);
+    testing_support::Latch start(kWriters + kReaders);
     std::vector<std::thread> threads;
     for (int writer = 0; writer < kWriters; ++writer) {
         threads.emplace_back([&, writer] {
             const std::string own = "own" + std::to_string(writer);
-            start.arrive_and_wait();
+            start.ArriveAndWait();
             const auto isOver = [&] { return std::chrono::steady_clock::now() > deadline; };
             for (int round = 0; round < 2 || (round < kMaxRounds && !isOver()); ++round) {
                 KeyHandle key = kNoKey;
@@ -176,7 +176,7 @@ TEST_F(SharedStoreTest, ReadersNeverSeeHalfAChange) {
     for (int reader = 0; reader < kReaders; ++reader) {
         threads.emplace_back([&] {
             char text[64];
-            start.arrive_and_wait();
+            start.ArriveAndWait();
             while (writing.load() != 0) {
                 std::this_thread::sleep_for(50us);   // readers who never leave at once keep the writers out for good
                 std::uint32_t count = 0;
