@@ -17,7 +17,7 @@ ResultCode Arbor::LoadFromFile() {
               Name.data());
     }
     ResultCode code = LoadExistingFile();
-    const bool isMissing = code == ilk::ResultFileNotFound || code == ilk::ResultPathNotFound;
+    const bool isMissing = ilk::ToHostResult(code) == kNoDocument;
     if (isMissing && (OpenFlags & kOpenFlagCreate) != 0) {
         code = CreateMissingFile(Name);
         if (code == ilk::ResultAlreadyExists) code = LoadExistingFile();   // another process has just created it
