@@ -21,7 +21,7 @@ enum class Kind : std::uint32_t {
     Binary,
 };
 
-/// The kind that an element's name stands for. Throws `std::runtime_error` for any other name.
+/// Returns the kind whose element has this name. Throws `std::runtime_error` for any other name.
 [[nodiscard]] Kind KindOf(std::string_view element);
 [[nodiscard]] std::string_view ElementOf(Kind kind);
 

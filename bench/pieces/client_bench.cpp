@@ -20,7 +20,7 @@ constexpr const char* kText = "proxy.example.net";
 class Fixture {
 public:
     Fixture() {
-        if (bench::SharedHost().Interface() == nullptr) bench::SharedHost().Start(&ModuleEntry);
+        if (bench::SharedHost().LastRegistration() == nullptr) bench::SharedHost().Start(&ModuleEntry);
         object.emplace(bench::SharedHost());
         store.emplace(object->Get());
         ready = kernel::IsSuccess(object->Ready()) && (*store)[kPath].Set("Port", 8080u) &&

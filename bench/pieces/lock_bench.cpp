@@ -75,7 +75,7 @@ public:
 
 private:
     static void Start() {
-        if (bench::SharedHost().Interface() == nullptr) bench::SharedHost().Start(&ModuleEntry);
+        if (bench::SharedHost().LastRegistration() == nullptr) bench::SharedHost().Start(&ModuleEntry);
     }
 };
 

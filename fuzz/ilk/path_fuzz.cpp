@@ -10,7 +10,8 @@ namespace {
 using Text = ilk::basic_string_t<char16_t>;
 using View = std::u16string_view;
 
-/// A byte a unit, but for those that stand for what no path is made of: longer texts are tried than with two.
+/// Makes one unit of each byte, so that an input of the same size gives a longer path. Bytes from 0x80 on become units
+/// that no valid path has.
 std::u16string Widened(std::string_view bytes) {
     std::u16string text;
     for (const char byte : bytes) {

@@ -80,7 +80,7 @@ Entry* FindEntry(const Key& key, std::string_view name) {
     return found != key.valuesByName.end() ? found->second : nullptr;
 }
 
-/// A marker stands for the text of the key of its own name.
+/// Follows a redirect marker to the unnamed value of the key with the same name.
 Value* FindValue(Key& key, const std::string& name) {
     Entry* entry = FindEntry(key, name);
     if (entry == nullptr) return nullptr;

@@ -116,7 +116,7 @@ private:
 class Session {
 public:
     Session(host::Kernel& hostKernel, fuzz::Input& input)
-        : kernel(hostKernel), in(input), methods(kernel.Interface()->methods), hostText(kernel) {
+        : kernel(hostKernel), in(input), methods(kernel.LastRegistration()->methods), hostText(kernel) {
         for (std::size_t i = 0; i < twins.size(); ++i) {
             twins[i] = std::make_unique<Twin>(kernel, i == 0 ? std::string(kDocument) : std::string(), i == 1);
         }
@@ -531,7 +531,7 @@ private:
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static host::Kernel kernel;
-    if (kernel.Interface() == nullptr) kernel.Start(&ModuleEntry);
+    if (kernel.LastRegistration() == nullptr) kernel.Start(&ModuleEntry);
     fuzz::Input input(data, size);
     Session(kernel, input).Run();
     FUZZ_CHECK(kernel.LiveBlocks() == 0);

@@ -185,7 +185,7 @@ private:
         reader.CloseElement(tag);
     }
 
-    void ReportDepth(std::size_t offset, std::size_t depth) {
+    void ReportIfTooDeep(std::size_t offset, std::size_t depth) {
         if (depth <= kMaxDepth || depthReported) return;
         depthReported = true;
         Report(offset, FindingKind::ReloadFails,
@@ -255,7 +255,7 @@ private:
         const KeyPath path = SplitKeyName(name);
         ReportKeyName(tag, name, path);
         const std::size_t depth = open.back().depth + path.names.size();
-        ReportDepth(tag.start, depth);
+        ReportIfTooDeep(tag.start, depth);
         if (tag.hasContent) PushElement(tag, depth);
     }
 
@@ -322,7 +322,7 @@ private:
                    Element(tag.name) + " is merged with the first of that name once the document is saved and loaded");
         }
         const std::size_t depth = open.back().depth + 1;
-        ReportDepth(tag.start, depth);
+        ReportIfTooDeep(tag.start, depth);
         if (tag.hasContent) PushElement(tag, depth);
     }
 

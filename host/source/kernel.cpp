@@ -48,17 +48,17 @@ struct Kernel::Slots {
                                                 kernel::HostWord methodCount, const kernel::PropertyRow* properties,
                                                 kernel::HostWord propertyCount, kernel::HostWord dataAreaBytes,
                                                 kernel::HostWord last) {
-        return reinterpret_cast<Face*>(object)->self->Register({interfaceNumber,
-                                                                moduleNumber,
-                                                                {fourth, fifth, sixth},
-                                                                internal,
-                                                                internalCount,
-                                                                methods,
-                                                                methodCount,
-                                                                properties,
-                                                                propertyCount,
-                                                                dataAreaBytes,
-                                                                last});
+        return reinterpret_cast<RootObject*>(object)->self->Register({interfaceNumber,
+                                                                      moduleNumber,
+                                                                      {fourth, fifth, sixth},
+                                                                      internal,
+                                                                      internalCount,
+                                                                      methods,
+                                                                      methodCount,
+                                                                      properties,
+                                                                      propertyCount,
+                                                                      dataAreaBytes,
+                                                                      last});
     }
 
     struct Import {
@@ -77,7 +77,7 @@ struct Kernel::Slots {
              reinterpret_cast<void*>(&ImportHostText)},
         };
         if (function == nullptr) return kernel::kInvalidArgument;
-        if (!reinterpret_cast<Face*>(object)->self->offerImports) return kNotSupported;
+        if (!reinterpret_cast<RootObject*>(object)->self->offerImports) return kNotSupported;
         for (const Import& import : imports) {
             if (import.kind != kind || import.number != number || import.mode != mode) continue;
             *function = import.function;
@@ -142,12 +142,12 @@ void Kernel::LoadModule(const std::filesystem::path& path) {
 }
 
 void Kernel::Start(const EntryPoint& entry) {
-    const std::uint32_t before = registrations;
+    const std::uint32_t before = registrationCount;
     kernel::ResultCode code = kernel::kUnexpected;
     const int started = entry(&root, kernel::kHostStartReason, &code);
     if (kernel::IsFailure(code)) throw ModuleError("the module didn't start: " + Describe(code));
     if (started == 0) throw ModuleError("the module didn't start: its entry point returned 0");
-    if (registrations == before) throw ModuleError("the module didn't start: it registered no interface");
+    if (registrationCount == before) throw ModuleError("the module didn't start: it registered no interface");
 }
 
 kernel::ResultCode Kernel::Register(const Registration& candidate) {
@@ -159,7 +159,7 @@ kernel::ResultCode Kernel::Register(const Registration& candidate) {
         return kernel::kInvalidArgument;
     }
     registration = candidate;
-    ++registrations;
+    ++registrationCount;
     return registrationResult;
 }
 

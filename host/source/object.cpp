@@ -28,8 +28,8 @@ kernel::ResultCode CopyOut(const void* source, std::uint32_t needed, std::uint32
 }
 
 const Registration& Registered(const Kernel& kernel) {
-    if (kernel.Interface() == nullptr) throw ModuleError("no module has registered the interface");
-    return *kernel.Interface();
+    if (kernel.LastRegistration() == nullptr) throw ModuleError("no module has registered the interface");
+    return *kernel.LastRegistration();
 }
 
 }   // namespace

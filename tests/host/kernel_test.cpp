@@ -137,11 +137,11 @@ TEST_F(KernelTest, ModulesThatDoNotStartSayWhy) {
                 HasSubstr("registered no interface"));
     host.SetRegistrationResult(kernel::kAccessDenied);
     EXPECT_THAT(Refusal([&] { host.Start(FakeEntry); }), HasSubstr("0x80000045: access denied"));
-    EXPECT_EQ(host.Interface(), nullptr);
+    EXPECT_EQ(host.LastRegistration(), nullptr);
     host.SetRegistrationResult(kernel::kKeyCreated);
     host.Start(FakeEntry);
-    ASSERT_NE(host.Interface(), nullptr);
-    EXPECT_EQ(host.Interface()->constants[2], 0x55U);
+    ASSERT_NE(host.LastRegistration(), nullptr);
+    EXPECT_EQ(host.LastRegistration()->constants[2], 0x55U);
 
     constructionAnswer = kernel::kUnexpected;
     EXPECT_THAT(Refusal([&] { host::Object object(host); }), HasSubstr("0x80000040"));

@@ -30,7 +30,7 @@ constexpr RowCase kRows[] = {
 };
 
 TEST_F(StoreTest, TheModuleRegistersItsTables) {
-    const host::Registration& given = *kernel.Interface();
+    const host::Registration& given = *kernel.LastRegistration();
     EXPECT_EQ(kernel.RegistrationCount(), 1U);
     EXPECT_EQ(given.interfaceNumber, 13U);
     EXPECT_EQ(given.moduleNumber, 0xA7FBU);

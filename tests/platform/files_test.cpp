@@ -156,8 +156,8 @@ TEST_F(FilesTest, ReadOnlyFileRefusesWritersOnceItIsMade) {
     if (IsLeftOut(Scope::OursOnly)) GTEST_SKIP();
     const std::u16string path = folder.Path(u"a");
     OpenHandle maker(path, kWrite, 0, platform::kCreateNew, platform::kAttributeReadOnly);
-    std::uint32_t done = 0;
-    EXPECT_TRUE(platform::WriteFile(maker.Get(), "x", 1, &done));
+    std::uint32_t writtenBytes = 0;
+    EXPECT_TRUE(platform::WriteFile(maker.Get(), "x", 1, &writtenBytes));
     maker.Close();
     EXPECT_NE(platform::GetFileAttributesW(path.c_str()) & platform::kAttributeReadOnly, 0U);
     EXPECT_EQ(OpenHandle(path, kRead, 0, platform::kOpenExisting).Error(), 0U);

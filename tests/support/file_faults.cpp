@@ -48,10 +48,10 @@ Handle RealOpen(const char16_t*, std::uint32_t, std::uint32_t, const SecurityAtt
 Handle Open(const char16_t*, std::uint32_t, std::uint32_t, const SecurityAttributes*, std::uint32_t, std::uint32_t,
             Handle) WRAPPED("11CreateFileWEPKDsjjPKNS_18SecurityAttributesEjjPv");
 Handle Open(const char16_t* path, std::uint32_t access, std::uint32_t share, const SecurityAttributes* security,
-            std::uint32_t creation, std::uint32_t flags, Handle pattern) {
+            std::uint32_t creation, std::uint32_t flags, Handle templateFile) {
     bool succeeds = false;
     if (!GoesOn(FileCall::Open, succeeds) && !succeeds) return platform::kInvalidHandle;
-    const Handle file = RealOpen(path, access, share, security, creation, flags, pattern);
+    const Handle file = RealOpen(path, access, share, security, creation, flags, templateFile);
     FileFaults::Tell(file != platform::kInvalidHandle, {.call = FileCall::Open, .file = file, .path = path});
     return file;
 }

@@ -67,7 +67,7 @@ bool IsValidCreation(std::uint32_t creation, std::uint32_t access) {
 
 Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t share,
                    const SecurityAttributes* /*security*/, std::uint32_t creation, std::uint32_t flags,
-                   Handle /*pattern*/) {
+                   Handle /*templateFile*/) {
     if (!IsValidCreation(creation, access)) {
         SetLastError(kErrorInvalidParameter);
         return kInvalidHandle;

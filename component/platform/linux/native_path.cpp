@@ -35,7 +35,7 @@ std::uint32_t RemoveDrive(std::u16string_view& path) {
 }   // namespace
 
 bool NativePath::Assign(const char16_t* path) {
-    CutTo(0);
+    SetLength(0);
     if (path == nullptr) return FailWith(kErrorPathNotFound);
     std::u16string_view rest(path);
     const std::uint32_t error = RemoveDrive(rest);
@@ -55,7 +55,7 @@ NativePath NativePath::Parent() const {
     NativePath parent = *this;
     std::size_t end = StartOfName();
     while (end > 1 && text[end - 1] == '/') --end;
-    parent.CutTo(end);
+    parent.SetLength(end);
     if (end == 0) static_cast<void>(parent.Append("."));   // fits: the removed name was at least as long
     return parent;
 }
@@ -63,7 +63,7 @@ NativePath NativePath::Parent() const {
 std::string_view NativePath::Name() const { return {text + StartOfName(), EndOfName() - StartOfName()}; }
 
 bool NativePath::ReplaceName(std::string_view name) {
-    CutTo(StartOfName());
+    SetLength(StartOfName());
     return Append(name);
 }
 
@@ -82,11 +82,11 @@ std::size_t NativePath::StartOfName() const {
 bool NativePath::Append(std::string_view more) {
     if (more.size() >= sizeof(text) - length) return FailWith(kErrorFilenameTooLong);
     std::memcpy(text + length, more.data(), more.size());
-    CutTo(length + more.size());
+    SetLength(length + more.size());
     return true;
 }
 
-void NativePath::CutTo(std::size_t lengthBytes) {
+void NativePath::SetLength(std::size_t lengthBytes) {
     length = lengthBytes;
     text[length] = '\0';
 }

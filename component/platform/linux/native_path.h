@@ -30,7 +30,7 @@ private:
     [[nodiscard]] std::size_t EndOfName() const;
     [[nodiscard]] std::size_t StartOfName() const;
     [[nodiscard]] bool Append(std::string_view more);
-    void CutTo(std::size_t lengthBytes);
+    void SetLength(std::size_t lengthBytes);
 
     std::size_t length = 0;
     char text[PATH_MAX] = {};

@@ -28,8 +28,8 @@ constexpr Right kRights[] = {
     {kShareDelete, kFirstMark + 2, kFirstMark + 6},
     {kChangeName, kFirstMark + 3, kFirstMark + 7},
 };
-constexpr off_t kMarks = 8;
-constexpr off_t kReservation = kFirstMark + kMarks;   // the one exclusive lock
+constexpr off_t kMarkCount = 8;
+constexpr off_t kReservation = kFirstMark + kMarkCount;   // the one exclusive lock
 
 struct flock ByteLock(int type, off_t mark) {
     struct flock lock {};
@@ -78,20 +78,20 @@ bool IsExcludedByOthers(int descriptor, std::uint32_t uses, std::uint32_t denies
 
 /// A lock for setting marks and checking. Without it two openers that exclude each other might both fail. If the lock
 /// isn't available in time, the opener goes on: the marks alone keep two from succeeding.
-class TimedFileLock {
+class BestEffortFileLock {
 public:
-    explicit TimedFileLock(int file) : descriptor(file) {
+    explicit BestEffortFileLock(int file) : descriptor(file) {
         for (int wait = 0; wait < kMaxWaitMilliseconds; ++wait) {
             isLocked = flock(descriptor, LOCK_EX | LOCK_NB) == 0;
             if (isLocked || (errno != EWOULDBLOCK && errno != EINTR)) return;
             Sleep(1);
         }
     }
-    ~TimedFileLock() {
+    ~BestEffortFileLock() {
         if (isLocked) flock(descriptor, LOCK_UN);
     }
-    TimedFileLock(const TimedFileLock&) = delete;
-    TimedFileLock& operator=(const TimedFileLock&) = delete;
+    BestEffortFileLock(const BestEffortFileLock&) = delete;
+    BestEffortFileLock& operator=(const BestEffortFileLock&) = delete;
 
 private:
     static constexpr int kMaxWaitMilliseconds = 50;
@@ -103,7 +103,7 @@ private:
 
 std::uint32_t ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies) {
     if (uses == 0 || !HasLocks(descriptor)) return kErrorSuccess;
-    const TimedFileLock lock(descriptor);
+    const BestEffortFileLock lock(descriptor);
     std::uint32_t error = kErrorSuccess;
     if (!SetMarks(descriptor, F_RDLCK, uses, denies)) {
         error = ErrorFromErrno(errno);
@@ -120,7 +120,7 @@ void DropUse(int descriptor, std::uint32_t uses) {
 
 void ReleaseClaims(int descriptor) {
     struct flock all = ByteLock(F_UNLCK, kFirstMark);
-    all.l_len = kMarks;
+    all.l_len = kMarkCount;
     static_cast<void>(fcntl(descriptor, F_OFD_SETLK, &all));   // closing the descriptor removes them at the latest
 }
 

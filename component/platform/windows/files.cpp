@@ -38,8 +38,8 @@ SECURITY_ATTRIBUTES* Record(const SecurityAttributes* security) {
 }   // namespace
 
 Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t share, const SecurityAttributes* security,
-                   std::uint32_t creation, std::uint32_t flags, Handle pattern) {
-    return ::CreateFileW(Wide(path), access, share, Record(security), creation, flags, pattern);
+                   std::uint32_t creation, std::uint32_t flags, Handle templateFile) {
+    return ::CreateFileW(Wide(path), access, share, Record(security), creation, flags, templateFile);
 }
 
 Handle CreateReplacementFile(const char16_t* path, const char16_t* /*original*/, const char16_t* /*backup*/,

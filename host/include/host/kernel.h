@@ -60,8 +60,10 @@ public:
     [[nodiscard]] kernel::HostObject* Root() { return &root.object; }
 
     /// The most recent registration, or null if there is none.
-    [[nodiscard]] const Registration* Interface() const { return registrations == 0 ? nullptr : &registration; }
-    [[nodiscard]] std::uint32_t RegistrationCount() const { return registrations; }
+    [[nodiscard]] const Registration* LastRegistration() const {
+        return registrationCount == 0 ? nullptr : &registration;
+    }
+    [[nodiscard]] std::uint32_t RegistrationCount() const { return registrationCount; }
     /// Makes `RegisterInterface` return `code` from now on. A failure discards the registration.
     void SetRegistrationResult(kernel::ResultCode code) { registrationResult = code; }
 
@@ -81,7 +83,7 @@ private:
     struct Slots;
     /// The root object as the module sees it, followed by the pointer that leads the table's functions back to this
     /// class.
-    struct Face {
+    struct RootObject {
         kernel::HostObject object;
         Kernel* self;
     };
@@ -96,9 +98,9 @@ private:
     std::mutex traceMutex;
     std::vector<TraceLine> lines;
     const bool offerImports;
-    Face root;
+    RootObject root;
     Registration registration{};
-    std::uint32_t registrations = 0;
+    std::uint32_t registrationCount = 0;
     kernel::ResultCode registrationResult = kernel::kDone;
     std::unique_ptr<ModuleFile> file;
 };

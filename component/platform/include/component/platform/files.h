@@ -57,7 +57,7 @@ struct SecurityAttributes {
 /// new file is read-only for later openers. The other flags have no effect on Linux.
 [[nodiscard]] Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t share,
                                  const SecurityAttributes* security, std::uint32_t creation, std::uint32_t flags,
-                                 Handle pattern);
+                                 Handle templateFile);
 
 /// Creates an empty file at `path` for writing, not shared: the temporary file that a move puts in the place of
 /// `original` later. `backup` is the path that `original` may have been moved to before. Returns `kInvalidHandle` on a

@@ -41,10 +41,10 @@ ResultCode DocumentFile::Read(const Text& name) {
     const auto blockSize = static_cast<std::uint32_t>(size);
     if (blockSize == 0) return kDone;
     if (block.Acquire(blockSize, false) == nullptr) return kOutOfMemory;
-    std::uint32_t done = 0;
-    code = file.Read(block.data(), blockSize, done);
+    std::uint32_t readBytes = 0;
+    code = file.Read(block.data(), blockSize, readBytes);
     if (IsFailure(code)) return code;
-    return done == size ? kDone : kNotMatched;
+    return readBytes == size ? kDone : kNotMatched;
 }
 
 ResultCode CreateMissingFile(const Text& name) {

@@ -97,10 +97,10 @@ private:
     ResultCode WriteToFile(const SerialiseCall& serialise) {
         TextBuffer text;
         if (const ResultCode code = serialise(text); IsFailure(code)) return code;
-        std::uint32_t done = 0;
-        const ResultCode written = ilk::ToHostResult(file.Write(text.View().data(), text.SizeBytes(), done));
+        std::uint32_t writtenBytes = 0;
+        const ResultCode written = ilk::ToHostResult(file.Write(text.View().data(), text.SizeBytes(), writtenBytes));
         static_cast<void>(file.Flush());   // the write's code decides
-        return IsSuccess(written) && done != text.SizeBytes() ? kNotMatched : written;
+        return IsSuccess(written) && writtenBytes != text.SizeBytes() ? kNotMatched : written;
     }
 
     void MakeFirstBackup() {

@@ -146,7 +146,7 @@ public:
 private:
     ResultCode ReadText() {
         if (!reader.ReadText(text, true)) return kDone;
-        return openElements.Current().AddValueFromText(kUnnamedValue, tSTRING, text.c_str());
+        return openElements.Current().AddValueFromText(kUnnamedValueName, tSTRING, text.c_str());
     }
 
     ResultCode ReadElement(const XmlElement& element) {

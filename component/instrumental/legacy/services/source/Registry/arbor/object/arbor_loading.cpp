@@ -49,8 +49,8 @@ ResultCode Arbor::LoadFromIoObject() {
     if (blockSize == 0) return kDone;
     ilk::HostBuffer block(&SystemFace);
     if (block.Acquire(blockSize, false) == nullptr) return kOutOfMemory;
-    std::uint32_t done = 0;   // not compared: after a short read the zeroed rest of the block is parsed as well
-    if (const ResultCode code = IoRead(IoObject, &done, block.data(), blockSize); IsFailure(code)) return code;
+    std::uint32_t readBytes = 0;   // not compared: after a short read the zeroed rest of the block is parsed as well
+    if (const ResultCode code = IoRead(IoObject, &readBytes, block.data(), blockSize); IsFailure(code)) return code;
     return readFromBuffer(static_cast<const char*>(block.data()), blockSize);
 }
 

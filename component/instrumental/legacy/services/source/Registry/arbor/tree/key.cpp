@@ -18,7 +18,7 @@ namespace arbor::module {
 
 namespace {
 
-/// The text of a tSTRING value that stands for another one, as `FindValue` says.
+/// A tSTRING value with this text redirects a lookup to another value: see `FindValue`.
 constexpr char kRedirectMarker[] = "![CDATA[";
 
 bool IsRedirect(const Value& value) {
@@ -95,7 +95,7 @@ Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created
     for (bool isFirst = true; !splitter.AtEndOfNewNames(); isFirst = false) {
         const bool isLast = splitter.AtLastComponent();
         const std::string_view component = splitter.Next();
-        const HashedName hashed = HashName(component);
+        const HashedName hashed = MakeHashedName(component);
         // A component before a `/` may contain `\`. If the keys on the path with `\` as separator all exist, the
         // component refers to the last of them. Otherwise one key is added whose name is the whole component.
         Key* child = nullptr;
@@ -120,7 +120,7 @@ Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created
 // If an earlier child has the same name, the index refers to that child, and its record must stay.
 void Key::UndoAddChild(Key* child) { RemoveChild(child, !IsIndexed(*child)); }
 
-bool Key::IsIndexed(const Key& child) const { return FindChild(HashName(child.name.View())) == &child; }
+bool Key::IsIndexed(const Key& child) const { return FindChild(MakeHashedName(child.name.View())) == &child; }
 
 template <class Splitter>
 Key* Key::WalkPath(Splitter path, Key** parent) const {
@@ -208,7 +208,7 @@ void Key::RemoveChild(Key* child, bool keepIndex) {
     if (child == nullptr || owner == nullptr) return;
     cursor.Clear();
     if (child->is_linked()) children.erase(children.iterator_to(*child));
-    if (!keepIndex) childIndex.erase(HashName(child->name.View()));
+    if (!keepIndex) childIndex.erase(MakeHashedName(child->name.View()));
     HostDelete<Key>{owner}(child);
 }
 
@@ -234,7 +234,7 @@ void Key::Clear() {
 // Values
 
 ValueEntry* Key::FindEntry(std::string_view valueName) const {
-    const auto found = valueIndex.find(HashName(valueName), StoredHash(), SameName());
+    const auto found = valueIndex.find(MakeHashedName(valueName), StoredHash(), SameName());
     return found != valueIndex.end() ? *found : nullptr;
 }
 
@@ -243,7 +243,7 @@ ValueEntry* Key::EntryAt(std::uint32_t index) const { return valueCursor.Find(Mu
 Value* Key::FindValue(const char* valueName) const {
     const Key* key = this;
     Value* found = nullptr;
-    for (const char* wanted = valueName;; wanted = kUnnamedValue) {
+    for (const char* wanted = valueName;; wanted = kUnnamedValueName) {
         const ValueEntry* entry = key->FindEntry(wanted);
         if (entry == nullptr) return found;
         found = entry->value;
@@ -301,9 +301,9 @@ ResultCode Key::AddNewValue(const char* valueName, TypeCode code, const void* da
 ResultCode Key::AddValueAt(std::uint32_t index, TypeCode code, const void* data, std::uint32_t size) {
     if (ValueCount() < index) return kInvalidArgument;
     if (ValueCount() > index) return kAlreadyExists;
-    constexpr std::size_t kPrefixLength = sizeof kUnnamedValue - 1;
+    constexpr std::size_t kPrefixLength = sizeof kUnnamedValueName - 1;
     char indexedName[kPrefixLength + std::numeric_limits<std::int32_t>::digits10 + 3];   // sign, digits, terminator
-    std::memcpy(indexedName, kUnnamedValue, kPrefixLength);
+    std::memcpy(indexedName, kUnnamedValueName, kPrefixLength);
     const auto number = static_cast<std::int32_t>(index);   // signed: documents hold such names
     *std::to_chars(indexedName + kPrefixLength, std::end(indexedName) - 1, number).ptr = '\0';
     return AddValue(indexedName, code, data, size);

@@ -26,7 +26,7 @@ namespace arbor::module {
 
 /// Name of a value that has no name of its own: the text of an element in a foreign document. A value that is added by
 /// index gets this name with the index appended.
-inline constexpr char kUnnamedValue[] = "noname";
+inline constexpr char kUnnamedValueName[] = "noname";
 
 class Key;
 using KeyList = boost::intrusive::list<Key, boost::intrusive::constant_time_size<true>>;
@@ -116,8 +116,8 @@ public:
 
     // Values
 
-    /// Returns the value of that name, or null. A tSTRING value whose text is the redirect marker stands for the value
-    /// `kUnnamedValue` of the child key of the same name, if there is one, and so on from there.
+    /// Returns the value of that name, or null. If it is a tSTRING value whose text is the redirect marker, returns
+    /// instead the value `kUnnamedValueName` of the child key of the same name, if there is one, and so on from there.
     Value* FindValue(const char* valueName) const;
 
     /// Appends a value, even if one of that name exists. Returns `kOutOfMemory` if there is no memory or the type can't
@@ -129,7 +129,7 @@ public:
     /// As `AddValue`, but returns `kAlreadyExists` if a value of that name exists.
     ResultCode AddNewValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size);
 
-    /// Appends a value named `kUnnamedValue` with `index` appended. Returns `kInvalidArgument` if `index` is above
+    /// Appends a value named `kUnnamedValueName` with `index` appended. Returns `kInvalidArgument` if `index` is above
     /// `ValueCount`, `kAlreadyExists` if it is below.
     ResultCode AddValueAt(std::uint32_t index, TypeCode code, const void* data, std::uint32_t size);
 

@@ -7,7 +7,7 @@
 namespace arbor::module {
 
 KeyTree::~KeyTree() {
-    NextSiblingCache::CacheFor(*this).CountRemoval();
+    NextSiblingCache::CacheFor(*this).InvalidateAll();
     if (owner != nullptr && top != nullptr) HostDelete<Key>{owner}(top);
 }
 
@@ -59,7 +59,7 @@ ResultCode KeyTree::NextSibling(const Key* key, Key*& next) const {
 }
 
 ResultCode KeyTree::PrepareRemoval(const Key* removed) {
-    NextSiblingCache::CacheFor(*this).CountRemoval();
+    NextSiblingCache::CacheFor(*this).InvalidateAll();
     if (removed == nullptr || current == top) return kDone;
     const Key* parent = nullptr;
     const ResultCode code = removed->ParentOf(current, parent);
@@ -69,7 +69,7 @@ ResultCode KeyTree::PrepareRemoval(const Key* removed) {
 }
 
 void KeyTree::ClearCurrent() {
-    NextSiblingCache::CacheFor(*this).CountRemoval();
+    NextSiblingCache::CacheFor(*this).InvalidateAll();
     current->Clear();
 }
 

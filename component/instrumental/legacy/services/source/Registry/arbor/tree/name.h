@@ -66,7 +66,7 @@ inline constexpr std::array<std::int8_t, 256> kFoldedBytes = [] {
 }
 
 /// Returns the name with its hash, for a lookup. The result points to the text of `name`.
-[[nodiscard]] inline HashedName HashName(std::string_view name) {
+[[nodiscard]] inline HashedName MakeHashedName(std::string_view name) {
     return {{name.data(), static_cast<std::uint32_t>(name.size())}, NameHash(name)};
 }
 

@@ -34,7 +34,7 @@ public:
     void Add(const Key& root, const Key& parent, const Key& child);
 
     /// Invalidates all entries. Called before keys of a tree are removed, with the object's lock held exclusively.
-    void CountRemoval() { removals.fetch_add(1, std::memory_order_relaxed); }
+    void InvalidateAll() { removals.fetch_add(1, std::memory_order_relaxed); }
 
 private:
     struct Entry {

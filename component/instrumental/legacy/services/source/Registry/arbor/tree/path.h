@@ -23,8 +23,8 @@ inline constexpr char kSlash = '/';
     return path.empty() || IsSeparator(path.front());
 }
 
-/// Removes the first `length` bytes of `rest` and the separator after them, and returns those bytes. `npos` stands for
-/// all of `rest`.
+/// Removes the first `length` bytes of `rest` and the separator after them, and returns those bytes. With `npos` it
+/// removes all of `rest`.
 constexpr std::string_view RemoveComponent(std::string_view& rest, std::size_t length) {
     const std::string_view component = rest.substr(0, length);
     rest.remove_prefix(component.size() == rest.size() ? rest.size() : length + 1);
