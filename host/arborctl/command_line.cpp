@@ -112,6 +112,10 @@ private:
         return command;
     }
 
+    void AddFlat(CLI::App* command, const char* help) {
+        command->add_flag("--flat", line.flat, help)->excludes(command->get_option("--json"));
+    }
+
     /// `read` throws `std::invalid_argument` for an argument with a wrong syntax.
     template <class Read>
     static CLI::Option* AddParsed(CLI::App* command, const char* name, const char* help, Read read) {
@@ -141,6 +145,7 @@ private:
             AddJsonCommand("tree", "Show keys and values, typed", "settings.xml tree Network/Proxy",
                            [](const Session& session, const Operands& given) { return Tree(session, given.path); });
         AddPath(tree, kKeyPath);
+        AddFlat(tree, "print a line \"PATH VALUE TYPE TEXT\" for each value, exact, as \"apply\" reads it");
 
         CLI::App* get = AddJsonCommand(
             "get", "Show one value, in its own type or converted", "settings.xml get Network/Proxy/Port --as tSTRING",

@@ -35,6 +35,7 @@ struct CommandLine {
     std::uint32_t traceLevel = 0;
     bool leaks = false;
     bool json = false;
+    bool flat = false;
     Colours colours = Colours::Auto;
     DocumentSettings settings;
     std::function<int(const Session&)> command;

@@ -13,6 +13,7 @@ struct Session {
     const DocumentSettings& settings;
     Progress& progress;
     bool json = false;
+    bool flat = false;   // print flat text
     bool colours = false;
 
     /// Loads the document that the command line names.

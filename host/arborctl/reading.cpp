@@ -5,6 +5,7 @@
 #include "commands.h"
 #include "compare.h"
 #include "copy_disambiguated.h"
+#include "flat_text.h"
 #include "json.h"
 #include "value_text.h"
 #include "walk.h"
@@ -129,6 +130,19 @@ int PrintTree(const Session& session, const Path& path, Printer printer) {
     return omitted.ExitCode(kExitDone);
 }
 
+int PrintFlatTree(const Session& session, const Path& path) {
+    const Document document = session.Load();
+    const auto print = [](const std::string& line) { std::cout << line << '\n'; };
+    if (const std::optional<arbor::Key> top = FindKey(document.Root(), path)) {
+        Progress::Stage stage = session.progress.Begin("reading", session.settings.document);
+        PrintFlat(*top, Prefix(path), print, [&stage] { stage.CountKey(); });
+    } else {
+        const ValueSlot value = OpenValue(document.Root(), path);
+        print(FlatValue(Prefix(path.Parent()), value.Text(), ValueOrThrow(value.Read(0), value.Text())));
+    }
+    return kExitDone;
+}
+
 /// Removes the values without a text from an export of `path`, and reports them.
 void RemoveTextless(const Document& exported, const std::string& path, const ValueText& valueText,
                     OmittedValues& omitted) {
@@ -173,6 +187,7 @@ kernel::ResultCode LoadCode(const Session& session, const std::filesystem::path&
 }   // namespace
 
 int Tree(const Session& session, const Path& path) {
+    if (session.flat) return PrintFlatTree(session, path);
     const ValueText valueText(session.kernel);
     return session.json ? PrintTree(session, path, TreeJson(valueText))
                         : PrintTree(session, path, TreeLines(session, valueText));

@@ -41,8 +41,8 @@ int RunCommand(const CommandLine& line, Terminals terminals) {
         static_cast<void>(
             host::DocumentName(line.settings.document));   // throws a `PathError` before a command reads the path
         kernel.LoadModule(line.module);
-        exitCode =
-            line.command({kernel, line.settings, progress, line.json, UsesColours(line.colours, terminals.output)});
+        exitCode = line.command(
+            {kernel, line.settings, progress, line.json, line.flat, UsesColours(line.colours, terminals.output)});
     } catch (const StoreError& error) {
         PrintError(error);
         exitCode = error.ExitCode();

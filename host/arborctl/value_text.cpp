@@ -2,7 +2,7 @@
 
 #include "value_text.h"
 
-#include "ascii.h"
+#include "exact_text.h"
 
 #include <host/text.h>
 
@@ -12,25 +12,6 @@ namespace arborctl {
 namespace {
 
 bool IsBlob(kernel::TypeCode type) { return type == kernel::tBINARY || type == kernel::tPTR; }
-
-std::string ToHex(std::string_view bytes) {
-    std::string text;
-    for (const char byte : bytes) AppendHex(text, byte);
-    return text;
-}
-
-std::string FromHex(const std::string& text) {
-    std::string bytes;
-    for (std::size_t i = 0; i < text.size(); i += 2) {
-        const int high = HexValue(text[i]);
-        const int low = i + 1 < text.size() ? HexValue(text[i + 1]) : -1;
-        if (high < 0 || low < 0) {
-            throw StoreError(kernel::kInvalidArgument, text + " isn't hexadecimal, two digits a byte");
-        }
-        bytes += static_cast<char>(static_cast<unsigned char>(high << 4 | low));
-    }
-    return bytes;
-}
 
 std::string WideBytes(const std::string& text) {
     const std::u16string wide = host::ToUtf16(text);
@@ -46,7 +27,11 @@ std::string FromWideBytes(const std::string& bytes) {
 }   // namespace
 
 arbor::Datum ValueText::Parse(kernel::TypeCode type, const std::string& text) const {
-    if (IsBlob(type)) return {type, FromHex(text)};
+    if (IsBlob(type)) {
+        std::optional<arbor::Datum> blob = FromExactText(type, text);
+        if (blob) return *std::move(blob);
+        throw StoreError(kernel::kInvalidArgument, text + " isn't hexadecimal, two digits a byte");
+    }
     if (type == kernel::tSTRING) return {type, text};
     if (type == kernel::tWSTRING) return {type, WideBytes(text)};
     const kernel::ValueTypeRow& row = *kernel::FindType(type);
@@ -57,7 +42,7 @@ arbor::Datum ValueText::Parse(kernel::TypeCode type, const std::string& text) co
 }
 
 std::string ValueText::Format(const arbor::Datum& datum) const {
-    if (IsBlob(datum.type)) return ToHex(datum.bytes);
+    if (IsBlob(datum.type)) return ToExactText(datum);
     if (datum.type == kernel::tWSTRING) return FromWideBytes(datum.bytes);
     if (datum.type == kernel::tSTRING) return datum.bytes.c_str();   // without the terminator
     const std::string name = TypeName(datum);

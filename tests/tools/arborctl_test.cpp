@@ -131,6 +131,11 @@ TEST_F(ArborctlTest, ReadCommandsPrintValues) {
          {"tree"},
          "Blob: tBINARY 0A0BFF\nWide: tWSTRING \"AB\"\nNetwork/\n    Comment: tSTRING \"a & b\\x09<c>\"\n"
          "    Proxy/\n        Enabled: tBOOL 1\n        Port: tDWORD 8080\n"},
+        {"the whole tree as flat text",
+         {"tree", "--flat"},
+         "/ Blob tBINARY 0A0BFF\n/ Wide tWSTRING AB\nNetwork Comment tSTRING \"a & b\\t<c>\"\n"
+         "Network/Proxy Enabled tBOOL 1\nNetwork/Proxy Port tDWORD 8080\n"},
+        {"a value as flat text", {"tree", "Network/Proxy/Port", "--flat"}, "Network/Proxy Port tDWORD 8080\n"},
         {"a value as JSON", {"get", "Network/Proxy", "Port", "--json"}, "{\"type\":\"tDWORD\",\"value\":8080}\n"},
         {"a subtree as JSON",
          {"tree", "Network", "--json"},
