@@ -28,6 +28,14 @@ install(EXPORT arbor NAMESPACE arbor:: FILE arbor-targets.cmake DESTINATION ${CM
 set(module ${programs}/arbor${CMAKE_SHARED_MODULE_SUFFIX})
 configure_package_config_file(cmake/arbor-config.cmake.in ${CMAKE_BINARY_DIR}/arbor-config.cmake
     INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/arbor PATH_VARS module)
+set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}/${pkgconfig} OUTPUT_VARIABLE ARBOR_PREFIX_FROM_PC)
+set(ARBOR_SYSTEM_LIBRARIES -pthread)
+if(CMAKE_DL_LIBS)
+    string(APPEND ARBOR_SYSTEM_LIBRARIES " -l${CMAKE_DL_LIBS}")
+endif()
+configure_file(cmake/arbor.pc.in ${CMAKE_BINARY_DIR}/arbor.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/arbor.pc DESTINATION ${pkgconfig})
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/arbor-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/arbor-config.cmake ${CMAKE_BINARY_DIR}/arbor-config-version.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/arbor)
