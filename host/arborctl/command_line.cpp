@@ -173,6 +173,7 @@ private:
         CLI::App* diff = AddJsonCommand(
             "diff", "Show in which keys and values another document differs", "settings.xml diff settings.xml.bak2",
             [](const Session& session, const Operands& given) { return Diff(session, DocumentPath(given.file)); });
+        AddFlat(diff, "print the changes that make DOCUMENT equal to the other one, as \"apply\" reads them");
         AddDocument(*diff, "OTHER-DOCUMENT", operands.file, "what DOCUMENT is compared with")->required();
 
         AddJsonCommand("backups", "List the document and its backups, and whether each loads", "settings.xml backups",

@@ -1,12 +1,12 @@
-// The commands that print documents: tree, get, find, diff, export and backups.
+// The commands that print documents: tree, get, find, export and backups.
 
 #include "addressing.h"
 #include "backups.h"
 #include "commands.h"
-#include "compare.h"
 #include "copy_disambiguated.h"
 #include "flat_text.h"
 #include "json.h"
+#include "output.h"
 #include "value_text.h"
 #include "walk.h"
 
@@ -18,40 +18,6 @@
 
 namespace arborctl {
 namespace {
-
-/// Escape sequences of a terminal; all empty without colours.
-struct Palette {
-    std::string_view key = "";
-    std::string_view name = "";
-    std::string_view type = "";
-    std::string_view removed = "";
-    std::string_view added = "";
-    std::string_view plain = "";
-};
-constexpr Palette kColours = {"\033[1;34m", "\033[36m", "\033[2m", "\033[31m", "\033[32m", "\033[0m"};
-
-Palette PaletteOf(const Session& session) { return session.colours ? kColours : Palette{}; }
-
-/// Reports values that have no text, and so are left out of the output, on standard error.
-class OmittedValues {
-public:
-    /// Calls `print()`. If it throws a `StoreError`, reports that the value at `path` has no text.
-    template <class Print>
-    void Try(const std::string& path, Print print) {
-        try {
-            print();
-        } catch (const StoreError& error) {
-            std::cerr << "arborctl: " << StoreError(error.Code(), path + " has no text").what() << '\n';
-            isEmpty = false;
-        }
-    }
-
-    /// Returns `complete` if no value was left out, or else the exit code for an incomplete output.
-    [[nodiscard]] int ExitCode(int complete) const { return isEmpty ? complete : kExitRefused; }
-
-private:
-    bool isEmpty = true;
-};
 
 /// Returns `path` as a prefix of printed paths; empty for the root.
 std::string Prefix(const Path& path) { return path.IsRoot() ? "" : path.Text(); }
@@ -247,33 +213,6 @@ int Find(const Session& session, const std::string& text) {
     });
     if (session.json) json.EndArray().EndLine();
     return omitted.ExitCode(found != 0 ? kExitDone : kExitRefused);
-}
-
-int Diff(const Session& session, const std::filesystem::path& other) {
-    const Document before = session.Load();
-    DocumentSettings settings = session.settings;
-    settings.document = other;
-    settings.create = Creation::Never;
-    const Document after(session.kernel, settings, session.progress);
-    const ValueText valueText(session.kernel);
-    const std::vector<Change> changes = Compare(before.Root(), after.Root());
-    if (session.json) {
-        Json json(std::cout);
-        json.BeginArray();
-        for (const Change& change : changes) WriteJson(json, valueText, change);
-        json.EndArray().EndLine();
-        return changes.empty() ? kExitDone : kExitRefused;
-    }
-    const Palette palette = PaletteOf(session);
-    OmittedValues omitted;
-    for (const Change& change : changes) {
-        omitted.Try(JoinPath(change.path, change.value.value_or("")), [&] {
-            for (const std::string& line : FormatLines(valueText, change)) {
-                std::cout << (line.front() == '-' ? palette.removed : palette.added) << line << palette.plain << '\n';
-            }
-        });
-    }
-    return changes.empty() ? kExitDone : kExitRefused;
 }
 
 int Export(const Session& session, const Path& path) {

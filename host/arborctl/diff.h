@@ -1,0 +1,18 @@
+/// Prints the difference of two trees.
+#pragma once
+
+#include "commands.h"
+#include "compare.h"
+
+#include <vector>
+
+namespace arborctl {
+
+/// Prints the changes to standard output as lines with "-" and "+", as JSON or as flat text, as the session demands.
+/// The flat text is one that `apply` reads: applied to the first tree it gives the second.
+void PrintChanges(const Session& session, const std::vector<Change>& changes);
+
+/// Returns the flat text of the changes, a line each.
+[[nodiscard]] std::vector<std::string> FlatLines(const std::vector<Change>& changes);
+
+}   // namespace arborctl

@@ -1,0 +1,46 @@
+/// What the commands that print share: colours, and values without text.
+#pragma once
+
+#include "commands.h"
+
+#include <iostream>
+#include <string>
+#include <string_view>
+
+namespace arborctl {
+
+/// Escape sequences of a terminal; all empty without colours.
+struct Palette {
+    std::string_view key = "";
+    std::string_view name = "";
+    std::string_view type = "";
+    std::string_view removed = "";
+    std::string_view added = "";
+    std::string_view plain = "";
+};
+inline constexpr Palette kColours = {"\033[1;34m", "\033[36m", "\033[2m", "\033[31m", "\033[32m", "\033[0m"};
+
+[[nodiscard]] inline Palette PaletteOf(const Session& session) { return session.colours ? kColours : Palette{}; }
+
+/// Reports values that have no text, and so are left out of the output, on standard error.
+class OmittedValues {
+public:
+    /// Calls `print()`. If it throws a `StoreError`, reports that the value at `path` has no text.
+    template <class Print>
+    void Try(const std::string& path, Print print) {
+        try {
+            print();
+        } catch (const StoreError& error) {
+            std::cerr << "arborctl: " << StoreError(error.Code(), path + " has no text").what() << '\n';
+            isEmpty = false;
+        }
+    }
+
+    /// Returns `complete` if no value was left out, or else the exit code for an incomplete output.
+    [[nodiscard]] int ExitCode(int complete) const { return isEmpty ? complete : kExitRefused; }
+
+private:
+    bool isEmpty = true;
+};
+
+}   // namespace arborctl
