@@ -12,7 +12,7 @@
 namespace host {
 namespace {
 
-/// The process's kernel. The functions that get no root object from the module use it.
+/// The process's kernel, for the functions to which the module passes no root object.
 std::atomic<Kernel*> active{nullptr};
 
 }   // namespace

@@ -42,7 +42,7 @@ Object::Object(Kernel& kernel) : registration(Registered(kernel)) {
     memory.reset(static_cast<Header*>(zeroed));
     const kernel::ResultCode code = CallObjectNew(1);
     if (kernel::IsFailure(code)) throw ModuleError("the module can't make an object: " + Describe(code));
-    memory->object.SystemFace = kernel.Root()->SystemFace;   // the constructor has replaced it by the module's copy
+    memory->object.SystemFace = kernel.Root()->SystemFace;   // the constructor has set a placeholder
 }
 
 Object::~Object() {
@@ -103,8 +103,8 @@ kernel::ResultCode Object::SetProperty(kernel::PropertyId id, const void* data, 
     if (row->writeHandler != 0) {
         std::uint32_t count = 0;
         const auto handler = reinterpret_cast<kernel::PropertyHandler>(row->writeHandler);
-        return handler(Get(), &count, id, const_cast<void*>(data),
-                       sizeBytes);   // a handler has the same type for reads and writes
+        // Handlers for reads and writes have the same type, whose buffer isn't const.
+        return handler(Get(), &count, id, const_cast<void*>(data), sizeBytes);
     }
     if ((row->flags & kConstant) != 0) return kernel::kAccessDenied;
     if (data == nullptr || sizeBytes != row->size) return kernel::kInvalidArgument;
@@ -121,8 +121,8 @@ kernel::ResultCode Object::SetNumber(kernel::PropertyId id, std::uint32_t number
     const kernel::PropertyRow* row = FindRow(id);
     if (row == nullptr) return kNoSuchProperty;
     if (row->size > sizeof number) return kernel::kInvalidArgument;
-    return SetProperty(id, &number,
-                       static_cast<std::uint32_t>(row->size));   // on a little-endian machine the low bytes come first
+    // The low bytes come first on a little-endian machine, so a shorter property gets them.
+    return SetProperty(id, &number, static_cast<std::uint32_t>(row->size));
 }
 
 std::u16string Object::Name() const {

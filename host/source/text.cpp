@@ -14,7 +14,7 @@ namespace host {
 namespace {
 
 constexpr std::uint32_t kCodePageUtf8 = 65001;
-constexpr std::uint32_t kCodePageDefault = 0;
+constexpr std::uint32_t kCodePageDefault = 0;   // UTF-8 in this host
 
 /// The control characters of ASCII and of Latin-1.
 bool IsControl(char32_t codePoint) { return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0); }

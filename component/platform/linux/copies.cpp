@@ -1,4 +1,4 @@
-// Copies through a file with a random name.
+// Copies a file under a random name first, so that the target's name never refers to an incomplete copy.
 
 #include "copies.h"
 
@@ -45,7 +45,7 @@ bool CopyContents(int source, int target) {
     }
 }
 
-/// Checks that a copy may replace `target`. While `claimed` is open, it excludes other openers.
+/// Checks that a copy may replace `target`. If the target exists, `claimed` is open and excludes other openers.
 bool ClaimCopyTarget(const NativePath& target, Descriptor& claimed) {
     claimed = OpenFile(target, {kShareWrite, 0, kOpenExisting, false, 0});
     return claimed.IsOpen() || GetLastError() == kErrorFileNotFound;

@@ -32,7 +32,7 @@ public:
     OpenedFile(Descriptor opened, std::uint32_t access)
         : SystemObject(kKind), descriptor(std::move(opened)), granted(access) {}
 
-    /// The reservation or a child process may keep the open file; the claims end here all the same.
+    /// Releases the claims: a duplicate of the descriptor, in a reservation or a child process, would keep them.
     ~OpenedFile() override { ReleaseClaims(descriptor.Number()); }
     OpenedFile(const OpenedFile&) = delete;
     OpenedFile& operator=(const OpenedFile&) = delete;
@@ -41,7 +41,8 @@ public:
     const std::uint32_t granted;
 };
 
-/// Returns the file of a handle that was opened with the access; null with the last error for another handle.
+/// Returns the file of a handle. Null, with the last error, if the handle was opened without `access` or isn't a
+/// file's.
 OpenedFile* FileFor(Handle handle, std::uint32_t access) {
     OpenedFile* const file = ObjectOf<OpenedFile>(handle);
     if (file == nullptr || (file->granted & access) == access) return file;
@@ -86,11 +87,11 @@ Handle CreateReplacementFile(const char16_t* path, const char16_t* original, con
                              Handle* reservation) {
     *reservation = kInvalidHandle;
     NativePath native;
-    NativePath replaced;
-    NativePath older;
-    if (!native.Assign(path) || !replaced.Assign(original) || !older.Assign(backup)) return kInvalidHandle;
+    NativePath nativeOriginal;
+    NativePath nativeBackup;
+    if (!native.Assign(path) || !nativeOriginal.Assign(original) || !nativeBackup.Assign(backup)) return kInvalidHandle;
     Descriptor reserving;
-    Descriptor opened = OpenReplacement(native, replaced, older, reserving);
+    Descriptor opened = OpenReplacement(native, nativeOriginal, nativeBackup, reserving);
     if (!opened.IsOpen()) return kInvalidHandle;
     OwnedObject file = MakeObject(std::move(opened), kGenericWrite);
     OwnedObject reserved = file ? MakeObject(std::move(reserving), 0) : nullptr;

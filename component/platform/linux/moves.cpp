@@ -22,7 +22,7 @@ constexpr std::uint32_t kMoveFlags = kMoveReplaceExisting | kMoveCopyAllowed | k
 /// Devices, FIFOs and sockets aren't moved.
 bool IsMovable(mode_t mode) { return S_ISREG(mode) || S_ISDIR(mode) || S_ISLNK(mode); }
 
-/// One move. The steps use what `ClaimSource` and `ClaimTarget` found.
+/// One move. `ClaimSource` and `ClaimTarget` set `moved`, `replaced` and `replaces` for the later steps.
 class Move {
 public:
     Move(const NativePath& from, const NativePath& to, std::uint32_t moveFlags)
@@ -102,8 +102,10 @@ private:
     /// Moves to another volume. A source that can't be removed stays.
     bool CopyAcross() {
         if (!OpenDirectories()) return false;
-        if (!CopyToName(source, moved.file, target, replaces))
-            return GetLastError() == kErrorFileExists && FailAtTarget(EEXIST);
+        if (!CopyToName(source, moved.file, target, replaces)) {
+            if (GetLastError() == kErrorFileExists) FailAtTarget(EEXIST);   // changes the last error only
+            return false;
+        }
         if (!targetDirectory.Sync()) return false;
         unlink(source.Text());
         return !Has(kMoveWriteThrough) || sourceDirectory.Sync();

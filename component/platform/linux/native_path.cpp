@@ -1,4 +1,4 @@
-// Converts UTF-16 paths with drive and backslashes to the system's form, and the system's paths to drive form.
+// Converts UTF-16 paths with drive and backslashes to Linux paths in UTF-8, and Linux paths to drive form.
 
 #include "native_path.h"
 
@@ -15,10 +15,10 @@
 namespace platform {
 namespace {
 
-constexpr char32_t kDrive = U'z';
+constexpr char32_t kDrive = U'z';   // the only drive; its root is `/`
 constexpr std::string_view kDriveText = "Z:";
 
-/// Removes the prefix and the drive. Returns the error of a path that isn't on this system's drive.
+/// Removes the device prefix and the drive. Returns an error for a server or for a drive other than `kDrive`.
 std::uint32_t RemoveDrive(std::u16string_view& path) {
     const bool isDevicePath = path.starts_with(u"\\\\?\\") || path.starts_with(u"\\\\.\\");
     if (isDevicePath) path.remove_prefix(4);

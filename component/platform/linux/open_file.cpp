@@ -1,4 +1,4 @@
-// Opens files with the rules of sharing; reads and writes until all is transferred.
+// Opens files under the sharing rules of `sharing.h`; reads and writes until all bytes are transferred.
 
 #include "open_file.h"
 
@@ -14,18 +14,18 @@
 namespace platform {
 namespace {
 
-bool Empties(const OpenRequest& request) {
+bool Truncates(const OpenRequest& request) {
     return request.creation == kCreateAlways || request.creation == kTruncateExisting;
 }
 
-/// The rights that the open needs. Emptying a file needs the right to write; an opener that didn't request it loses it
+/// The rights to claim for the open. Truncating needs the right to write; an opener that didn't request it releases it
 /// after the open.
 std::uint32_t RightsToOpen(const OpenRequest& request) {
-    return Empties(request) ? request.uses | kShareWrite : request.uses;
+    return Truncates(request) ? request.uses | kShareWrite : request.uses;
 }
 
 /// Returns the descriptor, or -1 with `errno`. Writers open for reading too, since only a readable descriptor can hold
-/// the marks of `sharing.h`. With O_NONBLOCK the open of a FIFO doesn't wait.
+/// the locks of `sharing.h`. With O_NONBLOCK the open of a FIFO doesn't wait.
 int OpenOrCreate(const NativePath& path, const OpenRequest& request, bool& created) {
     const bool writes = (RightsToOpen(request) & kShareWrite) != 0;
     const int flags = (writes ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
@@ -67,9 +67,9 @@ Descriptor OpenFile(const NativePath& path, const OpenRequest& request) {
         const std::uint32_t error = ClaimFile(file.Number(), rights, kAllShares & ~request.shares);
         if (error != kErrorSuccess) return NoFile(error);
         if (!IsStillAt(path, opened)) continue;
-        if (Empties(request) && ftruncate(file.Number(), 0) != 0) return NoFile(ErrorFromErrno(errno));
-        if (created || Empties(request)) ForgetSyncFailure(opened);
-        DropUse(file.Number(), rights & ~request.uses);
+        if (Truncates(request) && ftruncate(file.Number(), 0) != 0) return NoFile(ErrorFromErrno(errno));
+        if (created || Truncates(request)) ForgetSyncFailure(opened);
+        ReleaseRights(file.Number(), rights & ~request.uses);
         return file;
     }
     return NoFile(kErrorSharingViolation);

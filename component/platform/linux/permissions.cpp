@@ -1,4 +1,4 @@
-// Reads permissions by path and sets them on a new file: group, list or mode, then owner.
+// Reads permissions by path and sets them on a new file: group, access control list or mode, then owner.
 
 #include "permissions.h"
 

@@ -1,4 +1,4 @@
-// Claims, renames without a replacement on file systems that lack them, and the sync of directories.
+// Claims and renames directory entries, and syncs the parent directory after a rename.
 
 #include "renames.h"
 

@@ -1,4 +1,5 @@
-// Removes an old file at the temporary name, then creates, claims and reserves the new one.
+// Creates the temporary file of a save: removes an old file of that name, then creates, claims and reserves the new
+// one.
 
 #include "replacement.h"
 
@@ -52,8 +53,8 @@ Descriptor OpenReplacement(const NativePath& path, const NativePath& original, c
         Descriptor file = CreateNewFile(path, permissions ? &*permissions : nullptr);
         if (!file.IsOpen() && GetLastError() == kErrorFileExists) continue;
         if (!file.IsOpen()) return file;
-        // Claim and reservation come before the check of the name: another process that is about to remove this file
-        // either finds them, or has removed it before the check.
+        // The check of the name comes last: another process that removes this file does so before the check, or finds
+        // the claim and the reservation and fails.
         std::uint32_t error = ClaimFile(file.Number(), kShareWrite, kAllShares);
         if (error == kErrorSuccess) error = ReserveFile(file.Number());
         if (error != kErrorSuccess) return NoFile(error);

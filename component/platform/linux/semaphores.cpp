@@ -13,8 +13,8 @@
 namespace platform {
 namespace {
 
-/// The notification happens under the mutex too: a waiter that returns may close the semaphore at once, and the
-/// releasing thread must have left it by then.
+/// `Release` notifies while it holds the mutex: a waiter that returns may destroy the semaphore at once, and must not
+/// return before the releasing thread has finished with the condition variable.
 class Semaphore final : public SystemObject {
 public:
     static constexpr ObjectKind kKind = ObjectKind::Semaphore;

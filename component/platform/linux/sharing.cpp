@@ -1,4 +1,4 @@
-// Implements sharing marks as locks of the open file description (F_OFD_SETLK).
+// Claims on open files, kept as byte locks of the open file description (F_OFD_SETLK).
 
 #include "sharing.h"
 
@@ -114,7 +114,7 @@ std::uint32_t ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies
     return error;
 }
 
-void DropUse(int descriptor, std::uint32_t uses) {
+void ReleaseRights(int descriptor, std::uint32_t uses) {
     static_cast<void>(SetMarks(descriptor, F_UNLCK, uses, 0));   // a remaining mark only excludes others
 }
 

@@ -1,10 +1,11 @@
-/// The sharing of open files among all openers of this layer, in this process and in others.
+/// File sharing as on Windows: an open fails if another opener of the file denies a right that it uses, or uses a right
+/// that it denies. It covers all openers that use this layer, in this process and in others.
 ///
-/// An opener sets marks on the open file: one for each right that it uses and one for each that it denies to others.
-/// The marks are shared locks of single bytes far beyond the end of any content. The system ties them to the open file
-/// description: two openers of one process have their own, and they end with the last descriptor, however the process
-/// ends. An opener first sets its marks and then checks for marks of others that exclude it. So two openers that
-/// exclude each other never both succeed. On a file system without such locks every opener succeeds.
+/// A claim is a set of shared locks on single bytes far beyond the end of any content: one for each right used and one
+/// for each right denied. The locks belong to the open file description (F_OFD_SETLK), so two openers of one process
+/// have separate claims, and a claim ends with the last descriptor, however the process ends. An opener first acquires
+/// its locks and then checks for conflicting locks of others: two openers that exclude each other never both succeed.
+/// On a file system without such locks every opener succeeds.
 #pragma once
 
 #include <cstdint>
@@ -15,16 +16,15 @@ namespace platform {
 /// or removes the file, so that no other opener renames or removes the file at the same time.
 inline constexpr std::uint32_t kChangeName = 8;
 
-/// Marks `descriptor` for an opener that uses and denies the given rights (`kShareRead` and its neighbours, as bits)
-/// and checks for others. Returns 0 or an error: `kErrorSharingViolation` if another opener excludes this one, another
-/// number if the file system refuses a lock. After an error no marks are left. An opener that uses no right gets no
-/// marks and isn't checked.
+/// Claims the file of `descriptor` for an opener that uses and denies the given rights, bits such as `kShareRead`.
+/// Returns 0 or an error: `kErrorSharingViolation` if another opener excludes this one, another number if the file
+/// system refuses a lock. After an error there is no claim. An opener that uses no right makes no claim and succeeds.
 [[nodiscard]] std::uint32_t ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies);
 
-/// Removes the marks for the rights in `uses`. The opener keeps the file open, but no longer uses these rights.
-void DropUse(int descriptor, std::uint32_t uses);
+/// Ends the use of the rights in `uses`; the rest of the claim stays.
+void ReleaseRights(int descriptor, std::uint32_t uses);
 
-/// Removes all marks of `descriptor`, which its duplicates share. Keeps a reservation.
+/// Ends the claim of `descriptor`, which its duplicates share. Keeps a reservation.
 void ReleaseClaims(int descriptor);
 
 /// Reserves the file for one opener until the last duplicate of `descriptor`, which must be writable, is closed. It

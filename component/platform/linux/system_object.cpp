@@ -1,4 +1,4 @@
-// Handles: from the handle to its object, and closing.
+// Maps a handle to the object that it refers to, and closes handles.
 
 #include "system_object.h"
 

@@ -1,4 +1,4 @@
-// Saves, sets and restores the environment of the x87 unit.
+// Sets the x87 unit to round to `double` precision, and restores the host's settings.
 
 #include <component/platform/double_arithmetic.h>
 
@@ -10,7 +10,8 @@ constexpr std::uint16_t kDoubleToNearest = 0x27F;   // all exceptions masked
 
 }   // namespace
 
-// Neither function may be inlined: only at a call is the unit's register stack as the saved environment describes it.
+// Neither function may be inlined: the environment includes the tags of the register stack, which is empty at every
+// call, but not in the middle of a caller's arithmetic.
 
 [[gnu::noinline]] DoubleArithmeticScope::DoubleArithmeticScope() {
     asm volatile("fnstenv %0\n\tfldcw %1" : "=m"(environment) : "m"(kDoubleToNearest) : "memory");

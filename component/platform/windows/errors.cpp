@@ -1,4 +1,4 @@
-// The last error is the system's own; its numbers are those of the header.
+// The last error is the system's own. The error constants of `errors.h` equal the system's numbers.
 
 #include <component/platform/errors.h>
 

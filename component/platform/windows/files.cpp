@@ -30,8 +30,8 @@ static_assert(sizeof(DWORD) == sizeof(std::uint32_t));
 
 namespace {
 
-/// The parameters aren't const, although the calls don't change the record.
-SECURITY_ATTRIBUTES* Record(const SecurityAttributes* security) {
+/// Casts away const: the system's parameters aren't const, although the calls don't change the attributes.
+SECURITY_ATTRIBUTES* ToSystem(const SecurityAttributes* security) {
     return reinterpret_cast<SECURITY_ATTRIBUTES*>(const_cast<SecurityAttributes*>(security));
 }
 
@@ -39,7 +39,7 @@ SECURITY_ATTRIBUTES* Record(const SecurityAttributes* security) {
 
 Handle CreateFileW(const char16_t* path, std::uint32_t access, std::uint32_t share, const SecurityAttributes* security,
                    std::uint32_t creation, std::uint32_t flags, Handle templateFile) {
-    return ::CreateFileW(Wide(path), access, share, Record(security), creation, flags, templateFile);
+    return ::CreateFileW(Wide(path), access, share, ToSystem(security), creation, flags, templateFile);
 }
 
 Handle CreateReplacementFile(const char16_t* path, const char16_t* /*original*/, const char16_t* /*backup*/,
@@ -81,7 +81,7 @@ bool CloseHandle(Handle handle) {
 std::uint32_t GetFileAttributesW(const char16_t* path) { return ::GetFileAttributesW(Wide(path)); }
 
 bool CreateDirectoryW(const char16_t* path, const SecurityAttributes* security) {
-    return ::CreateDirectoryW(Wide(path), Record(security)) != 0;
+    return ::CreateDirectoryW(Wide(path), ToSystem(security)) != 0;
 }
 
 bool CopyFileW(const char16_t* source, const char16_t* target, bool failIfExists) {

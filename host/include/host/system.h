@@ -45,8 +45,8 @@ enum class Stream {
 [[nodiscard]] bool IsTerminal(Stream stream);
 
 /// To be called first in a program. On Windows the console shows output as UTF-8, and line ends aren't translated. On
-/// Linux a standard stream that the parent process closed is opened as /dev/null for reading: a file opened later would
-/// otherwise get its descriptor, and the program's output.
+/// Linux a standard stream that the parent process closed is opened as /dev/null for reading: otherwise a file opened
+/// later would get that descriptor, and the program's output would go to the file.
 void PrepareStandardStreams();
 
 /// Whether a write to a standard stream failed because it is a pipe whose reader has closed it. Call it only after a

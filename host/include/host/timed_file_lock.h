@@ -12,9 +12,8 @@ namespace host {
 /// it. On a Linux file system that has no file locks every process acquires the lock at once.
 class TimedFileLock {
 public:
-    /// Waits until the lock is free or the same owner has held it for `wait`; a change of the owner restarts the time.
-    /// `IsHeld` returns whether the lock was acquired. Throws `std::filesystem::filesystem_error` if `file` can't be
-    /// created.
+    /// Waits until the lock is free, but gives up after `wait` without a change of the owner. `IsHeld` returns whether
+    /// the lock was acquired. Throws `std::filesystem::filesystem_error` if `file` can't be created.
     TimedFileLock(std::filesystem::path file, std::chrono::milliseconds wait);
     /// Removes the file and releases the lock.
     ~TimedFileLock();

@@ -41,7 +41,7 @@ struct TextRow {
 /// The sort key of `kTexts`: ascending bits put the successes first.
 constexpr std::uint32_t CodeBits(const TextRow& row) { return static_cast<std::uint32_t>(row.code); }
 
-/// Every code that has a text. A code without a name occurs in no other source.
+/// Every code that has a text. The codes written as numbers are used only here.
 constexpr TextRow kTexts[] = {
     {ResultOk, "No error"},
     {ResultFalse, "False"},
@@ -211,10 +211,10 @@ constexpr Translation kFromHost[] = {
     {kernel::kAlreadyExists, ResultAlreadyExists},
 };
 
-/// A number above this is a status: bit 31 marks a failure, bits 16 to 27 are a domain, and in the domain of system
-/// errors bits 0 to 15 are the error number.
+/// A number above this is a Windows status (HRESULT or NTSTATUS): bit 31 marks a failure, bits 16 to 27 are the
+/// facility, and with the facility of system errors bits 0 to 15 are the error number.
 constexpr std::uint32_t kMaxErrorNumber = 0xFFFF;
-constexpr std::uint32_t kSystemErrorDomain = 7;
+constexpr std::uint32_t kSystemErrorFacility = 7;
 
 }   // namespace
 
@@ -225,9 +225,9 @@ std::string_view ResultText(ResultCode code) {
 
 ResultCode ResultFromPlatformError(std::uint32_t error) {
     if (const ErrorRow* row = FindRow(kSystemErrors, error, &ErrorRow::error)) return row->code;
-    if (error <= kMaxErrorNumber) return MakeResult(0x80000000 | kSystemErrorDomain << 16 | error);
+    if (error <= kMaxErrorNumber) return MakeResult(0x80000000 | kSystemErrorFacility << 16 | error);
     if (IsSuccess(MakeResult(error))) return ResultOk;
-    if (((error >> 16) & 0xFFF) != kSystemErrorDomain) return ResultUnspecifiedPlatformError;
+    if (((error >> 16) & 0xFFF) != kSystemErrorFacility) return ResultUnspecifiedPlatformError;
     return ResultFromPlatformError(error & kMaxErrorNumber);
 }
 

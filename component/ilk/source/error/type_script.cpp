@@ -91,8 +91,9 @@ private:
         return tail != nullptr ? *tail++ : static_cast<std::uint8_t>(ScriptOpcode::End);
     }
 
+    /// Reads a LEB128 number of at most five bytes; 0 for a longer one.
     std::uint32_t ReadNumber() {
-        constexpr std::uint32_t kMaxBits = 35;   // five bytes
+        constexpr std::uint32_t kMaxBits = 35;
         std::uint32_t number = 0;
         for (std::uint32_t shift = 0; shift < kMaxBits; shift += 7) {
             const std::uint32_t byte = ReadByte();

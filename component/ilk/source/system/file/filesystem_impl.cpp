@@ -72,8 +72,8 @@ ResultCode EnsureDirectory(const char16_t* path) {
     return code == ResultAlreadyExists && IsPlainDirectory(path) == ResultOk ? ResultOk : code;
 }
 
-/// Creates the directories of `path` after its existing first `lengthChars` characters. If nothing is missing, it still
-/// runs once for the whole path, which is an error if that is a link.
+/// Creates the directories of `path` after its existing first `lengthChars` characters. If all of `path` exists, it
+/// still calls `EnsureDirectory` for it, which fails for a link.
 ResultCode CreateMissingParts(Text& path, std::size_t lengthChars) {
     ResultCode code = ResultOk;
     do {

@@ -11,8 +11,7 @@ inline constexpr std::uint32_t kWaitObject0 = 0;
 inline constexpr std::uint32_t kWaitTimeout = 258;
 inline constexpr std::uint32_t kWaitFailed = 0xFFFFFFFF;
 
-/// Holds the system's record, which must not move between `Initialize` and `Delete`. A thread that is inside may enter
-/// again.
+/// Storage for the system's critical section, which is recursive and must not move after its initialisation.
 struct CriticalSection {
     alignas(void*) std::byte record[kCriticalSectionBytes];
 };
@@ -22,7 +21,7 @@ void EnterCriticalSection(CriticalSection* section);
 void LeaveCriticalSection(CriticalSection* section);
 void DeleteCriticalSection(CriticalSection* section);
 
-/// Creates a semaphore, which the caller closes by `CloseHandle`. `security` and `name` are null. Null on a failure.
+/// Creates a semaphore, which the caller closes by `CloseHandle`. `security` and `name` must be null. Null on failure.
 [[nodiscard]] Handle CreateSemaphoreW(const void* security, std::int32_t initial, std::int32_t maximum,
                                       const char16_t* name);
 
@@ -31,7 +30,7 @@ void DeleteCriticalSection(CriticalSection* section);
 bool ReleaseSemaphore(Handle semaphore, std::int32_t count, std::int32_t* previous);
 
 /// Subtracts 1 from the semaphore's count, after waiting until it is above 0. Returns `kWaitObject0`, `kWaitTimeout` or
-/// `kWaitFailed`. `alertable` is false.
+/// `kWaitFailed`. `alertable` must be false.
 std::uint32_t WaitForSingleObjectEx(Handle handle, std::uint32_t milliseconds, bool alertable);
 
 void Sleep(std::uint32_t milliseconds);

@@ -12,8 +12,8 @@ namespace ilk {
 /// This many bytes of a loaded image of any format can be read.
 inline constexpr std::uint32_t kMinImageBytes = 4096;
 
-/// Stores the size of the image in memory, as its first bytes give it, in `sizeBytes`. Returns `ResultInvalidSignature`
-/// if they aren't the headers of such an image.
+/// Reads the size that the image has in memory from its headers, which `head`, its first bytes, must hold. Returns
+/// `ResultInvalidSignature` if they aren't the headers of such an image.
 [[nodiscard]] ResultCode ReadImageSize(std::span<const std::byte> head, std::uint32_t& sizeBytes);
 
 /// Appends the debug identity of `image`, the whole image, to `id`: an identifier of 36 characters, a comma and the age

@@ -41,8 +41,8 @@ using ModulePathFunction = std::uint32_t (*)(Handle module, char* path, std::uin
 [[nodiscard]] std::uint32_t ReadModuleName(Handle module, ModulePathFunction readPath,
                                            basic_string_t<char>& name) noexcept;
 
-/// Fills `trace.modules` for the frames. `lookUp` runs once for each module, even for one whose lookup fails if it sets
-/// the size.
+/// Fills `trace.modules` for the frames. Calls `lookUp` once for each module; if it fails without setting the size,
+/// once for each frame.
 void ResolveModules(StackTrace& trace, ModuleLookup lookUp);
 
 /// Appends one line for each frame: its number, then either module name, debug identity and offset in the module, or

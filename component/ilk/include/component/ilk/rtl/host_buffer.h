@@ -7,11 +7,11 @@ namespace ilk {
 
 class HostBuffer {
 public:
-    /// As a size: the current one.
+    /// As the argument `sizeBytes`: keeps the current size.
     static constexpr std::uint32_t kSameSize = ~std::uint32_t{0};
 
-    /// `systemFace` is the address of the `SystemFace` word of an object that outlives the buffer. Null means that of
-    /// `HostRoot`, which must not be null then.
+    /// Allocates through the host object whose field `SystemFace` is at `systemFace`; the object must outlive the
+    /// buffer. Null means `HostRoot`, which must not be null then.
     explicit HostBuffer(const kernel::MethodTable* systemFace = nullptr);
     HostBuffer(const HostBuffer&) = delete;
     HostBuffer& operator=(const HostBuffer&) = delete;

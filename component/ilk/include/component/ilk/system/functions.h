@@ -14,29 +14,32 @@ using platform::SystemFunction;
 struct NtFunctions {
     SystemFunction<std::int32_t(Handle process)> NtSuspendProcess;
     SystemFunction<std::int32_t(Handle process)> NtResumeProcess;
-    SystemFunction<std::int32_t(Handle process, std::int32_t what, void* buffer, std::uint32_t sizeBytes,
+    SystemFunction<std::int32_t(Handle process, std::int32_t infoClass, void* buffer, std::uint32_t sizeBytes,
                                 std::uint32_t* neededBytes)>
         NtQueryInformationProcess;
-    SystemFunction<std::int32_t(Handle process, std::int32_t what, void* buffer, std::uint32_t sizeBytes)>
+    SystemFunction<std::int32_t(Handle process, std::int32_t infoClass, void* buffer, std::uint32_t sizeBytes)>
         NtSetInformationProcess;
-    SystemFunction<std::int32_t(Handle thread, std::int32_t what, void* buffer, std::uint32_t sizeBytes,
+    SystemFunction<std::int32_t(Handle thread, std::int32_t infoClass, void* buffer, std::uint32_t sizeBytes,
                                 std::uint32_t* neededBytes)>
         NtQueryInformationThread;
-    SystemFunction<std::int32_t(Handle thread, std::int32_t what, void* buffer, std::uint32_t sizeBytes)>
+    SystemFunction<std::int32_t(Handle thread, std::int32_t infoClass, void* buffer, std::uint32_t sizeBytes)>
         NtSetInformationThread;
     SystemFunction<std::int32_t(Handle first, Handle second, std::uint8_t* equal)> NtCompareTokens;
-    SystemFunction<std::int32_t(Handle object, std::int32_t what, void* buffer, std::uint32_t sizeBytes,
+    SystemFunction<std::int32_t(Handle object, std::int32_t infoClass, void* buffer, std::uint32_t sizeBytes,
                                 std::uint32_t* neededBytes)>
         NtQueryObject;
-    SystemFunction<std::int32_t(Handle file, void* status, void* buffer, std::uint32_t sizeBytes, std::int32_t what)>
+    SystemFunction<std::int32_t(Handle file, void* status, void* buffer, std::uint32_t sizeBytes,
+                                std::int32_t infoClass)>
         NtQueryInformationFile;
     SystemFunction<std::int32_t(Handle file, Handle event, void* routine, void* context, void* status, void* buffer,
-                                std::uint32_t sizeBytes, std::int32_t what, std::uint8_t single, void* name,
+                                std::uint32_t sizeBytes, std::int32_t infoClass, std::uint8_t single, void* name,
                                 std::uint8_t restart)>
         NtQueryDirectoryFile;
-    SystemFunction<std::int32_t(Handle file, void* status, void* buffer, std::uint32_t sizeBytes, std::int32_t what)>
+    SystemFunction<std::int32_t(Handle file, void* status, void* buffer, std::uint32_t sizeBytes,
+                                std::int32_t infoClass)>
         NtSetInformationFile;
-    SystemFunction<std::int32_t(std::int32_t what, void* buffer, std::uint32_t sizeBytes, std::uint32_t* neededBytes)>
+    SystemFunction<std::int32_t(std::int32_t infoClass, void* buffer, std::uint32_t sizeBytes,
+                                std::uint32_t* neededBytes)>
         NtQuerySystemInformation;
     SystemFunction<std::uint32_t(std::int32_t status)> RtlNtStatusToDosError;
     platform::CaptureStackBackTrace RtlCaptureStackBackTrace;

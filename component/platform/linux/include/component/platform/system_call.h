@@ -3,7 +3,7 @@
 
 namespace platform {
 
-/// A pointer to a function of the system with that signature.
+/// A pointer to a system function of type `Signature`.
 template <class Signature>
 using SystemFunction = Signature*;
 

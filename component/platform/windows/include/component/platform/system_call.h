@@ -10,7 +10,7 @@ struct SystemFunctionOf<Result(Arguments...)> {
     using Pointer = Result(__attribute__((stdcall)) *)(Arguments...);
 };
 
-/// A pointer to a function of the system with that signature.
+/// A pointer to a system function of type `Signature`.
 template <class Signature>
 using SystemFunction = typename SystemFunctionOf<Signature>::Pointer;
 

@@ -33,8 +33,8 @@ inline constexpr std::u16string_view kTwoSeparators = u"\\\\";
 void JoinPath(basic_string_t<char16_t>& target, std::u16string_view path);
 
 /// Resolves "." and ".." in the text of `target`, removes repeated and trailing separators and turns slashes after the
-/// root into backslashes. A drive without a separator isn't a root, but `C:` alone is unchanged. If no component is
-/// left, `target` becomes ".".
+/// root into backslashes. The `C:` of `C:name` isn't a root, but `C:` alone is unchanged. If no component is left,
+/// `target` becomes ".".
 void NormalizePath(basic_string_t<char16_t>& target);
 
 }   // namespace ilk

@@ -14,8 +14,8 @@ namespace arbor::module {
 
 struct KeyTree;
 
-/// A document's file and its content in one host block. The file is closed to all other processes from `Read` until
-/// this is destroyed.
+/// A document's file and its content in one host block. From `Read` until this is destroyed the file is open without
+/// sharing, so that no other process can open it.
 class DocumentFile {
 public:
     /// `object` provides the memory and receives the trace lines; it must outlive this.
@@ -38,8 +38,8 @@ private:
 /// the document since the load found none. Returns the code of the creation.
 ResultCode CreateMissingFile(const Text& name);
 
-/// Parses a document, with or without a byte order mark, into `tree`. Returns the code of `LoadDocument`, or
-/// `kUnexpected`, with a trace line of `object`, if the first bytes can't be read from a mapped file.
+/// Parses a document, with or without a byte order mark, into `tree`. Returns the code of `LoadDocument`. If reading
+/// the first bytes faults, as in a mapped file that was truncated, writes a trace line and returns `kUnexpected`.
 ResultCode LoadFromBytes(const HostObject* object, KeyTree& tree, const char* data, std::uint64_t sizeBytes);
 
 }   // namespace arbor::module

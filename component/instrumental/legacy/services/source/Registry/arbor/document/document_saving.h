@@ -15,8 +15,8 @@ class TextBuffer;
 
 enum BackupModes : std::uint8_t {
     BackupNone = 0,
-    BackupRotate = 1,            // every save keeps the last document
-    BackupFirstThenRotate = 2,   // the next save also keeps its own text; then as above
+    BackupRotate = 1,            // each save moves the old document to `.bak2`
+    BackupFirstThenRotate = 2,   // one save first copies its new text to `.bak`; then as `BackupRotate`
 };
 
 /// Writes the document's text into the buffer. Returns a code; a failure ends the save before the backups.

@@ -1,7 +1,7 @@
 /// The mapping between a tree of keys and an XML text in memory, in both directions.
 ///
 /// One form is written, the native one. Two are read: the native form, and any other XML ("foreign"), whose elements
-/// become keys and whose attributes and texts become tSTRING values. No lock, no file. Depth uses no stack in either
+/// become keys and whose attributes and texts become tSTRING values. No lock, no file, no recursion in either
 /// direction.
 #pragma once
 

@@ -1,6 +1,6 @@
-/// A growing byte string in which a document is built. Capacity that is not written yet is never cleared.
+/// A growing byte string in which a document is built. Unlike `std::string` it doesn't clear new capacity.
 ///
-/// It holds at most `kMaxBytes`, which one write of a file takes. Beyond that, and without memory, an append throws
+/// It holds at most `kMaxBytes`, the limit of one file write. Beyond that, and without memory, an append throws
 /// std::bad_alloc and leaves the bytes unchanged. Belongs to one thread.
 #pragma once
 

@@ -42,9 +42,9 @@ XmlAttribute& XmlAttributeList::Add() {
     return attribute;
 }
 
-XmlReader::XmlReader(const char* start, std::uint32_t sizeBytes, bool skipMark)
+XmlReader::XmlReader(const char* start, std::uint32_t sizeBytes, bool skipByteOrderMark)
     : position(start), end(start + sizeBytes), indent{start, 0} {
-    if (skipMark) position += MatchAt(kByteOrderMark);
+    if (skipByteOrderMark) position += MatchAt(kByteOrderMark);
 }
 
 bool XmlReader::IsAtStartTag() const { return end - position > 1 && *position == '<' && IsNameStart(position[1]); }

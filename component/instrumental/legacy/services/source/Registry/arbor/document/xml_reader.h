@@ -29,7 +29,7 @@ enum XmlResult : std::int32_t {
     XmlDone = 0,
     XmlNone = 1,          // no start tag here, or the end of the input instead of a token
     XmlMalformed = -1,    // malformed name, attribute or end tag, or a token without its terminator
-    XmlWrongToken = -2,   // the token isn't at the position, or its kind can't be read as a token
+    XmlWrongToken = -2,   // the token isn't at the position, or `ReadToken` doesn't read tokens of its kind
     XmlNoStartTag = -3,   // no start tag where one is required, or the input ends inside an element
     XmlOtherName = -4,    // not the required name
     XmlBroken = -5,       // an unterminated start tag, content that can't be skipped, or the end tag of another element
@@ -103,8 +103,7 @@ private:
 /// A failure leaves the position at the fault. Slices are valid as long as the input is.
 class XmlReader {
 public:
-    /// `skipMark`: a UTF-8 byte order mark at the start is skipped.
-    XmlReader(const char* start, std::uint32_t sizeBytes, bool skipMark);
+    XmlReader(const char* start, std::uint32_t sizeBytes, bool skipByteOrderMark);
 
     [[nodiscard]] TokenKind PeekKind() const;
 

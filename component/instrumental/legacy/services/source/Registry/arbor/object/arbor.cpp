@@ -1,4 +1,4 @@
-// Construction, destruction and lifecycle of the object, and its states of change.
+// Construction, destruction and lifecycle of the object, and the states of `Dirty` (unsaved changes).
 
 #include "object/arbor.h"
 

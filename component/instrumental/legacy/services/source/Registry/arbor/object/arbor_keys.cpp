@@ -39,7 +39,7 @@ ResultCode Arbor::OpenKeyLocked(Key*& opened, Key* parent, const char* path, boo
     std::uint32_t created = 0;
     opened = parent->OpenPath(path, false, &created);
     if (opened == nullptr) return kOutOfMemory;
-    if (created == 0) return kDone;   // `created` reports the first key of the path alone
+    if (created == 0) return kDone;   // `created` is set only if the path's first key was added, not one below it
     MarkDirty();
     return kKeyCreated;
 }
@@ -133,7 +133,7 @@ ResultCode Arbor::Clean() {
     return ChangeKey<kNotInitialised>(0, clear, kNameLine, "Arbor::Clean");
 }
 
-// The copies write no line. `CopyKeyTree` calls methods of both objects, which write theirs.
+// The two copy methods write no trace line of their own. `CopyKeyTree` calls methods of both objects, which do.
 
 ResultCode Arbor::CopyKey(KeyHandle source, HostObject* destination, KeyHandle destinationKey) {
     const LockGuard guard(lock, Synchronised, LockMode::Shared);

@@ -30,7 +30,7 @@ struct ArborLayout {
     static constexpr std::size_t kDataAreaBytes = sizeof(Arbor) - kHeaderBytes;
 
     /// True if every offset has its fixed number; always true on other targets.
-    static constexpr bool HoldsOnTarget() {
+    static constexpr bool HasFixedLayout() {
         if (sizeof(HostWord) != 4) return true;
         return kTree == 0x00 && kReadOnly == 0x0C && kOption1002 == 0x10 && kOption1003 == 0x14 &&
                kSaveOnClose == 0x18 && kName == 0x1C && kPendingRootPath == 0x3C && kOpenFlags == 0x40 &&
@@ -39,7 +39,7 @@ struct ArborLayout {
     }
 
     /// The same for the record of the lock.
-    static constexpr bool LockHoldsOnTarget() {
+    static constexpr bool LockHasFixedLayout() {
         if (sizeof(HostWord) != 4) return true;
         return offsetof(ReadersWriterLock, section) == 0 && offsetof(ReadersWriterLock, readersGate) == 24 &&
                offsetof(ReadersWriterLock, writersGate) == 28 && offsetof(ReadersWriterLock, readersWaiting) == 32 &&
@@ -51,7 +51,7 @@ struct ArborLayout {
 #pragma GCC diagnostic pop
 
 static_assert(sizeof(HostObjectHeader) == 3 * sizeof(HostWord));
-static_assert(ArborLayout::HoldsOnTarget(), "the host allocates and reads exactly this layout");
-static_assert(ArborLayout::LockHoldsOnTarget());
+static_assert(ArborLayout::HasFixedLayout(), "the host allocates and reads exactly this layout");
+static_assert(ArborLayout::LockHasFixedLayout());
 
 }   // namespace arbor::module

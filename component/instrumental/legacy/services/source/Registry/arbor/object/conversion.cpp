@@ -114,7 +114,7 @@ ResultCode ConvertOnWrite(const HostObject* object, Value& value, TypeCode type,
     HostBlock<char> text;
     if (const ResultCode code = CopyText(object, *source, text); IsFailure(code)) return code;
     const ResultCode code = value.FromText(text.get());
-    return IsFailure(code) ? code : kDone;   // a change even if the text is the same
+    return IsFailure(code) ? code : kDone;   // not `ResultUnchanged`: a converting write always counts as a change
 }
 
 }   // namespace arbor::module

@@ -1,4 +1,4 @@
-// The placeholder tables: functions that ignore their arguments and return a constant.
+// The placeholder tables of an object without a host: functions that ignore their arguments and return a constant.
 
 #include "object/host_object_header.h"
 
@@ -15,6 +15,7 @@ std::uint64_t ReturnWideZero() { return 0; }
 bool ReturnFalse() { return false; }
 ResultCode ReturnNotInitialised() { return kNotInitialised; }
 
+// The host's slots whose placeholder returns something other than `kNotInitialised`.
 constexpr std::size_t kDoneSlots[] = {1, 2, 3, 4, 13, 14, 15, 27, 62, 63, 80};
 constexpr std::size_t kWideZeroSlot = 5;
 constexpr std::size_t kFalseSlot = 68;

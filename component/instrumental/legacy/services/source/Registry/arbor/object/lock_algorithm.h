@@ -107,8 +107,8 @@ void LockAlgorithm<System>::Release() {
     if (before == 1 && writersWaiting > 0) WakeWriter();
 }
 
-/// Called by the last reader after its subtraction. Another thread may have entered since: it then counts as one that
-/// entered before the subtraction, and its own release wakes the waiting writer.
+/// Called by the last reader after its subtraction. If another thread has entered since, this call wakes no writer;
+/// that thread's release does.
 template <class System>
 void LockAlgorithm<System>::WakeWriter() {
     System::Enter(section);

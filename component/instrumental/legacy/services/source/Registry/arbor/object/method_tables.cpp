@@ -23,6 +23,8 @@ using ArborMethods =
 template <auto method, std::size_t slot>
 struct Entry;
 
+/// `Call` is for the object's own table and runs the method. `Forward` is for the table that the host registers and
+/// calls the function at `slot` of the object's own table, whatever object it is.
 template <class... Arguments, ResultCode (Arbor::*method)(Arguments...), std::size_t slot>
 struct Entry<method, slot> {
     static ResultCode Call(HostObject* object, Arguments... arguments) {
