@@ -1,11 +1,11 @@
 // Parses the line again, argument by argument: CLI11 can't parse an incomplete line. The options and operands come from
-// the parser's description.
+// the tables that the parser uses.
 
 #include "completion.h"
 
 #include "addressing.h"
 #include "backups.h"
-#include "command_line.h"
+#include "command_table.h"
 
 #include <algorithm>
 #include <iostream>
@@ -13,15 +13,13 @@
 #include <map>
 #include <utility>
 
-#include <CLI/CLI.hpp>
-
 namespace arborctl {
 namespace {
 
 using Words = std::vector<std::string>;
 
 /// The arguments before the word, by the names of their options and operands. The command has the name `kCommand`.
-using GivenArguments = std::map<std::string, std::string>;
+using GivenArguments = std::map<std::string, std::string, std::less<>>;
 constexpr const char* kCommand = "COMMAND";
 
 /// Returns the argument, or "" if it isn't given.
@@ -36,7 +34,7 @@ Words CompleteFromDocument(const GivenArguments& given, const std::string& root,
     host::Kernel kernel;
     Progress progress(nullptr);
     kernel.LoadModule(ModulePath(ValueOf(given, "--module")));
-    const DocumentSettings settings{.document = DocumentPath(ValueOf(given, "DOCUMENT")),
+    const DocumentSettings settings{.document = ParseDocument(ValueOf(given, "DOCUMENT")),
                                     .readOnly = true,
                                     .root = Path(root),
                                     .wait = std::chrono::seconds(0)};
@@ -118,7 +116,7 @@ Words Types(const GivenArguments& given, const std::string&) {
 }
 
 Words BackupNames(const GivenArguments& given, const std::string&) {
-    const std::filesystem::path document = DocumentPath(ValueOf(given, "DOCUMENT"));
+    const std::filesystem::path document = ParseDocument(ValueOf(given, "DOCUMENT"));
     Words words;
     for (const BackupFile& file : FindBackups(document)) {
         if (file.path.filename() != document.filename()) words.push_back(PathText(file.path.filename()));
@@ -138,6 +136,12 @@ Words BackupModes(const GivenArguments&, const std::string&) {
     return words;
 }
 
+Words CommandNames(const GivenArguments&, const std::string&) {
+    Words words;
+    for (const CommandRow& row : Commands()) words.emplace_back(row.name);
+    return words;
+}
+
 /// The candidates for an option's value or an operand. Null means file names. Those without a row are free text.
 struct CandidateSource {
     std::string_view name;
@@ -147,7 +151,7 @@ constexpr CandidateSource kCandidateSources[] = {
     {"DOCUMENT", nullptr},
     {"OTHER-DOCUMENT", nullptr},
     {"TARGET-DOCUMENT", nullptr},
-    {"FOREIGN.xml", nullptr},
+    {"FOREIGN-DOCUMENT", nullptr},
     {"--module", nullptr},
     {"PATH", Paths},
     {"--root", Roots},
@@ -156,44 +160,22 @@ constexpr CandidateSource kCandidateSources[] = {
     {"TYPE", Types},
     {"--as", Types},
     {"BACKUP", BackupNames},
+    {"COMMAND", CommandNames},
     {"--color", ColourWords},
     {"--backup", BackupModes},
 };
 
-Words CommandNames(const CLI::App& tool) {
-    Words words;
-    for (const CLI::App* command : tool.get_subcommands({})) words.push_back(command->get_name());
-    return words;
-}
-
-Words OptionNames(const CLI::App& level) {
-    Words words;
-    for (const CLI::Option* option : level.get_options()) {
-        for (const std::string& name : option->get_lnames()) words.push_back("--" + name);
-    }
-    return words;
-}
-
 /// Follows the arguments of a command line in order and completes the one that comes next.
 class LineState {
 public:
-    explicit LineState(const CLI::App& app) : tool(app), level(&app) {}
-
     /// Processes one complete argument.
     void Consume(const std::string& word) {
-        if (const CLI::Option* option = std::exchange(pending, nullptr)) {
-            given[option->get_name()] = word;
-        } else if (IsOption(word)) {
+        if (const OptionRow* option = std::exchange(pending, nullptr))
+            given[std::string(option->name)] = word;
+        else if (IsOption(word))
             ConsumeOption(word);
-        } else if (const CLI::Option* operand = NextOperand()) {
-            given[operand->get_name()] = word;
-            ++operands;
-        } else if (const CLI::App* command = FindCommand(*level, word)) {
-            level = command;
-            given[kCommand] = word;
-            operands = 0;
-            optionsEnded = false;
-        }
+        else
+            words.push_back(word);
     }
 
     struct Result {
@@ -201,23 +183,27 @@ public:
         bool files = false;
     };
 
-    /// Returns the candidates for `word` as the next argument.
-    [[nodiscard]] Result Complete(const std::string& word) const {
-        if (pending != nullptr) return From(*pending, word);
+    /// Returns the candidates for `word` as the next argument. Throws `std::invalid_argument` for a wrong line.
+    [[nodiscard]] Result Complete(const std::string& word) {
+        SplitOperands split = Split(words);
+        command = split.command;
+        given["DOCUMENT"] = split.document;
+        if (pending != nullptr) return From(pending->name, word);
         if (IsOption(word)) return CompleteOption(word);
-        const CLI::Option* operand = NextOperand();
-        Result result = operand != nullptr ? From(*operand, word) : Result{};
-        if (level == &tool) result.words = CommandNames(tool);
-        return result;
+        if (command == nullptr) {
+            Result result = words.empty() ? From("DOCUMENT", word) : Result{};
+            std::ranges::move(CommandNames(given, word), std::back_inserter(result.words));
+            return result;
+        }
+        if (command->family != Family::Tool && split.document.empty()) return From("DOCUMENT", word);
+        given[kCommand] = command->name;
+        const OperandNames names = OperandsOf(*command);
+        for (std::size_t i = 0; i < split.operands.size(); ++i) given[std::string(names.At(i))] = split.operands[i];
+        return From(names.At(split.operands.size()), word);
     }
 
 private:
     [[nodiscard]] bool IsOption(const std::string& word) const { return !optionsEnded && word.starts_with('-'); }
-
-    [[nodiscard]] const CLI::Option* NextOperand() const {
-        const auto all = level->get_options([](const CLI::Option* option) { return option->get_positional(); });
-        return operands < all.size() ? all[operands] : nullptr;
-    }
 
     void ConsumeOption(const std::string& word) {
         if (word == "--") {
@@ -225,27 +211,36 @@ private:
             return;
         }
         const std::size_t equals = word.find('=');
-        const CLI::Option* option = level->get_option_no_throw(word.substr(0, equals));
-        if (option == nullptr || option->get_items_expected_max() == 0) return;
+        const std::string name = word.substr(0, equals);
+        const auto option = std::ranges::find(Options(), std::string_view(name), &OptionRow::name);
+        if (option == Options().end() || option->IsFlag()) return;
         if (equals == std::string::npos)
-            pending = option;
+            pending = &*option;
         else
-            given[option->get_name()] = word.substr(equals + 1);
+            given[name] = word.substr(equals + 1);
+    }
+
+    /// The options of the command and then those of all.
+    [[nodiscard]] Words OptionNames() const {
+        Words names;
+        for (const OptionRow& row : Options()) {
+            if (FindOption(command, row.name) == &row) names.emplace_back(row.name);
+        }
+        return names;
     }
 
     [[nodiscard]] Result CompleteOption(const std::string& word) const {
         const std::size_t end = word.find('=') + 1;
-        if (end == 0) return {OptionNames(*level)};
-        const CLI::Option* option = level->get_option_no_throw(word.substr(0, end - 1));
-        Result result = option != nullptr ? From(*option, word.substr(end)) : Result{};
+        if (end == 0) return {OptionNames()};
+        Result result = From(word.substr(0, end - 1), word.substr(end));
         for (std::string& value : result.words) value.insert(0, word, 0, end);
         return result;
     }
 
-    [[nodiscard]] Result From(const CLI::Option& option, const std::string& word) const {
+    [[nodiscard]] Result From(std::string_view name, const std::string& word) const {
         Result result;
         for (const CandidateSource& source : kCandidateSources) {
-            if (source.name != option.get_name()) continue;
+            if (source.name != name) continue;
             if (source.words == nullptr)
                 result.files = true;
             else
@@ -263,11 +258,10 @@ private:
         }
     }
 
-    const CLI::App& tool;
-    const CLI::App* level;                  // the tool or a command
-    const CLI::Option* pending = nullptr;   // the option whose value comes next
-    std::size_t operands = 0;               // operands of `level` so far
-    bool optionsEnded = false;              // after "--"
+    const CommandRow* command = nullptr;
+    const OptionRow* pending = nullptr;   // the option whose argument comes next
+    bool optionsEnded = false;            // after "--"
+    Words words;                          // the operands of the whole line
     GivenArguments given;
 };
 
@@ -277,16 +271,13 @@ int PrintCompletions(std::vector<std::string> words) {
     if (words.empty()) return kExitUsage;
     const std::string word = std::move(words.back());
     words.pop_back();
-    const std::shared_ptr<const CLI::App> tool = DescribeCommandLine();
-    LineState state(*tool);
-    const bool isDocument =
-        words.size() == 1 && FindCommand(*tool, words[0]) != nullptr;   // the word follows a leading command
-    if (!isDocument) {
-        PutDocumentFirst(*tool, words);
-        for (const std::string& argument : words) state.Consume(argument);
-    }
-    LineState::Result result = state.Complete(word);
-    if (isDocument) result.words.clear();
+    LineState state;
+    for (const std::string& argument : words) state.Consume(argument);
+    LineState::Result result;
+    try {
+        result = state.Complete(word);
+    } catch (const std::invalid_argument&) {
+    }   // a wrong line has no candidates
     std::cout << (result.files ? "files\n" : "words\n");
     for (const std::string& candidate : result.words) {
         if (candidate.starts_with(word)) std::cout << candidate << '\n';

@@ -32,17 +32,18 @@ bool UsesColours(Colours colours, bool terminal) {
 }
 
 int RunCommand(const CommandLine& line, Terminals terminals) {
-    host::Kernel kernel({.traceLevel = line.traceLevel,
+    const Arguments& given = line.given;
+    host::Kernel kernel({.traceLevel = given.traceLevel,
                          .traceSink = PrintTraceLine,
-                         .blocks = line.leaks ? host::BlockTracking::Each : host::BlockTracking::Count});
+                         .blocks = given.leaks ? host::BlockTracking::Each : host::BlockTracking::Count});
     Progress progress(terminals.error ? &std::cerr : nullptr);
     int exitCode = kExitRefused;
     try {
         static_cast<void>(
-            host::DocumentName(line.settings.document));   // throws a `PathError` before a command reads the path
-        kernel.LoadModule(line.module);
+            host::DocumentName(given.settings.document));   // throws a `PathError` before a command reads the path
+        kernel.LoadModule(ModulePath(given.module));
         exitCode = line.command(
-            {kernel, line.settings, progress, line.json, line.flat, UsesColours(line.colours, terminals.output)});
+            {kernel, given.settings, progress, given.json, given.flat, UsesColours(given.colours, terminals.output)});
     } catch (const StoreError& error) {
         PrintError(error);
         exitCode = error.ExitCode();
@@ -52,7 +53,7 @@ int RunCommand(const CommandLine& line, Terminals terminals) {
     } catch (const std::exception& error) {
         PrintError(error);
     }
-    if (line.leaks || kernel.LiveBlocks() != 0) std::cerr << kernel.LeakReport();
+    if (given.leaks || kernel.LiveBlocks() != 0) std::cerr << kernel.LeakReport();
     return exitCode;
 }
 
@@ -64,12 +65,12 @@ int ExitCodeAfterFailedOutput(int exitCode) {
 
 }   // namespace
 
-int RunTool(std::vector<std::string> arguments, Terminals terminals) {
+int RunTool(const std::vector<std::string>& arguments, Terminals terminals) {
     int exitCode = kExitDone;
     std::cout.clear();   // a failure of an earlier run in this process
     if (!arguments.empty() && arguments[0] == kCompletionCommand)
         return PrintCompletions({std::next(arguments.begin()), arguments.end()});
-    const auto line = ReadCommandLine(std::move(arguments), exitCode);
+    const auto line = ReadCommandLine(arguments, exitCode);
     if (line) exitCode = RunCommand(*line, terminals);
     if (!std::cout.flush()) return ExitCodeAfterFailedOutput(exitCode);
     return exitCode;

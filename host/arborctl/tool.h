@@ -14,6 +14,6 @@ struct Terminals {
 
 /// Runs a command line, given without the program's name. Returns the exit code. Not reentrant: it uses the standard
 /// streams.
-[[nodiscard]] int RunTool(std::vector<std::string> arguments, Terminals terminals = {});
+[[nodiscard]] int RunTool(const std::vector<std::string>& arguments, Terminals terminals = {});
 
 }   // namespace arborctl

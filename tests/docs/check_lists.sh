@@ -25,8 +25,8 @@ done <<EOF
 $literals
 EOF
 
-commands=$(arborctl --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z][a-z]*\) .*/\1/p')
-options=$(for command in '' $commands; do arborctl ${command:+"$command"} --help; done | grep -oE '^  (-h,)?--[a-z-]+' | grep -oE -e '--[a-z-]+' | sort -u)
+commands=$(arborctl --help | sed -n '/^Commands/,/^$/s/^  \([a-z][a-z]*\) .*/\1/p')
+options=$(for command in '' $commands; do arborctl ${command:+"$command"} --help; done | grep -oE '^  (-h, )?--[a-z-]+' | grep -oE -e '--[a-z-]+' | sort -u)
 [ -n "$commands" ] && [ -n "$options" ] || failed=1
 for word in $commands $options; do
     mentions docs/arborctl.1 "$(echo "$word" | sed 's/-/\\-/g')" "word"

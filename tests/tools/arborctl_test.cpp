@@ -1,5 +1,6 @@
 #include "support/temporary_folder.h"
 
+#include <arborctl/command_table.h>
 #include <arborctl/tool.h>
 #include <host/system.h>
 #include <host/text.h>
@@ -180,6 +181,8 @@ TEST_F(ArborctlTest, ChangesAreSaved) {
         {"a change through a conversion", {"Network/Proxy", "Port"}, {"tSTRING", "77"}, "77\n"},
         {"a new value in new keys", {"A/B\\C", "New"}, {"tSHORT", "-5"}, "-5\n"},
         {"a text like an option", {"A", "Dash"}, {"tSTRING", "--", "-x"}, "-x\n"},
+        {"a text like the end of options", {"A", "Dashes"}, {"tSTRING", "--", "--"}, "--\n"},
+        {"a text like a list", {"A", "List"}, {"tSTRING", "[a,b]"}, "[a,b]\n"},
         {"an empty text", {"A", "Empty"}, {"tSTRING", ""}, "\n"},
         {"a blob in small letters", {"A", "Blob"}, {"tPTR", "00ff"}, "00FF\n"},
         {"a blob as long as the text of its bytes", {"", "Blob"}, {"tBINARY", "ABCDEF"}, "ABCDEF\n"},
@@ -335,6 +338,10 @@ TEST_F(ArborctlTest, InvalidArgumentsExitWith2) {
         {"--create", "--read-only", "d.xml", "tree"},
         {"--create=always", "d.xml", "tree"},
         {"d.xml", "tree", "Network", "more"},
+        {"d.xml", "rm", "Network", "--json"},
+        {"d.xml", "tree", "-x"},
+        {"d.xml", "tree", "--json=no"},
+        {"help", "grow"},
     };
     for (const std::vector<std::string>& arguments : cases) {
         const Outcome outcome = RunTool(arguments);
@@ -342,13 +349,42 @@ TEST_F(ArborctlTest, InvalidArgumentsExitWith2) {
         EXPECT_THAT(outcome.error, StartsWith("arborctl: ")) << testing::PrintToString(arguments);
         EXPECT_TRUE(IsOneLine(outcome.error)) << outcome.error;
     }
-    for (const char* command :
-         {"tree", "get", "find", "export", "check", "diff", "backups", "set", "rm", "cp", "import", "restore"}) {
+}
+
+TEST_F(ArborctlTest, HelpDescribesEachCommandIn79Columns) {
+    const std::string tool = RunTool({"--help"}).output;
+    EXPECT_EQ(RunTool({"help"}).output, tool);
+    std::string all = tool;
+    for (const arborctl::CommandRow& row : arborctl::Commands()) {
+        const std::string command(row.name);
+        SCOPED_TRACE(command);
+        EXPECT_THAT(tool, HasSubstr("\n  " + command + ' '));
         const Outcome help = RunTool({command, "--help"});
         EXPECT_EQ(help.exitCode, 0);
-        EXPECT_THAT(help.output, testing::ContainsRegex(std::string("Example:\n  arborctl .*") + command));
+        EXPECT_EQ(RunTool({"help", command}).output, help.output);
+        EXPECT_THAT(help.output, testing::ContainsRegex("Example:\n  arborctl .*" + command));
         EXPECT_THAT(help.output, HasSubstr("\n  3  a document can't be loaded"));
+        for (const std::string_view name : arborctl::OperandsOf(row).names)
+            EXPECT_THAT(arborctl::OperandHelp(row, name), testing::Not(IsEmpty())) << name;
+        all += help.output;
     }
+    std::istringstream lines(all);
+    for (std::string line; std::getline(lines, line);) EXPECT_LT(line.size(), 80U) << line;
+    for (const arborctl::OptionRow& row : arborctl::Options())
+        EXPECT_THAT(all, HasSubstr("  " + std::string(row.name == "--help" ? "-h, " : "") + std::string(row.name)));
+}
+
+TEST_F(ArborctlTest, OptionsStandAnywhere) {
+    const std::string document = Path("d.xml");
+    const std::vector<std::string> lines[] = {
+        {"--root", "Network", "--as", "tSTRING", document, "get", "Proxy", "Port"},
+        {document, "--root", "Network", "get", "--as=tSTRING", "Proxy", "Port"},
+        {"get", "--root=Network", document, "Proxy", "--as", "tSTRING", "Port"},
+        {"--as", "tSTRING", "get", document, "Proxy", "Port", "--root", "Network"},
+        {"get", document, "--root", "Network", "--as", "tSTRING", "--", "Proxy", "Port"},
+    };
+    for (const std::vector<std::string>& line : lines)
+        EXPECT_EQ(RunTool(line).output, "8080\n") << testing::PrintToString(line);
 }
 
 TEST_F(ArborctlTest, FailedOutputExitsWith1) {
@@ -821,7 +857,8 @@ TEST_F(ArborctlTest, CompletionListsValidArguments) {
         {"a command", {document, "re"}, "words\nrestore\n"},
         {"a document after its command", {"get", ""}, "files\n"},
         {"an option", {"--ba"}, "words\n--backup\n"},
-        {"an option of the command", {document, "get", "--"}, "words\n--help\n--json\n--as\n"},
+        {"an option of the command", {document, "get", "--a"}, "words\n--as\n"},
+        {"an option of every command", {document, "get", "--col"}, "words\n--color\n"},
         {"options of another command aren't listed", {document, "rm", "--j"}, "words\n"},
         {"a value of an option", {"--backup", ""}, "words\n0\n1\n2\n"},
         {"a value after an equals sign", {"--color=a"}, "words\n--color=auto\n--color=always\n"},

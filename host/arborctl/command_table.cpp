@@ -1,0 +1,296 @@
+// The tables of commands, options and operands, and the conversions of their texts.
+
+#include "command_table.h"
+
+#include "help.h"
+
+#include <component/kernel/trace.h>
+
+#include <host/system.h>
+#include <host/text.h>
+
+#include <algorithm>
+#include <charconv>
+#include <stdexcept>
+
+namespace arborctl {
+namespace {
+
+constexpr std::uint32_t kMaxTraceLevel = 0xFFFF'FFFF;
+constexpr std::uint32_t kMaxWaitSeconds = 86'400;
+
+/// Calls `parse(text)` and puts `text` before the reason of a failure.
+template <class Parse>
+auto ParseOperand(const std::string& text, Parse parse) {
+    try {
+        return parse(text);
+    } catch (const std::invalid_argument& error) {
+        throw std::invalid_argument(text + ": " + error.what());
+    }
+}
+
+std::uint32_t ParseNumber(const std::string& text, std::uint32_t max) {
+    std::uint32_t number = 0;
+    const char* const last = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), last, number);
+    if (text.empty() || stop != last || error != std::errc() || number > max)
+        throw std::invalid_argument(text + " isn't a number from 0 to " + std::to_string(max));
+    return number;
+}
+
+kernel::TypeCode ParseType(const std::string& text) {
+    if (const kernel::ValueTypeRow* row = kernel::FindType(text)) return row->type;
+    std::string names;
+    for (const kernel::ValueTypeRow& row : kernel::kStoredTypes) names.append(" ").append(row.name);
+    throw std::invalid_argument(text + " isn't a value type; the types are" + names);
+}
+
+/// The parser gives a flag without an argument the text "true".
+Creation ParseCreation(const std::string& text) {
+    if (text == "true") return Creation::Safe;
+    if (text == "force") return Creation::Force;
+    throw std::invalid_argument("--create=" + text + " is neither --create nor --create=force");
+}
+
+Colours ParseColours(const std::string& word) {
+    const auto* row = std::ranges::find(kColourRows, std::string_view(word), &ColourRow::word);
+    if (row == std::end(kColourRows)) throw std::invalid_argument(word + " is not auto, always or never");
+    return row->colours;
+}
+
+Work PrepareSet(const Arguments& given) {
+    const std::size_t type = given.operands.size() - 2;
+    const ValuePath path = type == 1 ? given.ValuePathAt(0) : ValuePath{given.PathAt(0), given.NameAt(1)};
+    return [path, type = ParseType(given.operands[type]), text = given.operands.back()](const Session& session) {
+        return Set(session, path, type, text);
+    };
+}
+
+Work PrepareRemoval(const Arguments& given) {
+    if (given.Has(1)) return [value = given.ValueAt(0)](const Session& session) { return RemoveValue(session, value); };
+    return [path = given.PathAt(0)](const Session& session) { return Remove(session, path); };
+}
+
+constexpr CommandRow kCommands[] = {
+    {"tree", Family::Reading, "[PATH]", "Show keys and values, typed", "settings.xml tree Network/Proxy",
+     [](const Arguments& given) -> Work {
+         return [path = given.PathAt(0)](const Session& session) { return Tree(session, path); };
+     }},
+    {"get", Family::Reading, "PATH [VALUE]", "Show one value, in its own type or converted",
+     "settings.xml get Network/Proxy/Port --as tSTRING",
+     [](const Arguments& given) -> Work {
+         return [value = given.ValueAt(0), as = given.as](const Session& session) { return Get(session, value, as); };
+     }},
+    {"find", Family::Reading, "TEXT", "Show the keys and values with TEXT in a name or in a value's text",
+     "settings.xml find proxy",
+     [](const Arguments& given) -> Work {
+         return [text = given.operands[0]](const Session& session) { return Find(session, text); };
+     }},
+    {"export", Family::Reading, "[PATH]", "Write a subtree as a document to standard output",
+     "settings.xml export Network/Proxy",
+     [](const Arguments& given) -> Work {
+         return [path = given.PathAt(0)](const Session& session) { return Export(session, path); };
+     }},
+    {"set", Family::Changing, "PATH [VALUE] TYPE TEXT", "Create or change a value; missing keys are created",
+     "settings.xml set Network/Proxy/Port tDWORD 8080", PrepareSet},
+    {"rm", Family::Changing, "PATH [VALUE]", "Remove a value, or a key and its subtree",
+     "settings.xml rm Network/Proxy/Port", PrepareRemoval},
+    {"cp", Family::Changing, "PATH TARGET-DOCUMENT", "Copy a subtree to the same path in another document",
+     "settings.xml cp Network/Proxy other.xml",
+     [](const Arguments& given) -> Work {
+         return [path = given.PathAt(0), target = given.DocumentAt(1)](const Session& session) {
+             return Copy(session, path, target);
+         };
+     }},
+    {"import", Family::Changing, "FOREIGN-DOCUMENT", "Copy any XML document into this one",
+     "--create settings.xml import foreign.xml",
+     [](const Arguments& given) -> Work {
+         return [foreign = given.DocumentAt(0)](const Session& session) { return Import(session, foreign); };
+     }},
+    {"check", Family::Files, "", "Report why and where the document can't be loaded, or what a save drops or changes",
+     "settings.xml check", [](const Arguments&) -> Work { return Check; }, nullptr, kernel::TraceWarning},
+    {"diff", Family::Files, "OTHER-DOCUMENT", "Show in which keys and values another document differs",
+     "settings.xml diff settings.xml.bak2",
+     [](const Arguments& given) -> Work {
+         return [other = given.DocumentAt(0)](const Session& session) { return Diff(session, other); };
+     }},
+    {"backups", Family::Files, "", "List the document and its backups, and whether each loads", "settings.xml backups",
+     [](const Arguments&) -> Work { return Backups; }},
+    {"restore", Family::Files, "BACKUP", "Replace the document by a backup; a copy of the former document is kept",
+     "settings.xml restore .bak2",
+     [](const Arguments& given) -> Work {
+         return [backup = given.operands[0]](const Session& session) { return RestoreBackup(session, backup); };
+     }},
+    {"help", Family::Tool, "[COMMAND]", "Show the commands, or the operands and options of one", "help set", nullptr,
+     [](const Arguments& given) {
+         const CommandRow* command = given.Has(0) ? FindCommand(given.operands[0]) : nullptr;
+         if (given.Has(0) && command == nullptr) throw std::invalid_argument(given.operands[0] + " is not a command");
+         return PrintHelp(command);
+     }},
+};
+
+constexpr OperandRow kOperands[] = {
+    {"DOCUMENT", "", "file with the settings"},
+    {"PATH", "get", "value, as in Network/Proxy/Port, or its key"},
+    {"PATH", "set", "key, as in Network/Proxy, or value, as in Network/Proxy/Port"},
+    {"PATH", "rm", "value, or key if there is no such value; always a key if it ends with \"/\""},
+    {"PATH", "", "key, as in Network/Proxy, or value; \"\" is the root"},
+    {"VALUE", "", "name of the value, if PATH is its key"},
+    {"TYPE", "set", "type of a new value; an existing value keeps its type, and TEXT is converted"},
+    {"TEXT", "set", "text of the value; hexadecimal for a blob; after \"--\" if it begins with \"-\""},
+    {"TEXT", "find", "compared without regard to the case of ASCII letters"},
+    {"TARGET-DOCUMENT", "", "created if it is missing"},
+    {"FOREIGN-DOCUMENT", "", "elements become keys, attributes and text become values"},
+    {"OTHER-DOCUMENT", "", "what DOCUMENT is compared with"},
+    {"BACKUP", "", "a file that \"backups\" lists: its name, path or ending"},
+    {"COMMAND", "", "one of the commands"},
+};
+
+constexpr OptionRow kOptions[] = {
+    {"--as", "TYPE", "get", "type to convert to",
+     [](Arguments& given, const std::string& text) { given.as = ParseType(text); }},
+    {"--json", "", "tree get find export check diff backups", "print JSON, for programs",
+     [](Arguments& given, const std::string&) { given.json = true; }},
+    {"--flat", "", "tree", "print a line \"PATH VALUE TYPE TEXT\" for each value, exact, as \"apply\" reads it",
+     [](Arguments& given, const std::string&) { given.flat = true; }},
+    {"--flat", "", "diff", "print the changes that make DOCUMENT equal to the other one, as \"apply\" reads them",
+     [](Arguments& given, const std::string&) { given.flat = true; }},
+    {"--module", "FILE", "", "module to load (default: the one in the program's directory)",
+     [](Arguments& given, const std::string& text) { given.module = text; }},
+    {"--trace", "LEVEL", "", "print the module's trace lines up to this level; 600 prints all",
+     [](Arguments& given, const std::string& text) { given.traceLevel = ParseNumber(text, kMaxTraceLevel); }},
+    {"--read-only", "", "", "refuse every change",
+     [](Arguments& given, const std::string&) { given.settings.readOnly = true; }},
+    {"--create", "[=force]", "", "create the document if it is missing; =force: even if backups of a former one exist",
+     [](Arguments& given, const std::string& text) { given.settings.create = ParseCreation(text); }},
+    {"--convert", "", "", "allow a change to save a foreign document as a native one",
+     [](Arguments& given, const std::string&) { given.settings.convert = true; }},
+    {"--backup", "MODE", "", "0: none; 1: the document before the last save; 2: also the first one saved",
+     [](Arguments& given, const std::string& text) { given.settings.backupMode = ParseNumber(text, kMaxBackupMode); }},
+    {"--root", "PATH", "", "key that paths are relative to",
+     [](Arguments& given, const std::string& text) {
+         given.settings.root = ParseOperand(text, [](const std::string& path) { return Path(path); });
+     }},
+    {"--color", "WHEN", "", "auto, always or never; auto: only on a terminal",
+     [](Arguments& given, const std::string& text) { given.colours = ParseColours(text); }},
+    {"--wait", "SECONDS", "", "how long to wait for other processes that use the document (default: 5)",
+     [](Arguments& given, const std::string& text) {
+         given.settings.wait = std::chrono::seconds(ParseNumber(text, kMaxWaitSeconds));
+     }},
+    {"--leaks", "", "", "report the memory that the module didn't free",
+     [](Arguments& given, const std::string&) { given.leaks = true; }},
+    {"--version", "", "", "show the version", nullptr},
+    {kHelpOption, "", "", "show the commands, or more of one, with an example", nullptr},
+};
+
+}   // namespace
+
+std::span<const CommandRow> Commands() { return kCommands; }
+std::span<const OptionRow> Options() { return kOptions; }
+
+const CommandRow* FindCommand(std::string_view name) {
+    const auto* row = std::ranges::find(kCommands, name, &CommandRow::name);
+    return row != std::end(kCommands) ? row : nullptr;
+}
+
+bool ListHas(std::string_view list, std::string_view name) {
+    while (!list.empty()) {
+        const std::size_t length = std::min(list.find(' '), list.size());
+        if (list.substr(0, length) == name) return true;
+        list.remove_prefix(std::min(length + 1, list.size()));
+    }
+    return false;
+}
+
+const OptionRow* FindOption(const CommandRow* command, std::string_view name) {
+    const auto* row = std::ranges::find_if(kOptions, [&](const OptionRow& option) {
+        const bool isAccepted =
+            option.commands.empty() || (command != nullptr && ListHas(option.commands, command->name));
+        return isAccepted && option.name == name;
+    });
+    return row != std::end(kOptions) ? row : nullptr;
+}
+
+std::string_view OperandNames::At(std::size_t index) const {
+    if (index < names.size()) return names[index];
+    return repeated == 0 ? "" : names[names.size() - repeated + (index - names.size()) % repeated];
+}
+
+OperandNames OperandsOf(const CommandRow& command) {
+    OperandNames operands;
+    bool isOptional = false;
+    std::size_t group = 0;   // the position of the last bracket
+    for (std::string_view rest = command.operands; !rest.empty();) {
+        const std::size_t end = std::min(rest.find(' '), rest.size());
+        std::string_view word = rest.substr(0, end);
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+        if (word.starts_with('[')) {
+            isOptional = true;
+            group = operands.names.size();
+            word.remove_prefix(1);
+        }
+        if (!isOptional) ++operands.required;
+        operands.names.push_back(word.substr(0, word.find(']')));
+        if (word.find(']') != std::string_view::npos) isOptional = false;
+        if (word.ends_with("...")) operands.repeated = operands.names.size() - group;
+    }
+    return operands;
+}
+
+std::string_view OperandHelp(const CommandRow& command, std::string_view operand) {
+    const auto* row = std::ranges::find_if(kOperands, [&](const OperandRow& described) {
+        return described.name == operand && (described.commands.empty() || ListHas(described.commands, command.name));
+    });
+    return row != std::end(kOperands) ? row->help : "";
+}
+
+SplitOperands Split(std::vector<std::string> all) {
+    SplitOperands result;
+    const auto commandAt = [&all](std::size_t index) { return index < all.size() ? FindCommand(all[index]) : nullptr; };
+    const auto isTool = [](const CommandRow* row) { return row != nullptr && row->family == Family::Tool; };
+    std::size_t used = std::min<std::size_t>(all.size(), 2);
+    if (isTool(commandAt(0))) {
+        result.command = commandAt(0);
+        used = 1;
+    } else if (commandAt(0) != nullptr && commandAt(1) == nullptr) {
+        result.command = commandAt(0);
+        if (used == 2) result.document = all[1];
+    } else if (!all.empty()) {
+        result.document = all[0];
+        result.command = commandAt(1);
+        if (used == 2 && result.command == nullptr) throw std::invalid_argument(all[1] + " is not a command");
+    }
+    result.operands.assign(all.begin() + static_cast<std::ptrdiff_t>(used), all.end());
+    return result;
+}
+
+std::filesystem::path ParseDocument(const std::string& argument) {
+    const std::string_view fault = host::PathFault(argument);
+    if (!fault.empty()) throw std::invalid_argument(host::Printable(argument).append(": ").append(fault));
+    return FollowLink(PathFromArgument(argument));
+}
+
+std::filesystem::path ModulePath(const std::string& argument) {
+    return argument.empty() ? host::ProgramDirectory() / (std::string("arbor") + host::ModuleExtension())
+                            : PathFromArgument(argument);
+}
+
+Path Arguments::PathAt(std::size_t index) const {
+    return Has(index) ? ParseOperand(operands[index], [](const std::string& text) { return Path(text); }) : Path();
+}
+
+PathName Arguments::NameAt(std::size_t index) const {
+    return ParseOperand(operands[index], [](const std::string& text) { return ParseName(text); });
+}
+
+ValuePath Arguments::ValueAt(std::size_t index) const {
+    return Has(index + 1) ? ValuePath{PathAt(index), NameAt(index + 1)} : ValuePathAt(index);
+}
+
+ValuePath Arguments::ValuePathAt(std::size_t index) const {
+    return ParseOperand(operands[index], [](const std::string& text) { return ToValuePath(Path(text)); });
+}
+
+std::filesystem::path Arguments::DocumentAt(std::size_t index) const { return ParseDocument(operands[index]); }
+
+}   // namespace arborctl

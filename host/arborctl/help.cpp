@@ -1,0 +1,113 @@
+// Lays out the tables as text: two columns, the second one wrapped.
+
+#include "help.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace arborctl {
+namespace {
+
+constexpr std::size_t kColumns = 79;
+constexpr std::size_t kIndent = 2;
+
+/// One row of a table with two columns.
+struct Line {
+    std::string label;
+    std::string_view text;
+};
+
+/// Prints `text` from column `column` on; further lines begin there too.
+void PrintWrapped(std::string_view text, std::size_t column) {
+    const std::size_t width = kColumns - column;
+    while (text.size() > width) {
+        const std::size_t end = text.rfind(' ', width);   // no word is as long as a line
+        std::cout << text.substr(0, end) << '\n' << std::string(column, ' ');
+        text.remove_prefix(end + 1);
+    }
+    std::cout << text << '\n';
+}
+
+void PrintTable(std::string_view heading, const std::vector<Line>& lines) {
+    if (lines.empty()) return;
+    std::size_t width = 0;
+    for (const Line& line : lines) width = std::max(width, line.label.size());
+    std::cout << '\n' << heading << ":\n";
+    for (const Line& line : lines) {
+        std::cout << std::string(kIndent, ' ') << line.label << std::string(width - line.label.size() + 2, ' ');
+        PrintWrapped(line.text, kIndent + width + 2);
+    }
+}
+
+std::vector<Line> CommandLines(Family family) {
+    std::vector<Line> lines;
+    for (const CommandRow& row : Commands()) {
+        if (row.family == family) lines.push_back({std::string(row.name), row.help});
+    }
+    return lines;
+}
+
+std::string Label(const OptionRow& option) {
+    std::string label = option.name == kHelpOption ? "-h, " : "";
+    label += option.name;
+    if (!option.IsFlag()) label += ' ';
+    return label += option.argument;
+}
+
+/// The options of `command` alone, or those of all commands if it is null.
+std::vector<Line> OptionLines(const CommandRow* command) {
+    std::vector<Line> lines;
+    for (const OptionRow& row : Options()) {
+        const bool isShown = command != nullptr ? ListHas(row.commands, command->name) : row.commands.empty();
+        if (isShown) lines.push_back({Label(row), row.help});
+    }
+    return lines;
+}
+
+std::vector<Line> OperandLines(const CommandRow& command) {
+    std::vector<Line> lines;
+    for (const std::string_view name : OperandsOf(command).names) {
+        const bool isRepeated = std::ranges::find(lines, name, &Line::label) != lines.end();
+        if (!isRepeated) lines.push_back({std::string(name), OperandHelp(command, name)});
+    }
+    return lines;
+}
+
+void PrintExitCodes() {
+    std::vector<Line> lines;
+    for (const ExitCodeRow& row : kExitCodes) lines.push_back({std::to_string(row.code), row.meaning});
+    PrintTable("Exit codes", lines);
+}
+
+void PrintToolHelp() {
+    std::cout << "Reads and changes a document of settings.\n\n"
+                 "Usage: arborctl [OPTION...] DOCUMENT COMMAND [ARGUMENT...]\n"
+                 "       arborctl [OPTION...] COMMAND DOCUMENT [ARGUMENT...]\n\n"
+                 "Options can be given anywhere; after \"--\" every word is an argument.\n"
+                 "\"arborctl help COMMAND\" shows its arguments, options and an example.\n";
+    for (const FamilyRow& row : kFamilies) PrintTable(row.heading, CommandLines(row.family));
+    PrintTable("Options", OptionLines(nullptr));
+    PrintExitCodes();
+}
+
+void PrintCommandHelp(const CommandRow& command) {
+    const std::string_view document = command.family == Family::Tool ? "" : "DOCUMENT ";
+    std::string usage = "Usage: arborctl [OPTION...] ";
+    usage.append(document).append(command.name).append(command.operands.empty() ? "" : " ").append(command.operands);
+    PrintWrapped(command.help, 0);
+    std::cout << '\n';
+    PrintWrapped(usage, 0);
+    PrintTable("Arguments", OperandLines(command));
+    PrintTable("Options, besides those that \"arborctl --help\" lists", OptionLines(&command));
+    std::cout << "\nExample:\n  arborctl " << command.example << '\n';
+    PrintExitCodes();
+}
+
+}   // namespace
+
+int PrintHelp(const CommandRow* command) {
+    command != nullptr ? PrintCommandHelp(*command) : PrintToolHelp();
+    return kExitDone;
+}
+
+}   // namespace arborctl
