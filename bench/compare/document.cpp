@@ -155,6 +155,17 @@ ContentDigest DigestOf(std::string_view document) {
     return digest;
 }
 
+ContentDigest ForeignDigest(std::string_view document) {
+    ContentDigest digest;
+    for (std::uint64_t* number : {&digest.keys, &digest.values, &digest.sum}) {
+        document.remove_prefix(std::min(document.find_first_of("0123456789"), document.size()));
+        const auto [stop, error] = std::from_chars(document.data(), document.data() + document.size(), *number);
+        if (error != std::errc()) throw std::runtime_error("a document without a digest");
+        document.remove_prefix(static_cast<std::size_t>(stop - document.data()));
+    }
+    return digest;
+}
+
 std::vector<AccessCase> MakeAccessCases(std::string_view document, std::size_t maxCount) {
     std::vector<Entry> entries;
     ReadDocument(

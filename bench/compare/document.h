@@ -68,6 +68,9 @@ private:
 
 [[nodiscard]] ContentDigest DigestOf(std::string_view document);
 
+/// The digest of a foreign document, which its generator wrote as the three numbers of the comment at its start.
+[[nodiscard]] ContentDigest ForeignDigest(std::string_view document);
+
 /// A value that a measurement reads and writes, and the two contents that it writes alternately.
 struct AccessCase {
     Entry entry;

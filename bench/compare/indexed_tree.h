@@ -46,7 +46,7 @@ struct FoldedEqual {
     }
 };
 
-/// `Handle` is the library's reference to the node with a value's text.
+/// `Handle` is the library's reference to a node: that of a key, or the one with a value's text.
 template <class Handle>
 class IndexedTree {
 public:
@@ -57,25 +57,28 @@ public:
     };
     struct Key {
         std::string_view name;
+        Handle node;
         std::unordered_map<std::string_view, Key*, FoldedHash, FoldedEqual> keys;
         std::unordered_map<std::string_view, Value, FoldedHash, FoldedEqual> values;
     };
 
-    IndexedTree() { keys.emplace_back(); }
+    explicit IndexedTree(Handle root) { keys.emplace_back().node = root; }
 
     [[nodiscard]] Key& Root() { return keys.front(); }
 
-    Key& AddKey(Key& parent, std::string_view name) {
+    /// Of keys with equal names the first is found by name; so it is with values.
+    Key& AddKey(Key& parent, std::string_view name, Handle node) {
         Key& key = keys.emplace_back();
         key.name = name;
-        parent.keys.emplace(name, &key);
+        key.node = node;
+        parent.keys.try_emplace(name, &key);
         return key;
     }
 
-    void AddValue(Key& parent, std::string_view name, Kind kind, std::string_view text, Handle handle) {
+    static void AddValue(Key& parent, std::string_view name, Kind kind, std::string_view text, Handle handle) {
         Value value{{}, kind, handle};
         SetDatum(value, text);
-        parent.values.emplace(name, std::move(value));
+        parent.values.try_emplace(name, std::move(value));
     }
 
     [[nodiscard]] Key* Find(std::string_view path) {
@@ -133,13 +136,12 @@ public:
     }
 
     [[nodiscard]] ContentDigest Enumerate() const {
-        ContentDigest digest;
-        char buffer[kMaxValueBytes];
+        Enumeration content;
         for (const Key& key : keys) {
-            if (&key != &keys.front()) digest.AddKey(key.name);
-            for (const auto& [name, value] : key.values) digest.AddValue(name, {buffer, Copy(value, buffer)});
+            if (&key != &keys.front()) content.AddKey(key.name);
+            for (const auto& [name, value] : key.values) content.AddValue(name, Copy(value, content.ValueBuffer()));
         }
-        return digest;
+        return content.Digest();
     }
 
 private:

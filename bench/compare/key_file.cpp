@@ -83,19 +83,19 @@ private:
     }
 
     static ContentDigest DigestOf(GKeyFile* file) {
-        ContentDigest digest;
+        Enumeration content;
         const Texts groups(g_key_file_get_groups(file, nullptr));
         for (char** group = groups.get(); *group != nullptr; ++group) {
             const std::string_view path = *group;
-            if (path != kRootGroup) digest.AddKey(path.substr(path.rfind('/') + 1));
+            if (path != kRootGroup) content.AddKey(path.substr(path.rfind('/') + 1));
             const Texts names(g_key_file_get_keys(file, *group, nullptr, nullptr));
             for (char** name = names.get(); *name != nullptr; ++name) {
                 const Text typed(g_key_file_get_string(file, *group, *name, nullptr));
-                char buffer[kMaxValueBytes];
-                digest.AddValue(*name, {buffer, CopyTyped(KindIn(typed.get()), typed.get() + 1, buffer)});
+                const std::size_t size = CopyTyped(KindIn(typed.get()), typed.get() + 1, content.ValueBuffer());
+                content.AddValue(*name, size);
             }
         }
-        return digest;
+        return content.Digest();
     }
 
     Owned keyFile;

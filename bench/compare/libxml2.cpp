@@ -11,6 +11,8 @@
 namespace bench {
 namespace {
 
+const xmlChar* Bytes(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
+
 std::string_view View(const xmlChar* text) {
     return text != nullptr ? std::string_view(reinterpret_cast<const char*>(text)) : std::string_view();
 }
@@ -27,21 +29,26 @@ public:
         constexpr int kOptions = XML_PARSE_NOBLANKS | XML_PARSE_HUGE | XML_PARSE_NOENT;
         document.reset(xmlReadFile(file.c_str(), nullptr, kOptions));
         if (!document) throw std::runtime_error("libxml2 can't load the document");
-        tree = std::make_unique<Tree>();
-        Index(*xmlDocGetRootElement(document.get()), tree->Root());
+        xmlNode* const root = xmlDocGetRootElement(document.get());
+        tree = std::make_unique<Tree>(root);
+        Index(*root, tree->Root());
     }
     void Free() override {
         tree.reset();
         document.reset();
     }
 
-    std::size_t Get(const Entry& entry, char* buffer) override { return Tree::Copy(*Find(entry), buffer); }
+    std::size_t Get(const Entry& entry, char* buffer) override {
+        return Tree::Copy(*Tree::FindValue(*tree->Find(entry.path), entry.name), buffer);
+    }
     void Set(const Entry& entry, std::string_view, std::string_view text) override {
-        Tree::Value& value = *Find(entry);
-        const auto* bytes = reinterpret_cast<const xmlChar*>(text.data());
+        Tree::Key& key = *tree->Find(entry.path);
+        Tree::Value* value = Tree::FindValue(key, entry.name);
+        xmlNode& node = value != nullptr ? *value->text : AppendValue(*key.node, entry);
         // Sets the text node, which stores the text as it is; for an element the text would be parsed.
-        xmlNodeSetContentLen(value.text->children, bytes, static_cast<int>(text.size()));
-        Tree::SetDatum(value, ContentOf(value.text->children));
+        xmlNodeSetContentLen(node.children, Bytes(text.data()), static_cast<int>(text.size()));
+        if (value != nullptr) return Tree::SetDatum(*value, ContentOf(node.children));
+        Tree::AddValue(key, NameOf(node), entry.kind, ContentOf(node.children), &node);
     }
 
     ContentDigest Enumerate() override { return tree->Enumerate(); }
@@ -61,14 +68,21 @@ private:
         void operator()(xmlDoc* owned) const { xmlFreeDoc(owned); }
     };
 
-    Tree::Value* Find(const Entry& entry) { return Tree::FindValue(*tree->Find(entry.path), entry.name); }
+    /// Appends an element with an empty text node.
+    static xmlNode& AppendValue(xmlNode& key, const Entry& entry) {
+        const std::string element(ElementOf(entry.kind));
+        xmlNode* const node = xmlNewChild(&key, nullptr, Bytes(element.c_str()), nullptr);
+        xmlNewProp(node, Bytes("name"), Bytes(entry.name.c_str()));
+        xmlAddChild(node, xmlNewText(Bytes("")));
+        return *node;
+    }
 
     void Index(const xmlNode& node, Tree::Key& key) {
         for (xmlNode* child = node.children; child != nullptr; child = child->next) {
             if (View(child->name) == "key") {
-                Index(*child, tree->AddKey(key, NameOf(*child)));
+                Index(*child, tree->AddKey(key, NameOf(*child), child));
             } else if (child->type == XML_ELEMENT_NODE) {
-                tree->AddValue(key, NameOf(*child), KindOf(View(child->name)), ContentOf(child->children), child);
+                Tree::AddValue(key, NameOf(*child), KindOf(View(child->name)), ContentOf(child->children), child);
             }
         }
     }

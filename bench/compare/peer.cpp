@@ -1,4 +1,4 @@
-// The modes of a program of the comparison: memory, check, document, access and instructions.
+// The modes of a program of the comparison: what each measures, and how it is timed or counted.
 
 #include "peer.h"
 
@@ -85,6 +85,13 @@ void MeasureMemory(const Figures& figures, Peer& peer, const std::string& file) 
     peer.Free();
 }
 
+/// A value beside `entry`, with the same content and a name that its key doesn't have.
+Entry NewEntry(const Entry& entry) {
+    Entry added = entry;
+    added.name += '+';
+    return added;
+}
+
 /// Checks that a variant returns the document's values, stores changes, and saves what it loaded.
 class Checker {
 public:
@@ -104,6 +111,7 @@ public:
         peer.SaveToDisk(scratch);
         Require(peer.DigestOfSaved(ReadFile(scratch)) == expected,
                 "the document on the disk isn't the one that was loaded");
+        CheckNewValues();
     }
 
 private:
@@ -120,6 +128,16 @@ private:
         }
     }
 
+    void CheckNewValues() {
+        char buffer[kMaxValueBytes];
+        for (const AccessCase& access : cases) {
+            const Entry added = NewEntry(access.entry);
+            peer.Set(added, access.original, added.text);
+            Require(std::string_view(buffer, peer.Get(added, buffer)) == access.original, "a new value is wrong");
+        }
+        Require(peer.Enumerate().values == expected.values + cases.size(), "a new value isn't in the tree");
+    }
+
     void SetAll(std::string AccessCase::*bytes, std::string AccessCase::*text) {
         for (const AccessCase& access : cases) peer.Set(access.entry, access.*bytes, access.*text);
     }
@@ -133,8 +151,10 @@ private:
 /// one by its whole path.
 class AccessMeter {
 public:
-    AccessMeter(Peer& measured, const std::vector<AccessCase>& accessCases) : peer(measured), cases(accessCases) {
+    AccessMeter(Peer& measured, std::string document, const std::vector<AccessCase>& accessCases)
+        : peer(measured), file(std::move(document)), cases(accessCases) {
         for (const AccessCase& access : cases) {
+            added.push_back(NewEntry(access.entry));
             paths.push_back(access.entry.path + '/' + access.entry.name);
             map.emplace(paths.back(), static_cast<std::uint32_t>(paths.size()));
         }
@@ -143,20 +163,25 @@ public:
     void Measure(const Figures& figures) {
         constexpr std::size_t kMinAccesses = 150'000;
         const std::size_t passes = std::max<std::size_t>(3, kMinAccesses / cases.size());
-        std::vector<double> hit, get, set, getOpen, setOpen;
-        if (peer.HasHandles()) peer.OpenAll(cases);
+        std::vector<double> hit, get, set, setNew, getOpen, setOpen;
         for (std::size_t pass = 0; pass < passes; ++pass) {
             const bool changed = pass % 2 == 0;
             hit.push_back(CpuSeconds([this] { Hit(); }));
             get.push_back(CpuSeconds([this] { Get(); }));
             set.push_back(CpuSeconds([&] { Set(changed); }));
-            if (!peer.HasHandles()) continue;
-            getOpen.push_back(CpuSeconds([this] { GetOpen(); }));
-            setOpen.push_back(CpuSeconds([&] { SetOpen(!changed); }));
+            if (peer.HasHandles()) {
+                peer.OpenAll(cases);
+                getOpen.push_back(CpuSeconds([this] { GetOpen(); }));
+                setOpen.push_back(CpuSeconds([&] { SetOpen(!changed); }));
+            }
+            setNew.push_back(CpuSeconds([this] { SetNew(); }));
+            peer.Free();
+            peer.Load(file);
         }
         Print(figures, "hit", hit);
         Print(figures, "get", get);
         Print(figures, "set", set);
+        Print(figures, "set_new", setNew);
         if (!peer.HasHandles()) return;
         Print(figures, "get_open", getOpen);
         Print(figures, "set_open", setOpen);
@@ -182,6 +207,9 @@ private:
                      changed ? access.changedText : access.entry.text);
         }
     }
+    void SetNew() {
+        for (std::size_t i = 0; i < cases.size(); ++i) peer.Set(added[i], cases[i].original, added[i].text);
+    }
     void GetOpen() {
         char buffer[kMaxValueBytes];
         for (std::size_t i = 0; i < cases.size(); ++i) checksum += peer.GetOpen(i, cases[i].entry, buffer);
@@ -193,7 +221,9 @@ private:
     }
 
     Peer& peer;
+    const std::string file;
     const std::vector<AccessCase>& cases;
+    std::vector<Entry> added;
     std::vector<std::string> paths;   // with the value's name
     std::unordered_map<std::string, std::uint32_t> map;
     std::uint64_t checksum = 0;
@@ -205,16 +235,7 @@ public:
     DocumentMeter(Peer& measured, std::string document) : peer(measured), file(std::move(document)) {}
 
     void Measure(const Figures& figures, const std::string& scratch) {
-        std::vector<double> load, release;
-        peer.Load(file);
-        peer.Free();
-        Repeat([&] {
-            load.push_back(CpuSeconds([&] { peer.Load(file); }));
-            release.push_back(CpuSeconds([&] { peer.Free(); }));
-            return load.back() + release.back();
-        });
-        figures.Print("load", Median(load));
-        figures.Print("free", Median(release));
+        MeasureLoad(figures);
         peer.Load(file);
         Time(figures, "enum", [&] { peer.Enumerate(); });
         Time(figures, "save", [&] {
@@ -231,7 +252,29 @@ public:
         peer.Free();
     }
 
+    /// Checks and measures the load of a foreign document.
+    void MeasureForeign(const Figures& figures) {
+        peer.Load(file);
+        Require(!peer.MapsForeign() || peer.Enumerate() == ForeignDigest(ReadFile(file)),
+                "the tree isn't that of the foreign document");
+        peer.Free();
+        MeasureLoad(figures);
+    }
+
 private:
+    void MeasureLoad(const Figures& figures) {
+        std::vector<double> load, release;
+        peer.Load(file);
+        peer.Free();
+        Repeat([&] {
+            load.push_back(CpuSeconds([&] { peer.Load(file); }));
+            release.push_back(CpuSeconds([&] { peer.Free(); }));
+            return load.back() + release.back();
+        });
+        figures.Print("load", Median(load));
+        figures.Print("free", Median(release));
+    }
+
     /// Calls `work`, which returns its seconds, for `kEnoughSeconds` and at least `kMinRounds` times, but no longer
     /// than `kMaxSeconds`.
     template <class Work>
@@ -261,6 +304,16 @@ private:
     const std::string file;
 };
 
+/// Counts the instructions of `work`, if callgrind runs this program.
+template <class Work>
+void CountInstructions(const char* job, Work work) {
+    CALLGRIND_ZERO_STATS;
+    CALLGRIND_TOGGLE_COLLECT;
+    work();
+    CALLGRIND_TOGGLE_COLLECT;
+    CALLGRIND_DUMP_STATS_AT(job);
+}
+
 /// Each job once, for a count of its instructions by callgrind; without that it measures nothing.
 class InstructionCounter {
 public:
@@ -270,62 +323,66 @@ public:
     void CountAll() {
         char buffer[kMaxValueBytes];
         std::string text;
+        std::vector<Entry> added;
+        for (const AccessCase& access : cases) added.push_back(NewEntry(access.entry));
         peer.Load(file);   // the first time binds what is bound once
         peer.Enumerate();
         peer.Save(text);
+        CountInstructions("set_new", [&] {
+            for (std::size_t i = 0; i < cases.size(); ++i) peer.Set(added[i], cases[i].original, added[i].text);
+        });
         peer.Free();
         text.clear();
-        Count("load", [&] { peer.Load(file); });
-        Count("get", [&] {
+        CountInstructions("load", [&] { peer.Load(file); });
+        CountInstructions("get", [&] {
             for (const AccessCase& access : cases) peer.Get(access.entry, buffer);
         });
-        Count("set", [&] {
+        CountInstructions("set", [&] {
             for (const AccessCase& access : cases) peer.Set(access.entry, access.changed, access.changedText);
         });
         if (peer.HasHandles()) {
             peer.OpenAll(cases);
-            Count("get_open", [&] {
+            CountInstructions("get_open", [&] {
                 for (std::size_t i = 0; i < cases.size(); ++i) peer.GetOpen(i, cases[i].entry, buffer);
             });
-            Count("set_open", [&] {
+            CountInstructions("set_open", [&] {
                 for (std::size_t i = 0; i < cases.size(); ++i) {
                     peer.SetOpen(i, cases[i].entry, cases[i].original);
                 }
             });
         }
-        Count("enum", [&] { peer.Enumerate(); });
-        Count("save", [&] { peer.Save(text); });
-        Count("free", [&] { peer.Free(); });
+        CountInstructions("enum", [&] { peer.Enumerate(); });
+        CountInstructions("save", [&] { peer.Save(text); });
+        CountInstructions("free", [&] { peer.Free(); });
     }
 
 private:
-    template <class Work>
-    static void Count(const char* job, Work work) {
-        CALLGRIND_ZERO_STATS;
-        CALLGRIND_TOGGLE_COLLECT;
-        work();
-        CALLGRIND_TOGGLE_COLLECT;
-        CALLGRIND_DUMP_STATS_AT(job);
-    }
-
     Peer& peer;
     const std::string file;
     const std::vector<AccessCase> cases;
 };
 
 constexpr char kUsage[] =
-    "usage: PROGRAM memory|check|document|access|instructions FILE SCRATCH [VARIANT]\n"
-    "  memory    memory held after a load, and its peak\n"
-    "  check     checks the results and measures nothing\n"
-    "  document  jobs on the whole document\n"
-    "  access    reads and writes by name\n"
-    "  instructions  each job once, for callgrind\n";
+    "usage: PROGRAM MODE FILE SCRATCH [VARIANT]\n"
+    "  memory                memory held after a load, and its peak\n"
+    "  check                 checks the results and measures nothing\n"
+    "  document              jobs on the whole document\n"
+    "  foreign               the load of a foreign document\n"
+    "  access                reads and writes by name\n"
+    "  instructions          each job once, for callgrind\n"
+    "  foreign-instructions  the load of a foreign document, for callgrind\n";
 
 void RunVariant(const std::string& mode, const std::string& file, const std::string& scratch, const Variant& variant) {
     const Figures figures(variant.name);
     const std::unique_ptr<Peer> peer = variant.make();
     if (mode == "memory") return MeasureMemory(figures, *peer, file);
     if (mode == "document") return DocumentMeter(*peer, file).Measure(figures, scratch);
+    if (mode == "foreign") return DocumentMeter(*peer, file).MeasureForeign(figures);
+    if (mode == "foreign-instructions") {
+        peer->Load(file);   // the first time binds what is bound once
+        peer->Free();
+        return CountInstructions("load_foreign", [&] { peer->Load(file); });
+    }
     if (mode == "instructions") return InstructionCounter(*peer, file).CountAll();
     constexpr std::size_t kMaxCases = 1'000'000;
     const std::string document = ReadFile(file);
@@ -334,7 +391,7 @@ void RunVariant(const std::string& mode, const std::string& file, const std::str
     if (mode == "check") {
         Checker(*peer, document, cases).CheckAll(scratch);
     } else if (mode == "access") {
-        AccessMeter meter(*peer, cases);
+        AccessMeter meter(*peer, file, cases);
         meter.Measure(figures);
         std::cerr << variant.name << " read " << meter.Checksum() << '\n';
     } else {
@@ -344,6 +401,18 @@ void RunVariant(const std::string& mode, const std::string& file, const std::str
 }
 
 }   // namespace
+
+void Enumeration::AddKey(std::string_view keyName) { digest.AddKey(CopyName(keyName)); }
+
+void Enumeration::AddValue(std::string_view valueName, std::size_t size) {
+    digest.AddValue(CopyName(valueName), {value, size});
+}
+
+std::string_view Enumeration::CopyName(std::string_view source) {
+    std::memcpy(name, source.data(), source.size());
+    name[source.size()] = '\0';
+    return {name, source.size()};
+}
 
 void Peer::SaveToDisk(const std::string& file) {
     std::string document;

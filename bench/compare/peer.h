@@ -12,8 +12,32 @@
 
 namespace bench {
 
+/// The name of the text of an element in a foreign document.
+inline constexpr char kForeignText[] = "noname";
+
 /// The upper bound of a value's binary form in a generated document.
 inline constexpr std::size_t kMaxValueBytes = 512;
+
+/// Receives what an enumeration reads. Each name and each value is copied to a buffer, by one call an entry: the
+/// callers of an interface get copies, and references into a library's memory would not outlive a change.
+class Enumeration {
+public:
+    void AddKey(std::string_view keyName);
+
+    /// The buffer for the next value's binary form.
+    [[nodiscard]] char* ValueBuffer() { return value; }
+    /// Adds a value whose binary form, `size` bytes, is in `ValueBuffer`.
+    void AddValue(std::string_view valueName, std::size_t size);
+
+    [[nodiscard]] const ContentDigest& Digest() const { return digest; }
+
+private:
+    std::string_view CopyName(std::string_view source);
+
+    char name[kMaxValueBytes];
+    char value[kMaxValueBytes];
+    ContentDigest digest;
+};
 
 /// A library, or a library with an index, that does the store's work. Holds one document at a time. Callers pass only
 /// keys and values that the document has.
@@ -29,12 +53,16 @@ public:
 
     /// Finds the key by its path and reads the value into `buffer`. Returns the number of bytes.
     virtual std::size_t Get(const Entry& entry, char* buffer) = 0;
-    /// Finds the key by its path and overwrites the value. `bytes` and `text` are two forms of the same content; a
-    /// library uses the one that it needs.
+    /// Finds the key by its path and overwrites the value, or adds it if the key has none of that name. `bytes` and
+    /// `text` are two forms of the same content; a library uses the one that it needs.
     virtual void Set(const Entry& entry, std::string_view bytes, std::string_view text) = 0;
 
-    /// Reads every name and every value once.
+    /// Reads every name and every value once, through an `Enumeration`.
     virtual ContentDigest Enumerate() = 0;
+
+    /// Whether `Enumerate` reads the elements, attributes and texts of a foreign document. A bare library doesn't: it
+    /// has no keys and values.
+    [[nodiscard]] virtual bool MapsForeign() const { return false; }
 
     /// Appends the whole document as text to `document`.
     virtual void Save(std::string& document) = 0;

@@ -25,17 +25,23 @@ public:
     void Free() override { tree.reset(); }
 
     std::size_t Get(const Entry& entry, char* buffer) override {
-        const std::string_view typed = Find(entry).data();
+        const std::string_view typed = FindKey(entry).find(entry.name)->second.data();
         return CopyTyped(static_cast<Kind>(typed.front() - '0'), typed.substr(1), buffer);
     }
     void Set(const Entry& entry, std::string_view, std::string_view text) override {
-        Find(entry).data().replace(1, std::string::npos, text);
+        ptree& key = FindKey(entry);
+        const auto found = key.find(entry.name);
+        if (found != key.not_found()) {
+            found->second.data().replace(1, std::string::npos, text);
+        } else {
+            key.push_back({entry.name, ptree(TypedText(entry.kind, text))});
+        }
     }
 
     ContentDigest Enumerate() override {
-        ContentDigest digest;
-        Walk(*tree, digest);
-        return digest;
+        Enumeration content;
+        Walk(*tree, content);
+        return content.Digest();
     }
 
     void Save(std::string& text) override {
@@ -47,9 +53,12 @@ public:
     }
 
 private:
-    ptree& Find(const Entry& entry) {
-        ptree& key = entry.path.empty() ? *tree : tree->get_child(ptree::path_type(entry.path, '/'));
-        return key.find(entry.name)->second;
+    static std::string TypedText(Kind kind, std::string_view text) {
+        return std::to_string(static_cast<unsigned>(kind)).append(text);
+    }
+
+    ptree& FindKey(const Entry& entry) {
+        return entry.path.empty() ? *tree : tree->get_child(ptree::path_type(entry.path, '/'));
     }
 
     static void ToNamedTree(const ptree& elements, ptree& key) {
@@ -60,7 +69,7 @@ private:
             if (element == "key") {
                 ToNamedTree(content, child);
             } else {
-                child.data() = std::to_string(static_cast<unsigned>(KindOf(element))) + content.data();
+                child.data() = TypedText(KindOf(element), content.data());
             }
         }
     }
@@ -80,16 +89,15 @@ private:
         }
     }
 
-    static void Walk(const ptree& key, ContentDigest& digest) {
-        char buffer[kMaxValueBytes];
-        for (const auto& [name, content] : key) {
-            if (content.data().empty()) {
-                digest.AddKey(name);
-                Walk(content, digest);
+    static void Walk(const ptree& key, Enumeration& content) {
+        for (const auto& [name, child] : key) {
+            if (child.data().empty()) {
+                content.AddKey(name);
+                Walk(child, content);
             } else {
-                const std::string_view typed = content.data();
+                const std::string_view typed = child.data();
                 const Kind kind = static_cast<Kind>(typed.front() - '0');
-                digest.AddValue(name, {buffer, CopyTyped(kind, typed.substr(1), buffer)});
+                content.AddValue(name, CopyTyped(kind, typed.substr(1), content.ValueBuffer()));
             }
         }
     }

@@ -18,16 +18,20 @@ public:
     void Free() override { document.reset(); }
 
     std::size_t Get(const Entry& entry, char* buffer) override {
-        return CopyTyped(entry.kind, Find(entry).child_value(), buffer);
+        const pugi::xml_node value = FindKey(entry).find_child_by_attribute("name", entry.name.c_str());
+        return CopyTyped(entry.kind, value.child_value(), buffer);
     }
     void Set(const Entry& entry, std::string_view, std::string_view text) override {
-        Find(entry).text().set(std::string(text).c_str());
+        const pugi::xml_node key = FindKey(entry);
+        pugi::xml_node value = key.find_child_by_attribute("name", entry.name.c_str());
+        if (value.empty()) value = AppendValue(key, entry);
+        value.text().set(std::string(text).c_str());
     }
 
     ContentDigest Enumerate() override {
-        ContentDigest digest;
-        Walk(document.child("arbor"), digest);
-        return digest;
+        Enumeration content;
+        Walk(document.document_element(), content);
+        return content.Digest();
     }
 
     void Save(std::string& text) override {
@@ -42,10 +46,16 @@ public:
     }
 
 protected:
+    static pugi::xml_node AppendValue(pugi::xml_node key, const Entry& entry) {
+        pugi::xml_node value = key.append_child(std::string(ElementOf(entry.kind)).c_str());
+        value.append_attribute("name").set_value(entry.name.c_str());
+        return value;
+    }
+
     pugi::xml_document document;
 
 private:
-    [[nodiscard]] pugi::xml_node Find(const Entry& entry) const {
+    [[nodiscard]] pugi::xml_node FindKey(const Entry& entry) const {
         pugi::xml_node node = document.child("arbor");
         std::string_view path = entry.path;
         std::string name;   // the library needs terminated names
@@ -53,19 +63,18 @@ private:
             name = CutName(path);
             node = node.find_child_by_attribute("key", "name", name.c_str());
         }
-        return node.find_child_by_attribute("name", entry.name.c_str());
+        return node;
     }
 
-    static void Walk(pugi::xml_node node, ContentDigest& digest) {
-        char buffer[kMaxValueBytes];
+    static void Walk(pugi::xml_node node, Enumeration& content) {
         for (const pugi::xml_node child : node) {
             const std::string_view name = child.first_attribute().value();
             const std::string_view element = child.name();
             if (element == "key") {
-                digest.AddKey(name);
-                Walk(child, digest);
+                content.AddKey(name);
+                Walk(child, content);
             } else {
-                digest.AddValue(name, {buffer, CopyTyped(KindOf(element), child.child_value(), buffer)});
+                content.AddValue(name, CopyTyped(KindOf(element), child.child_value(), content.ValueBuffer()));
             }
         }
     }
@@ -75,36 +84,56 @@ class IndexedPugixml : public Pugixml {
 public:
     void Load(const std::string& file) override {
         Pugixml::Load(file);
-        tree = std::make_unique<Tree>();
-        Index(document.child("arbor"), tree->Root());
+        const pugi::xml_node root = document.document_element();
+        tree = std::make_unique<Tree>(root);
+        if (std::string_view(root.name()) == "arbor") return Index(root, tree->Root());
+        IndexForeign(root, tree->AddKey(tree->Root(), root.name(), root));
     }
     void Free() override {
         tree.reset();
         Pugixml::Free();
     }
 
-    std::size_t Get(const Entry& entry, char* buffer) override { return Tree::Copy(*Find(entry), buffer); }
+    std::size_t Get(const Entry& entry, char* buffer) override {
+        return Tree::Copy(*Tree::FindValue(*tree->Find(entry.path), entry.name), buffer);
+    }
     void Set(const Entry& entry, std::string_view, std::string_view text) override {
-        Tree::Value& value = *Find(entry);
-        value.text.text().set(std::string(text).c_str());
-        Tree::SetDatum(value, value.text.child_value());
+        Tree::Key& key = *tree->Find(entry.path);
+        Tree::Value* value = Tree::FindValue(key, entry.name);
+        pugi::xml_node node = value != nullptr ? value->text : AppendValue(key.node, entry);
+        node.text().set(std::string(text).c_str());
+        if (value != nullptr) return Tree::SetDatum(*value, node.child_value());
+        Tree::AddValue(key, node.first_attribute().value(), entry.kind, node.child_value(), node);
     }
 
     ContentDigest Enumerate() override { return tree->Enumerate(); }
+    [[nodiscard]] bool MapsForeign() const override { return true; }
 
 private:
     using Tree = IndexedTree<pugi::xml_node>;
-
-    Tree::Value* Find(const Entry& entry) { return Tree::FindValue(*tree->Find(entry.path), entry.name); }
 
     void Index(pugi::xml_node node, Tree::Key& key) {
         for (const pugi::xml_node child : node) {
             const std::string_view name = child.first_attribute().value();
             const std::string_view element = child.name();
             if (element == "key") {
-                Index(child, tree->AddKey(key, name));
+                Index(child, tree->AddKey(key, name, child));
             } else {
-                tree->AddValue(key, name, KindOf(element), child.child_value(), child);
+                Tree::AddValue(key, name, KindOf(element), child.child_value(), child);
+            }
+        }
+    }
+
+    /// The attributes and the text of an element are the values of its key.
+    void IndexForeign(pugi::xml_node node, Tree::Key& key) {
+        for (const pugi::xml_attribute attribute : node.attributes()) {
+            Tree::AddValue(key, attribute.name(), Kind::String, attribute.value(), node);
+        }
+        for (const pugi::xml_node child : node) {
+            if (child.type() == pugi::node_element) {
+                IndexForeign(child, tree->AddKey(key, child.name(), child));
+            } else {
+                Tree::AddValue(key, kForeignText, Kind::String, child.value(), node);
             }
         }
     }

@@ -54,20 +54,24 @@ public:
     }
 
     std::size_t Get(const Entry& entry, char* buffer) override {
-        return CopyTyped(entry.kind, TextOf(*Find(entry)), buffer);
+        return CopyTyped(entry.kind, TextOf(*FindChild(FindKey(entry), false, entry.name)), buffer);
     }
-    void Set(const Entry& entry, std::string_view, std::string_view value) override { Replace(*Find(entry), value); }
+    void Set(const Entry& entry, std::string_view, std::string_view value) override {
+        Node& key = FindKey(entry);
+        Node* node = FindChild(key, false, entry.name);
+        Replace(node != nullptr ? *node : AppendValue(key, entry), value);
+    }
 
     ContentDigest Enumerate() override {
-        ContentDigest digest;
-        Walk(Root(), digest);
-        return digest;
+        Enumeration content;
+        Walk(Root(), content);
+        return content.Digest();
     }
 
     void Save(std::string& output) override { rapidxml::print(std::back_inserter(output), *document); }
 
 protected:
-    [[nodiscard]] const Node& Root() const { return *document->first_node(); }
+    [[nodiscard]] Node& Root() const { return *document->first_node(); }
 
     /// Overwrites the old text if it is long enough; else allocates from the document's pool, which frees nothing.
     void Replace(Node& node, std::string_view value) {
@@ -77,6 +81,16 @@ protected:
         node.value(target, value.size());
     }
 
+    /// The document refers to the element's name and has a copy of the value's.
+    Node& AppendValue(Node& key, const Entry& entry) {
+        const std::string_view element = ElementOf(entry.kind);
+        Node* const node = document->allocate_node(rapidxml::node_element, element.data(), nullptr, element.size());
+        const char* const name = document->allocate_string(entry.name.data(), entry.name.size());
+        node->append_attribute(document->allocate_attribute("name", name, 4, entry.name.size()));
+        key.append_node(node);
+        return *node;
+    }
+
 private:
     [[nodiscard]] static Node* FindChild(const Node& node, bool key, std::string_view name) {
         for (Node* child = node.first_node(); child != nullptr; child = child->next_sibling()) {
@@ -84,22 +98,21 @@ private:
         }
         return nullptr;
     }
-    [[nodiscard]] Node* Find(const Entry& entry) const {
-        const Node* node = &Root();
+    [[nodiscard]] Node& FindKey(const Entry& entry) const {
+        Node* node = &Root();
         std::string_view path = entry.path;
         while (!path.empty()) node = FindChild(*node, true, CutName(path));
-        return FindChild(*node, false, entry.name);
+        return *node;
     }
 
-    static void Walk(const Node& node, ContentDigest& digest) {
-        char buffer[kMaxValueBytes];
+    static void Walk(const Node& node, Enumeration& content) {
         for (const Node* child = node.first_node(); child != nullptr; child = child->next_sibling()) {
             if (ElementNameOf(*child) == "key") {
-                digest.AddKey(NameOf(*child));
-                Walk(*child, digest);
+                content.AddKey(NameOf(*child));
+                Walk(*child, content);
             } else {
                 const Kind kind = KindOf(ElementNameOf(*child));
-                digest.AddValue(NameOf(*child), {buffer, CopyTyped(kind, TextOf(*child), buffer)});
+                content.AddValue(NameOf(*child), CopyTyped(kind, TextOf(*child), content.ValueBuffer()));
             }
         }
     }
@@ -112,36 +125,53 @@ class IndexedRapidxml : public Rapidxml {
 public:
     void Load(const std::string& file) override {
         Rapidxml::Load(file);
-        tree = std::make_unique<Tree>();
-        Index(Root(), tree->Root());
+        tree = std::make_unique<Tree>(&Root());
+        if (ElementNameOf(Root()) == "arbor") return Index(Root(), tree->Root());
+        IndexForeign(Root(), tree->AddKey(tree->Root(), ElementNameOf(Root()), &Root()));
     }
     void Free() override {
         tree.reset();
         Rapidxml::Free();
     }
 
-    std::size_t Get(const Entry& entry, char* buffer) override { return Tree::Copy(*Find(entry), buffer); }
-    void Set(const Entry& entry, std::string_view, std::string_view value) override {
-        Tree::Value& found = *Find(entry);
-        Replace(*found.text, value);
-        Tree::SetDatum(found, TextOf(*found.text));
+    std::size_t Get(const Entry& entry, char* buffer) override {
+        return Tree::Copy(*Tree::FindValue(*tree->Find(entry.path), entry.name), buffer);
+    }
+    void Set(const Entry& entry, std::string_view, std::string_view content) override {
+        Tree::Key& key = *tree->Find(entry.path);
+        Tree::Value* value = Tree::FindValue(key, entry.name);
+        Node& node = value != nullptr ? *value->text : AppendValue(*key.node, entry);
+        Replace(node, content);
+        if (value != nullptr) return Tree::SetDatum(*value, TextOf(node));
+        Tree::AddValue(key, NameOf(node), entry.kind, TextOf(node), &node);
     }
 
     ContentDigest Enumerate() override { return tree->Enumerate(); }
+    [[nodiscard]] bool MapsForeign() const override { return true; }
 
 private:
     using Tree = IndexedTree<Node*>;
 
-    Tree::Value* Find(const Entry& entry) { return Tree::FindValue(*tree->Find(entry.path), entry.name); }
-
     void Index(const Node& node, Tree::Key& key) {
         for (Node* child = node.first_node(); child != nullptr; child = child->next_sibling()) {
             if (ElementNameOf(*child) == "key") {
-                Index(*child, tree->AddKey(key, NameOf(*child)));
+                Index(*child, tree->AddKey(key, NameOf(*child), child));
             } else {
-                tree->AddValue(key, NameOf(*child), KindOf(ElementNameOf(*child)), TextOf(*child), child);
+                Tree::AddValue(key, NameOf(*child), KindOf(ElementNameOf(*child)), TextOf(*child), child);
             }
         }
+    }
+
+    /// The attributes and the text of an element are the values of its key.
+    void IndexForeign(Node& node, Tree::Key& key) {
+        for (auto* attribute = node.first_attribute(); attribute != nullptr; attribute = attribute->next_attribute()) {
+            const std::string_view value(attribute->value(), attribute->value_size());
+            Tree::AddValue(key, {attribute->name(), attribute->name_size()}, Kind::String, value, &node);
+        }
+        for (Node* child = node.first_node(); child != nullptr; child = child->next_sibling()) {
+            IndexForeign(*child, tree->AddKey(key, ElementNameOf(*child), child));
+        }
+        if (node.value_size() != 0) Tree::AddValue(key, kForeignText, Kind::String, TextOf(node), &node);
     }
 
     std::unique_ptr<Tree> tree;

@@ -90,6 +90,8 @@ public:
         return digest;
     }
 
+    [[nodiscard]] bool MapsForeign() const override { return true; }
+
     void Save(std::string& text) override {
         io.target = &text;
         Require(object->SetName(u""), "the store refuses the name");
@@ -125,7 +127,7 @@ private:
 
     void Write(KeyHandle key, const Entry& entry, std::string_view bytes) {
         Require(Methods().SetValue(object->Get(), key, entry.name.c_str(), TypeOf(entry.kind), bytes.data(),
-                                   static_cast<std::uint32_t>(bytes.size()), 0),
+                                   static_cast<std::uint32_t>(bytes.size()), 1),
                 "a value can't be written");
     }
 

@@ -23,7 +23,7 @@ public:
     void Load(const std::string& file) override {
         document = std::make_unique<tinyxml2::XMLDocument>();
         if (document->LoadFile(file.c_str()) != tinyxml2::XML_SUCCESS) throw std::runtime_error("tinyxml2 can't load");
-        tree = std::make_unique<Tree>();
+        tree = std::make_unique<Tree>(document->RootElement());
         Index(*document->RootElement(), tree->Root());
     }
     void Free() override {
@@ -31,11 +31,16 @@ public:
         document.reset();
     }
 
-    std::size_t Get(const Entry& entry, char* buffer) override { return Tree::Copy(*Find(entry), buffer); }
+    std::size_t Get(const Entry& entry, char* buffer) override {
+        return Tree::Copy(*Tree::FindValue(*tree->Find(entry.path), entry.name), buffer);
+    }
     void Set(const Entry& entry, std::string_view, std::string_view text) override {
-        Tree::Value& value = *Find(entry);
-        value.text->SetText(std::string(text).c_str());
-        Tree::SetDatum(value, TextOf(*value.text));
+        Tree::Key& key = *tree->Find(entry.path);
+        Tree::Value* value = Tree::FindValue(key, entry.name);
+        Element& element = value != nullptr ? *value->text : AppendValue(*key.node, entry);
+        element.SetText(std::string(text).c_str());
+        if (value != nullptr) return Tree::SetDatum(*value, TextOf(element));
+        Tree::AddValue(key, NameOf(element), entry.kind, TextOf(element), &element);
     }
 
     ContentDigest Enumerate() override { return tree->Enumerate(); }
@@ -49,15 +54,19 @@ public:
 private:
     using Tree = IndexedTree<Element*>;
 
-    Tree::Value* Find(const Entry& entry) { return Tree::FindValue(*tree->Find(entry.path), entry.name); }
+    static Element& AppendValue(Element& key, const Entry& entry) {
+        Element& element = *key.InsertNewChildElement(std::string(ElementOf(entry.kind)).c_str());
+        element.SetAttribute("name", entry.name.c_str());
+        return element;
+    }
 
     void Index(Element& element, Tree::Key& key) {
         for (Element* child = element.FirstChildElement(); child != nullptr; child = child->NextSiblingElement()) {
             const std::string_view name = child->Name();
             if (name == "key") {
-                Index(*child, tree->AddKey(key, NameOf(*child)));
+                Index(*child, tree->AddKey(key, NameOf(*child), child));
             } else {
-                tree->AddValue(key, NameOf(*child), KindOf(name), TextOf(*child), child);
+                Tree::AddValue(key, NameOf(*child), KindOf(name), TextOf(*child), child);
             }
         }
     }
