@@ -17,7 +17,7 @@ else()
 endif()
 install(TARGETS arbor arborctl LIBRARY DESTINATION ${programs} RUNTIME DESTINATION ${programs})
 install(FILES README.md CHANGELOG.md DESTINATION ${documents})
-install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN *.md PATTERN *.svg)
+install(DIRECTORY docs DESTINATION ${documents} FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN *.json)
 install(DIRECTORY examples DESTINATION ${documents})
 
 set_target_properties(kernel PROPERTIES EXPORT_NAME contract)

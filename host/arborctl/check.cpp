@@ -3,6 +3,7 @@
 #include "commands.h"
 #include "document_scan.h"
 #include "json.h"
+#include "text_location.h"
 #include "walk.h"
 
 #include <fstream>
@@ -15,35 +16,6 @@ namespace {
 constexpr std::size_t kMaxPrintedFindings = 20;
 
 constexpr const char* kKindNames[] = {"dropped", "changed", "save-fails", "reload-fails"};   // by `FindingKind`
-
-/// A position in a text. Both numbers count from 1; columns count characters of UTF-8.
-struct Location {
-    std::size_t line = 1;
-    std::size_t column = 1;
-};
-
-/// Converts offsets to locations in a single pass over the text; the offsets must not decrease.
-class LocationCounter {
-public:
-    explicit LocationCounter(std::string_view text) : document(text) {}
-
-    Location At(std::size_t offset) {
-        for (; position < offset; ++position) {
-            const auto byte = static_cast<unsigned char>(document[position]);
-            if (byte == '\n') {
-                location = {location.line + 1, 1};
-            } else if ((byte & 0xC0) != 0x80) {
-                ++location.column;
-            }
-        }
-        return location;
-    }
-
-private:
-    std::string_view document;
-    std::size_t position = 0;
-    Location location{};
-};
 
 struct Counts {
     std::size_t keys = 0;
@@ -67,14 +39,14 @@ class TextReport {
 public:
     explicit TextReport(std::string document) : file(std::move(document)) {}
 
-    void ReportLoadFailure(kernel::ResultCode code, const std::optional<Location>& location,
+    void ReportLoadFailure(kernel::ResultCode code, const std::optional<TextLocation>& location,
                            const std::string& reason) const {
         std::cerr << file << (location ? Suffix(*location) : "") << ": " << LoadState(code);
         if (!reason.empty()) std::cerr << ": " << reason;
         std::cerr << '\n';
     }
     void BeginFindings(bool isForeign) { foreign = isForeign; }
-    void ReportFinding(const Finding& finding, const Location& location) {
+    void ReportFinding(const Finding& finding, const TextLocation& location) {
         if (++found > kMaxPrintedFindings) return;
         std::cerr << file << Suffix(location) << ": warning: " << finding.text << '\n';
     }
@@ -87,10 +59,6 @@ public:
     }
 
 private:
-    static std::string Suffix(const Location& location) {
-        return ':' + std::to_string(location.line) + ':' + std::to_string(location.column);
-    }
-
     std::string file;
     bool foreign = false;
     std::size_t found = 0;
@@ -101,7 +69,7 @@ class JsonReport {
 public:
     explicit JsonReport(const std::string& file) : json(std::cout) { json.BeginObject().Member("file", file); }
 
-    void ReportLoadFailure(kernel::ResultCode code, const std::optional<Location>& location,
+    void ReportLoadFailure(kernel::ResultCode code, const std::optional<TextLocation>& location,
                            const std::string& reason) {
         WriteState(code);
         if (location) json.Member("line", location->line).Member("column", location->column);
@@ -112,7 +80,7 @@ public:
         WriteState(kernel::kDone);
         json.Member("form", foreign ? "foreign" : "native").Name("findings").BeginArray();
     }
-    void ReportFinding(const Finding& finding, const Location& location) {
+    void ReportFinding(const Finding& finding, const TextLocation& location) {
         json.BeginObject().Member("line", location.line).Member("column", location.column);
         json.Member("kind", kKindNames[static_cast<std::size_t>(finding.kind)])
             .Member("text", finding.text)

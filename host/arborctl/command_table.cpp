@@ -58,6 +58,12 @@ Colours ParseColours(const std::string& word) {
     return row->colours;
 }
 
+ImportForm ParseForm(const std::string& word) {
+    const auto* row = std::ranges::find(kImportForms, std::string_view(word), &ImportFormRow::word);
+    if (row == std::end(kImportForms)) throw std::invalid_argument(word + " is not native, foreign or json");
+    return row->form;
+}
+
 Work PrepareSet(const Arguments& given) {
     const std::size_t type = given.operands.size() - 2;
     const ValuePath path = type == 1 ? given.ValuePathAt(0) : ValuePath{given.PathAt(0), given.NameAt(1)};
@@ -86,7 +92,7 @@ constexpr CommandRow kCommands[] = {
      [](const Arguments& given) -> Work {
          return [text = given.operands[0]](const Session& session) { return Find(session, text); };
      }},
-    {"export", Family::Reading, "[PATH]", "Write a subtree as a document to standard output",
+    {"export", Family::Reading, "[PATH]", "Write a subtree as a document, or as JSON",
      "settings.xml export Network/Proxy",
      [](const Arguments& given) -> Work {
          return [path = given.PathAt(0)](const Session& session) { return Export(session, path); };
@@ -102,10 +108,12 @@ constexpr CommandRow kCommands[] = {
              return Copy(session, path, target);
          };
      }},
-    {"import", Family::Changing, "FOREIGN-DOCUMENT", "Copy any XML document into this one",
+    {"import", Family::Changing, "FILE [PATH]", "Copy an XML document, or JSON, into this one or into a key of it",
      "--create settings.xml import foreign.xml",
      [](const Arguments& given) -> Work {
-         return [foreign = given.DocumentAt(0)](const Session& session) { return Import(session, foreign); };
+         return [file = given.DocumentAt(0), path = given.PathAt(1), from = given.from](const Session& session) {
+             return Import(session, file, path, from);
+         };
      }},
     {"check", Family::Files, "", "Report why and where the document can't be loaded, or what a save drops or changes",
      "settings.xml check", [](const Arguments&) -> Work { return Check; }, nullptr, kernel::TraceWarning},
@@ -134,13 +142,14 @@ constexpr OperandRow kOperands[] = {
     {"PATH", "get", "value, as in Network/Proxy/Port, or its key"},
     {"PATH", "set", "key, as in Network/Proxy, or value, as in Network/Proxy/Port"},
     {"PATH", "rm", "value, or key if there is no such value; always a key if it ends with \"/\""},
+    {"PATH", "import", "key to copy into, created if it is missing; default: the root"},
     {"PATH", "", "key, as in Network/Proxy, or value; \"\" is the root"},
     {"VALUE", "", "name of the value, if PATH is its key"},
     {"TYPE", "set", "type of a new value; an existing value keeps its type, and TEXT is converted"},
     {"TEXT", "set", "text of the value; hexadecimal for a blob; after \"--\" if it begins with \"-\""},
     {"TEXT", "find", "compared without regard to the case of ASCII letters"},
     {"TARGET-DOCUMENT", "", "created if it is missing"},
-    {"FOREIGN-DOCUMENT", "", "elements become keys, attributes and text become values"},
+    {"FILE", "import", "native, any other XML, or JSON as \"export --json\" writes it; \"-\" is standard input"},
     {"OTHER-DOCUMENT", "", "what DOCUMENT is compared with"},
     {"BACKUP", "", "a file that \"backups\" lists: its name, path or ending"},
     {"COMMAND", "", "one of the commands"},
@@ -149,6 +158,8 @@ constexpr OperandRow kOperands[] = {
 constexpr OptionRow kOptions[] = {
     {"--as", "TYPE", "get", "type to convert to",
      [](Arguments& given, const std::string& text) { given.as = ParseType(text); }},
+    {"--from", "FORM", "import", "native, foreign or json; default: recognised by the content",
+     [](Arguments& given, const std::string& text) { given.from = ParseForm(text); }},
     {"--json", "", "tree get find export check diff backups", "print JSON, for programs",
      [](Arguments& given, const std::string&) { given.json = true; }},
     {"--flat", "", "tree", "print a line \"PATH VALUE TYPE TEXT\" for each value, exact, as \"apply\" reads it",

@@ -39,6 +39,7 @@ struct Arguments {
     bool flat = false;
     Colours colours = Colours::Auto;
     kernel::TypeCode as = 0;
+    ImportForm from = ImportForm::Any;
     DocumentSettings settings{};
 
     [[nodiscard]] bool Has(std::size_t index) const { return index < operands.size(); }

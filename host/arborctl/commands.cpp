@@ -4,7 +4,6 @@
 
 #include "addressing.h"
 #include "backups.h"
-#include "copy_disambiguated.h"
 #include "value_text.h"
 
 #include <host/text.h>
@@ -68,11 +67,6 @@ int Copy(const Session& session, const Path& path, const std::filesystem::path& 
     }
     destination.Save();
     return kExitDone;
-}
-
-int Import(const Session& session, const std::filesystem::path& foreign) {
-    const Document source(session.kernel, {.document = foreign, .wait = session.settings.wait}, session.progress);
-    return ChangeDocument(session, [&](const arbor::Key& root) { CopyDisambiguated(source.Root(), root); });
 }
 
 int RestoreBackup(const Session& session, const std::string& backup) {

@@ -5,6 +5,7 @@
 
 #include "document.h"
 #include "exit_codes.h"
+#include "import.h"
 
 namespace arborctl {
 
@@ -34,7 +35,7 @@ int Get(const Session& session, const ValuePath& path, kernel::TypeCode type);
 /// ASCII letters.
 int Find(const Session& session, const std::string& text);
 int Diff(const Session& session, const std::filesystem::path& other);
-/// Prints the subtree as a native document. Elements with a repeated name get names of their own.
+/// Prints the subtree, or the value, as a native document in which repeated names get numbers, or as a JSON document.
 int Export(const Session& session, const Path& path);
 /// Reports why the document can't be loaded, or what a save would drop or change. Writes no file.
 int Check(const Session& session);
@@ -46,8 +47,9 @@ int Remove(const Session& session, const Path& path);
 int RemoveValue(const Session& session, const ValuePath& path);
 /// Copies a subtree or a value to the same path in `target`, which is created if it is missing.
 int Copy(const Session& session, const Path& path, const std::filesystem::path& target);
-/// Copies all of a foreign document into this one. Repeated elements become keys of their own: "item", "item#2".
-int Import(const Session& session, const std::filesystem::path& foreign);
+/// Copies all of another document into the key at `path`, which is created if it is missing. `file` is "-" for standard
+/// input. Repeated names get numbers: "item", "item#2". Reads all input first: on a failure nothing is saved.
+int Import(const Session& session, const std::filesystem::path& file, const Path& path, ImportForm form);
 /// `backup` is a file name, a path, or an ending such as "bak2".
 int RestoreBackup(const Session& session, const std::string& backup);
 

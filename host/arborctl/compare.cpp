@@ -71,8 +71,8 @@ std::string FormatLine(const ValueText& valueText, const Change& change, const s
     return JoinPath(change.path, *change.value) + ": " + valueText.FormatLine(*datum);
 }
 
-void WriteJson(Json& json, const ValueText& valueText, const char* name, const std::optional<arbor::Datum>& datum) {
-    if (datum) json.Name(name).BeginObject().TypeAndValue(*datum, valueText).EndObject();
+void WriteJson(Json& json, const char* name, const std::optional<arbor::Datum>& datum) {
+    if (datum) json.Name(name).BeginObject().TypeAndValue(*datum).EndObject();
 }
 
 }   // namespace
@@ -106,14 +106,14 @@ std::vector<std::string> FormatLines(const ValueText& valueText, const Change& c
     return lines;
 }
 
-void WriteJson(Json& json, const ValueText& valueText, const Change& change) {
+void WriteJson(Json& json, const Change& change) {
     const bool changed = change.before && change.after;
     json.BeginObject();
     json.Member("change", changed ? "changed" : change.after || change.keyAdded ? "added" : "removed");
     json.Member("path", change.path);
     if (change.value) json.Member("name", *change.value);
-    WriteJson(json, valueText, "was", change.before);
-    WriteJson(json, valueText, "now", change.after);
+    WriteJson(json, "was", change.before);
+    WriteJson(json, "now", change.after);
     json.EndObject();
 }
 

@@ -25,6 +25,6 @@ struct Change {
 
 /// Returns a line that begins with "-" for the state before, a line with "+" for the state after, or both.
 [[nodiscard]] std::vector<std::string> FormatLines(const ValueText& valueText, const Change& change);
-void WriteJson(Json& json, const ValueText& valueText, const Change& change);
+void WriteJson(Json& json, const Change& change);
 
 }   // namespace arborctl

@@ -130,6 +130,12 @@ Words ColourWords(const GivenArguments&, const std::string&) {
     return words;
 }
 
+Words ImportFormWords(const GivenArguments&, const std::string&) {
+    Words words;
+    for (const ImportFormRow& row : kImportForms) words.emplace_back(row.word);
+    return words;
+}
+
 Words BackupModes(const GivenArguments&, const std::string&) {
     Words words;
     for (std::uint32_t mode = 0; mode <= kMaxBackupMode; ++mode) words.push_back(std::to_string(mode));
@@ -151,7 +157,7 @@ constexpr CandidateSource kCandidateSources[] = {
     {"DOCUMENT", nullptr},
     {"OTHER-DOCUMENT", nullptr},
     {"TARGET-DOCUMENT", nullptr},
-    {"FOREIGN-DOCUMENT", nullptr},
+    {"FILE", nullptr},
     {"--module", nullptr},
     {"PATH", Paths},
     {"--root", Roots},
@@ -162,6 +168,7 @@ constexpr CandidateSource kCandidateSources[] = {
     {"BACKUP", BackupNames},
     {"COMMAND", CommandNames},
     {"--color", ColourWords},
+    {"--from", ImportFormWords},
     {"--backup", BackupModes},
 };
 

@@ -1,48 +1,40 @@
-// Copies depth first. Each level keeps the names that it has given to its children.
+// Copies depth first. Each level keeps the names that it has given to its keys and values.
 
 #include "copy_disambiguated.h"
 
+#include "path.h"
 #include "walk.h"
 
-#include <set>
-
 namespace arborctl {
-namespace {
 
-/// Makes names unique among siblings: "item", "item#2".
-class UniqueNames {
-public:
-    [[nodiscard]] std::string MakeUnique(const std::string& name) {
-        for (std::uint32_t number = 1;; ++number) {
-            std::string candidate = number == 1 ? name : name + '#' + std::to_string(number);
-            if (used.insert(ToLower(candidate)).second) return candidate;
-        }
+std::string DisambiguatingTarget::UniqueNames::MakeUnique(const std::string& name) {
+    for (std::uint32_t number = 1;; ++number) {
+        std::string candidate = number == 1 ? name : name + '#' + std::to_string(number);
+        if (used.insert(ToLower(candidate)).second) return candidate;
     }
+}
 
-private:
-    std::set<std::string> used;
-};
+void DisambiguatingTarget::EnterKey(const std::string& name, std::size_t depth) {
+    levels.resize(depth);
+    const std::string unique = levels.back().keyNames.MakeUnique(name);
+    levels.push_back({ValueOrThrow(levels.back().key.Make(unique), EncodeName(unique))});
+}
 
-struct Level {
-    arbor::Key target;
-    UniqueNames names{};
-};
-
-}   // namespace
+void DisambiguatingTarget::SetValue(const std::string& name, const arbor::Datum& datum, std::size_t depth) {
+    levels.resize(depth + 1);
+    const arbor::Key& key = levels.back().key;
+    const std::string unique = levels.back().valueNames.MakeUnique(name);
+    const arbor::Result<kernel::TypeCode> existing = key.Type(unique);
+    // The store would convert the data to the type of the existing value.
+    if (existing && *existing != datum.type) ThrowIfFailed(key.Remove(unique), EncodeName(unique));
+    ThrowIfFailed(key.Set(unique, datum), EncodeName(unique));
+}
 
 void CopyDisambiguated(const arbor::Key& from, const arbor::Key& to) {
-    std::vector<Level> ancestors;
+    DisambiguatingTarget target(to);
     Walk(from, [&](const arbor::Key& key, std::size_t depth) {
-        ancestors.resize(depth);
-        arbor::Key target = to;
-        if (depth > 0) {
-            const std::string name = ancestors.back().names.MakeUnique(NameOf(key));
-            target = ValueOrThrow(ancestors.back().target.Make(name), name);
-        }
-        ForEachValue(key, [&](const arbor::Value& value) {
-            ThrowIfFailed(target.Set(value.Name(), Read(value)), value.Name());
-        });
-        ancestors.push_back({target});
+        if (depth > 0) target.EnterKey(NameOf(key), depth);
+        ForEachValue(key, [&](const arbor::Value& value) { target.SetValue(value.Name(), Read(value), depth); });
     });
 }
 

@@ -10,10 +10,10 @@
 namespace arborctl {
 namespace {
 
-void PrintJson(const std::vector<Change>& changes, const ValueText& valueText) {
+void PrintJson(const std::vector<Change>& changes) {
     Json json(std::cout);
     json.BeginArray();
-    for (const Change& change : changes) WriteJson(json, valueText, change);
+    for (const Change& change : changes) WriteJson(json, change);
     json.EndArray().EndLine();
 }
 
@@ -62,8 +62,8 @@ void PrintChanges(const Session& session, const std::vector<Change>& changes) {
         for (const std::string& line : FlatLines(changes)) std::cout << line << '\n';
         return;
     }
-    const ValueText valueText(session.kernel);
-    session.json ? PrintJson(changes, valueText) : PrintLines(changes, valueText, PaletteOf(session));
+    if (session.json) return PrintJson(changes);
+    PrintLines(changes, ValueText(session.kernel), PaletteOf(session));
 }
 
 int Diff(const Session& session, const std::filesystem::path& other) {

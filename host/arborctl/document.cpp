@@ -126,7 +126,8 @@ Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progr
 
 Document::Document(host::Kernel& kernel, host::IoObject& io) : object(kernel) {
     ThrowIfFailed(arbor::Status(object->SetIoObject(io.Get())), "setting the IO object");
-    ThrowIfFailed(arbor::Status(object->Ready()), "loading");
+    const kernel::ResultCode code = object->Ready();
+    if (kernel::IsFailure(code)) throw LoadError(code, "loading");
 }
 
 Document::Document(host::Kernel& kernel) : object(kernel) {

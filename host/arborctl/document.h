@@ -100,7 +100,7 @@ public:
     /// key `settings.root` in a new document. Throws a `LoadError` if the document can't be loaded, and another
     /// `StoreError` if an existing one doesn't have that key or a new one can't be created.
     Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress, Access access = Access::Read);
-    /// Loads from `io` and saves to it. An empty `io` gives an empty tree.
+    /// Loads from `io` and saves to it. An empty `io` gives an empty tree. Throws a `LoadError` if it can't be loaded.
     Document(host::Kernel& kernel, host::IoObject& io);
     /// An empty tree in memory, for conversions of values.
     explicit Document(host::Kernel& kernel);

@@ -2,46 +2,16 @@
 
 #include "json.h"
 
+#include "exact_text.h"
+
 #include <host/text.h>
 
 #include <cstdio>
-#include <cstring>
 
 #include <nlohmann/json.hpp>
 
 namespace arborctl {
 namespace {
-
-/// Returns the number or truth value of `datum`; null for other types.
-nlohmann::json Scalar(const arbor::Datum& datum) {
-    const auto as = [&datum]<class T>(T number) {
-        std::memcpy(&number, datum.bytes.data(), std::min(sizeof number, datum.bytes.size()));
-        return number;
-    };
-    switch (datum.type) {
-        case kernel::tSBYTE:
-            return as(std::int8_t{});
-        case kernel::tSHORT:
-            return as(std::int16_t{});
-        case kernel::tINT:
-        case kernel::tLONG:
-        case kernel::tERROR:
-            return as(std::int32_t{});
-        case kernel::tLONGLONG:
-            return as(std::int64_t{});
-        case kernel::tDOUBLE:
-            return as(double{});
-        case kernel::tBOOL:
-            return as(std::uint32_t{}) != 0;
-        case kernel::tVOID:
-        case kernel::tFUNC_PTR:
-        case kernel::tCHAR:
-        case kernel::tWCHAR:
-            return {};
-        default:
-            return kernel::FindType(datum.type)->width != 0 ? nlohmann::json(as(std::uint64_t{})) : nlohmann::json();
-    }
-}
 
 /// Escapes DEL and the C1 controls, which terminals interpret and JSON serializers leave as they are.
 std::string EscapeControls(std::string_view json) {
@@ -83,12 +53,24 @@ Json& Json::Number(std::uint64_t number) {
     return *this;
 }
 
-Json& Json::TypeAndValue(const arbor::Datum& datum, const ValueText& valueText) {
-    Member("type", kernel::FindType(datum.type)->name).Name("value");
-    const nlohmann::json scalar = Scalar(datum);
-    if (scalar.is_null()) return String(valueText.Format(datum));
+Json& Json::TypeAndValue(const arbor::Datum& datum) {
+    Member("type", kernel::FindType(datum.type)->name);
+    const std::string text = ToExactText(datum);
+    if (IsNumber(datum.type)) return Name("value").WriteNumber(datum.type, text);
+    if (host::IsUtf8(text)) return Member("value", text);
+    return Member("bytes", ToExactText({kernel::tBINARY, text}));
+}
+
+Json& Json::WriteNumber(kernel::TypeCode type, const std::string& text) {
+    constexpr std::string_view kIntegerBytes = "-0123456789";
+    const bool isInteger = text.find_first_not_of(kIntegerBytes) == text.npos;
+    if (type == kernel::tDOUBLE && text.find_first_of("fn") != text.npos) return String(text);   // "inf", "nan"
     WriteSeparator();
-    out << scalar.dump();
+    if (type == kernel::tBOOL && (text == "0" || text == "1")) {
+        out << (text == "1" ? "true" : "false");
+    } else {
+        out << text << (type == kernel::tDOUBLE && isInteger ? ".0" : "");   // parsers read "-0" as the integer 0
+    }
     return *this;
 }
 

@@ -1,13 +1,18 @@
 /// Writes JSON to a stream piece by piece, so that the output's size and depth need no memory.
 #pragma once
 
-#include "value_text.h"
+#include "document.h"
 
 #include <cstdint>
 #include <ostream>
 #include <string_view>
 
 namespace arborctl {
+
+/// Whether values of `type` are numbers in JSON.
+[[nodiscard]] inline bool IsNumber(kernel::TypeCode type) {
+    return kernel::FindType(type)->width != 0 && type != kernel::tCHAR && type != kernel::tWCHAR;
+}
 
 /// Calls must nest as JSON does: a name before each member of an object, an end for each begin.
 class Json {
@@ -29,13 +34,15 @@ public:
     Json& Member(std::string_view name, std::string_view text) { return Name(name).String(text); }
     Json& Member(std::string_view name, std::uint64_t number) { return Name(name).Number(number); }
 
-    /// Writes the members "type" and "value". The value is a number, a truth value or else the text of `datum`.
-    Json& TypeAndValue(const arbor::Datum& datum, const ValueText& valueText);
+    /// Writes the members "type" and "value": the exact text of the value (`exact_text.h`), for a number as a number,
+    /// for a tBOOL of 0 or 1 as a truth value. A text that isn't UTF-8 has "bytes" instead, in hexadecimal.
+    Json& TypeAndValue(const arbor::Datum& datum);
 
     /// Ends the line after the outermost end.
     void EndLine() { out << '\n'; }
 
 private:
+    Json& WriteNumber(kernel::TypeCode type, const std::string& text);
     Json& Open(char bracket);
     Json& Close(char bracket);
     void WriteSeparator();

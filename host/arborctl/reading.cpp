@@ -5,7 +5,7 @@
 #include "commands.h"
 #include "copy_disambiguated.h"
 #include "flat_text.h"
-#include "json.h"
+#include "json_document.h"
 #include "output.h"
 #include "value_text.h"
 #include "walk.h"
@@ -46,24 +46,17 @@ private:
     const ValueText& valueText;
 };
 
-/// Prints a tree as nested objects with "name", "values" and "keys".
+/// Prints a tree as a JSON document with the names of printed paths.
 class TreeJson {
 public:
-    explicit TreeJson(const ValueText& texts) : json(std::cout), valueText(texts) {}
-
-    void EnterKey(const std::string& name, std::size_t) {
-        json.BeginObject().Member("name", name).Name("values").BeginArray();
-    }
-    void PrintValue(const std::string& name, const arbor::Datum& datum, std::size_t) {
-        json.BeginObject().Member("name", name).TypeAndValue(datum, valueText).EndObject();
-    }
-    void EndValues() { json.EndArray().Name("keys").BeginArray(); }
-    void LeaveKey() { json.EndArray().EndObject(); }
-    void EndLine() { json.EndLine(); }
+    void EnterKey(const std::string& name, std::size_t) { writer.EnterKey(name); }
+    void PrintValue(const std::string& name, const arbor::Datum& datum, std::size_t) { writer.WriteValue(name, datum); }
+    void EndValues() { writer.EndValues(); }
+    void LeaveKey() { writer.LeaveKey(); }
+    void EndLine() { writer.EndLine(); }
 
 private:
-    Json json;
-    const ValueText& valueText;
+    JsonDocumentWriter writer{std::cout};
 };
 
 template <class Printer>
@@ -150,13 +143,29 @@ kernel::ResultCode LoadCode(const Session& session, const std::filesystem::path&
     }
 }
 
+int ExportJson(const Session& session, const Path& path) {
+    const Document document = session.Load();
+    if (const std::optional<arbor::Key> key = FindKey(document.Root(), path)) {
+        WriteJsonDocument(std::cout, *key);
+        return kExitDone;
+    }
+    const ValueSlot value = OpenValue(document.Root(), path);
+    JsonDocumentWriter writer(std::cout);
+    writer.EnterKey("");
+    writer.WriteValue(value.Text(), ValueOrThrow(value.Read(0), value.Text()));
+    writer.EndValues();
+    writer.LeaveKey();
+    writer.EndLine();
+    return kExitDone;
+}
+
 }   // namespace
 
 int Tree(const Session& session, const Path& path) {
     if (session.flat) return PrintFlatTree(session, path);
+    if (session.json) return PrintTree(session, path, TreeJson());
     const ValueText valueText(session.kernel);
-    return session.json ? PrintTree(session, path, TreeJson(valueText))
-                        : PrintTree(session, path, TreeLines(session, valueText));
+    return PrintTree(session, path, TreeLines(session, valueText));
 }
 
 int Get(const Session& session, const ValuePath& path, kernel::TypeCode type) {
@@ -167,7 +176,7 @@ int Get(const Session& session, const ValuePath& path, kernel::TypeCode type) {
     OmittedValues omitted;
     omitted.Try(JoinPath(Prefix(path.key), value.Text()), [&] {
         if (session.json) {
-            Json(std::cout).BeginObject().TypeAndValue(datum, valueText).EndObject().EndLine();
+            Json(std::cout).BeginObject().TypeAndValue(datum).EndObject().EndLine();
         } else {
             std::cout << valueText.Format(datum) << '\n';
         }
@@ -204,7 +213,7 @@ int Find(const Session& session, const std::string& text) {
                 ++found;
                 if (session.json) {
                     json.BeginObject().Member("path", path).Member("name", name);
-                    json.TypeAndValue(datum, valueText).EndObject();
+                    json.TypeAndValue(datum).EndObject();
                 } else {
                     std::cout << JoinPath(path, name) << ": " << valueText.FormatLine(datum) << '\n';
                 }
@@ -216,7 +225,7 @@ int Find(const Session& session, const std::string& text) {
 }
 
 int Export(const Session& session, const Path& path) {
-    if (session.json) return Tree(session, path);
+    if (session.json) return ExportJson(session, path);
     const Document document = session.Load();
     host::MemoryIo io(session.kernel);
     const Document exported(session.kernel, io);

@@ -151,6 +151,9 @@ TEST_F(ArborctlTest, ReadCommandsPrintValues) {
         {"a subtree as a document",
          {"export", "Network/Proxy"},
          "<arbor>\r\n    <tBOOL name=\"Enabled\">1</tBOOL>\r\n    <tDWORD name=\"Port\">8080</tDWORD>\r\n</arbor>\r\n"},
+        {"a value as a JSON document",
+         {"export", "Network/Proxy/Port", "--json"},
+         "{\"name\":\"\",\"values\":[{\"name\":\"Port\",\"type\":\"tDWORD\",\"value\":8080}],\"keys\":[]}\n"},
         {"no difference", {"diff", Path("d.xml")}, ""},
     };
     for (const Case& row : cases) {
@@ -342,6 +345,7 @@ TEST_F(ArborctlTest, InvalidArgumentsExitWith2) {
         {"d.xml", "tree", "-x"},
         {"d.xml", "tree", "--json=no"},
         {"help", "grow"},
+        {"d.xml", "import", "e.xml", "--from", "yaml"},
     };
     for (const std::vector<std::string>& arguments : cases) {
         const Outcome outcome = RunTool(arguments);
@@ -844,6 +848,51 @@ TEST_F(ArborctlTest, RepeatedImportGivesTheSameTree) {
     }
 }
 
+TEST_F(ArborctlTest, ImportRecognisesTheFormAndKeepsTheDocumentOnAFailure) {
+    constexpr const char* kNative = "\xEF\xBB\xBF<arbor><tINT name='v'>1</tINT><tINT name='V'>2</tINT></arbor>";
+    constexpr const char* kForeign = "<v v='1'></v>";
+    constexpr const char* kJson = R"( {"keys":[{"values":[{"value":5,"name":"%x2F","type":"tINT"}],"name":"k"}]} )";
+    struct Case {
+        const char* label;
+        const char* content;
+        std::vector<std::string> options;
+        const char* tree;   // of the key that was imported into; null if the import is refused
+        const char* error = "";
+        int exitCode = 1;
+    };
+    const Case cases[] = {
+        {"native", kNative, {}, "v: tINT 1\nV#2: tINT 2\n"},
+        {"foreign", kForeign, {}, "v/\n    v: tSTRING \"1\"\n"},
+        {"JSON, members in any order", kJson, {}, "k/\n    %x2F: tINT 5\n"},
+        {"JSON as said", kJson, {"--from", "json"}, "k/\n    %x2F: tINT 5\n"},
+        {"native, but foreign was said", kNative, {"--from", "foreign"}, nullptr, " is native: "},
+        {"foreign, but native was said", kForeign, {"--from", "native"}, nullptr, " is foreign: "},
+        {"XML, but JSON was said", kForeign, {"--from", "json"}, nullptr, ":1:1: syntax error"},
+        {"malformed XML", "<arbor>", {}, nullptr, "the document is malformed", 3},
+        {"malformed JSON", "{\n\"keys\":[{\"name\":\"k\",,", {}, nullptr, ":2:21: k: syntax error"},
+    };
+    for (const Case& row : cases) {
+        for (const char* file : {"in", "-"}) {
+            SCOPED_TRACE(std::string(row.label) + " from " + file);
+            Write("d.xml", kDocument);
+            Write("in", row.content);
+            std::istringstream input(row.content);
+            std::streambuf* const realInput = std::cin.rdbuf(input.rdbuf());
+            std::vector<std::string> command{"import", *file == '-' ? file : Path(file), "Network/New"};
+            command.insert(command.end(), row.options.begin(), row.options.end());
+            const Outcome outcome = RunOn("d.xml", command);
+            std::cin.rdbuf(realInput);
+            EXPECT_EQ(outcome.exitCode, row.tree != nullptr ? 0 : row.exitCode) << outcome.error;
+            EXPECT_THAT(outcome.error, HasSubstr(row.error));
+            if (row.tree != nullptr) {
+                EXPECT_EQ(RunOn("d.xml", {"tree", "Network/New"}).output, row.tree);
+            } else {
+                EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
+            }
+        }
+    }
+}
+
 TEST_F(ArborctlTest, CompletionListsValidArguments) {
     Write("d.xml.bak2", "<arbor></arbor>");
     const std::string document = Path("d.xml");
@@ -877,6 +926,7 @@ TEST_F(ArborctlTest, CompletionListsValidArguments) {
         {"after the options' end", {document, "get", "--", "-"}, "words\n"},
         {"a backup", {document, "restore", ""}, "words\nd.xml.bak2\n"},
         {"another document", {document, "cp", "Network", ""}, "files\n"},
+        {"a form", {document, "import", "e.json", "--from=j"}, "words\n--from=json\n"},
         {"more arguments than the command has", {document, "cp", "Network", "e.xml", ""}, "words\n"},
     };
     for (const Case& row : cases) {

@@ -1,0 +1,278 @@
+// Reads with the event parser of nlohmann/json, so that neither the size nor the depth of a document needs a JSON tree
+// in memory. The members of an object may come in any order: a key's name is known only at the end of its object.
+
+#include "json_document.h"
+
+#include "copy_disambiguated.h"
+#include "exact_text.h"
+#include "path.h"
+#include "text_check.h"
+#include "text_location.h"
+#include "walk.h"
+
+#include <host/text.h>
+
+#include <optional>
+#include <stdexcept>
+
+#include <nlohmann/json.hpp>
+
+namespace arborctl {
+namespace {
+
+using nlohmann::json;
+
+/// Why an event is refused, without its location.
+class JsonFault : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The bytes of a text, for the parser. Publishes its position, which the parser's events don't have.
+class TrackedBytes {
+public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const char*;
+    using reference = const char&;
+
+    TrackedBytes(const char* start, const char** shared) : position(start), published(shared) {}
+
+    reference operator*() const { return *position; }
+    TrackedBytes& operator++() {
+        *published = position++;
+        return *this;
+    }
+    bool operator==(const TrackedBytes& other) const { return position == other.position; }
+    bool operator!=(const TrackedBytes& other) const { return position != other.position; }
+
+private:
+    const char* position;
+    const char** published;   // the byte that was read last
+};
+
+/// An open object or array.
+struct Level {
+    enum Kind {
+        Key,
+        Values,
+        Keys,
+        Value
+    } kind;
+    std::string member{};                // the name read last in an object
+    std::size_t entry = 0;               // of a key: its index in the entries; the root has none
+    std::optional<std::string> name{};   // of a key or value
+};
+
+/// Converts the parser's events to entries.
+class EntryReader : public json::json_sax_t {
+public:
+    [[nodiscard]] std::vector<TreeEntry> TakeEntries() { return std::move(entries); }
+
+    /// The path of the innermost named key or value.
+    [[nodiscard]] std::string Path() const {
+        std::string path;
+        for (const Level& level : levels) {
+            if (level.name && &level != levels.data()) path = JoinPath(path, EncodeName(*level.name));
+        }
+        return path;
+    }
+
+    bool null() override { return Scalar(json()); }
+    bool boolean(bool scalar) override { return Scalar(scalar); }
+    bool number_integer(number_integer_t scalar) override { return Scalar(scalar); }
+    bool number_unsigned(number_unsigned_t scalar) override { return Scalar(scalar); }
+    bool number_float(number_float_t scalar, const string_t&) override { return Scalar(scalar); }
+    bool string(string_t& scalar) override { return Scalar(std::move(scalar)); }
+    bool binary(binary_t&) override { return false; }   // no event of JSON
+
+    bool start_object(std::size_t) override {
+        if (levels.empty()) {
+            levels.push_back({Level::Key});
+        } else if (levels.back().kind == Level::Values) {
+            levels.push_back({Level::Value});
+            type.reset();
+            value.reset();
+            bytes.reset();
+        } else if (levels.back().kind == Level::Keys) {
+            EnterKey();
+        } else {
+            throw JsonFault(Quoted(levels.back().member) + " is an object");
+        }
+        return true;
+    }
+
+    bool start_array(std::size_t) override {
+        if (levels.empty() || levels.back().kind == Level::Values || levels.back().kind == Level::Keys)
+            throw JsonFault("an array is here instead of an object");
+        const Level& level = levels.back();
+        if (level.kind != Level::Key || (level.member != "values" && level.member != "keys"))
+            throw JsonFault(Quoted(level.member) + " is an array");
+        levels.push_back({level.member == "values" ? Level::Values : Level::Keys});
+        return true;
+    }
+
+    bool key(string_t& name) override {
+        constexpr std::string_view kMembers[2][4] = {{"name", "values", "keys", ""},
+                                                     {"name", "type", "value", "bytes"}};
+        const bool isValue = levels.back().kind == Level::Value;
+        const auto& members = kMembers[isValue ? 1 : 0];
+        if (name.empty() || std::ranges::find(members, name) == std::end(members))
+            throw JsonFault(Quoted(name) + " isn't a member of a " + (isValue ? "value" : "key"));
+        levels.back().member = std::move(name);
+        return true;
+    }
+
+    bool end_object() override {
+        const Level& level = levels.back();
+        if (level.kind == Level::Value) AddValue();
+        if (level.kind == Level::Key && levels.size() > 1) {
+            if (!level.name) throw JsonFault("a key has no \"name\"");
+            entries[level.entry].name = *level.name;
+            --depth;
+        }
+        levels.pop_back();
+        return true;
+    }
+
+    bool end_array() override {
+        levels.pop_back();
+        return true;
+    }
+
+    bool parse_error(std::size_t, const std::string&, const json::exception& error) override {
+        // Without the prefix of the library, "[json.exception...] parse error at line 1, column 2: "; the caller adds
+        // the location.
+        const std::string_view text = error.what();
+        const std::size_t column = text.find(", column ");
+        const std::size_t start = text.find(column == text.npos ? "] " : ": ", column == text.npos ? 0 : column);
+        constexpr std::size_t kMaxBytes = 200;   // the text quotes the token, which may be long
+        const std::string_view reason = start == text.npos ? text : text.substr(start + 2);
+        throw JsonFault(std::string(reason.substr(0, kMaxBytes)) + (reason.size() > kMaxBytes ? "..." : ""));
+    }
+
+private:
+    static std::string Quoted(const std::string& text) { return '"' + text + '"'; }
+
+    void EnterKey() {
+        if (++depth > kMaxPathNames) throw JsonFault("keys are nested deeper than 2048 levels");
+        levels.push_back({Level::Key, "", entries.size()});
+        entries.push_back({depth});
+    }
+
+    void AddValue() {
+        const Level& level = levels.back();
+        if (!level.name) throw JsonFault("a value has no \"name\"");
+        if (!type) throw JsonFault("the value has no \"type\"");
+        if (value.has_value() == bytes.has_value()) throw JsonFault("the value needs either \"value\" or \"bytes\"");
+        const kernel::ValueTypeRow* const row = kernel::FindType(*type);
+        if (row == nullptr) throw JsonFault(Quoted(*type) + " isn't a value type");
+        const std::string text = value ? TextOf(*row) : TextOfBytes(*row);
+        std::optional<arbor::Datum> datum = FromExactText(row->type, text);
+        if (!datum) throw JsonFault(Excerpt(text) + " isn't a " + *type);
+        entries.push_back({depth, *level.name, *std::move(datum)});
+    }
+
+    /// Returns the exact text of the member "value".
+    [[nodiscard]] std::string TextOf(const kernel::ValueTypeRow& row) const {
+        if (value->is_string()) return value->get<std::string>();
+        const bool isAllowed =
+            value->is_boolean() ? row.type == kernel::tBOOL : value->is_number() && IsNumber(row.type);
+        if (!isAllowed) throw JsonFault(Excerpt(value->dump()) + " isn't a " + *type);
+        return value->dump();
+    }
+
+    /// Returns the text that the member "bytes" has in hexadecimal.
+    [[nodiscard]] std::string TextOfBytes(const kernel::ValueTypeRow& row) const {
+        if (!IsText(row.type) && row.type != kernel::tWCHAR) throw JsonFault("a " + *type + " has no \"bytes\"");
+        const std::optional<arbor::Datum> text = FromExactText(kernel::tBINARY, *bytes);
+        if (!text) throw JsonFault("\"bytes\" isn't hexadecimal, two digits a byte");
+        return text->bytes;
+    }
+
+    bool Scalar(json scalar) {
+        if (levels.empty() || levels.back().kind == Level::Values || levels.back().kind == Level::Keys)
+            throw JsonFault("an object is expected");
+        Level& level = levels.back();
+        if (level.member == "value") {
+            value = std::move(scalar);
+            return true;
+        }
+        if (!scalar.is_string()) throw JsonFault(Quoted(level.member) + " has a wrong type");
+        std::string text = std::move(scalar.get_ref<std::string&>());
+        if (level.member == "name") {
+            SetName(level, text);
+        } else if (level.member == "type") {
+            type = std::move(text);
+        } else if (level.member == "bytes") {
+            bytes = std::move(text);
+        } else {
+            throw JsonFault(Quoted(level.member) + " isn't an array");
+        }
+        return true;
+    }
+
+    void SetName(Level& level, const std::string& text) {
+        try {
+            level.name = ParseName(text).name;
+        } catch (const std::invalid_argument& error) {
+            throw JsonFault(error.what());
+        }
+        if (level.kind == Level::Value || levels.size() == 1) return;
+        if (level.name->empty()) throw JsonFault("the name of a key is empty");
+        if (HasSeparator(*level.name))
+            throw JsonFault("the name of a key holds a separator: " + EncodeName(*level.name));
+    }
+
+    std::vector<TreeEntry> entries;
+    std::vector<Level> levels;
+    std::size_t depth = 0;               // of the innermost open key; the root has 0
+    std::optional<std::string> type{};   // of the open value, as the next two
+    std::optional<json> value{};
+    std::optional<std::string> bytes{};
+};
+
+}   // namespace
+
+void WriteJsonDocument(std::ostream& target, const arbor::Key& top) {
+    JsonDocumentWriter writer(target);
+    Walk(
+        top,
+        [&](const arbor::Key& key, std::size_t depth) {
+            writer.EnterKey(depth == 0 ? "" : EncodeName(NameOf(key)));
+            ForEachValue(key,
+                         [&](const arbor::Value& value) { writer.WriteValue(EncodeName(value.Name()), Read(value)); });
+            writer.EndValues();
+        },
+        [&] { writer.LeaveKey(); });
+    writer.EndLine();
+}
+
+std::vector<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file) {
+    EntryReader reader;
+    const char* last = content.data();
+    try {
+        static_cast<void>(json::sax_parse(TrackedBytes(content.data(), &last),
+                                          TrackedBytes(content.data() + content.size(), &last), &reader));
+        return reader.TakeEntries();
+    } catch (const JsonFault& fault) {
+        const auto offset = static_cast<std::size_t>(last - content.data());
+        const std::string path = reader.Path();
+        throw std::runtime_error(file + Suffix(LocationCounter(content).At(offset)) + ": " +
+                                 (path.empty() ? "" : path + ": ") + fault.what());
+    }
+}
+
+void AddEntries(const std::vector<TreeEntry>& entries, const arbor::Key& top) {
+    DisambiguatingTarget target(top);
+    for (const TreeEntry& entry : entries) {
+        if (entry.datum.type == 0) {
+            target.EnterKey(entry.name, entry.depth);
+        } else {
+            target.SetValue(entry.name, entry.datum, entry.depth);
+        }
+    }
+}
+
+}   // namespace arborctl
