@@ -11,7 +11,7 @@
 namespace host {
 
 /// The functions of the table that the module calls. They catch every exception: none may cross into the module.
-struct IoObject::Slots {
+struct IoObject::TableFunctions {
     static IoObject& Of(kernel::HostObject* io) { return *reinterpret_cast<Face*>(io)->self; }
 
     static kernel::ResultCode Read(kernel::HostObject* io, std::uint32_t* count, kernel::HostWord, kernel::HostWord,
@@ -69,7 +69,7 @@ struct IoObject::Slots {
     }
 };
 
-IoObject::IoObject(Kernel& kernel) : face{{Slots::Table(), kernel.Root()->SystemFace}, this} {}
+IoObject::IoObject(Kernel& kernel) : face{{TableFunctions::Table(), kernel.Root()->SystemFace}, this} {}
 
 kernel::ResultCode MemoryIo::Size(std::uint64_t& sizeBytes) {
     sizeBytes = content.size();

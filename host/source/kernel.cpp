@@ -18,7 +18,7 @@ std::atomic<Kernel*> active{nullptr};
 }   // namespace
 
 /// The functions of the two tables, and those that the module binds. No exception leaves them.
-struct Kernel::Slots {
+struct Kernel::TableFunctions {
     /// The active kernel if `face` is the `SystemFace` of one of its objects, else null.
     static Kernel* ActiveKernelFor(const kernel::MethodTable* face) {
         Kernel* host = active.load();
@@ -125,7 +125,7 @@ Kernel::Kernel(KernelOptions options)
       traceLevel(options.traceLevel),
       traceSink(std::move(options.traceSink)),
       offerImports(options.offerImports),
-      root{{Slots::RootTable(), Slots::SystemTable()}, this} {
+      root{{TableFunctions::RootTable(), TableFunctions::SystemTable()}, this} {
     Kernel* none = nullptr;
     if (!active.compare_exchange_strong(none, this)) throw std::logic_error("a process has one host kernel at a time");
 }

@@ -24,7 +24,7 @@ private:
 /// The time of the lock file. Each owner creates the file, so a new time means a new owner. On Windows the time has a
 /// resolution of a second, so a change of the owner within a second goes unnoticed.
 std::filesystem::file_time_type FileTime(const std::filesystem::path& path) {
-    std::error_code ignored;   // a missing file has a fixed time
+    std::error_code ignored;   // for a missing file the result is `file_time_type::min()`
     return std::filesystem::last_write_time(path, ignored);
 }
 

@@ -1,4 +1,4 @@
-// A page that can't be read raises a signal here, which belongs to the process: no call is guarded.
+// Calls without a guard: on Linux a page that can't be read raises SIGBUS, whose handler is the process's to choose.
 
 #include <component/platform/faults.h>
 

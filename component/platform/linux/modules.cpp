@@ -42,7 +42,7 @@ _Unwind_Reason_Code VisitFrame(_Unwind_Context* context, void* argument) {
     return _URC_NO_REASON;
 }
 
-/// The walk begins in this function, the result in its caller. Callers don't use the hash.
+/// Implements `CaptureStackBackTrace`. The unwinder starts at this function, so its own frame is skipped too.
 [[gnu::noinline]] std::uint16_t CaptureStack(std::uint32_t skip, std::uint32_t limit, void** frames,
                                              std::uint32_t* /*hash*/) {
     StackWalk walk{skip + 1, {frames, limit}, 0};

@@ -1,4 +1,4 @@
-// Attributes, directories and the current directory.
+// The calls of `files.h` that work on paths alone: attributes, creation of directories, current directory.
 
 #include <component/platform/files.h>
 

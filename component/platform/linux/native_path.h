@@ -1,5 +1,5 @@
-/// A path in this system's form: UTF-8, with `/` between the names and without a drive. The text is an array in the
-/// object: the system refuses longer paths too.
+/// A path as Linux takes it: UTF-8, with `/` between the names and without a drive. The text is an array in the object,
+/// long enough for any path that the system accepts.
 #pragma once
 
 #include <component/platform/types.h>
@@ -12,7 +12,7 @@ namespace platform {
 
 class NativePath {
 public:
-    /// Converts a path from the layer's form. Returns false with the last error if the path is invalid.
+    /// Converts a path that `files.h` accepts. Returns false with the last error if the path is invalid.
     [[nodiscard]] bool Assign(const char16_t* path);
 
     /// Returns the path of the parent directory: "." for a relative path of one name, "/" for the root.
@@ -46,8 +46,8 @@ private:
 /// Sets `ErrorAt(path, error)` as the thread's last error and returns false.
 bool FailAt(const NativePath& path, int error);
 
-/// Converts one of this system's paths to the layer's form: backslashes, and the drive before an absolute path. Returns
-/// the length, or 0 if `target` is too small or a name has a backslash, which this form can't represent.
+/// Converts a Linux path to drive form: with backslashes, and `Z:` before an absolute path. Returns the length, or 0 if
+/// `target` is too small or a name has a backslash, which this form can't represent.
 [[nodiscard]] std::size_t ToDriveForm(std::string_view native, std::span<char> target);
 
 /// Enough for any path of the system in drive form.

@@ -33,13 +33,13 @@ private:
 
 inline constexpr std::uint32_t kAllShares = kShareRead | kShareWrite | kShareDelete;
 
-/// What an opener requests. The rights that it uses, and those that it shares, are `kShareRead` and the other two bits.
+/// What an opener requests.
 struct OpenRequest {
-    std::uint32_t uses;
-    std::uint32_t shares;
-    std::uint32_t creation;
+    std::uint32_t uses;       // rights that it uses: bits of `kShareRead`, `kShareWrite` and `kShareDelete`
+    std::uint32_t shares;     // rights that it lets other openers use, as the same bits
+    std::uint32_t creation;   // `kCreateNew` to `kTruncateExisting`
     bool allowsDirectories;
-    mode_t newMode;
+    mode_t newMode;   // permissions of a created file, before the umask
 };
 
 /// Opens the file, checks the sharing and only then empties the file if `creation` says so. On a failure the result

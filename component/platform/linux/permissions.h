@@ -27,7 +27,7 @@ private:
     [[nodiscard]] bool ReadAccessList(const NativePath& path);
 
     struct stat status {};
-    std::unique_ptr<char[]> accessList;   // as the file system stores it; null if the mode says it all
+    std::unique_ptr<char[]> accessList;   // as the file system stores it; null if the file has none
     std::size_t accessListBytes = 0;
 };
 

@@ -17,7 +17,7 @@ struct ClaimedEntry {
 };
 
 /// Opens and claims the entry at `path` itself, without following a symbolic link. Returns 0 or an error:
-/// `kErrorSharingViolation` if an opener of the file doesn't share deletion, or changes the name itself.
+/// `kErrorSharingViolation` if another opener of the file denies deletion, or is renaming or removing the file.
 [[nodiscard]] std::uint32_t ClaimForRename(const NativePath& path, ClaimedEntry& entry);
 
 /// Renames `from` to `to` on the same volume. Without `replaces` an existing `to` is EEXIST. Returns false with

@@ -17,25 +17,25 @@ namespace {
 
 struct Right {
     std::uint32_t bit;
-    off_t useMark;
-    off_t denyMark;
+    off_t useOffset;    // of the byte that is locked while an opener uses the right
+    off_t denyOffset;   // of the byte that is locked while an opener denies it
 };
 
-constexpr off_t kFirstMark = 0x7FFFFFFFFFFFFF00;
+constexpr off_t kFirstOffset = 0x7FFFFFFFFFFFFF00;
 constexpr Right kRights[] = {
-    {kShareRead, kFirstMark + 0, kFirstMark + 4},
-    {kShareWrite, kFirstMark + 1, kFirstMark + 5},
-    {kShareDelete, kFirstMark + 2, kFirstMark + 6},
-    {kChangeName, kFirstMark + 3, kFirstMark + 7},
+    {kShareRead, kFirstOffset + 0, kFirstOffset + 4},
+    {kShareWrite, kFirstOffset + 1, kFirstOffset + 5},
+    {kShareDelete, kFirstOffset + 2, kFirstOffset + 6},
+    {kChangeName, kFirstOffset + 3, kFirstOffset + 7},
 };
-constexpr off_t kMarkCount = 8;
-constexpr off_t kReservation = kFirstMark + kMarkCount;   // the one exclusive lock
+constexpr off_t kClaimBytes = 8;
+constexpr off_t kReservation = kFirstOffset + kClaimBytes;   // the one exclusive lock
 
-struct flock ByteLock(int type, off_t mark) {
+struct flock ByteLock(int type, off_t offset) {
     struct flock lock {};
     lock.l_type = static_cast<short>(type);
     lock.l_whence = SEEK_SET;
-    lock.l_start = mark;
+    lock.l_start = offset;
     lock.l_len = 1;
     return lock;
 }
@@ -47,37 +47,37 @@ bool HasLocks(int descriptor) {
     return errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP && errno != ENOLCK;
 }
 
-/// Sets or removes one mark. Returns false with `errno`. A descriptor that isn't readable can't hold marks; for it the
-/// call does nothing and returns true.
-bool SetMark(int descriptor, int type, off_t mark) {
-    struct flock lock = ByteLock(type, mark);
+/// Locks or unlocks one byte, by `type`. Returns false with `errno`. A descriptor that isn't readable can't hold locks;
+/// for it the call does nothing and returns true.
+bool SetByteLock(int descriptor, int type, off_t offset) {
+    struct flock lock = ByteLock(type, offset);
     return fcntl(descriptor, F_OFD_SETLK, &lock) == 0 || errno == EBADF;
 }
 
-/// Sets or removes the marks of an opener. Stops at the first that is refused and returns false with `errno`.
-bool SetMarks(int descriptor, int type, std::uint32_t uses, std::uint32_t denies) {
+/// Locks or unlocks the bytes of the rights. Stops at the first that is refused and returns false with `errno`.
+bool SetClaim(int descriptor, int type, std::uint32_t uses, std::uint32_t denies) {
     for (const Right& right : kRights) {
-        if ((uses & right.bit) != 0 && !SetMark(descriptor, type, right.useMark)) return false;
-        if ((denies & right.bit) != 0 && !SetMark(descriptor, type, right.denyMark)) return false;
+        if ((uses & right.bit) != 0 && !SetByteLock(descriptor, type, right.useOffset)) return false;
+        if ((denies & right.bit) != 0 && !SetByteLock(descriptor, type, right.denyOffset)) return false;
     }
     return true;
 }
 
-bool IsMarkedByOthers(int descriptor, off_t mark) {
-    struct flock lock = ByteLock(F_WRLCK, mark);
+bool IsLockedByOthers(int descriptor, off_t offset) {
+    struct flock lock = ByteLock(F_WRLCK, offset);
     return fcntl(descriptor, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
 bool IsExcludedByOthers(int descriptor, std::uint32_t uses, std::uint32_t denies) {
     for (const Right& right : kRights) {
-        if ((uses & right.bit) != 0 && IsMarkedByOthers(descriptor, right.denyMark)) return true;
-        if ((denies & right.bit) != 0 && IsMarkedByOthers(descriptor, right.useMark)) return true;
+        if ((uses & right.bit) != 0 && IsLockedByOthers(descriptor, right.denyOffset)) return true;
+        if ((denies & right.bit) != 0 && IsLockedByOthers(descriptor, right.useOffset)) return true;
     }
     return false;
 }
 
-/// A lock for setting marks and checking. Without it two openers that exclude each other might both fail. If the lock
-/// isn't available in time, the opener goes on: the marks alone keep two from succeeding.
+/// Serialises the claims on a file. Without it two openers that exclude each other might both fail. If the lock isn't
+/// available in time, the opener goes on: the claims alone keep two from succeeding.
 class BestEffortFileLock {
 public:
     explicit BestEffortFileLock(int file) : descriptor(file) {
@@ -105,7 +105,7 @@ std::uint32_t ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies
     if (uses == 0 || !HasLocks(descriptor)) return kErrorSuccess;
     const BestEffortFileLock lock(descriptor);
     std::uint32_t error = kErrorSuccess;
-    if (!SetMarks(descriptor, F_RDLCK, uses, denies)) {
+    if (!SetClaim(descriptor, F_RDLCK, uses, denies)) {
         error = ErrorFromErrno(errno);
     } else if (IsExcludedByOthers(descriptor, uses, denies)) {
         error = kErrorSharingViolation;
@@ -115,13 +115,13 @@ std::uint32_t ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies
 }
 
 void ReleaseRights(int descriptor, std::uint32_t uses) {
-    static_cast<void>(SetMarks(descriptor, F_UNLCK, uses, 0));   // a remaining mark only excludes others
+    static_cast<void>(SetClaim(descriptor, F_UNLCK, uses, 0));   // a remaining lock only excludes others
 }
 
 void ReleaseClaims(int descriptor) {
-    struct flock all = ByteLock(F_UNLCK, kFirstMark);
-    all.l_len = kMarkCount;
-    static_cast<void>(fcntl(descriptor, F_OFD_SETLK, &all));   // closing the descriptor removes them at the latest
+    struct flock all = ByteLock(F_UNLCK, kFirstOffset);
+    all.l_len = kClaimBytes;
+    static_cast<void>(fcntl(descriptor, F_OFD_SETLK, &all));   // if it fails, closing the descriptor unlocks
 }
 
 std::uint32_t ReserveFile(int descriptor) {
@@ -131,6 +131,6 @@ std::uint32_t ReserveFile(int descriptor) {
     return errno == EACCES ? kErrorSharingViolation : ErrorFromErrno(errno);
 }
 
-bool IsReserved(int descriptor) { return IsMarkedByOthers(descriptor, kReservation); }
+bool IsReserved(int descriptor) { return IsLockedByOthers(descriptor, kReservation); }
 
 }   // namespace platform

@@ -1,4 +1,4 @@
-// `fsync` with a memory of the files whose sync failed.
+// Syncs files with `fsync` and records which failed, so that a later sync of the same file fails too.
 
 #include "sync.h"
 

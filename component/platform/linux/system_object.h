@@ -6,8 +6,8 @@
 namespace platform {
 
 enum class ObjectKind : std::uint32_t {
-    File = 0x454C4946,
-    Semaphore = 0x414D4553
+    File = 0x454C4946,       // "FILE", for a reader of memory dumps
+    Semaphore = 0x414D4553   // "SEMA"
 };
 
 class SystemObject {

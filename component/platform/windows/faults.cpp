@@ -19,8 +19,8 @@ EXCEPTION_DISPOSITION FilterFault(EXCEPTION_RECORD* exception, void* frame, CONT
 }
 
 // A frame is two words on the stack: the address of the next older frame, and the handler. `fs:0` has the address of
-// the thread's youngest frame. So the handler applies to one thread and for one call. The saved registers are above the
-// frame: with the frame's address as stack pointer the function can continue at its end.
+// the thread's youngest frame. So the handler applies to one thread and for one call. `RunUnderFrame` saves registers
+// directly above its frame: `LeaveForFrame` sets the stack pointer to the frame and jumps to `endOfFrame`.
 asm(R"(
     .text
     .p2align 4

@@ -13,14 +13,14 @@ static_assert(alignof(CRITICAL_SECTION) <= alignof(CriticalSection));
 
 namespace {
 
-CRITICAL_SECTION* RecordOf(CriticalSection* section) { return reinterpret_cast<CRITICAL_SECTION*>(section->record); }
+CRITICAL_SECTION* ToSystem(CriticalSection* section) { return reinterpret_cast<CRITICAL_SECTION*>(section->record); }
 
 }   // namespace
 
-void InitializeCriticalSection(CriticalSection* section) { ::InitializeCriticalSection(RecordOf(section)); }
-void EnterCriticalSection(CriticalSection* section) { ::EnterCriticalSection(RecordOf(section)); }
-void LeaveCriticalSection(CriticalSection* section) { ::LeaveCriticalSection(RecordOf(section)); }
-void DeleteCriticalSection(CriticalSection* section) { ::DeleteCriticalSection(RecordOf(section)); }
+void InitializeCriticalSection(CriticalSection* section) { ::InitializeCriticalSection(ToSystem(section)); }
+void EnterCriticalSection(CriticalSection* section) { ::EnterCriticalSection(ToSystem(section)); }
+void LeaveCriticalSection(CriticalSection* section) { ::LeaveCriticalSection(ToSystem(section)); }
+void DeleteCriticalSection(CriticalSection* section) { ::DeleteCriticalSection(ToSystem(section)); }
 
 Handle CreateSemaphoreW(const void* security, std::int32_t initial, std::int32_t maximum, const char16_t* name) {
     auto* const record = static_cast<SECURITY_ATTRIBUTES*>(const_cast<void*>(security));

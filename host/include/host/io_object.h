@@ -43,7 +43,7 @@ private:
         kernel::HostObject object;
         IoObject* self;
     };
-    struct Slots;
+    struct TableFunctions;
 
     virtual kernel::ResultCode Size(std::uint64_t& sizeBytes) = 0;
     /// Reads from the start of the document; `count` gets the bytes read.

@@ -80,7 +80,7 @@ public:
     [[nodiscard]] std::vector<TraceLine> DrainTraceLines();
 
 private:
-    struct Slots;
+    struct TableFunctions;
     /// The root object as the module sees it, followed by the pointer that leads the table's functions back to this
     /// class.
     struct RootObject {

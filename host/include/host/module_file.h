@@ -14,7 +14,8 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// A module's entry point. `reason` is one of the system loader's or `kHostStartReason`; 0 is a failure.
+/// A module's entry point, which returns 0 on a failure. `reason` is one of the system loader's or `kHostStartReason`;
+/// with the latter, `first` is the root object and `third` points to a result code.
 using EntryPoint = std::function<int(void* first, std::uint32_t reason, void* third)>;
 
 /// Owner of a loaded module. The destructor unloads it; no thread may be executing its code then.

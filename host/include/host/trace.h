@@ -1,4 +1,4 @@
-/// Trace lines: what one holds, who receives them, and the formatter behind the host's trace function.
+/// Trace lines: their contents, their receiver, and the formatter that the host's trace function uses.
 #pragma once
 
 #include <component/kernel/trace.h>

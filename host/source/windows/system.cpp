@@ -96,7 +96,7 @@ void PrepareStandardStreams() {
 
 bool IsPipeClosed(Stream stream) { return GetFileType(HandleOf(stream)) == FILE_TYPE_PIPE; }
 
-/// A move over an open file is denied.
+/// ERROR_ACCESS_DENIED counts too: Windows returns it for a move over an open file.
 bool IsSharingViolation(const std::error_code& error) {
     return error.category() == std::system_category() &&
            (error.value() == ERROR_SHARING_VIOLATION || error.value() == ERROR_ACCESS_DENIED);

@@ -1,5 +1,5 @@
-// The C runtime calls `DllMain` with the loader's three arguments for every reason; it passes them on. Only the module
-// links this source: a program has no `ModuleEntry`.
+// Passes the calls of the system's loader to `ModuleEntry`: the C runtime calls `DllMain` for every reason. Only the
+// module links this source: a program has no `ModuleEntry`.
 #include <windows.h>
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 /// The layout of the host's objects and the calls that they offer: host memory through any object, registration and
 /// imports through the root object.
 ///
-/// The address of an object's `SystemFace` word is the first argument of every system call; every object offers the
+/// The address of an object's field `SystemFace` is the first argument of every system call; every object offers the
 /// same calls. None of them throws. Host memory is one heap for all threads.
 #pragma once
 

@@ -1,10 +1,10 @@
 /// The binary interface `Registry` as a module registers it: its number, its lifecycle handlers and its methods.
 ///
 /// Every method takes the object first and returns a `ResultCode`. Out arguments may be null. Texts are 8-bit and
-/// terminated; a path's separators are `\` and `/`. A read with a null buffer and size 0 only stores the needed bytes
-/// in `count`. If the buffer is too short, a read returns `kBufferTooSmall` and stores them too; for a full name they
-/// exclude the terminator. An object whose property `Synchronised` is set does its own locking; the source and the
-/// destination of a copy must then be different objects.
+/// terminated; a path's separators are `\` and `/`. A read stores the needed bytes in `count`, also if the buffer is
+/// too short, which is `kBufferTooSmall`, or null with size 0, which is a success. For a full name `count` excludes the
+/// terminator, which the buffer needs too. An object whose property `Synchronised` is set does its own locking; the
+/// source and the destination of a copy must then be different objects.
 #pragma once
 
 #include <component/kernel/host_object.h>

@@ -17,8 +17,8 @@ inline constexpr std::uint32_t kModuleFromAddress = 4;
 /// least 1. A path that doesn't fit is truncated: the result is `size`, with error 122. 0 is a failure.
 [[nodiscard]] std::uint32_t GetModuleFileNameA(Handle module, char* path, std::uint32_t size);
 
-/// Returns the loaded library of that name in lower case, or null; loads nothing. On Linux this layer itself has the
-/// names "ntdll.dll" and "kernel32.dll" and a few of their functions.
+/// Returns the loaded library of that name, which must be in lower case, or null; loads nothing. On Linux this layer
+/// implements a few functions of "ntdll.dll" and "kernel32.dll" and finds them under these names.
 [[nodiscard]] Handle GetModuleHandleW(const char16_t* name);
 
 /// Returns the function of that name, or null.

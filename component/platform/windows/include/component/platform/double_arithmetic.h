@@ -9,7 +9,7 @@ namespace platform {
 /// While it lives, arithmetic on `double` rounds each result once, to the precision of a `double`. 32-bit code computes
 /// on the x87 unit, where a host's control word may set 64 bits: then a result is rounded there, and once more when
 /// it is stored. Here the precision is 53 bits, the rounding is to nearest and no exception traps. The destructor
-/// restores the unit's control word and exception flags. For the scope of one function.
+/// restores the unit's control word and exception flags. To be used as a local variable.
 class DoubleArithmeticScope {
 public:
     DoubleArithmeticScope();

@@ -1,4 +1,4 @@
-/// Sizes of this system's records; the sources assert that they fit.
+/// Sizes of system structures that public headers reserve storage for. The sources assert that they suffice.
 #pragma once
 
 #include <cstddef>

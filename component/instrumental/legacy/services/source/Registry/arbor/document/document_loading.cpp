@@ -1,3 +1,5 @@
+// Reads a document's file, skips its byte order mark and passes the text to the parser; creates a missing file.
+
 #include "document/document_loading.h"
 
 #include "document/profile_format.h"

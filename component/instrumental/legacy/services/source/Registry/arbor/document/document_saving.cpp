@@ -39,7 +39,7 @@ Text AppendToPath(std::u16string_view name, std::u16string_view ending, std::u16
     return path;
 }
 
-// Calls of the file layer as the host sees their results.
+// File calls whose results are translated to the host's codes.
 
 ResultCode CopyIfMissing(const Text& source, const Text& target) {
     return ilk::ToHostResult(ilk::CopyFileTo(source.data(), target.data(), true));
@@ -81,7 +81,7 @@ public:
     }
 
 private:
-    /// The path as the system takes it: up to the first terminator, which a caller can put anywhere.
+    /// The path up to its first NUL, where the system ends it; `name` may have more characters.
     [[nodiscard]] std::u16string_view DocumentPath() const { return name.data(); }
 
     static const char16_t* NameOrNone(const Text& name) { return name.empty() ? u"<no name>" : name.data(); }
@@ -148,7 +148,7 @@ private:
     const Text& name;
     std::uint8_t& backupMode;
     Text temporary;      // the new document while it is written
-    Text firstBackup;    // a copy of the text of one save; never overwritten
+    Text firstBackup;    // a copy of the first document saved in this mode; never overwritten
     Text secondBackup;   // the document before the latest save
     Text scrap;          // the old second backup until it is removed
     ilk::File file;      // the temporary file; its name stays reserved until the save ends

@@ -1,4 +1,4 @@
-/// 16-bit text of the foundation, for the names of a document and its files.
+/// The string type for the paths of a document and its files.
 #pragma once
 
 #include <component/ilk/rtl/basic_string.h>

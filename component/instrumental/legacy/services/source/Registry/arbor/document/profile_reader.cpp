@@ -80,7 +80,7 @@ private:
             if (!reader.TryReadSimpleElement(kNameOpening, element)) return kDone;
             const TypeCode type = TypeCodeFromName(element.name.View());
             if (type == 0) {
-                reader = before;   // a key, or not a name at all
+                reader = before;   // not the name of a type: a key element, or an error that `ReadValue` reports
                 return kDone;
             }
             text.clear();
@@ -184,8 +184,8 @@ ResultCode LoadDocument(KeyTree& tree, const char* data, std::uint32_t sizeBytes
         if (root.NameIs(kRootElement)) {
             code = ReadChildren(*tree.top, reader);
         } else {
-            XmlReader whole(data, sizeBytes, false);
-            code = ReadForeign(*tree.top, whole);
+            XmlReader fromStart(data, sizeBytes, false);   // the root element becomes a key too
+            code = ReadForeign(*tree.top, fromStart);
         }
         return IsSuccess(code) ? ToResultCode(reader.CloseElement(root)) : code;
     } catch (const std::exception&) {

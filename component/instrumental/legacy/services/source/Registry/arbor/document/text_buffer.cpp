@@ -1,3 +1,5 @@
+// The growth of the text buffer.
+
 #include "document/text_buffer.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Decodes the five named entities of XML and numeric character references.
+
 #include "document/xml_entities.h"
 
 #include "document/xml_scan.h"

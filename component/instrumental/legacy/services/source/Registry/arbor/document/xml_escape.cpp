@@ -1,6 +1,6 @@
 // Escaping, a word at a time (SWAR): eight bytes without an escape are tested with a few instructions and copied with
-// one. Gain: SAVE in 0.73 of the time that byte-wise escaping takes. `AppendElementLine` writes a line at once instead
-// of in 13 appends, each with its own check of the capacity: SAVE in 0.92 of the time.
+// one. Gain: -27 % of the time of SAVE against byte-wise escaping. `AppendElementLine` writes a line at once instead of
+// in 13 appends, each with its own check of the capacity: -8 % of the time of SAVE.
 
 #include "document/xml_escape.h"
 
@@ -101,7 +101,7 @@ char* Copy(char* out, std::string_view text) {
 }   // namespace
 
 void EscapeXml(const char* data, std::int32_t length, TextBuffer& output) {
-    constexpr std::size_t kStepBytes = 256;   // bounds the capacity that the longest form reserves
+    constexpr std::size_t kStepBytes = 256;   // limits the capacity to reserve for the longest escaped form of a step
     std::size_t left = length == -1 ? std::strlen(data) : static_cast<std::uint32_t>(length);
     while (left != 0) {
         const std::size_t count = std::min(left, kStepBytes);

@@ -1,3 +1,5 @@
+// The pull reader: tokens, tags, text and attributes. `xml_simple_element.cpp` has its fast path.
+
 #include "document/xml_reader.h"
 
 #include "document/xml_entities.h"

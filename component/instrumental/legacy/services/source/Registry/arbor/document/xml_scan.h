@@ -77,7 +77,7 @@ inline constexpr std::array<std::uint8_t, 256> kCharacterClasses = [] {
 [[nodiscard]] inline const char* SkipWhitespace(const char* at, const char* last) {
     while (at != last && IsXmlSpace(*at)) {
         ++at;
-        // Runs are indents: after a line end, or none at all.
+        // Longer white space is mostly an indent: a line end, then spaces.
         if (at != last && *at == ' ') at = SkipSpaces(at, last);
     }
     return at;

@@ -1,5 +1,5 @@
 /// Appends pieces of XML to a text buffer. The writer keeps no stack of open elements and checks nothing: a well-formed
-/// document is the caller's task. Every operation throws std::bad_alloc, with the output as far as it got. A writer
+/// document is the caller's task. Every operation may throw std::bad_alloc and leave a part of its output. A writer
 /// belongs to one thread.
 #pragma once
 

@@ -111,9 +111,9 @@ private:
     // | 1, changed    | 1      | 2             | 1             | 1          |
     // | 2, serialised | 1      | 2             | 0             | 1          |
     //
-    // A save that ends in state 0 or 1 overlapped a change or another save. Its text may be the older one and may have
-    // replaced the newer one, so the next save stores the tree again. State 0 after the last of several saves means
-    // that this one serialised after the last change and after all others had ended.
+    // A save that finds state 0 or 1 at its end overlapped a change or another save. Its text may be older than the
+    // other save's and may have replaced it, so the state becomes 1 and the next save stores the tree again. State 0
+    // means that the stored document has every change.
     [[nodiscard]] bool IsDirty() const;
     void MarkDirty();
     void ClearDirty();
@@ -146,7 +146,7 @@ private:
     ResultCode SaveToIoObject();
     ResultCode Serialise(TextBuffer& document);
 
-    /// The document's path as the system reads it: `Name` up to its first terminator, which a caller can put anywhere.
+    /// The document's path: `Name` up to its first NUL, where the system ends it.
     [[nodiscard]] std::u16string_view DocumentPath() const { return Name.data(); }
 
     // The host's property table holds the offsets of these fields. The host zeroes the plain words before construction,

@@ -22,7 +22,7 @@ ResultCode Arbor::OpenKey(KeyHandle* opened, KeyHandle parent, const char* path,
         return code;
     };
     const LockMode mode = create != 0 ? LockMode::Exclusive : LockMode::Shared;
-    return RunLocked(mode, open, "arbor\tOpening key %s\\%s: %terr", "?", path);
+    return RunLocked(mode, open, "arbor\tOpening key %s\\%s: %terr", kUnknownPath, path);
 }
 
 ResultCode Arbor::OpenKeyLocked(Key*& opened, Key* parent, const char* path, bool create) {

@@ -14,7 +14,7 @@ ResultCode Arbor::GetValue(std::uint32_t* count, KeyHandle handle, const char* n
         const Value* value = key.FindValue(name);
         return value != nullptr ? ConvertOnRead(this, *value, count, type, buffer, size) : kNoSuchEntry;
     };
-    return ReadKey(handle, read, "arbor\tGetting value %s\\%s: %terr", "?", name);
+    return ReadKey(handle, read, "arbor\tGetting value %s\\%s: %terr", kUnknownPath, name);
 }
 
 ResultCode Arbor::GetValueByIndex(std::uint32_t* count, KeyHandle handle, std::uint32_t index, TypeCode* type,
@@ -44,7 +44,7 @@ ResultCode Arbor::GetValueCount(std::uint32_t* count, KeyHandle handle) {
 
 ResultCode Arbor::SetValue(KeyHandle handle, const char* name, TypeCode type, const void* data, std::uint32_t size,
                            std::uint32_t create) {
-    if (ReadOnly == 0 && !HasKey(handle)) return kNoKeyThere;   // the one case in which a method writes no line
+    if (ReadOnly == 0 && !HasKey(handle)) return kNoKeyThere;   // writes no trace line, unlike every other failure
     const auto write = [&](Key& key) {
         if (name == nullptr) return kInvalidArgument;
         if (Value* value = key.FindValue(name)) return ConvertOnWrite(this, *value, type, data, size);

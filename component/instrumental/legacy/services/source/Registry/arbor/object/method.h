@@ -1,13 +1,14 @@
-/// The shape of the methods of `Registry`. A method calls one of these members with its work, a callable that returns a
-/// code, and its trace line: a format and the arguments before the code. Only sources of methods include this.
+/// What all methods of `Registry` share: locking, the resolution of handles and the trace line. A method calls one of
+/// these members with its work, a callable that returns a code, and its trace line: a format and the arguments before
+/// the code. Only sources of methods include this.
 ///
-/// | Member       | Lock       | Before the work                                       | After the work       |
-/// |--------------|------------|-------------------------------------------------------|----------------------|
-/// | `RunTraced`  | none       |                                                       | line                 |
-/// | `RunLocked`  | `mode`     |                                                       | line                 |
-/// | `ReadKey`    | shared     | handle to key, or `missing`                           | line                 |
-/// | `ChangeKey`  | exclusive  | refusal if read-only, then handle to key or `missing` | dirty if done; line  |
-/// | `RunHandler` | none       | count = 0                                             | line                 |
+/// | Member       | Lock       | Before the work                                          | After the work            |
+/// |--------------|------------|----------------------------------------------------------|---------------------------|
+/// | `RunTraced`  | none       |                                                          | trace                     |
+/// | `RunLocked`  | `mode`     |                                                          | trace                     |
+/// | `ReadKey`    | shared     | resolve the handle, else return `missing`                | trace                     |
+/// | `ChangeKey`  | exclusive  | refuse if read-only; resolve the handle, else `missing`  | on success dirty; trace   |
+/// | `RunHandler` | none       | set the count to 0                                       | trace                     |
 ///
 /// The line is written for every code, before the lock is released. The compiler inlines all of this into the method,
 /// since the type of each callable is unique.
@@ -24,6 +25,9 @@ namespace arbor::module {
 
 /// The line of a method that reports only its name.
 inline constexpr char kNameLine[] = "arbor\t%s : %terr";
+
+/// Printed instead of the path of a key, which has no pointer to its parent.
+inline constexpr char kUnknownPath[] = "?";
 
 /// Stores `value` in an out argument, which may be null.
 template <class T>

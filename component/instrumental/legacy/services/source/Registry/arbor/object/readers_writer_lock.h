@@ -55,7 +55,7 @@ class LockGuard {
 public:
     LockGuard(ReadersWriterLock& guarded, std::uint32_t synchronisedValue, LockMode mode)
         : lock(guarded), synchronised(synchronisedValue) {
-        if (IsIdle()) return;
+        if (IsDisabled()) return;
         if (mode == LockMode::Exclusive) {
             lock.EnterExclusive();
         } else {
@@ -63,13 +63,13 @@ public:
         }
     }
     ~LockGuard() {
-        if (!IsIdle()) lock.Release();
+        if (!IsDisabled()) lock.Release();
     }
     LockGuard(const LockGuard&) = delete;
     LockGuard& operator=(const LockGuard&) = delete;
 
 private:
-    [[nodiscard]] bool IsIdle() const { return synchronised == 0 || !lock.HasGates(); }
+    [[nodiscard]] bool IsDisabled() const { return synchronised == 0 || !lock.HasGates(); }
 
     ReadersWriterLock& lock;
     std::uint32_t synchronised;

@@ -212,9 +212,9 @@ void Key::RemoveChild(Key* child, bool keepIndex) {
     HostDelete<Key>{owner}(child);
 }
 
-// Entries and children are freed before the index that refers to them: FREE of 10 MB takes 0.58 of the time that it
-// takes in the other order. Emptying a large index waits for memory at each of its nodes. A node lies beside the block
-// of a name, so that freeing the names first, which only writes, loads the nodes without a wait.
+// Entries and children are freed before the index that refers to them: -42 % of the time of FREE for 10 MB. Emptying a
+// large index waits for a cache miss at each of its nodes. A node is allocated next to a name's block, so freeing the
+// names first, whose writes don't wait, brings the nodes into the cache.
 void Key::Clear() {
     while (!values.empty()) RemoveEntry(&values.front(), true);
     valueIndex.clear();
@@ -304,7 +304,7 @@ ResultCode Key::AddValueAt(std::uint32_t index, TypeCode code, const void* data,
     constexpr std::size_t kPrefixLength = sizeof kUnnamedValueName - 1;
     char indexedName[kPrefixLength + std::numeric_limits<std::int32_t>::digits10 + 3];   // sign, digits, terminator
     std::memcpy(indexedName, kUnnamedValueName, kPrefixLength);
-    const auto number = static_cast<std::int32_t>(index);   // signed: documents hold such names
+    const auto number = static_cast<std::int32_t>(index);   // existing documents have such names, printed signed
     *std::to_chars(indexedName + kPrefixLength, std::end(indexedName) - 1, number).ptr = '\0';
     return AddValue(indexedName, code, data, size);
 }

@@ -54,7 +54,7 @@ using ValueIndex = boost::unordered_set<ValueEntry*, StoredHash, SameName>;
 
 class Key : public boost::intrusive::list_base_hook<> {
 public:
-    /// `owner` serves the host memory of the key and of all below it; it must outlive the key. If the host has no
+    /// `owner` provides the memory of the key and of all below it; it must outlive the key. If the host has no
     /// memory for the name, the name stays empty; the caller detects that by comparing lengths.
     Key(const HostObject* owner, std::string_view name);
     ~Key();
@@ -95,9 +95,9 @@ public:
 
     /// Writes the path from this key to `target`, both names included, with a terminator, at `dst + length`, and adds
     /// its length in bytes without the terminator to `length`. If `length` isn't 0, a separator is written first. `cap`
-    /// is the size of `dst`. A null `dst` only measures. Returns
-    /// `kBufferTooSmall` with `length` as on success, `kUnspecified` with `length` unchanged if `target` is not in the
-    /// subtree, `kInvalidArgument` for a null `target`, or `kOutOfMemory`.
+    /// is the size of `dst`. A null `dst` only measures. Returns `kBufferTooSmall` with `length` as on success,
+    /// `kUnspecified` with `length` unchanged if `target` is not in the subtree, `kInvalidArgument` for a null
+    /// `target`, or `kOutOfMemory`.
     ResultCode GetPath(const Key* target, char* dst, std::uint32_t cap, std::uint32_t& length, char separator) const;
 
     /// Removes the key at `path` and all below it. Returns `kNoSuchEntry`, or `kInvalidArgument` if the path is this

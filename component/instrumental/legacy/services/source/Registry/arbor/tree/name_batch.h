@@ -2,8 +2,8 @@
 ///
 /// `NameHash` is a chain in which each multiplication needs the result of the one before: the processor waits for most
 /// of its time. The chains of different names don't depend on each other, so hashing up to six of them in turns takes
-/// little longer than hashing the longest. Gain: five names take 76 ns instead of 155 ns, and GET by path takes 0.89 of
-/// the time.
+/// little longer than hashing the longest. Gain: 76 ns for five names instead of 155 ns; -11 % of the time of GET by
+/// path.
 #pragma once
 
 #include "tree/name.h"

@@ -1,4 +1,4 @@
-// Implements the cache behind `KeyTree::NextSibling`.
+// Implements the cache that `KeyTree::NextSibling` uses.
 
 #include "tree/next_sibling_cache.h"
 

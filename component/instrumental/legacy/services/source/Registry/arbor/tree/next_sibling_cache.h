@@ -1,6 +1,7 @@
 /// A cache that makes `KeyTree::NextSibling` fast. An entry stores the parent of a key that an enumeration has reached,
 /// so that the step to the next sibling takes constant time. Without an entry a step searches the subtree of the
-/// current root, since a key has no pointer to its parent. 10,000 steps among 10,000 siblings take 0.001 of the time.
+/// current root, since a key has no pointer to its parent. Gain: -99.9 % of the time of 10,000 steps among 10,000
+/// siblings.
 ///
 /// The caches are global, because the layout of the objects is fixed. There are only a few; the address of a tree
 /// selects one, and several trees may share it. Each removal of keys from any of these trees invalidates all entries of

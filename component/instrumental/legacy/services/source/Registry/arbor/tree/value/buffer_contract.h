@@ -10,7 +10,7 @@
 namespace arbor::module {
 
 /// Sets `*size`, which may be null, to `needed` bytes; then `write(char*)` fills `dst`, which has at least that many.
-/// Returns what `Value` states for its reads.
+/// Returns 0, `kBufferTooSmall`, `kInvalidArgument` or `kOutOfMemory`, as `Value` (value.h) states for its reads.
 template <class Write>
 ResultCode CopyOut(std::uint64_t needed, void* dst, std::uint32_t cap, std::uint32_t* size, Write write) {
     constexpr std::uint32_t kMaxBytes = std::numeric_limits<std::uint32_t>::max();

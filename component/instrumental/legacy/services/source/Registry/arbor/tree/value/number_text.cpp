@@ -18,7 +18,7 @@ namespace {
 bool IsTooLarge(const char* first, const char* last, bool hexadecimal) {
     const char exponentMark = hexadecimal ? 'p' : 'e';
     std::int64_t digitsBeforePoint = 0;   // negative: the zeros between the point and the first other digit
-    bool seenDigit = false;
+    bool seenNonzero = false;
     bool seenPoint = false;
     const char* at = first;
     for (; at != last && (*at | 0x20) != exponentMark; ++at) {
@@ -26,9 +26,9 @@ bool IsTooLarge(const char* first, const char* last, bool hexadecimal) {
             seenPoint = true;
             continue;
         }
-        seenDigit = seenDigit || *at != '0';
-        if (seenPoint && !seenDigit) --digitsBeforePoint;
-        if (!seenPoint && seenDigit) ++digitsBeforePoint;
+        seenNonzero = seenNonzero || *at != '0';
+        if (seenPoint && !seenNonzero) --digitsBeforePoint;
+        if (!seenPoint && seenNonzero) ++digitsBeforePoint;
     }
     const std::int64_t exponent = at == last ? 0 : ParseInteger<10, std::int32_t>(at + 1).value;
     return digitsBeforePoint * (hexadecimal ? 4 : 1) + exponent > 0;

@@ -10,8 +10,7 @@
 
 namespace arbor::module {
 
-/// Size of the buffer in which a number is printed. A longer text is refused, so the size decides which doubles have a
-/// text form. Such a text must leave the last byte free.
+/// Size of the buffer in which a number is printed. A double whose text is longer than this less 1 has no text form.
 inline constexpr std::size_t kScratchBytes = 256;
 
 /// Types of 8 and 16 bits are parsed as 32-bit numbers: above the type's range they are refused, below it they wrap.
@@ -82,7 +81,8 @@ struct FloatingPoint {
     }
 };
 
-/// A 32-bit number that prints as 0 or 1, unlike other numbers with a terminator. Reads "true", "false" and numbers.
+/// A 32-bit number with the text form 0 or 1, which includes a terminator, unlike that of other numbers. Reads "true",
+/// "false" and numbers.
 struct TruthValue {
     using Type = std::uint32_t;
 

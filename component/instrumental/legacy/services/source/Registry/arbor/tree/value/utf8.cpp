@@ -1,6 +1,5 @@
-// Conversion between UTF-8 and 16-bit units. The decoder is its own, as its rules are no policy of the platform's
-// codec: it accepts surrogates and overlong sequences, never checks continuation bytes and reads no sequence of four
-// bytes.
+// Conversion between UTF-8 and 16-bit units. It has a decoder of its own, since `platform::ReadUtf8` is stricter: this
+// one accepts surrogates and overlong sequences, never checks continuation bytes and reads no sequence of four bytes.
 
 #include "tree/value/utf8.h"
 

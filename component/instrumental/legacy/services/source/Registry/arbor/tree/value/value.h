@@ -17,8 +17,7 @@ inline constexpr ResultCode ResultUnchanged = 71;
 /// The reads, `Get` and `ToText`, share one contract. `*size`, which may be null, is set to the bytes needed, on
 /// failures too. A null `dst` with a `cap` of 0 only measures, and is `kInvalidArgument` with any other `cap`. A `cap`
 /// below the bytes needed is `kBufferTooSmall`, with `dst` unchanged. More bytes than 32 bits can count are
-/// `kOutOfMemory`, with
-/// `*size` 0xFFFFFFFF. A type that needs no bytes succeeds with any buffer.
+/// `kOutOfMemory`, with `*size` 0xFFFFFFFF. A type that needs no bytes succeeds with any buffer.
 class Value {
 public:
     Value() = default;
@@ -46,7 +45,7 @@ public:
 };
 
 /// Creates a value, zero or empty, in a host block; `ReleaseValue` frees it. Returns null for a type that can't be
-/// stored, or if the host has no memory. `host` serves the value's memory and must outlive it.
+/// stored, or if the host has no memory. `host` provides the value's memory and must outlive it.
 [[nodiscard]] Value* CreateValue(const HostObject* host, TypeCode code);
 
 /// Destroys a value of `CreateValue` and frees its block; null is allowed.

@@ -16,7 +16,7 @@ using Units = std::char_traits<char16_t>;
 
 constexpr std::uint32_t kMaxBytes = std::numeric_limits<std::uint32_t>::max();
 
-/// Limits a size to 32 bits. `AllocateBlock` refuses the maximum plus a terminator, so no text is cut short.
+/// Limits a size to 32 bits. No text is truncated: for the maximum plus a terminator `AllocateBlock` fails.
 std::uint32_t ClampBytes(std::uint64_t bytes) {
     return bytes < kMaxBytes ? static_cast<std::uint32_t>(bytes) : kMaxBytes;
 }
