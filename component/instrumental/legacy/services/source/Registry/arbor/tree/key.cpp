@@ -212,7 +212,7 @@ void Key::RemoveChild(Key* child, bool keepIndex) {
     HostDelete<Key>{owner}(child);
 }
 
-// Entries and children are freed before the index that refers to them: -42 % of the time of FREE for 10 MB. Emptying a
+// Entries and children are freed before the index that refers to them: -40 % of the time of FREE for 10 MB. Emptying a
 // large index waits for a cache miss at each of its nodes. A node is allocated next to a name's block, so freeing the
 // names first, whose writes don't wait, brings the nodes into the cache.
 void Key::Clear() {
