@@ -122,6 +122,11 @@ constexpr CommandRow kCommands[] = {
      [](const Arguments& given) -> Work {
          return [other = given.DocumentAt(0)](const Session& session) { return Diff(session, other); };
      }},
+    {"report", Family::Files, "", "Write the document as one HTML page, with its differences from another one",
+     "settings.xml report --against settings.xml.bak2 >page.html",
+     [](const Arguments& given) -> Work {
+         return [other = given.against](const Session& session) { return Report(session, other); };
+     }},
     {"backups", Family::Files, "", "List the document and its backups, and whether each loads", "settings.xml backups",
      [](const Arguments&) -> Work { return Backups; }},
     {"restore", Family::Files, "BACKUP", "Replace the document by a backup; a copy of the former document is kept",
@@ -160,6 +165,8 @@ constexpr OptionRow kOptions[] = {
      [](Arguments& given, const std::string& text) { given.as = ParseType(text); }},
     {"--from", "FORM", "import", "native, foreign or json; default: recognised by the content",
      [](Arguments& given, const std::string& text) { given.from = ParseForm(text); }},
+    {"--against", "OTHER-DOCUMENT", "report", "mark the differences from this document",
+     [](Arguments& given, const std::string& text) { given.against = ParseDocument(text); }},
     {"--json", "", "tree get find export check diff backups", "print JSON, for programs",
      [](Arguments& given, const std::string&) { given.json = true; }},
     {"--flat", "", "tree", "print a line \"PATH VALUE TYPE TEXT\" for each value, exact, as \"apply\" reads it",

@@ -40,6 +40,7 @@ struct Arguments {
     Colours colours = Colours::Auto;
     kernel::TypeCode as = 0;
     ImportForm from = ImportForm::Any;
+    std::filesystem::path against{};   // empty if it isn't given
     DocumentSettings settings{};
 
     [[nodiscard]] bool Has(std::size_t index) const { return index < operands.size(); }

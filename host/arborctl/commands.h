@@ -21,6 +21,13 @@ struct Session {
     [[nodiscard]] Document Load() const { return Document(kernel, settings, progress); }
     /// The same, locked against other runs during the lifetime of the result.
     [[nodiscard]] Document LoadForChange() const { return Document(kernel, settings, progress, Access::Change); }
+    /// Loads another document, which the command compares with this one.
+    [[nodiscard]] Document LoadOther(const std::filesystem::path& other) const {
+        DocumentSettings others = settings;
+        others.document = other;
+        others.create = Creation::Never;
+        return Document(kernel, others, progress);
+    }
     /// Loads a backup of the document read-only, without `settings.root`.
     [[nodiscard]] Document LoadBackup(const std::filesystem::path& backup) const {
         return Document(kernel, {.document = backup, .readOnly = true, .wait = settings.wait}, progress);
@@ -37,6 +44,9 @@ int Find(const Session& session, const std::string& text);
 int Diff(const Session& session, const std::filesystem::path& other);
 /// Prints the subtree, or the value, as a native document in which repeated names get numbers, or as a JSON document.
 int Export(const Session& session, const Path& path);
+/// Prints one HTML page with the tree or, unless `other` is empty, with this and that document's trees as one and their
+/// differences marked.
+int Report(const Session& session, const std::filesystem::path& other);
 /// Reports why the document can't be loaded, or what a save would drop or change. Writes no file.
 int Check(const Session& session);
 int Backups(const Session& session);

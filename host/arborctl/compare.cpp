@@ -54,15 +54,42 @@ void ForEachNamePair(const Side<Item>& before, const Side<Item>& after, Work wor
     }
 }
 
-bool IsSame(const std::optional<arbor::Datum>& before, const std::optional<arbor::Datum>& after) {
-    return before && after && before->type == after->type && before->bytes == after->bytes;
-}
-
-/// The keys at one path, in both trees or in one of them.
+/// A key in both trees or in one of them.
 struct KeyPair {
-    std::string path;
+    std::string name;
     std::optional<arbor::Key> before;
     std::optional<arbor::Key> after;
+};
+
+/// Returns the subkeys of both keys in reverse order.
+std::vector<KeyPair> SubkeysReversed(const KeyPair& parent) {
+    std::vector<KeyPair> subkeys;
+    ForEachNamePair(KeysOf(parent.before), KeysOf(parent.after),
+                    [&](const auto& name, const auto& first, const auto& second) {
+                        subkeys.push_back({name, first, second});
+                    });
+    std::ranges::reverse(subkeys);
+    return subkeys;
+}
+
+/// Collects the changes, with the path of the key that is visited.
+class ChangeCollector : public PairVisitor {
+public:
+    [[nodiscard]] std::vector<Change> TakeChanges() { return std::move(changes); }
+
+    void EnterKey(const std::string& name, bool isInBefore, bool isInAfter) override {
+        paths.push_back(paths.empty() ? "" : JoinPath(paths.back(), name));
+        if (!isInBefore || !isInAfter) changes.push_back({.path = paths.back(), .keyAdded = !isInBefore});
+    }
+    void VisitValue(const std::string& name, const std::optional<arbor::Datum>& before,
+                    const std::optional<arbor::Datum>& after) override {
+        if (!IsSame(before, after)) changes.push_back({paths.back(), name, before, after});
+    }
+    void LeaveKey() override { paths.pop_back(); }
+
+private:
+    std::vector<Change> changes{};
+    std::vector<std::string> paths{};   // of the keys that were entered and not left
 };
 
 /// Formats a value, or a key if the change is of a key.
@@ -77,25 +104,37 @@ void WriteJson(Json& json, const char* name, const std::optional<arbor::Datum>& 
 
 }   // namespace
 
-std::vector<Change> Compare(const arbor::Key& before, const arbor::Key& after) {
-    std::vector<Change> changes;
-    std::vector<KeyPair> pending{{"", before, after}};
-    while (!pending.empty()) {
-        const KeyPair pair = std::move(pending.back());
-        pending.pop_back();
-        if (!pair.before || !pair.after) changes.push_back({.path = pair.path, .keyAdded = !pair.before});
-        ForEachNamePair(ValuesOf(pair.before), ValuesOf(pair.after),
-                        [&](const auto& name, const auto& first, const auto& second) {
-                            if (!IsSame(first, second)) changes.push_back({pair.path, name, first, second});
-                        });
-        const auto children = static_cast<std::ptrdiff_t>(pending.size());
-        ForEachNamePair(KeysOf(pair.before), KeysOf(pair.after),
-                        [&](const auto& name, const auto& first, const auto& second) {
-                            pending.push_back({JoinPath(pair.path, name), first, second});
-                        });
-        std::reverse(pending.begin() + children, pending.end());   // the last element is compared next
+bool IsSame(const std::optional<arbor::Datum>& before, const std::optional<arbor::Datum>& after) {
+    return before && after && before->type == after->type && before->bytes == after->bytes;
+}
+
+void WalkPairs(const arbor::Key& before, const arbor::Key& after, PairVisitor& visitor) {
+    std::vector<std::vector<KeyPair>>
+        levels;   // the keys of each open key that are still to be entered, last one first
+    const auto enter = [&](const KeyPair& pair) {
+        visitor.EnterKey(pair.name, pair.before.has_value(), pair.after.has_value());
+        ForEachNamePair(
+            ValuesOf(pair.before), ValuesOf(pair.after),
+            [&](const auto& name, const auto& first, const auto& second) { visitor.VisitValue(name, first, second); });
+        levels.push_back(SubkeysReversed(pair));
+    };
+    enter({"", before, after});
+    while (!levels.empty()) {
+        if (levels.back().empty()) {
+            visitor.LeaveKey();
+            levels.pop_back();
+            continue;
+        }
+        const KeyPair pair = std::move(levels.back().back());
+        levels.back().pop_back();
+        enter(pair);
     }
-    return changes;
+}
+
+std::vector<Change> Compare(const arbor::Key& before, const arbor::Key& after) {
+    ChangeCollector collector;
+    WalkPairs(before, after, collector);
+    return collector.TakeChanges();
 }
 
 std::vector<std::string> FormatLines(const ValueText& valueText, const Change& change) {

@@ -10,6 +10,26 @@
 
 namespace arborctl {
 
+/// Receives the keys and values of two trees, paired by name. A name is the printed one, of the first tree if it has
+/// the key or value.
+class PairVisitor {
+public:
+    virtual ~PairVisitor() = default;
+
+    /// Begins a key that one or both trees have. The values of the key follow, then its subkeys.
+    virtual void EnterKey(const std::string& name, bool isInBefore, bool isInAfter) = 0;
+    virtual void VisitValue(const std::string& name, const std::optional<arbor::Datum>& before,
+                            const std::optional<arbor::Datum>& after) = 0;
+    virtual void LeaveKey() = 0;
+};
+
+/// Visits two trees at once, depth first. What only `after` has comes last in its key. If siblings share a name, the
+/// second of one tree is paired with the second of the other. Not recursive.
+void WalkPairs(const arbor::Key& before, const arbor::Key& after, PairVisitor& visitor);
+
+/// Whether both are present, with the same type and data.
+[[nodiscard]] bool IsSame(const std::optional<arbor::Datum>& before, const std::optional<arbor::Datum>& after);
+
 /// A key or value that only one of two trees has, or a value that differs between them.
 struct Change {
     std::string path;
@@ -19,8 +39,7 @@ struct Change {
     bool keyAdded = false;                  // of a key: only the second tree has it
 };
 
-/// Returns the changes in the order of the trees. If siblings share a name, the second of one tree is compared with the
-/// second of the other.
+/// Returns the changes in the order of `WalkPairs`.
 [[nodiscard]] std::vector<Change> Compare(const arbor::Key& before, const arbor::Key& after);
 
 /// Returns a line that begins with "-" for the state before, a line with "+" for the state after, or both.

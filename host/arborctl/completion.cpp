@@ -159,6 +159,7 @@ constexpr CandidateSource kCandidateSources[] = {
     {"TARGET-DOCUMENT", nullptr},
     {"FILE", nullptr},
     {"--module", nullptr},
+    {"--against", nullptr},
     {"PATH", Paths},
     {"--root", Roots},
     {"VALUE", Names},

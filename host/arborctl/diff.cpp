@@ -68,10 +68,7 @@ void PrintChanges(const Session& session, const std::vector<Change>& changes) {
 
 int Diff(const Session& session, const std::filesystem::path& other) {
     const Document before = session.Load();
-    DocumentSettings settings = session.settings;
-    settings.document = other;
-    settings.create = Creation::Never;
-    const Document after(session.kernel, settings, session.progress);
+    const Document after = session.LoadOther(other);
     const std::vector<Change> changes = Compare(before.Root(), after.Root());
     PrintChanges(session, changes);
     return changes.empty() ? kExitDone : kExitRefused;

@@ -78,7 +78,7 @@ int Import(const Session& session, const std::filesystem::path& file, const Path
     Input input = ReadInput(session, file);
     const ImportForm form = wanted == ImportForm::Any ? FormOf(input.content) : wanted;
     if (form == ImportForm::Json) {
-        const std::vector<TreeEntry> entries = ReadJsonDocument(input.content, input.Name());
+        const std::deque<TreeEntry> entries = ReadJsonDocument(input.content, input.Name());
         input.content = {};
         return AddToDocument(session, path, [&](const arbor::Key& key) { AddEntries(entries, key); });
     }

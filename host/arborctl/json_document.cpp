@@ -68,7 +68,7 @@ struct Level {
 /// Converts the parser's events to entries.
 class EntryReader : public json::json_sax_t {
 public:
-    [[nodiscard]] std::vector<TreeEntry> TakeEntries() { return std::move(entries); }
+    [[nodiscard]] std::deque<TreeEntry> TakeEntries() { return std::move(entries); }
 
     /// The path of the innermost named key or value.
     [[nodiscard]] std::string Path() const {
@@ -225,7 +225,7 @@ private:
             throw JsonFault("the name of a key holds a separator: " + EncodeName(*level.name));
     }
 
-    std::vector<TreeEntry> entries;
+    std::deque<TreeEntry> entries;
     std::vector<Level> levels;
     std::size_t depth = 0;               // of the innermost open key; the root has 0
     std::optional<std::string> type{};   // of the open value, as the next two
@@ -249,7 +249,7 @@ void WriteJsonDocument(std::ostream& target, const arbor::Key& top) {
     writer.EndLine();
 }
 
-std::vector<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file) {
+std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file) {
     EntryReader reader;
     const char* last = content.data();
     try {
@@ -264,7 +264,7 @@ std::vector<TreeEntry> ReadJsonDocument(std::string_view content, const std::str
     }
 }
 
-void AddEntries(const std::vector<TreeEntry>& entries, const arbor::Key& top) {
+void AddEntries(const std::deque<TreeEntry>& entries, const arbor::Key& top) {
     DisambiguatingTarget target(top);
     for (const TreeEntry& entry : entries) {
         if (entry.datum.type == 0) {

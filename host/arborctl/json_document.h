@@ -3,9 +3,9 @@
 
 #include "json.h"
 
+#include <deque>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace arborctl {
 
@@ -39,9 +39,9 @@ struct TreeEntry {
 
 /// Reads a JSON document. A key precedes its values and keys. Throws `std::runtime_error` for what the schema refuses;
 /// its text begins with `file` and the line and column.
-[[nodiscard]] std::vector<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file);
+[[nodiscard]] std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file);
 
 /// Adds the entries below `top`; repeated names get numbers.
-void AddEntries(const std::vector<TreeEntry>& entries, const arbor::Key& top);
+void AddEntries(const std::deque<TreeEntry>& entries, const arbor::Key& top);
 
 }   // namespace arborctl

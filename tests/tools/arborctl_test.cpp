@@ -893,6 +893,31 @@ TEST_F(ArborctlTest, ImportRecognisesTheFormAndKeepsTheDocumentOnAFailure) {
     }
 }
 
+TEST_F(ArborctlTest, ReportEscapesTheDocumentAndMarksDifferences) {
+    Write("m.xml",
+          "<arbor><key name='&lt;script&gt;&lt;b a=&quot;&apos;'><tSTRING "
+          "name='&lt;/b&gt;&amp;'>&lt;/pre>&lt;!--&#x1;&#xD800;"
+          "</tSTRING></key></arbor>");
+    const Outcome page = RunOn("m.xml", {"report"});
+    EXPECT_EQ(page.exitCode, 0) << page.error;
+    EXPECT_THAT(page.output,
+                HasSubstr("<li class=\"k\"><details open id=\"&lt;script&gt;&lt;b a=&quot;&#39;\"><summary>"
+                          "<b>&lt;script&gt;&lt;b a=&quot;&#39;</b> "
+                          "<a href=\"#%3Cscript%3E%3Cb%20a%3D%22%27\">#</a></summary>\n<ul>\n"
+                          "<li><b>&lt;%x2Fb&gt;&amp;</b> <i>tSTRING</i> <span>&quot;&lt;/pre&gt;&lt;!--<u>\\x01</u>"
+                          "<u>\\xed</u><u>\\xa0</u><u>\\x80</u>&quot;</span>\n</ul></details>\n"));
+    Write("other.xml", "<arbor><key name='Network'><tSTRING name='Comment'>x</tSTRING></key><key name='New'/></arbor>");
+    const std::string differences = RunOn("d.xml", {"report", "--against", Path("other.xml")}).output;
+    for (const char* part : {"<li class=\"d\"><del><b>Blob</b> <i>tBINARY</i> <span>0A0BFF</span></del>\n",
+                             "<li class=\"k d\"><details open id=\"Network/Proxy\"><summary><del><b>Proxy</b> </del>",
+                             "</del> <ins><i>tSTRING</i> <span>&quot;x&quot;</span></ins>\n",
+                             "<li class=\"k d\"><details open id=\"New\"><summary><ins><b>New</b> </ins>",
+                             "<footer>3 keys, 5 values</footer>"})
+        EXPECT_THAT(differences, HasSubstr(part));
+    EXPECT_EQ(RunOn("d.xml", {"report", "--against", Path("d.xml")}).output.find("class=\"k d\""), std::string::npos);
+    EXPECT_EQ(RunOn("d.xml", {"report", "--against", Path("none.xml")}).exitCode, 3);
+}
+
 TEST_F(ArborctlTest, CompletionListsValidArguments) {
     Write("d.xml.bak2", "<arbor></arbor>");
     const std::string document = Path("d.xml");
@@ -903,7 +928,7 @@ TEST_F(ArborctlTest, CompletionListsValidArguments) {
     };
     const Case cases[] = {
         {"a document or a command", {"im"}, "files\nimport\n"},
-        {"a command", {document, "re"}, "words\nrestore\n"},
+        {"a command", {document, "re"}, "words\nreport\nrestore\n"},
         {"a document after its command", {"get", ""}, "files\n"},
         {"an option", {"--ba"}, "words\n--backup\n"},
         {"an option of the command", {document, "get", "--a"}, "words\n--as\n"},

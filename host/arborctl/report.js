@@ -1,0 +1,108 @@
+'use strict';
+// The page is readable without this script, which adds the search and opens the key that a link's fragment names.
+(() => {
+    const kShownMatches = 1000;
+    const kTypingPauseMs = 150;
+    const page = document.body;
+    const tree = page.querySelector('main');
+    const tools = page.querySelector('.tools');
+    const input = tools.querySelector('input[type=search]');
+    const where = tools.querySelector('select');
+    const found = tools.querySelector('.found');
+    let entries = null;   // of all keys and values, made for the first search
+    let marked = [];      // the list items with a class of the last search
+    let opened = [];      // the keys that the last search opened
+
+    function entryOf(item) {
+        const text = (selector) => Array.from(item.querySelectorAll(selector), (part) => part.textContent).join('\n');
+        const isKey = item.classList.contains('k');
+        const name = item.querySelector('b').textContent.toLowerCase();
+        const entry = {item, name, type: isKey ? '' : text('i').toLowerCase(), text: ''};
+        if (!isKey) entry.text = text('span, pre').toLowerCase();
+        return entry;
+    }
+
+    function isMatch(entry, wanted) {
+        if (where.value !== 'all') return entry[where.value].includes(wanted);
+        return entry.name.includes(wanted) || entry.type.includes(wanted) || entry.text.includes(wanted);
+    }
+
+    function mark(item, name) {
+        item.classList.add(name);
+        marked.push(item);
+    }
+
+    function openKey(details) {
+        if (details.open) return;
+        details.open = true;
+        opened.push(details);
+    }
+
+    /// Shows the item and the keys that it is in.
+    function reveal(item) {
+        mark(item, 'hit');
+        for (let key = item.parentElement.closest('li'); key && !key.classList.contains('way'); key = key.parentElement.closest('li')) {
+            mark(key, 'way');
+            openKey(key.querySelector('details'));
+        }
+    }
+
+    function clear() {
+        page.classList.remove('searching');
+        for (const item of marked) item.classList.remove('hit', 'way');
+        for (const details of opened) details.open = false;
+        marked = [];
+        opened = [];
+        found.textContent = '';
+    }
+
+    function search() {
+        clear();
+        const wanted = input.value.toLowerCase();
+        if (wanted === '') return;
+        entries ??= Array.from(tree.querySelectorAll('li'), entryOf);
+        const matches = entries.filter((entry) => isMatch(entry, wanted));
+        for (const match of matches.slice(0, kShownMatches)) reveal(match.item);
+        page.classList.add('searching');
+        const shown = matches.length > kShownMatches ? `, the first ${kShownMatches} shown` : '';
+        found.textContent = `${matches.length} found${shown}`;
+    }
+
+    function showTarget() {
+        const target = document.getElementById(decodeURIComponent(location.hash.slice(1)));
+        if (!target || !tree.contains(target)) return;
+        if (target.offsetParent === null && page.classList.contains('searching')) {
+            input.value = '';
+            clear();
+        }
+        for (let details = target; details; details = details.parentElement.closest('details')) details.open = true;
+        const summary = target.querySelector('summary');
+        summary.focus({preventScroll: true});
+        summary.scrollIntoView({block: 'center'});
+    }
+
+    let pause = 0;
+    input.addEventListener('input', () => {
+        clearTimeout(pause);
+        pause = setTimeout(search, kTypingPauseMs);
+    });
+    where.addEventListener('change', search);
+    tools.querySelector('.open').addEventListener('click', () => {
+        for (const details of tree.querySelectorAll('.k > details')) details.open = true;
+    });
+    tools.querySelector('.close').addEventListener('click', () => {
+        for (const details of tree.querySelectorAll('.k > details')) details.open = false;
+    });
+    addEventListener('keydown', (event) => {
+        if (event.key === '/' && event.target !== input) {
+            event.preventDefault();
+            input.focus();
+        } else if (event.key === 'Escape' && event.target === input) {
+            input.value = '';
+            clear();
+        }
+    });
+    addEventListener('hashchange', showTarget);
+    tools.hidden = false;
+    showTarget();
+})();
