@@ -1,10 +1,17 @@
 /// The binary interface `Registry` as a module registers it: its number, its lifecycle handlers and its methods.
 ///
 /// Every method takes the object first and returns a `ResultCode`. Out arguments may be null. Texts are 8-bit and
-/// terminated; a path's separators are `\` and `/`. A read stores the needed bytes in `count`, also if the buffer is
-/// too short, which is `kBufferTooSmall`, or null with size 0, which is a success. For a full name `count` excludes the
-/// terminator, which the buffer needs too. An object whose property `Synchronised` is set does its own locking; the
-/// source and the destination of a copy must then be different objects.
+/// terminated. A read stores the needed bytes in `count`, also if the buffer is too short, which is `kBufferTooSmall`,
+/// or null with size 0, which is a success. For a full name `count` excludes the terminator, which the buffer needs
+/// too. An object whose property `Synchronised` is set does its own locking.
+///
+/// A path is names separated by `\` or by `/`; use one of them. In a path with both, a `\` before a `/` is part of a
+/// name. An empty name ends the path: "a//b" is "a", and "/a" is the key where the path starts.
+///
+/// A handle is valid until its key is deleted or the object is destroyed. Only `OpenNextKey` (`kNoKeyThere`),
+/// `SetRootKey` (`kNoSuchEntry`) and `GetKeyName` of a full name (`kUnspecified`) detect an invalid one, and not if a
+/// new key has its address; the others read freed memory. `CloseKey` ignores its handle. The code for `kNoKey` is
+/// `kNoKeyThere`; that of `OpenKeyByIndex`, `GetKeyNameByIndex` and `SetRootKey` is `kNoSuchEntry`.
 #pragma once
 
 #include <component/kernel/host_object.h>
@@ -86,6 +93,10 @@ public:
     }
     /// With a null `type`, or 0 in it, reads the value in its own type and stores that type in `type`. Otherwise
     /// converts to `type`, except that a binary value of exactly `size` bytes is copied as it is.
+    ///
+    /// With `tSTRING_OBJ` in `type`, `buffer` is a `HostString`, which gets the value's text, and `count` gets 0. Pass
+    /// `size` 0: with another size the exception above overwrites the `HostString` itself. With size 0 it applies to an
+    /// empty binary value, which leaves the text as it was.
     ResultCode GetValue(HostObject* object, std::uint32_t* count, KeyHandle key, const char* name, TypeCode* type,
                         void* buffer, std::uint32_t size) const {
         return Call<Method::GetValue>(object, count, key, name, type, buffer, size);
@@ -100,7 +111,8 @@ public:
         return Call<Method::GetValueNameByIndex>(object, count, key, index, buffer, size);
     }
     /// Changes a value; `data` is converted to the value's type, which never changes. With `create` non-zero, a missing
-    /// value is created with `type`.
+    /// value is created with `type`. The data of a `tSTRING_OBJ` is a `HostString`; `size` is ignored. It changes a
+    /// value but doesn't create one: `kOutOfMemory`, as for every type that can't be stored.
     ResultCode SetValue(HostObject* object, KeyHandle key, const char* name, TypeCode type, const void* data,
                         std::uint32_t size, std::uint32_t create) const {
         return Call<Method::SetValue>(object, key, name, type, data, size, create);
@@ -115,6 +127,9 @@ public:
     ResultCode GetValueCount(HostObject* object, std::uint32_t* count, KeyHandle key) const {
         return Call<Method::GetValueCount>(object, count, key);
     }
+    /// Deletes the key at `path` with all below it. `kInvalidArgument` for a null path and for one that leads to
+    /// `parent` itself: empty, or with a separator in front. If the current root is in what is deleted, by this method
+    /// or the next, the top key becomes the current root.
     ResultCode DeleteKey(HostObject* object, KeyHandle parent, const char* path) const {
         return Call<Method::DeleteKey>(object, parent, path);
     }
@@ -129,9 +144,17 @@ public:
     }
     /// Deletes all keys and values below the current root, but not the root itself.
     ResultCode Clean(HostObject* object) const { return Call<Method::Clean>(object); }
+    /// Copies the values and subkeys of `key` into `destinationKey`. A value that exists there keeps its type, and the
+    /// data is converted; what only the destination has stays. A failure ends the copy and leaves what it has copied. A
+    /// success marks `object` as changed too. `kInvalidArgument` if `destination` is null, or if `destinationKey` is
+    /// below `key` in the same object. A copy of a key into itself succeeds and changes no value.
+    ///
+    /// An object with `Synchronised` set mustn't be its own destination: a call that copies a value or a key never
+    /// returns.
     ResultCode CopyKey(HostObject* object, KeyHandle key, HostObject* destination, KeyHandle destinationKey) const {
         return Call<Method::CopyKey>(object, key, destination, destinationKey);
     }
+    /// The same for the key at `path`, which starts at the current root, into the current root of `destination`.
     ResultCode CopyKeyByName(HostObject* object, const char* path, HostObject* destination) const {
         return Call<Method::CopyKeyByName>(object, path, destination);
     }
