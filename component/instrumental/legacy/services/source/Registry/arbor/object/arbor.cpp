@@ -63,9 +63,4 @@ void Arbor::EndSave(ResultCode code) {
     if (IsFailure(code) || !dirty.compare_exchange_strong(state, kClean)) dirty.store(kChanged);
 }
 
-Key* Arbor::ResolveKey(KeyHandle handle) const {
-    if (!HasKey(handle)) return nullptr;
-    return handle != 0 ? reinterpret_cast<Key*>(handle) : tree.current;
-}
-
 }   // namespace arbor::module

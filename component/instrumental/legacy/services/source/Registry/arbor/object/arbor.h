@@ -92,7 +92,10 @@ private:
 
     /// Returns null if there is no tree or the handle is `kNoKey`, and the current root if the handle is 0. Any other
     /// handle is converted to an address without a check that the tree contains such a key.
-    [[nodiscard]] Key* ResolveKey(KeyHandle handle) const;
+    [[nodiscard]] Key* ResolveKey(KeyHandle handle) const {
+        if (!HasKey(handle)) return nullptr;
+        return handle != 0 ? reinterpret_cast<Key*>(handle) : tree.current;
+    }
 
     // The steps common to all methods: lock, key lookup and trace line. Defined in `object/method.h`.
     ResultCode RunTraced(const auto& work, const char* line, auto... arguments);

@@ -47,8 +47,9 @@ ResultCode Arbor::SetValue(KeyHandle handle, const char* name, TypeCode type, co
     if (ReadOnly == 0 && !HasKey(handle)) return kNoKeyThere;   // writes no trace line, unlike every other failure
     const auto write = [&](Key& key) {
         if (name == nullptr) return kInvalidArgument;
-        if (Value* value = key.FindValue(name)) return ConvertOnWrite(this, *value, type, data, size);
-        return create != 0 ? key.AddNewValue(name, type, data, size) : kNoSuchEntry;
+        const HashedName hashed = MakeHashedName(name);   // once for the lookup and the addition
+        if (Value* value = key.FindValue(hashed)) return ConvertOnWrite(this, *value, type, data, size);
+        return create != 0 ? key.AddValue(hashed, type, data, size) : kNoSuchEntry;
     };
     return ChangeKey(handle, write, "arbor\t%s %s (0x%x:%d): %terr", "Arbor::SetValue", name, Low32(data), size);
 }

@@ -233,24 +233,29 @@ void Key::Clear() {
 
 // Values
 
-ValueEntry* Key::FindEntry(std::string_view valueName) const {
-    const auto found = valueIndex.find(MakeHashedName(valueName), StoredHash(), SameName());
+ValueEntry* Key::FindEntry(const HashedName& valueName) const {
+    const auto found = valueIndex.find(valueName, StoredHash(), SameName());
     return found != valueIndex.end() ? *found : nullptr;
 }
 
 ValueEntry* Key::EntryAt(std::uint32_t index) const { return valueCursor.Find(Mutable(values), index); }
 
-Value* Key::FindValue(const char* valueName) const {
+Value* Key::FindValue(const HashedName& valueName) const {
+    const ValueEntry* entry = FindEntry(valueName);
+    if (entry == nullptr || !IsRedirect(*entry->value)) return entry != nullptr ? entry->value : nullptr;
+    return FollowRedirect(valueName.name.View(), *entry->value);
+}
+
+Value* Key::FollowRedirect(std::string_view valueName, Value& redirect) const {
     const Key* key = this;
-    Value* found = nullptr;
-    for (const char* wanted = valueName;; wanted = kUnnamedValueName) {
-        const ValueEntry* entry = key->FindEntry(wanted);
-        if (entry == nullptr) return found;
-        found = entry->value;
-        if (!IsRedirect(*found)) return found;
+    Value* found = &redirect;
+    for (std::string_view wanted = valueName; IsRedirect(*found); wanted = kUnnamedValueName) {
         key = key->FindPath(wanted, nullptr);
-        if (key == nullptr) return found;
+        const ValueEntry* entry = key != nullptr ? key->FindEntry(MakeHashedName(kUnnamedValueName)) : nullptr;
+        if (entry == nullptr) break;
+        found = entry->value;
     }
+    return found;
 }
 
 ValueEntry* Key::NewEntry(TypeCode code) {
@@ -261,18 +266,16 @@ ValueEntry* Key::NewEntry(TypeCode code) {
 }
 
 template <class SetValue>
-ResultCode Key::AddEntry(std::string_view valueName, TypeCode code, SetValue setValue) {
+ResultCode Key::AddEntry(const HashedName& valueName, TypeCode code, SetValue setValue) {
     if (owner == nullptr) return kNotInitialised;
-    // Computed first, so that the processor overlaps its multiplications with the allocations that follow.
-    const std::uint32_t hash = NameHash(valueName);
     // On a failure the entry is removed. The removal erases the index record of its name, if it has a name already.
     bool isNamed = false;
     const auto remove = [this, &isNamed](ValueEntry* failed) { RemoveEntry(failed, !isNamed); };
     std::unique_ptr<ValueEntry, decltype(remove)> entry(NewEntry(code), remove);
     if (!entry) return kOutOfMemory;
-    if (valueName.data() == nullptr) return kInvalidArgument;
-    if (const ResultCode named = CopyName(valueName, entry->name); IsFailure(named)) return named;
-    entry->hash = hash;
+    if (valueName.name.text == nullptr) return kInvalidArgument;
+    if (const ResultCode named = CopyName(valueName.name.View(), entry->name); IsFailure(named)) return named;
+    entry->hash = valueName.hash;
     isNamed = true;
     if (const ResultCode set = setValue(*entry->value); IsFailure(set)) return set;
     values.push_back(*entry);
@@ -287,15 +290,13 @@ ResultCode Key::AddEntry(std::string_view valueName, TypeCode code, SetValue set
     return kDone;
 }
 
-ResultCode Key::AddValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size) {
-    const std::string_view wanted = valueName != nullptr ? std::string_view(valueName) : std::string_view();
-    return AddEntry(wanted, code, [=](Value& value) { return value.Set(data, size); });
+ResultCode Key::AddValue(const HashedName& valueName, TypeCode code, const void* data, std::uint32_t size) {
+    return AddEntry(valueName, code, [=](Value& value) { return value.Set(data, size); });
 }
 
-ResultCode Key::AddNewValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size) {
-    if (valueName == nullptr) return kInvalidArgument;
-    if (FindValue(valueName) != nullptr) return kAlreadyExists;
-    return AddValue(valueName, code, data, size);
+ResultCode Key::AddValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size) {
+    const std::string_view wanted = valueName != nullptr ? std::string_view(valueName) : std::string_view();
+    return AddValue(MakeHashedName(wanted), code, data, size);
 }
 
 ResultCode Key::AddValueAt(std::uint32_t index, TypeCode code, const void* data, std::uint32_t size) {
@@ -310,7 +311,8 @@ ResultCode Key::AddValueAt(std::uint32_t index, TypeCode code, const void* data,
 }
 
 ResultCode Key::AddValueFromText(std::string_view valueName, TypeCode code, const char* text) {
-    return AddEntry(valueName, code, [=](Value& value) { return value.FromText(text); });
+    // Hashed before `AddEntry` allocates, so that the processor overlaps the multiplications with the allocations.
+    return AddEntry(MakeHashedName(valueName), code, [=](Value& value) { return value.FromText(text); });
 }
 
 Value* Key::ValueAt(std::uint32_t index) const {
@@ -324,7 +326,7 @@ const char* Key::ValueNameAt(std::uint32_t index) const {
 }
 
 ResultCode Key::RemoveValue(const char* valueName) {
-    ValueEntry* entry = FindEntry(valueName);
+    ValueEntry* entry = FindEntry(MakeHashedName(valueName));
     if (entry == nullptr) return kNoSuchEntry;
     RemoveEntry(entry, false);
     return kDone;

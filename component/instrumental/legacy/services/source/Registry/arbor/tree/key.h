@@ -118,16 +118,15 @@ public:
 
     /// Returns the value of that name, or null. If it is a tSTRING value whose text is the redirect marker, returns
     /// instead the value `kUnnamedValueName` of the child key of the same name, if there is one, and so on from there.
-    Value* FindValue(const char* valueName) const;
+    Value* FindValue(const HashedName& valueName) const;
+    Value* FindValue(const char* valueName) const { return FindValue(MakeHashedName(valueName)); }
 
     /// Appends a value, even if one of that name exists. Returns `kOutOfMemory` if there is no memory or the type can't
     /// be stored, `kInvalidArgument` for a null name, or the code of a failed `Value::Set`. A failed call adds no
     /// value. If `Value::Set` or the insertion into the index fails, the call also erases the index record of that
     /// name, even if the record refers to an earlier value.
+    ResultCode AddValue(const HashedName& valueName, TypeCode code, const void* data, std::uint32_t size);
     ResultCode AddValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size);
-
-    /// As `AddValue`, but returns `kAlreadyExists` if a value of that name exists.
-    ResultCode AddNewValue(const char* valueName, TypeCode code, const void* data, std::uint32_t size);
 
     /// Appends a value named `kUnnamedValueName` with `index` appended. Returns `kInvalidArgument` if `index` is above
     /// `ValueCount`, `kAlreadyExists` if it is below.
@@ -168,7 +167,10 @@ private:
     /// not in the subtree, or `kOutOfMemory`.
     ResultCode PathFromRoot(const Key* target, std::vector<const Key*>& path) const;
 
-    ValueEntry* FindEntry(std::string_view valueName) const;
+    /// Returns the value that `redirect`, the value `valueName` of this key, stands for; `redirect` itself if none.
+    Value* FollowRedirect(std::string_view valueName, Value& redirect) const;
+
+    ValueEntry* FindEntry(const HashedName& valueName) const;
     ValueEntry* EntryAt(std::uint32_t index) const;
 
     /// Creates an entry without a name, not yet in the list. Returns null for a type that can't be stored, or if the
@@ -181,7 +183,7 @@ private:
     /// Appends an entry with the name; `setValue(Value&)` sets its value. A name with a null pointer is
     /// `kInvalidArgument`.
     template <class SetValue>
-    ResultCode AddEntry(std::string_view valueName, TypeCode code, SetValue setValue);
+    ResultCode AddEntry(const HashedName& valueName, TypeCode code, SetValue setValue);
 
     /// Replaces the text of `target` by a copy of `source` in a host block.
     ResultCode CopyName(std::string_view source, NameRange& target) const;
