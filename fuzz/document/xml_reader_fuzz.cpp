@@ -114,7 +114,8 @@ private:
     }
 
     static std::int32_t Check(std::int32_t result) {
-        const bool known = (result >= XmlBroken && result <= XmlNone) || result == TokenText || result == TokenCData;
+        const bool known =
+            (result >= XmlBadStructure && result <= XmlNotFound) || result == TokenText || result == TokenCData;
         FUZZ_CHECK(known);
         return result;
     }

@@ -63,7 +63,7 @@ bool Memory::MustFail(std::uint32_t request) {
     return true;
 }
 
-bool Memory::Track(const void* block, const LeakedBlock& record) {
+bool Memory::Track(const void* block, const LiveBlock& record) {
     try {
         const std::scoped_lock lock(trackedMutex);
         tracked.emplace(block, record);
@@ -80,12 +80,12 @@ void Memory::Untrack(const void* block) {
     std::abort();
 }
 
-std::vector<LeakedBlock> Memory::Leaks() const {
-    std::vector<LeakedBlock> leaks;
+std::vector<LiveBlock> Memory::Leaks() const {
+    std::vector<LiveBlock> leaks;
     const std::scoped_lock lock(trackedMutex);
     for (const auto& [block, record] : tracked) leaks.push_back(record);
     std::sort(leaks.begin(), leaks.end(),
-              [](const LeakedBlock& left, const LeakedBlock& right) { return left.request < right.request; });
+              [](const LiveBlock& left, const LiveBlock& right) { return left.request < right.request; });
     return leaks;
 }
 

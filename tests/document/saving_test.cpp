@@ -27,8 +27,8 @@ protected:
         thread.assign(digits, digits + std::strlen(digits));
     }
 
-    /// What stands under the document's name and under those beside it, temporary, first and second backup, scrap: the
-    /// value `v` of a complete document, "part" or "empty", and "-" where nothing stands.
+    /// The contents of the document, the temporary file, both backups and the old second backup: for each the value `v`
+    /// of a complete document, "part", "empty", or "-" for a missing file.
     std::string Disk(std::u16string_view name) {
         std::string text;
         std::size_t files = 0;
@@ -100,7 +100,7 @@ TEST_F(SavingTest, BackupsGoByTheModeAndTheName) {
     }
 }
 
-// The lines of failures up to their codes; %N is the document and %S the scrap.
+// The lines of failures up to their codes; %N is the document and %S the old second backup.
 constexpr char kCannotWrite[] = "arbor\tcannot write file %N : 0x";
 constexpr char kCannotCopy[] = "arbor\tcannot do first backup: 0x800000D1";
 constexpr char kCannotScrap[] = "arbor\tcannot move profiles.xml.bak2 to %S: 0x";
@@ -169,7 +169,7 @@ const SaveCase kSaves[] = {
     {"no copy", With::FirstBackup, {FileCall::Copy, platform::kErrorFileExists}, kDone, "2 - - 1 -", {kCannotCopy}},
     {"no look at the backup", With::Backup, {FileCall::Attributes, kDenied}, kDone, "2 - * 1 -"},
     {"the old backup stays", With::Backup, {kMove, kHeld}, kDone, "2 - * 1 -", {kCannotScrap, kCannotRemove}},
-    {"the scrap stays", With::Backup, {FileCall::Remove, kHeld}, kDone, "2 - * 1 0", {kCannotRemove}},
+    {"the old second backup stays", With::Backup, {FileCall::Remove, kHeld}, kDone, "2 - * 1 0", {kCannotRemove}},
     {"the document stays", With::Backup, {kMove, kHeld, 2}, kDone, "2 - * - -", {kCannotBackUp}},
     {"no backup moves",
      With::Backup,

@@ -25,9 +25,9 @@ constexpr StartTagCase kStartTags[] = {
     {" text<a>", ReportText, TokenText, "", "text<a>"},
     {" <![CDATA[x]]>", ReportText, TokenCData, "", "<![CDATA[x]]>"},
     {"<expected>", RequireName, XmlDone, "expected", ""},
-    {"<expected2>", RequireName, XmlOtherName, "", ">"},
+    {"<expected2>", RequireName, XmlWrongName, "", ">"},
     {"<a><b></c></a>x", SkipElement, XmlDone, "a", "x"},
-    {"<a></b>x", SkipElement, XmlBroken, "a", "x"},
+    {"<a></b>x", SkipElement, XmlBadStructure, "a", "x"},
 };
 
 TEST(XmlReaderTest, FlagsSayWhatAStartTagMustBe) {
@@ -68,7 +68,7 @@ TEST(XmlReaderTest, AttributesOfNoElementAreNone) {
     XmlAttributeList attributes;
     EXPECT_EQ(XmlReader::ReadAttributes(XmlElement(), attributes), XmlDone);
     std::string none = "old";
-    EXPECT_EQ(XmlReader::ReadAttribute(XmlElement(), "b", none), XmlNone);
+    EXPECT_EQ(XmlReader::ReadAttribute(XmlElement(), "b", none), XmlNotFound);
     EXPECT_EQ(none, "");
 }
 
@@ -82,9 +82,9 @@ constexpr CloseCase kCloses[] = {
     {"<a/>x", XmlDone, 0, "x"},
     {"<a>t<b c='/'/><b></c>&</a \n>x", XmlDone, 19, "x"},
     {"<a><!-- </a> --><![CDATA[</a>]]><?</a>?></a>x", XmlDone, 37, "x"},
-    {"<a></b>x", XmlBroken, 0, "x"},
+    {"<a></b>x", XmlBadStructure, 0, "x"},
     {"<a></a x>", XmlMalformed, 0, "x>"},
-    {"<a><!x></a>", XmlBroken, 0, "<!x></a>"},
+    {"<a><!x></a>", XmlBadStructure, 0, "<!x></a>"},
 };
 
 TEST(XmlReaderTest, ClosingSkipsTheContentWithoutRecursion) {
@@ -114,7 +114,7 @@ TEST(XmlReaderTest, ATokenIsReadOnlyAsTheKindItIs) {
     EXPECT_EQ(ReaderOf("<!--->").ReadToken(TokenComment, token), XmlMalformed);
     EXPECT_EQ(ReaderOf("<?x?>").ReadToken(TokenComment, token), XmlWrongToken);
     EXPECT_EQ(ReaderOf("x").ReadToken(TokenText, token), XmlWrongToken);
-    EXPECT_EQ(ReaderOf("x").ReadToken(TokenEnd, token), XmlNone);
+    EXPECT_EQ(ReaderOf("x").ReadToken(TokenEnd, token), XmlNotFound);
     std::uint32_t length = 99;   // includes a terminator of one byte
     EXPECT_EQ(ReaderOf("ab>c").ScanUntil(">", length), XmlDone);
     EXPECT_EQ(length, 3U);
@@ -122,7 +122,7 @@ TEST(XmlReaderTest, ATokenIsReadOnlyAsTheKindItIs) {
     EXPECT_EQ(length, 2U);
     EXPECT_EQ(ReaderOf(" </a\t>").SkipToken(TokenEndTag), XmlDone);
     EXPECT_EQ(ReaderOf("</ a>").SkipToken(TokenEndTag), XmlMalformed);
-    EXPECT_EQ(ReaderOf("a>").SkipToken(TokenEndTag), XmlBroken);
+    EXPECT_EQ(ReaderOf("a>").SkipToken(TokenEndTag), XmlBadStructure);
 }
 
 }   // namespace

@@ -8,16 +8,16 @@
  * It has the layouts, codes and positions of <component/kernel/...>, whose comments say more about each call. The build
  * compares the two. A host gives its components the address of an object; <host/c_host.h> makes one.
  *
- * No call throws or unwinds. Texts are 8-bit (UTF-8 in documents) and end with a zero byte; the separators of a path
- * are
- * `\` and `/`. Out arguments may be null. A read with a null buffer and size 0 only stores the needed bytes in `count`.
+ * No call throws or unwinds. Texts are 8-bit (UTF-8 in documents) and end with a zero byte; `\` and `/` separate the
+ * names of a path. Out arguments may be null. A read with a null buffer and size 0 only stores the needed bytes in
+ * `count`.
  */
 #pragma once
 
 #include <stdint.h>
 #include <uchar.h>
 
-/* The convention of every call. The header is compiled by its users, so that it must find the system by itself. */
+/* The calling convention of every call. `#ifdef`, since users compile this header without the project's build. */
 #if defined(_WIN32) && !defined(_WIN64)
 #define ARBOR_CALL __cdecl
 #else

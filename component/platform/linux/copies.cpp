@@ -54,7 +54,7 @@ bool ClaimCopyTarget(const NativePath& target, Descriptor& claimed) {
 bool CheckNameIsFree(const NativePath& target) {
     struct stat status {};
     if (lstat(target.Text(), &status) == 0) return FailWith(kErrorFileExists);
-    return errno == ENOENT || FailAt(target, errno);
+    return errno == ENOENT || FailForPath(target, errno);
 }
 
 }   // namespace
@@ -62,7 +62,7 @@ bool CheckNameIsFree(const NativePath& target) {
 bool CopyToName(const NativePath& source, const Descriptor& file, const NativePath& target, bool replaces) {
     NativePath scratch = target;
     Permissions permissions;
-    if (!permissions.Read(source)) return FailAt(source, errno);
+    if (!permissions.Read(source)) return FailForPath(source, errno);
     if (!MakeScratchName(scratch)) return false;
     const Descriptor copy = CreateNewFile(scratch, &permissions);
     if (!copy.IsOpen()) return false;
@@ -71,7 +71,7 @@ bool CopyToName(const NativePath& source, const Descriptor& file, const NativePa
     } else if (RenameEntry(scratch, target, replaces)) {
         return true;
     } else {
-        FailAt(target, errno);
+        FailForPath(target, errno);
     }
     unlink(scratch.Text());
     return false;

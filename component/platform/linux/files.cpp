@@ -33,7 +33,7 @@ public:
         : SystemObject(kKind), descriptor(std::move(opened)), granted(access) {}
 
     /// Releases the claims: a duplicate of the descriptor, in a reservation or a child process, would keep them.
-    ~OpenedFile() override { ReleaseClaims(descriptor.Number()); }
+    ~OpenedFile() override { ReleaseClaim(descriptor.Number()); }
     OpenedFile(const OpenedFile&) = delete;
     OpenedFile& operator=(const OpenedFile&) = delete;
 

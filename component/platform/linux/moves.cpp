@@ -30,15 +30,16 @@ public:
 
     bool Run() {
         if (!ClaimSource() || !ClaimTarget()) return false;
-        if (Has(kMoveWriteThrough) && !PrepareSync()) return false;
-        if (RenameEntry(source, target, replaces)) return FinishReplacement() && (!Has(kMoveWriteThrough) || Sync());
+        if (HasFlag(kMoveWriteThrough) && !PrepareSync()) return false;
+        if (RenameEntry(source, target, replaces))
+            return FinishReplacement() && (!HasFlag(kMoveWriteThrough) || Sync());
         if (errno != EXDEV) return FailAtTarget(errno);
-        if (!Has(kMoveCopyAllowed) || !S_ISREG(moved.status.st_mode)) return FailWith(kErrorNotSameDevice);
+        if (!HasFlag(kMoveCopyAllowed) || !S_ISREG(moved.status.st_mode)) return FailWith(kErrorNotSameDevice);
         return CopyAcross();
     }
 
 private:
-    [[nodiscard]] bool Has(std::uint32_t flag) const { return (flags & flag) != 0; }
+    [[nodiscard]] bool HasFlag(std::uint32_t flag) const { return (flags & flag) != 0; }
 
     bool ClaimSource() {
         const std::uint32_t error = ClaimForRename(source, moved);
@@ -48,9 +49,9 @@ private:
 
     bool ClaimTarget() {
         replaces = lstat(target.Text(), &replaced.status) == 0;
-        if (!replaces) return errno == ENOENT || FailAt(target, errno);
+        if (!replaces) return errno == ENOENT || FailForPath(target, errno);
         if (IsSameFile(moved.status, replaced.status) && IsSameEntry()) return true;
-        if (!Has(kMoveReplaceExisting)) return FailWith(kErrorAlreadyExists);
+        if (!HasFlag(kMoveReplaceExisting)) return FailWith(kErrorAlreadyExists);
         if (!IsMovable(replaced.status.st_mode)) return FailWith(kErrorNotSupported);
         const bool isDirectory = S_ISDIR(moved.status.st_mode) || IsDirectory(target);
         if (isDirectory || IsReadOnly(replaced.status.st_mode)) return FailWith(kErrorAccessDenied);
@@ -108,13 +109,13 @@ private:
         }
         if (!targetDirectory.Sync()) return false;
         unlink(source.Text());
-        return !Has(kMoveWriteThrough) || sourceDirectory.Sync();
+        return !HasFlag(kMoveWriteThrough) || sourceDirectory.Sync();
     }
 
     /// EEXIST: another process created the target since `ClaimTarget`; it is reported as in use.
     bool FailAtTarget(int error) const {
-        if (error != EEXIST) return FailAt(target, error);
-        return FailWith(Has(kMoveReplaceExisting) ? kErrorAccessDenied : kErrorAlreadyExists);
+        if (error != EEXIST) return FailForPath(target, error);
+        return FailWith(HasFlag(kMoveReplaceExisting) ? kErrorAccessDenied : kErrorAlreadyExists);
     }
 
     const NativePath& source;
@@ -143,7 +144,7 @@ bool DeleteFileW(const char16_t* path) {
     const std::uint32_t error = ClaimForRename(native, entry);
     if (error != kErrorSuccess) return FailWith(error);
     if (IsDirectory(native) || IsReadOnly(entry.status.st_mode)) return FailWith(kErrorAccessDenied);
-    if (unlink(native.Text()) != 0) return FailAt(native, errno);
+    if (unlink(native.Text()) != 0) return FailForPath(native, errno);
     if (entry.status.st_nlink == 1) ForgetSyncFailure(entry.status);
     return true;
 }

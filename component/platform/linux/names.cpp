@@ -43,7 +43,7 @@ std::uint32_t GetFileAttributesW(const char16_t* path) {
     if (!native.Assign(path)) return kInvalidAttributes;
     struct stat status {};
     if (lstat(native.Text(), &status) == 0) return AttributesOf(native, status.st_mode);
-    FailAt(native, errno);
+    FailForPath(native, errno);
     return kInvalidAttributes;
 }
 
@@ -51,7 +51,7 @@ bool CreateDirectoryW(const char16_t* path, const SecurityAttributes* /*security
     NativePath native;
     if (!native.Assign(path)) return false;
     if (mkdir(native.Text(), 0777) == 0) return true;
-    return errno == EEXIST ? FailWith(kErrorAlreadyExists) : FailAt(native, errno);
+    return errno == EEXIST ? FailWith(kErrorAlreadyExists) : FailForPath(native, errno);
 }
 
 std::uint32_t GetCurrentDirectoryW(std::uint32_t sizeChars, char16_t* buffer) {

@@ -96,11 +96,11 @@ bool IsDirectory(const NativePath& path) {
     return stat(path.Text(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-std::uint32_t ErrorAt(const NativePath& path, int error) {
+std::uint32_t ErrorForPath(const NativePath& path, int error) {
     return error == ENOENT && !IsDirectory(path.Parent()) ? kErrorPathNotFound : ErrorFromErrno(error);
 }
 
-bool FailAt(const NativePath& path, int error) { return FailWith(ErrorAt(path, error)); }
+bool FailForPath(const NativePath& path, int error) { return FailWith(ErrorForPath(path, error)); }
 
 std::size_t ToDriveForm(std::string_view native, std::span<char> target) {
     const std::string_view drive = native.starts_with('/') ? kDriveText : std::string_view();

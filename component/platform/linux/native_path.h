@@ -41,10 +41,10 @@ private:
 
 /// Converts `error`, the `errno` of a call on `path`. A missing entry and a missing parent directory have different
 /// numbers.
-[[nodiscard]] std::uint32_t ErrorAt(const NativePath& path, int error);
+[[nodiscard]] std::uint32_t ErrorForPath(const NativePath& path, int error);
 
-/// Sets `ErrorAt(path, error)` as the thread's last error and returns false.
-bool FailAt(const NativePath& path, int error);
+/// Sets `ErrorForPath(path, error)` as the thread's last error and returns false.
+bool FailForPath(const NativePath& path, int error);
 
 /// Converts a Linux path to drive form: with backslashes, and `Z:` before an absolute path. Returns the length, or 0 if
 /// `target` is too small or a name has a backslash, which this form can't represent.

@@ -48,7 +48,7 @@ void Descriptor::Close() {
     descriptor = -1;
 }
 
-Descriptor NoFile(std::uint32_t error) {
+Descriptor FailedOpen(std::uint32_t error) {
     SetLastError(error);
     return Descriptor();
 }
@@ -59,32 +59,32 @@ Descriptor OpenFile(const NativePath& path, const OpenRequest& request) {
         bool created = false;
         Descriptor file(OpenOrCreate(path, request, created));
         struct stat opened {};
-        if (!file.IsOpen() || fstat(file.Number(), &opened) != 0) return NoFile(ErrorAt(path, errno));
+        if (!file.IsOpen() || fstat(file.Number(), &opened) != 0) return FailedOpen(ErrorForPath(path, errno));
         if (S_ISDIR(opened.st_mode) && request.allowsDirectories) return file;   // a directory is always shared
-        if (!S_ISREG(opened.st_mode)) return NoFile(ErrorForType(opened.st_mode));
+        if (!S_ISREG(opened.st_mode)) return FailedOpen(ErrorForType(opened.st_mode));
         const bool writes = (rights & kShareWrite) != 0;
-        if (!created && writes && IsReadOnly(opened.st_mode)) return NoFile(kErrorAccessDenied);
+        if (!created && writes && IsReadOnly(opened.st_mode)) return FailedOpen(kErrorAccessDenied);
         const std::uint32_t error = ClaimFile(file.Number(), rights, kAllShares & ~request.shares);
-        if (error != kErrorSuccess) return NoFile(error);
+        if (error != kErrorSuccess) return FailedOpen(error);
         if (!IsStillAt(path, opened)) continue;
-        if (Truncates(request) && ftruncate(file.Number(), 0) != 0) return NoFile(ErrorFromErrno(errno));
+        if (Truncates(request) && ftruncate(file.Number(), 0) != 0) return FailedOpen(ErrorFromErrno(errno));
         if (created || Truncates(request)) ForgetSyncFailure(opened);
         ReleaseRights(file.Number(), rights & ~request.uses);
         return file;
     }
-    return NoFile(kErrorSharingViolation);
+    return FailedOpen(kErrorSharingViolation);
 }
 
 Descriptor CreateNewFile(const NativePath& path, const Permissions* permissions) {
     constexpr int kFlags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     Descriptor file(open(path.Text(), kFlags, permissions != nullptr ? kPrivateMode : kNewFileMode));
     struct stat created {};
-    if (!file.IsOpen() || fstat(file.Number(), &created) != 0) return NoFile(ErrorAt(path, errno));
+    if (!file.IsOpen() || fstat(file.Number(), &created) != 0) return FailedOpen(ErrorForPath(path, errno));
     ForgetSyncFailure(created);
     if (permissions == nullptr || permissions->ApplyTo(file.Number())) return file;
     const std::uint32_t error = ErrorFromErrno(errno);
     unlink(path.Text());
-    return NoFile(error);
+    return FailedOpen(error);
 }
 
 bool ReadAll(int file, void* buffer, std::uint32_t size, std::uint32_t* done) {

@@ -68,7 +68,7 @@ struct OpenRequest {
 [[nodiscard]] std::uint32_t ErrorForType(mode_t mode);
 
 /// Sets the last error and returns a descriptor that isn't open.
-[[nodiscard]] Descriptor NoFile(std::uint32_t error);
+[[nodiscard]] Descriptor FailedOpen(std::uint32_t error);
 
 /// How often a name is opened again if it refers to another file after the open.
 inline constexpr int kMaxOpenAttempts = 16;

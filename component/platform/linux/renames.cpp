@@ -30,10 +30,10 @@ bool IsEntryAt(const NativePath& path, const Descriptor& file) {
 
 std::uint32_t ClaimForRename(const NativePath& path, ClaimedEntry& entry) {
     for (int attempt = 0; attempt < kMaxOpenAttempts; ++attempt) {
-        if (lstat(path.Text(), &entry.status) != 0) return ErrorAt(path, errno);
+        if (lstat(path.Text(), &entry.status) != 0) return ErrorForPath(path, errno);
         if (!S_ISREG(entry.status.st_mode)) return kErrorSuccess;   // only regular files can be claimed
         entry.file = OpenEntry(path);
-        if (!entry.file.IsOpen()) return errno == EACCES || errno == EPERM ? kErrorSuccess : ErrorAt(path, errno);
+        if (!entry.file.IsOpen()) return errno == EACCES || errno == EPERM ? kErrorSuccess : ErrorForPath(path, errno);
         const std::uint32_t error = ClaimFile(entry.file.Number(), kShareDelete | kChangeName, kChangeName);
         if (error != kErrorSuccess) return error;
         if (IsEntryAt(path, entry.file)) return kErrorSuccess;
@@ -53,7 +53,7 @@ bool RenameEntry(const NativePath& from, const NativePath& to, bool replaces) {
 
 bool ParentDirectory::Open(const NativePath& entry) {
     directory = Descriptor(open(entry.Parent().Text(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return directory.IsOpen() || errno == EACCES || FailAt(entry, errno);
+    return directory.IsOpen() || errno == EACCES || FailForPath(entry, errno);
 }
 
 bool ParentDirectory::Sync() const {

@@ -26,7 +26,7 @@ bool ReadPermissions(const NativePath& original, const NativePath& backup, std::
         inherited = std::move(permissions);
         return true;
     }
-    if (errno != ENOENT) return FailAt(original, errno);
+    if (errno != ENOENT) return FailForPath(original, errno);
     if (permissions.Read(backup) && S_ISREG(permissions.Mode())) inherited = std::move(permissions);
     return true;
 }
@@ -38,7 +38,7 @@ bool RemoveStale(const NativePath& path, ClaimedEntry& stale) {
     if (error == kErrorFileNotFound) return true;
     if (error != kErrorSuccess) return FailWith(error);
     if (stale.file.IsOpen() && IsReserved(stale.file.Number())) return FailWith(kErrorSharingViolation);
-    return unlink(path.Text()) == 0 || errno == ENOENT || FailAt(path, errno);
+    return unlink(path.Text()) == 0 || errno == ENOENT || FailForPath(path, errno);
 }
 
 }   // namespace
@@ -57,12 +57,12 @@ Descriptor OpenReplacement(const NativePath& path, const NativePath& original, c
         // the claim and the reservation and fails.
         std::uint32_t error = ClaimFile(file.Number(), kShareWrite, kAllShares);
         if (error == kErrorSuccess) error = ReserveFile(file.Number());
-        if (error != kErrorSuccess) return NoFile(error);
+        if (error != kErrorSuccess) return FailedOpen(error);
         if (!IsEntryAt(path, file)) continue;
         reservation = Descriptor(fcntl(file.Number(), F_DUPFD_CLOEXEC, 0));
-        return reservation.IsOpen() ? std::move(file) : NoFile(ErrorFromErrno(errno));
+        return reservation.IsOpen() ? std::move(file) : FailedOpen(ErrorFromErrno(errno));
     }
-    return NoFile(kErrorSharingViolation);
+    return FailedOpen(kErrorSharingViolation);
 }
 
 }   // namespace platform

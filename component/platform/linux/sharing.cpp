@@ -110,7 +110,7 @@ std::uint32_t ClaimFile(int descriptor, std::uint32_t uses, std::uint32_t denies
     } else if (IsExcludedByOthers(descriptor, uses, denies)) {
         error = kErrorSharingViolation;
     }
-    if (error != kErrorSuccess) ReleaseClaims(descriptor);
+    if (error != kErrorSuccess) ReleaseClaim(descriptor);
     return error;
 }
 
@@ -118,7 +118,7 @@ void ReleaseRights(int descriptor, std::uint32_t uses) {
     static_cast<void>(SetClaim(descriptor, F_UNLCK, uses, 0));   // a remaining lock only excludes others
 }
 
-void ReleaseClaims(int descriptor) {
+void ReleaseClaim(int descriptor) {
     struct flock all = ByteLock(F_UNLCK, kFirstOffset);
     all.l_len = kClaimBytes;
     static_cast<void>(fcntl(descriptor, F_OFD_SETLK, &all));   // if it fails, closing the descriptor unlocks

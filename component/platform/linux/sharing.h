@@ -25,7 +25,7 @@ inline constexpr std::uint32_t kChangeName = 8;
 void ReleaseRights(int descriptor, std::uint32_t uses);
 
 /// Ends the claim of `descriptor`, which its duplicates share. Keeps a reservation.
-void ReleaseClaims(int descriptor);
+void ReleaseClaim(int descriptor);
 
 /// Reserves the file for one opener until the last duplicate of `descriptor`, which must be writable, is closed. It
 /// excludes other reservations and nothing else. Returns 0 or an error: `kErrorSharingViolation` if the file is

@@ -12,8 +12,8 @@
 
 namespace host {
 
-/// A block that was not freed. `request` is the number of its request among all requests, starting at 1.
-struct LeakedBlock {
+/// A block that is not freed yet. `request` is the number of its request among all requests, starting at 1.
+struct LiveBlock {
     std::size_t request;
     std::uint32_t sizeBytes;
 };
@@ -64,7 +64,7 @@ public:
     [[nodiscard]] bool TracksEachBlock() const { return tracking == BlockTracking::Each; }
 
     /// The live blocks in the order of their requests; empty unless each block is tracked.
-    [[nodiscard]] std::vector<LeakedBlock> Leaks() const;
+    [[nodiscard]] std::vector<LiveBlock> Leaks() const;
 
 private:
     /// `counts` holds the live blocks in its low 32 bits and the requests above them, so that a request and a release
@@ -81,7 +81,7 @@ private:
     /// Whether `FailAllocation` selected this request; if so, sets `failed`.
     [[nodiscard]] bool MustFail(std::uint32_t request);
     /// Returns false if there is no memory for the record.
-    [[nodiscard]] bool Track(const void* block, const LeakedBlock& record);
+    [[nodiscard]] bool Track(const void* block, const LiveBlock& record);
     /// Aborts the process if `block` isn't tracked.
     void Untrack(const void* block);
 
@@ -91,7 +91,7 @@ private:
     std::atomic<std::uint32_t> lastFailing{0};
     std::atomic<bool> failed{false};
     mutable std::mutex trackedMutex;
-    std::unordered_map<const void*, LeakedBlock> tracked;
+    std::unordered_map<const void*, LiveBlock> tracked;
 };
 
 }   // namespace host

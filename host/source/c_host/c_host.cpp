@@ -1,4 +1,4 @@
-// The stand-in host behind two C functions: one kernel for all open objects.
+// Implements `ArborOpen` and `ArborClose` by the stand-in host, with one kernel for all open objects.
 
 #include <host/c_host.h>
 #include <host/object.h>
@@ -20,8 +20,8 @@ struct Session {
 
 std::mutex sessionMutex;
 
-/// Null unless objects are open. Never destroyed: an object that a process leaves open at its end isn't closed in the
-/// middle of the destruction of what it uses.
+/// Null unless objects are open. Never destroyed: at the end of the process the destructors of other static variables,
+/// which an open object may use, run in any order.
 std::unique_ptr<Session>& CurrentSession() {
     static auto& session = *new std::unique_ptr<Session>;
     return session;

@@ -21,7 +21,7 @@ public:
     /// `object` provides the memory and receives the trace lines; it must outlive this.
     explicit DocumentFile(const HostObject* object) : host(object), block(&object->SystemFace) {}
 
-    /// Opens the file `name` and reads all of it. Traces a warning above `kWarnSizeBytes`. Returns 0, `kOutOfMemory`,
+    /// Opens the file `name` and reads all of it. Traces a warning above 10 MiB. Returns 0, `kOutOfMemory`,
     /// `kNotMatched` after a short read, or the code of the file call that failed.
     ResultCode Read(const Text& name);
 
@@ -39,7 +39,7 @@ private:
 ResultCode CreateMissingFile(const Text& name);
 
 /// Parses a document, with or without a byte order mark, into `tree`. Returns the code of `LoadDocument`. If reading
-/// the first bytes faults, as in a mapped file that was truncated, writes a trace line and returns `kUnexpected`.
+/// the first bytes faults, as in a mapped file on a failing disk, writes a trace line and returns `kUnexpected`.
 ResultCode LoadFromBytes(const HostObject* object, KeyTree& tree, const char* data, std::uint64_t sizeBytes);
 
 }   // namespace arbor::module

@@ -62,7 +62,7 @@ public:
           temporary(AppendToPath(DocumentPath(), u".tmp", ThreadSuffix())),
           firstBackup(AppendToPath(DocumentPath(), u".bak")),
           secondBackup(AppendToPath(DocumentPath(), u".bak2")),
-          scrap(AppendToPath(DocumentPath(), u".bak2", ThreadSuffix())) {}
+          oldBackup(AppendToPath(DocumentPath(), u".bak2", ThreadSuffix())) {}
 
     ResultCode Run(const SerialiseCall& serialise) {
         Trace(host, TraceProgress, "arbor\tsave to temporary file %S, backup mode: %u", temporary.data(),
@@ -120,12 +120,12 @@ private:
     }
 
     void RemoveOldBackup() const {
-        const ResultCode moved = Move(secondBackup, scrap);
+        const ResultCode moved = Move(secondBackup, oldBackup);
         if (IsFailure(moved)) {
-            Trace(host, TraceFailure, "arbor\tcannot move profiles.xml.bak2 to %S: %terr", scrap.data(), moved);
+            Trace(host, TraceFailure, "arbor\tcannot move profiles.xml.bak2 to %S: %terr", oldBackup.data(), moved);
         }
-        const ResultCode removed = ilk::RemoveFile(scrap.data());
-        if (IsFailure(removed)) Trace(host, TraceFailure, "arbor\tcannot remove %S: %terr", scrap.data(), removed);
+        const ResultCode removed = ilk::RemoveFile(oldBackup.data());
+        if (IsFailure(removed)) Trace(host, TraceFailure, "arbor\tcannot remove %S: %terr", oldBackup.data(), removed);
     }
 
     ResultCode MoveToDocument() const {
@@ -150,7 +150,7 @@ private:
     Text temporary;      // the new document while it is written
     Text firstBackup;    // a copy of the first document saved in this mode; never overwritten
     Text secondBackup;   // the document before the latest save
-    Text scrap;          // the old second backup until it is removed
+    Text oldBackup;      // the second backup of the save before, until it is removed
     ilk::File file;      // the temporary file; its name stays reserved until the save ends
 };
 

@@ -61,10 +61,10 @@ public:
             XmlElement element;
             const std::int32_t result = reader.NextStartTag(element, 0, nullptr);
             if (result < 0) return kBadDocument;
-            if (result == XmlNone && openElements.IsEmpty()) return kDone;
+            if (result == XmlNotFound && openElements.IsEmpty()) return kDone;
             // Without a start tag the input has the key's end tag or stray text. `Leave` skips the rest of the key in
             // both cases.
-            const ResultCode code = result == XmlNone             ? openElements.Leave(reader)
+            const ResultCode code = result == XmlNotFound         ? openElements.Leave(reader)
                                     : element.NameIs(kKeyElement) ? ReadKey(element)
                                                                   : ReadValue(element);
             if (IsFailure(code)) return code;
@@ -135,7 +135,7 @@ public:
             if (result == XmlDone) {
                 code = ReadElement(element);
             } else {
-                if (result != XmlNone) code = ReadText();
+                if (result != XmlNotFound) code = ReadText();
                 if (IsSuccess(code) && openElements.IsEmpty()) return kDone;
                 if (IsSuccess(code)) code = openElements.Leave(reader);
             }

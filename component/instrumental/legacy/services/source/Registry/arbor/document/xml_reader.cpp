@@ -92,16 +92,16 @@ std::int32_t XmlReader::NextStartTag(XmlElement& element, std::uint32_t flags, c
     if (kind != TokenStartTag) {
         if ((flags & RequireStartTag) != 0) return XmlNoStartTag;
         if ((flags & ReportText) != 0 && (kind == TokenText || kind == TokenCData)) return kind;
-        return XmlNone;
+        return XmlNotFound;
     }
 
     const char* const start = position++;
     ByteSlice name;
     const std::int32_t code = ReadName(name);
     if (code < 0) return code;
-    if ((flags & RequireName) != 0 && std::strncmp(name.data, expected, name.length) != 0) return XmlOtherName;
+    if ((flags & RequireName) != 0 && std::strncmp(name.data, expected, name.length) != 0) return XmlWrongName;
     position = FindByte(position, end, '>');
-    if (position == end) return XmlBroken;
+    if (position == end) return XmlBadStructure;
     ++position;
     element = {start, position, name};
     return (flags & SkipElement) != 0 ? CloseElement(element) : XmlDone;
@@ -110,7 +110,7 @@ std::int32_t XmlReader::NextStartTag(XmlElement& element, std::uint32_t flags, c
 std::int32_t XmlReader::ReadEndTag(ByteSlice& name) {
     SkipSpace();
     const std::uint32_t opening = MatchAt("</");
-    if (opening == 0) return XmlBroken;
+    if (opening == 0) return XmlBadStructure;
     position += opening;
     const std::int32_t code = ReadName(name);
     if (code < 0) return code;
@@ -148,7 +148,7 @@ bool XmlReader::ReadText(std::string& text, bool allowCData) {
 
 std::int32_t XmlReader::ReadToken(TokenKind kind, ByteSlice& token) {
     token = ByteSlice();
-    if (kind == TokenEnd) return XmlNone;
+    if (kind == TokenEnd) return XmlNotFound;
     const auto* const delimiters = std::ranges::find(kTokenDelimiters, kind, &TokenDelimiters::kind);
     if (delimiters == std::end(kTokenDelimiters)) return XmlWrongToken;
     SkipSpace();
@@ -220,7 +220,7 @@ std::int32_t XmlReader::SkipContent(const XmlElement& element, std::uint32_t* si
             case TokenEnd:
                 return XmlNoStartTag;
             case TokenOther:
-                return XmlBroken;
+                return XmlBadStructure;
             default:
                 static_cast<void>(SkipToken(kind));   // an unterminated one moves to the end, which is tested next
                 break;
@@ -240,7 +240,7 @@ std::int32_t XmlReader::CloseElement(const XmlElement& element) {
     ByteSlice name;
     code = ReadEndTag(name);
     if (code < 0) return code;
-    return element.NameIs(name.View()) ? XmlDone : XmlBroken;
+    return element.NameIs(name.View()) ? XmlDone : XmlBadStructure;
 }
 
 namespace {
@@ -251,12 +251,12 @@ public:
     explicit AttributeScanner(const XmlElement& element)
         : at(element.name.data + element.name.length), last(element.end != element.start ? element.end - 1 : at) {}
 
-    /// Returns 0, `XmlNone` after the last attribute, or `XmlMalformed`.
+    /// Returns 0, `XmlNotFound` after the last attribute, or `XmlMalformed`.
     std::int32_t Next(std::string_view& name, std::string_view& value) {
-        if (at >= last) return XmlNone;
+        if (at >= last) return XmlNotFound;
         const char* const before = at;
         at = SkipWhitespace(at, last);
-        if (!IsAsciiNameStart(*at)) return *at == '/' || *at == '>' || *at == '?' ? XmlNone : XmlMalformed;
+        if (!IsAsciiNameStart(*at)) return *at == '/' || *at == '>' || *at == '?' ? XmlNotFound : XmlMalformed;
         if (at == before) return XmlMalformed;
         const char* const nameStart = at;
         while (IsAsciiNameChar(*at)) ++at;
@@ -306,13 +306,13 @@ std::int32_t XmlReader::ReadAttributes(const XmlElement& element, XmlAttributeLi
             return XmlOutOfMemory;
         }
     }
-    return code == XmlNone ? XmlDone : code;
+    return code == XmlNotFound ? XmlDone : code;
 }
 
 std::int32_t XmlReader::ReadAttribute(const XmlElement& element, std::string_view wanted, std::string& value) {
     value.clear();
     std::string_view raw = element.end != element.start ? SoleAttribute(element, wanted) : std::string_view();
-    std::int32_t code = XmlNone;
+    std::int32_t code = XmlNotFound;
     if (raw.data() == nullptr) {
         AttributeScanner scanner(element);
         std::string_view name;
@@ -326,7 +326,7 @@ std::int32_t XmlReader::ReadAttribute(const XmlElement& element, std::string_vie
     } catch (const std::bad_alloc&) {
         return XmlOutOfMemory;
     }
-    return code == XmlNone && raw.data() != nullptr ? XmlDone : code;
+    return code == XmlNotFound && raw.data() != nullptr ? XmlDone : code;
 }
 
 }   // namespace arbor::module

@@ -27,12 +27,13 @@ struct ByteSlice {
 /// Results of the reader. Negative numbers are failures.
 enum XmlResult : std::int32_t {
     XmlDone = 0,
-    XmlNone = 1,          // no start tag here, or the end of the input instead of a token
+    XmlNotFound = 1,      // no start tag here, or the end of the input instead of a token
     XmlMalformed = -1,    // malformed name, attribute or end tag, or a token without its terminator
     XmlWrongToken = -2,   // the token isn't at the position, or `ReadToken` doesn't read tokens of its kind
     XmlNoStartTag = -3,   // no start tag where one is required, or the input ends inside an element
-    XmlOtherName = -4,    // not the required name
-    XmlBroken = -5,       // an unterminated start tag, content that can't be skipped, or the end tag of another element
+    XmlWrongName = -4,    // not the required name
+    XmlBadStructure =
+        -5,   // an unterminated start tag, content that can't be skipped, or the end tag of another element
     XmlOutOfMemory = -7,
     XmlTooDeep = -8,
 };
@@ -53,7 +54,7 @@ enum TokenKind : std::int32_t {
 enum StartTagFlag : std::uint32_t {
     RequireStartTag = 1,   // without a start tag the result is `XmlNoStartTag`
     SkipElement = 2,       // skip the element with its content; a failure of that is the result
-    RequireName = 8,       // for another name the result is `XmlOtherName`
+    RequireName = 8,       // for another name the result is `XmlWrongName`
     ReportText = 16,       // if text or CDATA comes instead of a start tag, the result is its kind
 };
 
@@ -116,7 +117,7 @@ public:
     std::int32_t ReadName(ByteSlice& name);
 
     /// Skips white space, comments and instructions and reads the start tag that follows. The tag ends at its first
-    /// `>`, quoted or not. If something else follows, doesn't consume it and returns `XmlNone`. If that is text or
+    /// `>`, quoted or not. If something else follows, doesn't consume it and returns `XmlNotFound`. If that is text or
     /// CDATA and the flag `ReportText` is set, returns `TokenText` or `TokenCData` instead. `expected`, NUL-terminated,
     /// is used only with `RequireName`.
     std::int32_t NextStartTag(XmlElement& element, std::uint32_t flags, const char* expected);
@@ -127,7 +128,7 @@ public:
     /// The result is what the general operations would give, except that the element's name isn't checked.
     bool TryReadSimpleElement(std::string_view opening, XmlSimpleElement& element);
 
-    /// Skips white space and reads an end tag. Returns 0, `XmlBroken` if there is none, or `XmlMalformed`.
+    /// Skips white space and reads an end tag. Returns 0, `XmlBadStructure` if there is none, or `XmlMalformed`.
     std::int32_t ReadEndTag(ByteSlice& name);
 
     /// Reads the bytes up to the next `<` or the end. Returns whether they hold more than white space.
@@ -139,7 +140,7 @@ public:
     bool ReadText(std::string& text, bool allowCData);
 
     /// Reads a comment, a CDATA section or an instruction; `token` is the content without its delimiters. A comment's
-    /// content ends at the first "--", and what follows up to the next ">" is dropped. Returns `XmlNone` for
+    /// content ends at the first "--", and what follows up to the next ">" is dropped. Returns `XmlNotFound` for
     /// `TokenEnd`.
     std::int32_t ReadToken(TokenKind kind, ByteSlice& token);
 
@@ -160,7 +161,7 @@ public:
     /// Reads the attributes from the bytes of the start tag. Returns 0, `XmlMalformed` or `XmlOutOfMemory`.
     static std::int32_t ReadAttributes(const XmlElement& element, XmlAttributeList& attributes);
 
-    /// Reads the first attribute of that name and checks all of them as above. Returns `XmlNone` if there is none.
+    /// Reads the first attribute of that name and checks all of them as above. Returns `XmlNotFound` if there is none.
     static std::int32_t ReadAttribute(const XmlElement& element, std::string_view wanted, std::string& value);
 
 private:

@@ -44,7 +44,7 @@ ResultCode Arbor::GetValueCount(std::uint32_t* count, KeyHandle handle) {
 
 ResultCode Arbor::SetValue(KeyHandle handle, const char* name, TypeCode type, const void* data, std::uint32_t size,
                            std::uint32_t create) {
-    if (ReadOnly == 0 && !HasKey(handle)) return kNoKeyThere;   // writes no trace line, unlike every other failure
+    if (ReadOnly == 0 && !HasKey(handle)) return kNoKeyThere;   // the only failure here without a trace line
     const auto write = [&](Key& key) {
         if (name == nullptr) return kInvalidArgument;
         const HashedName hashed = MakeHashedName(name);   // once for the lookup and the addition

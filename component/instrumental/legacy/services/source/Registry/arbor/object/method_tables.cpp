@@ -21,12 +21,12 @@ using ArborMethods =
                &Arbor::CopyKeyByName, &Arbor::SetRootKey, &Arbor::SetRootStr, &Arbor::Save>;
 
 template <auto method, std::size_t slot>
-struct Entry;
+struct MethodEntry;
 
 /// `Call` is for the object's own table and runs the method. `Forward` is for the table that the host registers and
 /// calls the function at `slot` of the object's own table, whatever object it is.
 template <class... Arguments, ResultCode (Arbor::*method)(Arguments...), std::size_t slot>
-struct Entry<method, slot> {
+struct MethodEntry<method, slot> {
     static ResultCode Call(HostObject* object, Arguments... arguments) {
         return (static_cast<Arbor*>(object)->*method)(arguments...);
     }
@@ -37,13 +37,13 @@ struct Entry<method, slot> {
 };
 
 template <auto... methods, std::size_t... slots>
-MethodAddresses Calls(MethodList<methods...>, std::index_sequence<slots...>) {
-    return {reinterpret_cast<void*>(&Entry<methods, slots>::Call)...};
+MethodAddresses CallAddresses(MethodList<methods...>, std::index_sequence<slots...>) {
+    return {reinterpret_cast<void*>(&MethodEntry<methods, slots>::Call)...};
 }
 
 template <auto... methods, std::size_t... slots>
-MethodAddresses Forwarders(MethodList<methods...>, std::index_sequence<slots...>) {
-    return {reinterpret_cast<void*>(&Entry<methods, slots>::Forward)...};
+MethodAddresses ForwarderAddresses(MethodList<methods...>, std::index_sequence<slots...>) {
+    return {reinterpret_cast<void*>(&MethodEntry<methods, slots>::Forward)...};
 }
 
 using Slots = std::make_index_sequence<kRegistryMethods>;
@@ -51,12 +51,12 @@ using Slots = std::make_index_sequence<kRegistryMethods>;
 }   // namespace
 
 const MethodAddresses& ObjectMethods() {
-    static const MethodAddresses table = Calls(ArborMethods(), Slots());
+    static const MethodAddresses table = CallAddresses(ArborMethods(), Slots());
     return table;
 }
 
 MethodAddresses MakeForwarders() {
-    MethodAddresses table = Forwarders(ArborMethods(), Slots());
+    MethodAddresses table = ForwarderAddresses(ArborMethods(), Slots());
     table[static_cast<std::size_t>(Method::Save)] = nullptr;
     return table;
 }

@@ -92,7 +92,7 @@ Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created
     Key* firstAdded = nullptr;   // all keys that are added later lie below it
     Key* parentOfFirstAdded = nullptr;
     PathSplitter splitter(path);
-    for (bool isFirst = true; !splitter.AtEndOfNewNames(); isFirst = false) {
+    for (bool isFirst = true; !splitter.AtEndForAdding(); isFirst = false) {
         const bool isLast = splitter.AtLastComponent();
         const std::string_view component = splitter.Next();
         const HashedName hashed = MakeHashedName(component);

@@ -41,7 +41,7 @@ public:
     [[nodiscard]] bool AtEnd() const { return rest.empty() || NextSeparator() == 0; }
 
     /// As `AtEnd`, for operations that add keys. Also true if the next component begins with `\`.
-    [[nodiscard]] bool AtEndOfNewNames() const { return StartsWithEmptyName(rest); }
+    [[nodiscard]] bool AtEndForAdding() const { return StartsWithEmptyName(rest); }
 
     /// True if no separator follows the next component.
     [[nodiscard]] bool AtLastComponent() const { return NextSeparator() == std::string_view::npos; }
