@@ -41,9 +41,11 @@
     /// Shows the item and the keys that it is in.
     function reveal(item) {
         mark(item, 'hit');
-        for (let key = item.parentElement.closest('li'); key && !key.classList.contains('way'); key = key.parentElement.closest('li')) {
+        let key = item.parentElement.closest('li');
+        while (key && !key.classList.contains('way')) {
             mark(key, 'way');
             openKey(key.querySelector('details'));
+            key = key.parentElement.closest('li');
         }
     }
 
@@ -103,6 +105,6 @@
         }
     });
     addEventListener('hashchange', showTarget);
+    addEventListener('load', () => requestAnimationFrame(showTarget));   // the browser's own scrolling ends the focus
     tools.hidden = false;
-    showTarget();
 })();
