@@ -20,6 +20,19 @@ std::optional<Child> FindNumbered(const arbor::Key& parent, const std::string& n
     return std::nullopt;
 }
 
+bool HasNamesake(const arbor::Key& key, const std::string& name) {
+    std::size_t count = 0;
+    ForEachValue(key, [&](const arbor::Value& value) { count += IsSameName(value.Name(), name) ? 1 : 0; });
+    return count > 1;
+}
+
+/// Encodes a name, so that it isn't taken for that of the first of several siblings.
+std::string EncodeFirst(const std::string& name) {
+    if (ParseName(name).number != 1) return EncodeName(name);
+    const std::size_t mark = name.rfind('#');
+    return EncodeName(name.substr(0, mark)) + "%x23" + name.substr(mark + 1);
+}
+
 /// Returns the first child key with that name, without regard to case. Doesn't split a name with a separator.
 std::optional<Child> FindFirst(const arbor::Key& parent, const std::string& name) {
     if (name.empty()) return std::nullopt;
@@ -32,7 +45,8 @@ std::optional<Child> FindFirst(const arbor::Key& parent, const std::string& name
 }   // namespace
 
 std::optional<Child> FindChild(const arbor::Key& parent, const PathName& name) {
-    std::optional<Child> child = FindFirst(parent, name.name);
+    std::optional<Child> child = name.number == 1 ? FindFirst(parent, name.repeated) : std::nullopt;
+    if (!child) child = FindFirst(parent, name.name);
     return child || name.number == 0 ? child : FindNumbered(parent, name.repeated, name.number);
 }
 
@@ -78,6 +92,10 @@ void RemoveKey(const arbor::Key& top, const Path& path) {
 
 ValueSlot::ValueSlot(const arbor::Key& parent, const PathName& pathName) : key(parent), name(pathName.name) {
     std::uint32_t number = pathName.number;
+    if (number == 1) {
+        if (pathName.repeated.empty() || key.Type(pathName.repeated)) name = pathName.repeated;
+        return;
+    }
     if (number == 0 || key.Type(name)) return;
     ForEachValue(key, [&](const arbor::Value& value) {
         if (IsSameName(value.Name(), pathName.repeated) && number != 0 && --number == 0) byIndex = value;
@@ -104,7 +122,7 @@ arbor::Status ValueSlot::Remove() const {
     return arbor::Status(kernel::Registry(key.Object()).DeleteValueByInd(key.Object(), key.Handle(), byIndex->Index()));
 }
 
-std::string ValueSlot::Text() const { return EncodeName(name); }
+std::string ValueSlot::Text() const { return name.empty() ? "#1" : EncodeName(name); }
 
 std::optional<ValueSlot> FindValue(const arbor::Key& top, const Path& path) {
     if (path.IsOfKey()) return std::nullopt;
@@ -120,9 +138,21 @@ ValueSlot OpenValue(const arbor::Key& top, const Path& path) {
     return *value;
 }
 
+void SetExactly(const arbor::Key& key, const PathName& name, const arbor::Datum& datum) {
+    const ValueSlot slot(key, name);
+    const kernel::TypeCode type = slot.Type();
+    if (type != 0 && type != datum.type) {
+        if (HasNamesake(key, name.number != 0 ? name.repeated : name.name)) {
+            throw StoreError(kernel::kAlreadyExists, slot.Text() + " shares its name, so its type can't change");
+        }
+        ThrowIfFailed(slot.Remove(), slot.Text());   // found by name, so that `slot` remains usable
+    }
+    ThrowIfFailed(slot.Set(datum), slot.Text());
+}
+
 std::string SiblingNames::Disambiguate(const std::string& name) {
     const std::uint32_t number = ++counts[ToLower(name)];
-    if (number == 1 && !name.empty()) return EncodeName(name);
+    if (number == 1) return name.empty() ? "#1" : EncodeFirst(name);
     std::string digits = std::to_string(number);
     const std::string stem = name + '#';
     while (isSiblingName(stem + digits)) digits.insert(0, 1, '0');

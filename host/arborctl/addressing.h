@@ -56,8 +56,14 @@ private:
 /// Throws a `StoreError` if the value doesn't exist.
 [[nodiscard]] ValueSlot OpenValue(const arbor::Key& top, const Path& path);
 
+/// Gives a value the type and the data of `datum`, and creates it if it is missing. The store keeps the type of a
+/// value, so one of another type is removed and made anew. Throws a `StoreError` on failure, and if a value whose type
+/// has to change shares its name with another one: the store can't make a second value with that name.
+void SetExactly(const arbor::Key& key, const PathName& name, const arbor::Datum& datum);
+
 /// Encodes the names of siblings, given in their order. A repeated name gets its number among its namesakes, "item#2",
-/// with leading zeros if a sibling has that very name.
+/// with leading zeros if a sibling has that very name. A name that ends with "#1" is printed with "%x231": as a path
+/// name "item#1" is also the first "item", and "#1" the first sibling without a name.
 class SiblingNames {
 public:
     /// `isName` returns whether a sibling has exactly that name.

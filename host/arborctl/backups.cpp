@@ -97,6 +97,7 @@ void CopyDurably(const std::filesystem::path& from, const std::filesystem::path&
 
 std::vector<BackupFile> FindBackups(const std::filesystem::path& document) {
     std::vector<BackupFile> files;
+    if (!std::filesystem::exists(FolderOf(document))) return files;
     for (const auto& entry : std::filesystem::directory_iterator(FolderOf(document))) {
         const Ending* ending = FindEnding(entry.path().filename().native(), document.filename().native());
         if (ending != nullptr && entry.is_regular_file()) {

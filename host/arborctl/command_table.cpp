@@ -77,6 +77,16 @@ Work PrepareRemoval(const Arguments& given) {
     return [path = given.PathAt(0)](const Session& session) { return Remove(session, path); };
 }
 
+Work PrepareTransfer(const Arguments& given, bool isMove) {
+    if (!given.Has(1) && !given.otherDocument)
+        throw std::invalid_argument("TARGET is required, or another document by --to");
+    return [transfer = Transfer{.source = given.PathAt(0),
+                                .target = given.PathAt(given.Has(1) ? 1 : 0),
+                                .isMove = isMove,
+                                .replacesTarget = given.force},
+            document = given.otherDocument](const Session& session) { return CopyOrMove(session, transfer, document); };
+}
+
 constexpr CommandRow kCommands[] = {
     {"tree", Family::Reading, "[PATH]", "Show keys and values, typed", "settings.xml tree Network/Proxy",
      [](const Arguments& given) -> Work {
@@ -101,11 +111,17 @@ constexpr CommandRow kCommands[] = {
      "settings.xml set Network/Proxy/Port tDWORD 8080", PrepareSet},
     {"rm", Family::Changing, "PATH [VALUE]", "Remove a value, or a key and its subtree",
      "settings.xml rm Network/Proxy/Port", PrepareRemoval},
-    {"cp", Family::Changing, "PATH TARGET-DOCUMENT", "Copy a subtree to the same path in another document",
-     "settings.xml cp Network/Proxy other.xml",
+    {"mv", Family::Changing, "PATH [TARGET]", "Move or rename a value, or a key and its subtree",
+     "settings.xml mv Network/Proxy Network/Gateway",
+     [](const Arguments& given) { return PrepareTransfer(given, true); }},
+    {"cp", Family::Changing, "PATH [TARGET]", "Copy a value, or a key and its subtree",
+     "settings.xml cp Network/Proxy --to other.xml",
+     [](const Arguments& given) { return PrepareTransfer(given, false); }},
+    {"apply", Family::Changing, "[FILE]", "Apply the changes in a file, a line each, or none of them",
+     "settings.xml apply changes.txt",
      [](const Arguments& given) -> Work {
-         return [path = given.PathAt(0), target = given.DocumentAt(1)](const Session& session) {
-             return Copy(session, path, target);
+         return [file = PathFromArgument(given.Has(0) ? given.operands[0] : "-")](const Session& session) {
+             return Apply(session, file);
          };
      }},
     {"import", Family::Changing, "FILE [PATH]", "Copy an XML document, or JSON, into this one or into a key of it",
@@ -146,15 +162,16 @@ constexpr OperandRow kOperands[] = {
     {"DOCUMENT", "", "file with the settings"},
     {"PATH", "get", "value, as in Network/Proxy/Port, or its key"},
     {"PATH", "set", "key, as in Network/Proxy, or value, as in Network/Proxy/Port"},
-    {"PATH", "rm", "value, or key if there is no such value; always a key if it ends with \"/\""},
+    {"PATH", "rm mv cp", "value, or key if there is no such value; always a key if it ends with \"/\""},
     {"PATH", "import", "key to copy into, created if it is missing; default: the root"},
     {"PATH", "", "key, as in Network/Proxy, or value; \"\" is the root"},
     {"VALUE", "", "name of the value, if PATH is its key"},
     {"TYPE", "set", "type of a new value; an existing value keeps its type, and TEXT is converted"},
     {"TEXT", "set", "text of the value; hexadecimal for a blob; after \"--\" if it begins with \"-\""},
     {"TEXT", "find", "compared without regard to the case of ASCII letters"},
-    {"TARGET-DOCUMENT", "", "created if it is missing"},
-    {"FILE", "import", "native, any other XML, or JSON as \"export --json\" writes it; \"-\" is standard input"},
+    {"TARGET", "", "path of the copy; without it the same path, in the document of --to"},
+    {"FILE", "apply", "lines of set, rm, mv and cp, and flat text; \"-\" or none: standard input"},
+    {"FILE", "import", "native, other XML, JSON of \"export --json\", flat text; \"-\" is standard input"},
     {"OTHER-DOCUMENT", "", "what DOCUMENT is compared with"},
     {"BACKUP", "", "a file that \"backups\" lists: its name, path or ending"},
     {"COMMAND", "", "one of the commands"},
@@ -173,6 +190,12 @@ constexpr OptionRow kOptions[] = {
      [](Arguments& given, const std::string&) { given.flat = true; }},
     {"--flat", "", "diff", "print the changes that make DOCUMENT equal to the other one, as \"apply\" reads them",
      [](Arguments& given, const std::string&) { given.flat = true; }},
+    {"--dry-run", "", "set rm mv cp apply import restore", "show what would change, and save nothing",
+     [](Arguments& given, const std::string&) { given.dryRun = true; }},
+    {"--force", "", "mv cp", "replace an existing target",
+     [](Arguments& given, const std::string&) { given.force = true; }},
+    {"--to", "DOCUMENT", "mv cp", "document of TARGET; created if it is missing",
+     [](Arguments& given, const std::string& text) { given.otherDocument = ParseDocument(text); }},
     {"--module", "FILE", "", "module to load (default: the one in the program's directory)",
      [](Arguments& given, const std::string& text) { given.module = text; }},
     {"--trace", "LEVEL", "", "print the module's trace lines up to this level; 600 prints all",

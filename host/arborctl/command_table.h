@@ -37,6 +37,9 @@ struct Arguments {
     bool leaks = false;
     bool json = false;
     bool flat = false;
+    bool dryRun = false;
+    bool force = false;
+    std::optional<std::filesystem::path> otherDocument{};   // of --to
     Colours colours = Colours::Auto;
     kernel::TypeCode as = 0;
     ImportForm from = ImportForm::Any;

@@ -4,6 +4,8 @@
 
 #include "addressing.h"
 #include "backups.h"
+#include "change.h"
+#include "moving.h"
 #include "value_text.h"
 
 #include <host/text.h>
@@ -13,12 +15,37 @@
 namespace arborctl {
 namespace {
 
-/// Loads the document, calls `work(root)` and saves.
-template <class Work>
-int ChangeDocument(const Session& session, Work work) {
-    const Document document = session.LoadForChange();
-    work(document.Root());
-    document.Save();
+bool IsSameFile(const std::filesystem::path& left, const std::filesystem::path& right) {
+    std::error_code missing;
+    return std::filesystem::equivalent(left, right, missing);
+}
+
+/// The settings of the document to which a key or value is copied.
+DocumentSettings TargetSettings(const Session& session, const std::filesystem::path& document) {
+    return {.document = document,
+            .create = session.settings.create == Creation::Force ? Creation::Force : Creation::Safe,
+            .convert = session.settings.convert,
+            .backupMode = session.settings.backupMode,
+            .wait = session.settings.wait};
+}
+
+int CopyToDocument(const Session& session, const Transfer& transfer, const std::filesystem::path& document) {
+    const Document source = session.Load();
+    RequireEntry(source.Root(), transfer.source);
+    const ChangedDocument target(session, TargetSettings(session, document));
+    CopyOrMove(session.kernel, source.Root(), target.Root(), transfer);
+    target.Finish();
+    return kExitDone;
+}
+
+/// Saves the target first: a failure between the two saves leaves what is moved in both documents.
+int MoveToDocument(const Session& session, const Transfer& transfer, const std::filesystem::path& document) {
+    const ChangedDocument source(session, session.settings);
+    RequireEntry(source.Root(), transfer.source);
+    const ChangedDocument target(session, TargetSettings(session, document));
+    CopyOrMove(session.kernel, source.Root(), target.Root(), transfer);
+    target.Finish();
+    source.Finish();
     return kExitDone;
 }
 
@@ -33,10 +60,7 @@ int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, co
 }
 
 int Remove(const Session& session, const Path& path) {
-    return ChangeDocument(session, [&](const arbor::Key& root) {
-        const std::optional<ValueSlot> value = FindValue(root, path);
-        value ? ThrowIfFailed(value->Remove(), value->Text()) : RemoveKey(root, path);
-    });
+    return ChangeDocument(session, [&](const arbor::Key& root) { RemoveEntry(root, path); });
 }
 
 int RemoveValue(const Session& session, const ValuePath& path) {
@@ -46,27 +70,13 @@ int RemoveValue(const Session& session, const ValuePath& path) {
     });
 }
 
-int Copy(const Session& session, const Path& path, const std::filesystem::path& target) {
-    if (session.settings.readOnly) throw StoreError(kernel::kReadOnlyObject, "copying to " + PathText(target));
-    const Document source = session.Load();
-    const std::optional<arbor::Key> key = FindKey(source.Root(), path);
-    std::optional<arbor::Datum> value;   // read before the target is created: a failure must leave no new file
-    if (!key) value = ValueOrThrow(OpenValue(source.Root(), path).Read(0), path.Text());
-    const Document destination(session.kernel,
-                               {.document = target,
-                                .create = session.settings.create == Creation::Force ? Creation::Force : Creation::Safe,
-                                .convert = session.settings.convert,
-                                .backupMode = session.settings.backupMode,
-                                .wait = session.settings.wait},
-                               session.progress, Access::Change);
-    if (key) {
-        ThrowIfFailed(key->CopyTo(MakeKey(destination.Root(), path)), "copying");
-    } else {
-        const ValueSlot copy(MakeKey(destination.Root(), path.Parent()), path.Names().back());
-        ThrowIfFailed(copy.Set(*value), copy.Text());
+int CopyOrMove(const Session& session, const Transfer& transfer, const std::optional<std::filesystem::path>& other) {
+    if (!other || IsSameFile(*other, session.settings.document)) {
+        return ChangeDocument(session,
+                              [&](const arbor::Key& root) { CopyOrMove(session.kernel, root, root, transfer); });
     }
-    destination.Save();
-    return kExitDone;
+    if (session.settings.readOnly) throw StoreError(kernel::kReadOnlyObject, "copying to " + PathText(*other));
+    return transfer.isMove ? MoveToDocument(session, transfer, *other) : CopyToDocument(session, transfer, *other);
 }
 
 int RestoreBackup(const Session& session, const std::string& backup) {
@@ -77,6 +87,10 @@ int RestoreBackup(const Session& session, const std::string& backup) {
     if (!chosen)
         throw StoreError(kernel::kNoDocument, host::Printable(backup) + " is not a backup of " + PathText(document));
     static_cast<void>(session.LoadBackup(*chosen));   // throws if the backup can't be loaded
+    if (session.dryRun) {
+        PrintFileChanges(session, document, *chosen);
+        return kExitDone;
+    }
     const std::filesystem::path kept = Restore(document, *chosen, session.settings.wait);
     std::cout << PathText(document) << " is restored from " << PathText(chosen->filename());
     if (std::filesystem::is_empty(document)) std::cout << ", which is empty";

@@ -1,11 +1,12 @@
 /// The tool's commands, one function each. A command prints its result to standard output and returns the exit code. It
-/// throws a `StoreError` if the store reports a failure. A command that changes the document saves it as its last step;
-/// on an exception nothing is saved.
+/// throws a `StoreError` if the store reports a failure. A command that changes the document saves it as its last step
+/// (`change.h`); on an exception nothing is saved.
 #pragma once
 
 #include "document.h"
 #include "exit_codes.h"
 #include "import.h"
+#include "moving.h"
 
 namespace arborctl {
 
@@ -14,13 +15,12 @@ struct Session {
     const DocumentSettings& settings;
     Progress& progress;
     bool json = false;
-    bool flat = false;   // print flat text
+    bool flat = false;     // print flat text
+    bool dryRun = false;   // print what a change would do, and save nothing
     bool colours = false;
 
     /// Loads the document that the command line names.
     [[nodiscard]] Document Load() const { return Document(kernel, settings, progress); }
-    /// The same, locked against other runs during the lifetime of the result.
-    [[nodiscard]] Document LoadForChange() const { return Document(kernel, settings, progress, Access::Change); }
     /// Loads another document, which the command compares with this one.
     [[nodiscard]] Document LoadOther(const std::filesystem::path& other) const {
         DocumentSettings others = settings;
@@ -51,12 +51,15 @@ int Report(const Session& session, const std::filesystem::path& other);
 int Check(const Session& session);
 int Backups(const Session& session);
 
+/// Applies the changes in a file, or in standard input for "-", or none of them.
+int Apply(const Session& session, const std::filesystem::path& file);
 int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, const std::string& text);
 /// Removes the value at `path` or, if there is none, the key.
 int Remove(const Session& session, const Path& path);
 int RemoveValue(const Session& session, const ValuePath& path);
-/// Copies a subtree or a value to the same path in `target`, which is created if it is missing.
-int Copy(const Session& session, const Path& path, const std::filesystem::path& target);
+/// Copies or moves a value or a key, to another document if `other` is given; that document is created if it is
+/// missing.
+int CopyOrMove(const Session& session, const Transfer& transfer, const std::optional<std::filesystem::path>& other);
 /// Copies all of another document into the key at `path`, which is created if it is missing. `file` is "-" for standard
 /// input. Repeated names get numbers: "item", "item#2". Reads all input first: on a failure nothing is saved.
 int Import(const Session& session, const std::filesystem::path& file, const Path& path, ImportForm form);

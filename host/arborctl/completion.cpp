@@ -156,11 +156,12 @@ struct CandidateSource {
 constexpr CandidateSource kCandidateSources[] = {
     {"DOCUMENT", nullptr},
     {"OTHER-DOCUMENT", nullptr},
-    {"TARGET-DOCUMENT", nullptr},
+    {"--to", nullptr},
     {"FILE", nullptr},
     {"--module", nullptr},
     {"--against", nullptr},
     {"PATH", Paths},
+    {"TARGET", Paths},
     {"--root", Roots},
     {"VALUE", Names},
     {"VALUE", TypesInsteadOfName},

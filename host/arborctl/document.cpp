@@ -106,11 +106,15 @@ std::unique_ptr<host::TimedFileLock> LockDocument(const DocumentSettings& settin
 
 Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& stages, Access access)
     : progress(&stages), file(settings.document), isConversionAllowed(settings.convert), wait(settings.wait) {
-    if ((access == Access::Change && !settings.readOnly) || settings.create != Creation::Never) {
-        lock = LockDocument(settings);
-    }
+    const bool mayChange = (access == Access::Change && !settings.readOnly) || settings.create != Creation::Never;
+    if (mayChange && access != Access::Trial) lock = LockDocument(settings);
     const bool isNew = settings.create != Creation::Never && !std::filesystem::exists(file);
     if (isNew && settings.create == Creation::Safe) ThrowIfFormerDocumentRemains(file);
+    if (isNew && access == Access::Trial) {
+        isConversionAllowed = true;
+        LoadEmpty(kernel);
+        return;
+    }
     const Progress::Stage stage = stages.Begin("loading", file);
     kernel::ResultCode code = kernel::kDone;
     RetryFor(wait, [&] {
@@ -130,7 +134,10 @@ Document::Document(host::Kernel& kernel, host::IoObject& io) : object(kernel) {
     if (kernel::IsFailure(code)) throw LoadError(code, "loading");
 }
 
-Document::Document(host::Kernel& kernel) : object(kernel) {
+Document::Document(host::Kernel& kernel) { LoadEmpty(kernel); }
+
+void Document::LoadEmpty(host::Kernel& kernel) {
+    object.emplace(kernel);
     ThrowIfFailed(arbor::Status(object->Ready()), "creating an empty tree");
 }
 
@@ -145,7 +152,7 @@ kernel::ResultCode Document::TryLoad(host::Kernel& kernel, const DocumentSetting
     return object->Ready();
 }
 
-void Document::Save() const {
+void Document::ThrowIfNotConvertible() const {
     if (!isConversionAllowed && IsForeign(WithoutByteOrderMark(ReadFile(file, wait)))) {
         throw std::runtime_error(
             PathText(file) +
@@ -153,6 +160,10 @@ void Document::Save() const {
             "instructions and what follows a text in an element; --convert allows that, and \"import\" copies it into "
             "another document");
     }
+}
+
+void Document::Save() const {
+    ThrowIfNotConvertible();
     const Progress::Stage stage = progress != nullptr ? progress->Begin("saving", file) : Progress::Stage();
     kernel::ResultCode code = kernel::kDone;
     RetryFor(wait, [&] {

@@ -76,6 +76,7 @@ struct DocumentSettings {
 enum class Access {
     Read,
     Change,
+    Trial,   // as `Change`, but without a lock and without a new file: nothing will be saved
 };
 
 /// Locks the document against other runs that change it; held from before the load until after the save. Returns null
@@ -96,9 +97,10 @@ enum class Access {
 class Document {
 public:
     /// Loads the document. Locks it first if `access` is `Change` or if it may be created. Waits while another process
-    /// has it open. Reports loading and saving as stages of `progress`, which must outlive the document. Creates the
-    /// key `settings.root` in a new document. Throws a `LoadError` if the document can't be loaded, and another
-    /// `StoreError` if an existing one doesn't have that key or a new one can't be created.
+    /// has it open. With `Trial`, a missing document that may be created is an empty tree. Reports loading and saving
+    /// as stages of `progress`, which must outlive the document. Creates the key `settings.root` in a new document.
+    /// Throws a `LoadError` if the document can't be loaded, and another `StoreError` if an existing one doesn't have
+    /// that key or a new one can't be created.
     Document(host::Kernel& kernel, const DocumentSettings& settings, Progress& progress, Access access = Access::Read);
     /// Loads from `io` and saves to it. An empty `io` gives an empty tree. Throws a `LoadError` if it can't be loaded.
     Document(host::Kernel& kernel, host::IoObject& io);
@@ -109,10 +111,13 @@ public:
 
     /// Saves the document if it was changed. Throws `std::runtime_error` if it is foreign and may not be converted.
     void Save() const;
+    /// Throws `std::runtime_error` if the document is foreign and may not be converted.
+    void ThrowIfNotConvertible() const;
     /// Saves even an unchanged document.
     void SaveUnconditionally() const;
 
 private:
+    void LoadEmpty(host::Kernel& kernel);
     [[nodiscard]] kernel::ResultCode TryLoad(host::Kernel& kernel, const DocumentSettings& settings);
 
     std::unique_ptr<host::TimedFileLock> lock{};   // before `object`, so that it is released after it

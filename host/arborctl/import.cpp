@@ -4,36 +4,21 @@
 #include "import.h"
 
 #include "addressing.h"
-#include "commands.h"
+#include "apply.h"
+#include "change.h"
 #include "copy_disambiguated.h"
 #include "document_scan.h"
+#include "input.h"
 #include "json_document.h"
-
-#include <iostream>
-#include <iterator>
 
 namespace arborctl {
 namespace {
-
-/// What a command reads: a file, or standard input for "-".
-struct Input {
-    std::filesystem::path file{};   // empty for standard input
-    std::string content{};
-
-    [[nodiscard]] bool IsFile() const { return !file.empty(); }
-    [[nodiscard]] std::string Name() const { return IsFile() ? PathText(file) : "standard input"; }
-};
-
-Input ReadInput(const Session& session, const std::filesystem::path& argument) {
-    if (argument == "-") return {{}, {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()}};
-    if (!std::filesystem::exists(argument)) throw LoadError(kernel::kNoDocument, PathText(argument));
-    return {argument, ReadFile(argument, session.settings.wait)};
-}
 
 ImportForm FormOf(std::string_view content) {
     const std::string_view text = WithoutByteOrderMark(content);
     const std::size_t start = text.find_first_not_of(" \t\r\n");
     if (start != text.npos && text[start] == '{') return ImportForm::Json;
+    if (start != text.npos && text[start] != '<') return ImportForm::Flat;
     return IsForeign(text) ? ImportForm::Foreign : ImportForm::Native;
 }
 
@@ -63,24 +48,25 @@ Source LoadXml(const Session& session, Input input) {
     return {std::move(io), Document(session.kernel, source)};
 }
 
-/// Loads the document, calls `add(key)` with the key at `path`, which is created if it is missing, and saves.
-template <class Add>
-int AddToDocument(const Session& session, const Path& path, Add add) {
-    const Document document = session.LoadForChange();
-    add(MakeKey(document.Root(), path));
-    document.Save();
-    return kExitDone;
+/// Changes the document by `add(key)` with the key at `path`, which is created if it is missing.
+int AddToDocument(const Session& session, const Path& path, const std::function<void(const arbor::Key& key)>& add) {
+    return ChangeDocument(session, [&](const arbor::Key& root) { add(MakeKey(root, path)); });
 }
 
 }   // namespace
 
 int Import(const Session& session, const std::filesystem::path& file, const Path& path, ImportForm wanted) {
-    Input input = ReadInput(session, file);
+    Input input = ReadInput(file, session.settings.wait);
     const ImportForm form = wanted == ImportForm::Any ? FormOf(input.content) : wanted;
     if (form == ImportForm::Json) {
         const std::deque<TreeEntry> entries = ReadJsonDocument(input.content, input.Name());
         input.content = {};
         return AddToDocument(session, path, [&](const arbor::Key& key) { AddEntries(entries, key); });
+    }
+    if (form == ImportForm::Flat) {
+        return AddToDocument(session, path, [&](const arbor::Key& key) {
+            ApplyText(session.kernel, key, input.content, input.Name(), LineForms::Flat);
+        });
     }
     RequireXmlForm(input, wanted);
     const Source source = LoadXml(session, std::move(input));

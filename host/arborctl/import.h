@@ -10,6 +10,7 @@ enum class ImportForm {
     Native,
     Foreign,
     Json,
+    Flat,
 };
 
 /// The words of --from.
@@ -17,7 +18,9 @@ struct ImportFormRow {
     std::string_view word;
     ImportForm form;
 };
-inline constexpr ImportFormRow kImportForms[] = {
-    {"native", ImportForm::Native}, {"foreign", ImportForm::Foreign}, {"json", ImportForm::Json}};
+inline constexpr ImportFormRow kImportForms[] = {{"native", ImportForm::Native},
+                                                 {"foreign", ImportForm::Foreign},
+                                                 {"json", ImportForm::Json},
+                                                 {"flat", ImportForm::Flat}};
 
 }   // namespace arborctl

@@ -3,9 +3,9 @@
 ///
 /// One separator may precede the first name, and one may follow the last: then the path is that of a key. `%xNN` is the
 /// byte with that hexadecimal number; it encodes separators, control characters and bytes that aren't UTF-8. `item#2`
-/// is the second of the siblings named "item", unless a sibling has exactly the name "item#2"; `#1` is the first
-/// sibling with an empty name. A path that `EncodeName` and `SiblingNames` have formed is parsed as that of the same
-/// key or value.
+/// is the second of the siblings named "item", unless a sibling has exactly the name "item#2". `item#1` is the first
+/// "item" or, if there is none, the sibling with exactly that name; `#1` is the first sibling with an empty name. A
+/// path that `EncodeName` and `SiblingNames` have formed is parsed as that of the same key or value.
 #pragma once
 
 #include <cstddef>

@@ -42,8 +42,8 @@ int RunCommand(const CommandLine& line, Terminals terminals) {
         static_cast<void>(
             host::DocumentName(given.settings.document));   // throws a `PathError` before a command reads the path
         kernel.LoadModule(ModulePath(given.module));
-        exitCode = line.command(
-            {kernel, given.settings, progress, given.json, given.flat, UsesColours(given.colours, terminals.output)});
+        exitCode = line.command({kernel, given.settings, progress, given.json, given.flat, given.dryRun,
+                                 UsesColours(given.colours, terminals.output)});
     } catch (const StoreError& error) {
         PrintError(error);
         exitCode = error.ExitCode();

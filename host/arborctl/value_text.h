@@ -23,9 +23,8 @@ private:
     Document scratch;
 };
 
-[[nodiscard]] inline std::string TypeName(const arbor::Datum& datum) {
-    return std::string(kernel::FindType(datum.type)->name);
-}
+[[nodiscard]] inline std::string TypeName(kernel::TypeCode type) { return std::string(kernel::FindType(type)->name); }
+[[nodiscard]] inline std::string TypeName(const arbor::Datum& datum) { return TypeName(datum.type); }
 
 [[nodiscard]] bool IsText(kernel::TypeCode type);
 

@@ -1,7 +1,6 @@
-#include "support/temporary_folder.h"
+#include "tool_fixture.h"
 
 #include <arborctl/command_table.h>
-#include <arborctl/tool.h>
 #include <host/system.h>
 #include <host/text.h>
 #include <host/timed_file_lock.h>
@@ -18,48 +17,18 @@
 
 namespace {
 
+using test::FileText;
+using test::kDocument;
+using test::Outcome;
+using test::RunTool;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 using testing::UnorderedElementsAre;
 
-struct Outcome {
-    int exitCode;
-    std::string output;
-    std::string error;
-};
-
-/// Runs the tool in this process.
-Outcome RunTool(const std::vector<std::string>& arguments) {
-    std::ostringstream output;
-    std::ostringstream error;
-    std::streambuf* const realOutput = std::cout.rdbuf(output.rdbuf());
-    std::streambuf* const realError = std::cerr.rdbuf(error.rdbuf());
-    const int exitCode = arborctl::RunTool(arguments);
-    std::cout.rdbuf(realOutput);
-    std::cerr.rdbuf(realError);
-    return {exitCode, output.str(), error.str()};
-}
+using ArborctlTest = test::ToolTest;
 
 bool IsOneLine(const std::string& text) { return text.find('\n') + 1 == text.size(); }
-
-std::string FileText(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-constexpr const char* kDocument =
-    "<arbor>\r\n"
-    "    <key name=\"Network\">\r\n"
-    "        <key name=\"Proxy\">\r\n"
-    "            <tBOOL name=\"Enabled\">1</tBOOL>\r\n"
-    "            <tDWORD name=\"Port\">8080</tDWORD>\r\n"
-    "        </key>\r\n"
-    "        <tSTRING name=\"Comment\">a &amp; b&#x9;&lt;c&gt;</tSTRING>\r\n"
-    "    </key>\r\n"
-    "    <tBINARY name=\"Blob\">0A0BFF</tBINARY>\r\n"
-    "    <tWSTRING name=\"Wide\">41004200</tWSTRING>\r\n"
-    "</arbor>\r\n";
 
 /// Whether file names may hold any byte but `/`, as on systems without drive letters.
 constexpr bool kNamesAreBytes = std::filesystem::path::preferred_separator == '/';
@@ -74,35 +43,6 @@ public:
 
 private:
     const std::filesystem::path previous = std::filesystem::current_path();
-};
-
-class ArborctlTest : public testing::Test {
-protected:
-    ArborctlTest() { Write("d.xml", kDocument); }
-
-    void Write(const std::filesystem::path& name, const std::string& content) const {
-        std::ofstream(folder / name, std::ios::binary) << content;
-    }
-
-    [[nodiscard]] std::string Path(const char* name) const { return (folder / name).string(); }
-
-    /// Runs the tool with `options`, the document and `command`.
-    Outcome RunOn(const char* document, std::vector<std::string> command, std::vector<std::string> options = {}) {
-        options.push_back(Path(document));
-        options.insert(options.end(), command.begin(), command.end());
-        return RunTool(options);
-    }
-
-    [[nodiscard]] std::vector<std::string> Files() const {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-            names.push_back(entry.path().filename().string());
-        }
-        return names;
-    }
-
-    const testing_support::TemporaryFolder owned;
-    const std::filesystem::path& folder = owned.Folder();
 };
 
 TEST_F(ArborctlTest, ReadCommandsPrintValues) {
@@ -298,7 +238,7 @@ TEST_F(ArborctlTest, ErrorsReportTheCodeAndKeepTheDocument) {
          1,
          "d.xml",
          {"--read-only"}},
-        {"copy with --read-only", {"cp", "Network", Path("new.xml")}, kReadOnly, 1, "d.xml", {"--read-only"}},
+        {"copy with --read-only", {"cp", "Network", "--to", Path("new.xml")}, kReadOnly, 1, "d.xml", {"--read-only"}},
         {"removal of the root", {"rm", ""}, kInvalid},
         {"missing source", {"import", "none.xml"}, kNoDocument, 3},
         {"missing module", {"tree"}, "can't load the module", 1, "d.xml", {"--module", "none.so"}},
@@ -312,7 +252,7 @@ TEST_F(ArborctlTest, ErrorsReportTheCodeAndKeepTheDocument) {
         EXPECT_THAT(outcome.output, IsEmpty());
         EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
     }
-    EXPECT_EQ(RunOn("d.xml", {"cp", "Nowhere", Path("new.xml")}).exitCode, 1);
+    EXPECT_EQ(RunOn("d.xml", {"cp", "Nowhere", "--to", Path("new.xml")}).exitCode, 1);
     EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "bad.xml", "d.xml.tmp1f"));
 }
 
@@ -519,7 +459,7 @@ TEST_F(ArborctlTest, CreateAddsTheRootKeyAndKeepsFormerDocuments) {
         Write(row.backup, kDocument);
         for (const std::vector<std::string>& run : {std::vector<std::string>{"--create", Path("lost.xml"), "tree"},
                                                     {"--create", Path("lost.xml"), "set", "", "V", "tINT", "1"},
-                                                    {Path("d.xml"), "cp", "Network", Path("lost.xml")}}) {
+                                                    {Path("d.xml"), "cp", "Network", "--to", Path("lost.xml")}}) {
             const Outcome outcome = RunTool(run);
             EXPECT_EQ(outcome.exitCode, row.refused ? 1 : 0);
             EXPECT_THAT(outcome.error, HasSubstr(row.refused ? std::string("restore ") + row.backup : ""));
@@ -528,7 +468,7 @@ TEST_F(ArborctlTest, CreateAddsTheRootKeyAndKeepsFormerDocuments) {
         std::filesystem::remove(folder / "lost.xml");
         EXPECT_EQ(RunTool({"--create=force", Path("lost.xml"), "set", "", "V", "tINT", "1"}).exitCode, 0);
         std::filesystem::remove(folder / "lost.xml");
-        EXPECT_EQ(RunOn("d.xml", {"cp", "Network", Path("lost.xml")}, {"--create=force"}).exitCode, 0);
+        EXPECT_EQ(RunOn("d.xml", {"cp", "Network", "--to", Path("lost.xml")}, {"--create=force"}).exitCode, 0);
         std::filesystem::remove(folder / "lost.xml");
         EXPECT_EQ(FileText(folder / row.backup), kDocument);
         std::filesystem::remove(folder / row.backup);
@@ -631,9 +571,9 @@ TEST_F(ArborctlTest, ForeignDocumentsAreChangedOnlyWithConvert) {
         EXPECT_EQ(RunOn("f.xml", change[0] == "rm" ? std::vector<std::string>{"rm", "list"} : change).exitCode, 0);
     }
     Write("f.xml", kForeign);
-    EXPECT_EQ(RunOn("d.xml", {"cp", "Network", Path("f.xml")}).exitCode, 1);
+    EXPECT_EQ(RunOn("d.xml", {"cp", "Network", "--to", Path("f.xml")}).exitCode, 1);
     EXPECT_EQ(FileText(folder / "f.xml"), kForeign);
-    EXPECT_EQ(RunOn("d.xml", {"cp", "Network", Path("f.xml")}, {"--convert"}).exitCode, 0);
+    EXPECT_EQ(RunOn("d.xml", {"cp", "Network", "--to", Path("f.xml")}, {"--convert"}).exitCode, 0);
 }
 
 TEST_F(ArborctlTest, RestoreKeepsTheFormerDocument) {
@@ -753,7 +693,7 @@ TEST_F(ArborctlTest, PathsThatTheModuleCannotOpenAreRejected) {
         {"half a character", {"--create", "a\xE2\x82/d.xml", "set", "", "V", "tINT", "1"}, "a\\xe2\\x82/d.xml: "},
         {"a backslash", {"--create", "a\\d.xml", "set", "", "V", "tINT", "1"}, "a\\d.xml: "},
         {"a drive", {"--create", "Z:\\d.xml", "set", "", "V", "tINT", "1"}, "Z:\\d.xml: "},
-        {"the target of a copy", {"d.xml", "cp", "", "bad\xFF.xml"}, "bad\\xff.xml: "},
+        {"the target of a copy", {"d.xml", "cp", "", "--to", "bad\xFF.xml"}, "bad\\xff.xml: "},
         {"the source of an import", {"d.xml", "import", "bad\xFF.xml"}, "bad\\xff.xml: "},
         {"another document", {"d.xml", "diff", "a\\b.xml"}, "a\\b.xml: "},
     };
@@ -809,7 +749,7 @@ TEST_F(ArborctlTest, OneRunAtATimeChangesADocument) {
             SCOPED_TRACE(change[0]);
             expectBusy(RunOn("d.xml", change, {"--wait", "0"}));
         }
-        expectBusy(RunTool({"--wait", "0", backup, "cp", "Network", Path("d.xml")}));
+        expectBusy(RunTool({"--wait", "0", backup, "cp", "Network", "--to", Path("d.xml")}));
         expectBusy(RunOn("d.xml", {"tree"}, {"--wait", "0", "--create"}));
         EXPECT_EQ(RunOn("d.xml", {"get", "", "Blob"}, {"--wait", "0"}).output, "0A0BFF\n");
     }
@@ -818,16 +758,6 @@ TEST_F(ArborctlTest, OneRunAtATimeChangesADocument) {
         EXPECT_EQ(RunOn("d.xml", change, {"--wait", "0"}).exitCode, 0) << change[0];
     }
     EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "d.xml.bak2", "d.xml.before-restore"));
-}
-
-TEST_F(ArborctlTest, CopyKeepsThePath) {
-    ASSERT_EQ(RunOn("d.xml", {"cp", "Network/Proxy", Path("new.xml")}).exitCode, 0);
-    EXPECT_EQ(RunOn("new.xml", {"tree"}).output,
-              "Network/\n    Proxy/\n        Enabled: tBOOL 1\n        Port: tDWORD 8080\n");
-    ASSERT_EQ(RunOn("new.xml", {"set", "Network/Proxy", "Port", "tSTRING", "1"}).exitCode, 0);
-    ASSERT_EQ(RunOn("d.xml", {"cp", "", Path("new.xml")}).exitCode, 0);
-    EXPECT_EQ(RunOn("new.xml", {"get", "Network/Proxy", "Port"}).output, "8080\n");
-    EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
 }
 
 TEST_F(ArborctlTest, RepeatedImportGivesTheSameTree) {
@@ -876,12 +806,9 @@ TEST_F(ArborctlTest, ImportRecognisesTheFormAndKeepsTheDocumentOnAFailure) {
             SCOPED_TRACE(std::string(row.label) + " from " + file);
             Write("d.xml", kDocument);
             Write("in", row.content);
-            std::istringstream input(row.content);
-            std::streambuf* const realInput = std::cin.rdbuf(input.rdbuf());
             std::vector<std::string> command{"import", *file == '-' ? file : Path(file), "Network/New"};
             command.insert(command.end(), row.options.begin(), row.options.end());
-            const Outcome outcome = RunOn("d.xml", command);
-            std::cin.rdbuf(realInput);
+            const Outcome outcome = RunOn("d.xml", command, {}, row.content);
             EXPECT_EQ(outcome.exitCode, row.tree != nullptr ? 0 : row.exitCode) << outcome.error;
             EXPECT_THAT(outcome.error, HasSubstr(row.error));
             if (row.tree != nullptr) {
@@ -950,9 +877,10 @@ TEST_F(ArborctlTest, CompletionListsValidArguments) {
         {"a type after a name", {document, "set", "Network/Proxy", "New", "tDA"}, "words\ntDATA\ntDATETIME\n"},
         {"after the options' end", {document, "get", "--", "-"}, "words\n"},
         {"a backup", {document, "restore", ""}, "words\nd.xml.bak2\n"},
-        {"another document", {document, "cp", "Network", ""}, "files\n"},
+        {"another document", {document, "cp", "Network", "--to", ""}, "files\n"},
+        {"the path of a copy", {document, "cp", "Network", "Network/P"}, "words\nNetwork/Proxy/\n"},
         {"a form", {document, "import", "e.json", "--from=j"}, "words\n--from=json\n"},
-        {"more arguments than the command has", {document, "cp", "Network", "e.xml", ""}, "words\n"},
+        {"more arguments than the command has", {document, "cp", "Network", "Copy", ""}, "words\n"},
     };
     for (const Case& row : cases) {
         SCOPED_TRACE(row.label);

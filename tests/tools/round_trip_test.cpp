@@ -1,6 +1,9 @@
 #include "support/store.h"
 
+#include <arborctl/apply.h>
 #include <arborctl/copy_disambiguated.h>
+#include <arborctl/diff.h>
+#include <arborctl/flat_text.h>
 #include <arborctl/json_document.h>
 #include <arborctl/walk.h>
 #include <component/kernel/type_table.h>
@@ -96,7 +99,7 @@ private:
     std::mt19937 random;
 };
 
-TEST(RoundTripTest, AThousandTreesComeBackFromJsonUnchanged) {
+TEST(RoundTripTest, AThousandTreesComeBackFromJsonAndFlatTextUnchanged) {
     host::Kernel kernel;
     kernel.LoadModule(test::ModulePath());
     for (unsigned seed = 0; seed < 1000; ++seed) {
@@ -108,6 +111,20 @@ TEST(RoundTripTest, AThousandTreesComeBackFromJsonUnchanged) {
         const arborctl::Document copy(kernel);
         arborctl::AddEntries(arborctl::ReadJsonDocument(json.str(), "random"), copy.Root());
         ASSERT_EQ(EntriesOf(copy.Root()), EntriesOf(original.Root())) << json.str();
+        std::string flat;
+        arborctl::PrintFlat(
+            original.Root(), "", [&flat](const std::string& line) { flat += line + '\n'; }, [] {});
+        const arborctl::Document applied(kernel);
+        arborctl::ApplyText(kernel, applied.Root(), flat, "random", arborctl::LineForms::Flat);
+        ASSERT_EQ(EntriesOf(applied.Root()), EntriesOf(original.Root())) << flat;
+        const arborctl::Document other(kernel);
+        RandomTree(seed + 1).Fill(other.Root());
+        std::string patch;
+        for (const std::string& line : arborctl::FlatLines(arborctl::Compare(original.Root(), other.Root())))
+            patch += line + '\n';
+        arborctl::ApplyText(kernel, original.Root(), patch, "patch");
+        ASSERT_EQ(arborctl::FlatLines(arborctl::Compare(original.Root(), other.Root())), std::vector<std::string>())
+            << patch;
     }
 }
 

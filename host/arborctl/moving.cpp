@@ -1,0 +1,106 @@
+// Copies a key to a tree in memory first, so that source and target may contain each other or have the same name.
+
+#include "moving.h"
+
+#include "addressing.h"
+#include "copy_disambiguated.h"
+#include "value_text.h"
+
+namespace arborctl {
+namespace {
+
+bool IsSameKey(const arbor::Key& left, const arbor::Key& right) {
+    return left.Object() == right.Object() && left.Handle() == right.Handle();
+}
+
+/// Whether `path` leads through `key`, or to it.
+bool LeadsThrough(const arbor::Key& root, const Path& path, const arbor::Key& key) {
+    arbor::Key step = root;
+    for (const PathName& name : path.Names()) {
+        if (IsSameKey(step, key)) return true;
+        const std::optional<Child> child = FindChild(step, name);
+        if (!child) return false;
+        step = child->key;
+    }
+    return IsSameKey(step, key);
+}
+
+struct Counts {
+    std::uint32_t keys = 0;
+    std::uint32_t values = 0;
+};
+
+Counts CountsOf(const arbor::Key& key) {
+    const kernel::Registry methods(key.Object());
+    Counts counts;
+    ThrowIfFailed(arbor::Status(methods.GetKeyCount(key.Object(), &counts.keys, key.Handle())), "counting keys");
+    ThrowIfFailed(arbor::Status(methods.GetValueCount(key.Object(), &counts.values, key.Handle())), "counting values");
+    return counts;
+}
+
+std::string Describe(const Counts& counts) {
+    return "a key with " + std::to_string(counts.keys) + " keys and " + std::to_string(counts.values) + " values";
+}
+
+[[noreturn]] void ThrowExists(const Path& path, const std::string& what) {
+    throw StoreError(kernel::kAlreadyExists, path.Text() + " is " + what + "; --force replaces it");
+}
+
+/// Removes the key, or all that the root contains.
+void RemoveTarget(const arbor::Key& root, const Path& path) {
+    if (!path.IsRoot()) return RemoveKey(root, path);
+    ThrowIfFailed(arbor::Status(kernel::Registry(root.Object()).Clean(root.Object())), path.Text());
+}
+
+void TransferValue(const arbor::Key& from, const arbor::Key& to, const Transfer& transfer, const ValueSlot& source) {
+    const Path& target = transfer.target;
+    if (target.IsOfKey() || FindKey(to, target))
+        throw StoreError(kernel::kInvalidArgument, target.Text() + " is a key, and a value needs a path of its own");
+    const arbor::Datum datum = ValueOrThrow(source.Read(0), transfer.source.Text());
+    if (transfer.isMove) RemoveEntry(from, transfer.source);
+    const std::optional<ValueSlot> existing = FindValue(to, target);
+    if (existing && !transfer.replacesTarget) ThrowExists(target, "a " + TypeName(existing->Type()));
+    SetExactly(MakeKey(to, target.Parent()), target.Names().back(), datum);
+}
+
+/// Throws a `StoreError` if something else than the source is at the target and may not be replaced.
+void ThrowIfTaken(const arbor::Key& to, const Transfer& transfer, const std::optional<arbor::Key>& target) {
+    if (FindValue(to, transfer.target))
+        throw StoreError(kernel::kInvalidArgument,
+                         transfer.target.Text() + " is a value, and a key needs a path of its own");
+    if (!target || transfer.replacesTarget) return;
+    const Counts counts = CountsOf(*target);
+    if (!transfer.target.IsRoot() || counts.keys + counts.values != 0) ThrowExists(transfer.target, Describe(counts));
+}
+
+void TransferKey(host::Kernel& kernel, const arbor::Key& from, const arbor::Key& to, const Transfer& transfer) {
+    const arbor::Key source = OpenKey(from, transfer.source);
+    const std::optional<arbor::Key> target = FindKey(to, transfer.target);
+    const bool isRenamed = transfer.isMove && target && IsSameKey(*target, source);
+    if (!isRenamed && LeadsThrough(to, transfer.target, source))
+        throw StoreError(kernel::kInvalidArgument, transfer.source.Text() + " can't be copied or moved into itself");
+    const Document copy(kernel);
+    CopyDisambiguated(source, copy.Root());
+    if (!isRenamed) ThrowIfTaken(to, transfer, target);
+    if (transfer.isMove) RemoveKey(from, transfer.source);
+    if (target && !isRenamed && FindKey(to, transfer.target)) RemoveTarget(to, transfer.target);
+    CopyDisambiguated(copy.Root(), MakeKey(to, transfer.target));
+}
+
+}   // namespace
+
+void RemoveEntry(const arbor::Key& root, const Path& path) {
+    const std::optional<ValueSlot> value = FindValue(root, path);
+    value ? ThrowIfFailed(value->Remove(), value->Text()) : RemoveKey(root, path);
+}
+
+void RequireEntry(const arbor::Key& root, const Path& path) {
+    if (!FindValue(root, path)) static_cast<void>(OpenKey(root, path));
+}
+
+void CopyOrMove(host::Kernel& kernel, const arbor::Key& from, const arbor::Key& to, const Transfer& transfer) {
+    const std::optional<ValueSlot> value = FindValue(from, transfer.source);
+    value ? TransferValue(from, to, transfer, *value) : TransferKey(kernel, from, to, transfer);
+}
+
+}   // namespace arborctl
