@@ -1,5 +1,5 @@
-/// The allocator under `Memory`. CMake compiles one of the two sources: `plain.cpp`, or `mimalloc.cpp` if
-/// ARBOR_MIMALLOC is on. Callable from any thread; nothing throws.
+/// The allocator under `Memory`. CMake compiles one of the sources: that of the system, or
+/// `mimalloc.cpp` if ARBOR_MIMALLOC is on. Callable from any thread; nothing throws.
 #pragma once
 
 #include <cstddef>

@@ -1,5 +1,5 @@
-// Blocks from the C++ heap. A block ends exactly at its requested size, so that a sanitizer reports an access beyond
-// it. The size is stored in a header before the block: the heap has no portable call that returns it.
+// Blocks from the C++ heap. The size is stored in a header before the block: the system's aligned blocks don't report
+// it, and its other blocks are aligned to 8 only.
 
 #include "blocks.h"
 
