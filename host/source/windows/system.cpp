@@ -70,7 +70,7 @@ std::filesystem::path ProgramDirectory() {
 
 const char* ModuleExtension() { return ".dll"; }
 
-/// Reads the command line anew: the arguments of `main` have lost every character outside the system's code page.
+/// Reads the command line again: the arguments of `main` have lost every character outside the system's code page.
 std::vector<std::string> ProgramArguments(int, const char* const*) {
     int count = 0;
     int newMode = 0;

@@ -9,7 +9,7 @@ namespace kernel {
 constexpr ResultCode MakeResult(std::uint32_t bits) { return static_cast<ResultCode>(bits); }
 
 inline constexpr ResultCode kDone = 0;
-inline constexpr ResultCode kFalse = 3;                             // a success: the answer to a question is no
+inline constexpr ResultCode kFalse = 3;                             // a success: the condition doesn't hold
 inline constexpr ResultCode kKeyCreated = MakeResult(0x0000D001);   // a success
 inline constexpr ResultCode kUnexpected = MakeResult(0x80000040);
 inline constexpr ResultCode kOutOfMemory = MakeResult(0x80000041);

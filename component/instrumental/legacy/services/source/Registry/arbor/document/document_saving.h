@@ -1,6 +1,6 @@
-/// Saving: a document's file is never written in place. A temporary file beside it gets the new text and is flushed,
-/// the backups are made, and one final move replaces the document. After a failure at any step a complete document is
-/// on the disk under one of the names.
+/// Saving: a document's file is never written in place. A temporary file in its directory gets the new text and is
+/// flushed, the backups are made, and one final move replaces the document. After a failure at any step a complete
+/// document is on the disk under one of the names.
 #pragma once
 
 #include "document/document_text.h"

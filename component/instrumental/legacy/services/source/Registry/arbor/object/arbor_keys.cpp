@@ -163,7 +163,7 @@ ResultCode Arbor::CopyKeyLocked(KeyHandle source, HostObject* destination, KeyHa
     return code;
 }
 
-// These two take no lock: a caller that moves the current root keeps other calls out itself.
+// These two don't acquire the lock: a caller must make no other call while it moves the current root.
 
 ResultCode Arbor::SetRootKey(KeyHandle handle) {
     return RunTraced([&] { return tree.MoveCurrentTo(handle); }, kNameLine, "Arbor::SetRootKey");

@@ -70,7 +70,7 @@ ResultCode Arbor::setName(std::uint32_t* count, std::uint32_t, void* buffer, std
     if (buffer == nullptr || size % sizeof(char16_t) != 0) return kInvalidArgument;   // no line, `count` unchanged
     const auto write = [&] {
         try {
-            // The last character is the terminator. For a size of 0 the length wraps around and the text refuses it.
+            // The last character is the terminator. For a size of 0 the length wraps around, and `Text` throws.
             Name = Text(static_cast<const char16_t*>(buffer), size / static_cast<std::uint32_t>(sizeof(char16_t)) - 1);
             return kDone;
         } catch (...) {

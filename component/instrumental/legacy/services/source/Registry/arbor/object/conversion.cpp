@@ -101,14 +101,14 @@ ResultCode ConvertOnWrite(const HostObject* object, Value& value, TypeCode type,
         data = text.Data();
         size = text.text != nullptr ? text.Size() * static_cast<std::uint32_t>(sizeof(char16_t)) : 0;
     }
-    // Wide text takes bytes, whatever type the caller named.
+    // A tWSTRING value stores the bytes as they are, whatever their type.
     if (value.GetType() == tWSTRING) return value.Set(data, size);
     if (const ResultCode code = AlignBinaryRequest(object, value, type, size); IsFailure(code)) return code;
 
     const ValuePtr source = MakeTemporary(object, type);
     if (!source) return kOutOfMemory;
-    // If `Set` returns `kInvalidArgument`, `source` is still zero or empty, and its text is written all the same. Any
-    // other failure ends the write.
+    // If `Set` returns `kInvalidArgument`, `source` stays zero or empty and that is written. Any other failure ends the
+    // write.
     const ResultCode filled = source->Set(data, size);
     if (IsFailure(filled) && filled != kInvalidArgument) return filled;
     HostBlock<char> text;

@@ -1,4 +1,4 @@
-/// The header at the start of an object, and the placeholder tables in it, which serve until the host installs its own.
+/// The header at the start of an object, and the placeholder tables that it refers to until the host installs its own.
 #pragma once
 
 #include "tree/contract.h"

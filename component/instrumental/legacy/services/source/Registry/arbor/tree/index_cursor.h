@@ -1,4 +1,4 @@
-/// Remembers the last position found in a list, so that enumeration by index takes constant time a step, upwards and
+/// Caches the last position found in a list, so that enumeration by index takes constant time a step, upwards and
 /// downwards. Gain: the enumeration of n elements takes n steps instead of n * n / 4 from the nearer end.
 ///
 /// A lookup is a read to its callers and runs under shared entry, but it moves the cursor. So a reader locks the cursor

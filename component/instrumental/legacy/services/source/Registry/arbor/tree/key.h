@@ -167,7 +167,8 @@ private:
     /// not in the subtree, or `kOutOfMemory`.
     ResultCode PathFromRoot(const Key* target, std::vector<const Key*>& path) const;
 
-    /// Returns the value that `redirect`, the value `valueName` of this key, stands for; `redirect` itself if none.
+    /// Returns the value that `redirect`, the value `valueName` of this key, refers to; `redirect` itself if there is
+    /// none.
     Value* FollowRedirect(std::string_view valueName, Value& redirect) const;
 
     ValueEntry* FindEntry(const HashedName& valueName) const;

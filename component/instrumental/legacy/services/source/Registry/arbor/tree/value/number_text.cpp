@@ -35,7 +35,7 @@ bool IsTooLarge(const char* first, const char* last, bool hexadecimal) {
 }
 
 /// True for a text like "infix", which continues "inf" but doesn't complete "infinity": `std::from_chars` reads "inf",
-/// a scan refuses it.
+/// `scanf` refuses it.
 bool IsPartialInfinity(double number, const char* first, const char* stop) {
     return std::isinf(number) && stop - first == 3 && (*stop | 0x20) == 'i';
 }
@@ -44,10 +44,10 @@ bool IsPartialInfinity(double number, const char* first, const char* stop) {
 bool ScanMagnitude(const char* text, double& magnitude) {
     const bool hexadecimal = text[0] == '0' && (text[1] | 0x20) == 'x';
     const char* const first = hexadecimal ? text + 2 : text;
-    // Here `std::from_chars` would accept a minus sign, and after "0x" also "inf" and "nan"; a scan doesn't.
+    // Here `std::from_chars` would accept a minus sign, and after "0x" also "inf" and "nan"; `scanf` doesn't.
     if (*first == '-' || (hexadecimal && DigitValue(*first) > 15 && *first != '.')) return false;
     const char* last = first + std::strlen(first);
-    // `std::from_chars` reads "p+-1" as "p-1"; a scan finds no exponent there.
+    // `std::from_chars` reads "p+-1" as "p-1"; `scanf` finds no exponent there.
     const char* const mark = hexadecimal ? std::strpbrk(first, "pP") : nullptr;
     if (mark != nullptr && mark[1] == '+' && mark[2] == '-') last = mark;
     // `std::from_chars` computes a short decimal as one product of two doubles, which must be rounded only once.
