@@ -27,13 +27,12 @@ struct ByteSlice {
 /// Results of the reader. Negative numbers are failures.
 enum XmlResult : std::int32_t {
     XmlDone = 0,
-    XmlNotFound = 1,      // no start tag here, or the end of the input instead of a token
-    XmlMalformed = -1,    // malformed name, attribute or end tag, or a token without its terminator
-    XmlWrongToken = -2,   // the token isn't at the position, or `ReadToken` doesn't read tokens of its kind
-    XmlNoStartTag = -3,   // no start tag where one is required, or the input ends inside an element
-    XmlWrongName = -4,    // not the required name
-    XmlBadStructure =
-        -5,   // an unterminated start tag, content that can't be skipped, or the end tag of another element
+    XmlNotFound = 1,        // no start tag here, or the end of the input instead of a token
+    XmlMalformed = -1,      // malformed name, attribute or end tag, or a token without its terminator
+    XmlWrongToken = -2,     // the token isn't at the position, or `ReadToken` doesn't read tokens of its kind
+    XmlNoStartTag = -3,     // no start tag where one is required, or the input ends inside an element
+    XmlWrongName = -4,      // not the required name
+    XmlBadStructure = -5,   // an unterminated start tag, unreadable content, or the end tag of another element
     XmlOutOfMemory = -7,
     XmlTooDeep = -8,
 };

@@ -1,8 +1,8 @@
 /// The algorithm of an object's lock: many readers or one writer. `System` supplies the counts, the critical section
 /// and the gates (counting semaphores), so that a test can run this code under a scheduler of its own.
 ///
-/// A new reader goes in past waiting writers while readers are inside. A release by a writer prefers a waiting writer
-/// to waiting readers. Not recursive for a writer; a thread inside shared must not enter exclusively.
+/// While readers are inside, a new reader enters at once, even if writers wait. A release by a writer prefers a waiting
+/// writer to waiting readers. Not recursive for a writer; a thread inside shared must not enter exclusively.
 ///
 /// | State at rest          | Event                           | Next state                                      |
 /// |------------------------|---------------------------------|-------------------------------------------------|
@@ -21,7 +21,7 @@
 ///
 /// An entry that needn't wait is one compare-exchange on `active`, and a reader's exit that wakes no thread is one
 /// subtraction. Everything else happens in the critical section: waiting, waking, and each exit of a writer. Between a
-/// last reader's subtraction and its visit to the section `active` is 0 while `writersWaiting` is above 0.
+/// last reader's subtraction and its entry to the section `active` is 0 while `writersWaiting` is above 0.
 #pragma once
 
 #include <atomic>
@@ -34,7 +34,7 @@ class LockAlgorithm {
 public:
     void EnterShared();
     void EnterExclusive();
-    /// Leaves in the form that the thread entered in.
+    /// Ends the calling thread's shared or exclusive entry.
     void Release();
 
 protected:
