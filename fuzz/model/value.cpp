@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <limits>
+#include <regex>
 
 namespace model {
 
@@ -172,6 +172,9 @@ ResultCode RealFromText(Value& value, const std::string& text) {
     double number = 0;
     const int found = std::sscanf(text.c_str(), "%lf", &number);
     if (found == EOF && text.find_first_not_of(kBlanks) == std::string::npos) return kInvalidArgument;
+    // The C library reads "0x." as 0, although no digit follows, but not "0x".
+    static const std::regex kNoDigit("\\s*[-+]?0[xX]\\.(?![0-9a-fA-F])");
+    if (std::regex_search(text, kNoDigit, std::regex_constants::match_continuous)) return kDone;
     if (found == 1) Store(value, &number);
     return kDone;
 }
@@ -210,20 +213,8 @@ void AppendUnit(std::string& bytes, unsigned unit) {
 
 std::string Utf8Of(std::string_view units) {
     std::string text;
-    const auto put = [&text](unsigned byte) { text += static_cast<char>(byte); };
     for (std::size_t at = 0; at < units.size(); at += 2) {
-        const unsigned unit = static_cast<unsigned char>(units[at]) |
-                              static_cast<unsigned>(static_cast<unsigned char>(units[at + 1])) << 8;
-        if (unit < 0x80) {
-            put(unit);
-        } else if (unit < 0x800) {
-            put(0xC0 | unit >> 6);
-            put(0x80 | (unit & 0x3F));
-        } else {
-            put(0xE0 | unit >> 12);
-            put(0x80 | (unit >> 6 & 0x3F));
-            put(0x80 | (unit & 0x3F));
-        }
+        text += Utf8(static_cast<unsigned char>(units[at]) + 256U * static_cast<unsigned char>(units[at + 1]));
     }
     return text;
 }
@@ -234,6 +225,13 @@ std::string WithEnd(const std::string& text, std::size_t endBytes) {
 }
 
 }   // namespace
+
+std::string Utf8(std::uint32_t unit) {
+    const auto byte = [](std::uint32_t bits) { return static_cast<char>(bits); };
+    if (unit < 0x80) return {byte(unit)};
+    if (unit < 0x800) return {byte(0xC0 + unit / 64), byte(0x80 + unit % 64)};
+    return {byte(0xE0 + unit / 4096), byte(0x80 + unit / 64 % 64), byte(0x80 + unit % 64)};
+}
 
 Answer Deliver(std::string_view bytes, std::size_t needed, Buffer buffer) {
     Answer answer{.count = static_cast<std::uint32_t>(needed)};

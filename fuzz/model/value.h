@@ -39,6 +39,9 @@ struct Answer {
     std::string bytes{};
 };
 
+/// One 16-bit unit as UTF-8.
+[[nodiscard]] std::string Utf8(std::uint32_t unit);
+
 /// The contract of all reads, for `bytes` of which a reader may ask for more than it gets.
 [[nodiscard]] Answer Deliver(std::string_view bytes, std::size_t needed, Buffer buffer);
 

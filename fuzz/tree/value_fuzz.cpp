@@ -57,7 +57,8 @@ public:
 
     void FromUtf8(const std::string& text) {
         model::SetFromUtf8(plain, text);
-        FUZZ_CHECK(static_cast<arbor::module::WideStringHolder*>(value)->SetFromUtf8(text.c_str()) == kernel::kDone);
+        const auto block = fuzz::Exactly(std::string_view(text.c_str(), text.size() + 1));
+        FUZZ_CHECK(static_cast<arbor::module::WideStringHolder*>(value)->SetFromUtf8(block.get()) == kernel::kDone);
         CheckReads();
     }
 

@@ -7,10 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-#include <random>
 #include <string>
-#include <vector>
 
 namespace arbor::module {
 namespace {
@@ -37,26 +34,6 @@ TEST_F(KeyTest, GetPathAppendsToText) {
     EXPECT_EQ(std::string_view(text + 1), "//a/b");
     EXPECT_EQ(length, 6U);
     EXPECT_EQ(Root().GetPath(nullptr, text, 8, length, '\\'), kInvalidArgument);
-}
-
-TEST_F(KeyTest, ChildByIndexFollowsEveryChangeOfTheList) {
-    std::mt19937 random(20261122);
-    std::vector<std::string> model;
-    for (int step = 0; step < 4000; ++step) {
-        const auto index = static_cast<std::uint32_t>(random() % (model.size() + 2));
-        if (random() % 4 == 0 && model.size() < 60) {
-            model.push_back("k" + std::to_string(step));
-            ASSERT_NE(Root().OpenPath(model.back(), false, nullptr), nullptr);
-        } else if (random() % 8 == 0) {
-            EXPECT_EQ(Root().RemoveChildAt(index), index < model.size() ? kDone : kNoSuchEntry);
-            if (index < model.size()) model.erase(model.begin() + index);
-        } else {
-            const Key* const child = Root().ChildByIndex(index);
-            ASSERT_EQ(child != nullptr, index < model.size()) << step;
-            ASSERT_TRUE(child == nullptr || child->Name().View() == model[index]) << step;
-        }
-    }
-    EXPECT_EQ(Root().ChildCount(), model.size());
 }
 
 TEST_F(KeyTest, RemoveChildIgnoresNoKeyAndNoHost) {
@@ -105,43 +82,6 @@ TEST(NameTest, HashesAndCompares) {
         names.Hash();
         for (std::size_t i = 0; i < count; ++i) EXPECT_EQ(names[i].hash, NameHash(kNames[i])) << count;
     }
-}
-
-TEST(KeyTreeTest, NextSiblingReturnsWhatAWalkFinds) {
-    host::Kernel kernel;
-    {
-        std::array<std::optional<KeyTree>, 3> trees;
-        for (std::optional<KeyTree>& tree : trees) ASSERT_EQ(tree.emplace().Start(kernel.Root()), kDone);
-        std::mt19937 random(20261123);
-        std::vector<const Key*> known;   // some are removed by now
-        Key* next = nullptr;
-        for (int round = 0; round < 40'000; ++round) {
-            std::optional<KeyTree>& owner = trees[random() % trees.size()];
-            const std::string path{static_cast<char>('a' + random() % 6), '/', static_cast<char>('a' + random() % 6)};
-            const std::string_view target = std::string_view(path).substr(0, random() % 2 == 0 ? 1 : 3);
-            const std::uint32_t action = random() % 64;
-            if (action == 9 && random() % 4 == 0) {
-                ASSERT_EQ(owner.emplace().Start(kernel.Root()), kDone);
-            }
-            KeyTree& tree = *owner;
-            if (action < 6) known.push_back(tree.current->OpenPath(target, false, nullptr));
-            if (action == 6 && IsSuccess(tree.PrepareRemoval(tree.top->FindPath(target, nullptr)))) {
-                static_cast<void>(tree.top->RemovePath(target));
-            }
-            if (action == 7) static_cast<void>(tree.MoveCurrentTo(random() % 2 == 0 ? "" : path.substr(0, 1).c_str()));
-            if (action == 8 && random() % 4 == 0) tree.ClearCurrent();
-            if (action < 10 || known.empty()) continue;
-            const bool continues = next != nullptr && action < 48;
-            const Key* const key = continues ? next : known[random() % known.size()];
-            const Key* parent = nullptr;
-            const Key* follower = nullptr;
-            static_cast<void>(tree.current->ParentOf(key, parent));
-            if (parent != nullptr && parent != key) follower = parent->NextChild(*key);
-            ASSERT_EQ(tree.NextSibling(key, next), follower != nullptr ? kDone : kNoKeyThere) << round;
-            ASSERT_EQ(next, follower) << round;
-        }
-    }
-    EXPECT_EQ(kernel.LiveBlocks(), 0U);
 }
 
 TEST(KeyTreeTest, StartsOnce) {
