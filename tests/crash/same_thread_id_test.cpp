@@ -11,8 +11,7 @@
 namespace test {
 namespace {
 
-using testing_support::FileCall;
-using testing_support::FileEvent;
+using namespace testing_support;
 
 TEST(SameThreadIdTest, NoOtherSaverGetsTheTemporaryFileBeforeTheFinalMove) {
     const testing_support::TemporaryFolder folder;

@@ -14,10 +14,7 @@
 namespace test {
 namespace {
 
-using testing_support::FileCall;
-using testing_support::FileFault;
-using testing_support::FileFaults;
-using testing_support::kNoFault;
+using namespace testing_support;
 
 class SavingTest : public FileStoreTest {
 protected:

@@ -5,6 +5,7 @@
 
 #include <component/kernel/properties.h>
 #include <host/io_object.h>
+#include <host/text.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -53,6 +54,8 @@ void operator delete[](void* block, std::size_t) noexcept { GiveBack(block); }
 namespace test {
 namespace {
 
+using namespace std::string_view_literals;
+
 constexpr char kDocument[] =
     "<arbor><key name='home'><key name='below'/><tDWORD name='a name too long for a string to hold inline'>1</tDWORD>"
     "</key></arbor>";
@@ -100,15 +103,29 @@ protected:
 struct Call {
     const char* label;
     std::function<ResultCode(Store&)> run;
-    bool changes;   // a failure must leave no trace of them
+    bool changes = true;   // the tree, but not if it fails
 };
 
 TEST_F(HeapFaultsTest, NoExceptionLeavesAMethodAndNothingIsHalfDone) {
+    host::Text text(kernel);
     const Call calls[] = {
-        {"a new key", [](Store& s) { return s.Make("new/key") != kNoKey ? kDone : s.code; }, true},
-        {"a new value", [](Store& s) { return s.SetNumber(0, "new", tDWORD, 1U); }, true},
-        {"a place behind the last",
-         [](Store& s) { return s.methods.SetValueByIndex(s.object.Get(), 0, 0, tCHAR, "x", 1, 1); }, true},
+        {"a new key", [](Store& s) { return s.Make("new/key") != kNoKey ? kDone : s.code; }},
+        {"a new value", [](Store& s) { return s.SetNumber(0, "new", tDWORD, 1U); }},
+        {"a value after the last",
+         [](Store& s) { return s.methods.SetValueByIndex(s.object.Get(), 0, 4, tCHAR, "x", 1, 1); }},
+        {"a longer text", [](Store& s) { return s.SetText(0, "text", "a longer text than before"); }},
+        {"a number to a text", [](Store& s) { return s.SetNumber(0, "text", tDWORD, 123U); }},
+        {"wide text to a text", [](Store& s) { return s.SetText(0, "text", "N\0E\0W\0"sv, tWSTRING); }},
+        {"a text to a number", [](Store& s) { return s.SetText(0, "number", "77"); }},
+        {"a text to a block", [](Store& s) { return s.SetText(0, "block", "0AFF"); }},
+        {"wide text", [](Store& s) { return s.SetText(0, "wide", "N\0E\0W\0"sv, tWSTRING); }},
+        {"a read as wide text", [](Store& s) { return s.Bytes(0, "text", tWSTRING), s.code; }, false},
+        {"a read into a string of the host",
+         [&text](Store& s) {
+             TypeCode type = tSTRING_OBJ;
+             return s.methods.GetValue(s.object.Get(), nullptr, 0, "wide", &type, text.Get(), 0);
+         },
+         false},
         {"the next key",
          [](Store& s) {
              KeyHandle next = 0;
@@ -130,13 +147,26 @@ TEST_F(HeapFaultsTest, NoExceptionLeavesAMethodAndNothingIsHalfDone) {
                 Store s(kernel);
                 ASSERT_EQ(s.object.SetName(folder.Path(u"a.xml")), kDone);
                 ASSERT_EQ(s.object.Ready(), kDone);
-                s.SetNumber(s.Open("home"), "changed", tDWORD, 1U);
+                s.SetText(0, "text", "old");
+                s.SetText(0, "wide", "O\0L\0D\0"sv, tWSTRING);
+                s.SetNumber(0, "number", tDWORD, 8080U);
+                s.SetText(0, "block", "old", tBINARY);
+                ASSERT_EQ(s.Save(), kDone);
+                const std::string saved = folder.Read(u"a.xml");
+                if (!call.changes) s.Make("change");
                 ResultCode code = kDone;
                 failed = FailsUnder(fault, nth, [&] { code = call.run(s); });
                 if (!failed) continue;
                 EXPECT_EQ(code, kOutOfMemory);
-                EXPECT_TRUE(!call.changes || (s.KeyCount() == 1 && s.ValueCount() == 0));
-                EXPECT_EQ(folder.Read(u"a.xml"), kDocument);
+                EXPECT_EQ(folder.Read(u"a.xml"), saved);
+                if (!call.changes) continue;
+                folder.Write(u"a.xml", "not saved");
+                EXPECT_EQ(s.Save(), kDone);
+                EXPECT_EQ(folder.Read(u"a.xml"), "not saved") << "the tree counts as unchanged";
+                s.SetNumber(s.Open("home"), "change", tDWORD, 1U);
+                s.methods.DeleteValue(s.object.Get(), s.Open("home"), "change");
+                EXPECT_EQ(s.Save(), kDone);
+                EXPECT_EQ(folder.Read(u"a.xml"), saved) << "and is unchanged";
             }
         }
     }

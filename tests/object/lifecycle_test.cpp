@@ -55,7 +55,6 @@ TEST_F(LifecycleTest, RootPropertiesWithTheTree) {
     EXPECT_EQ(s.object.SetRootPoint("a"), kDone);
     EXPECT_EQ(s.object.SetRootPoint(""), kDone);
     EXPECT_EQ(s.Open("a/b"), b);
-    EXPECT_FALSE(TakeDirty(kernel, s) && TakeDirty(kernel, s));
 }
 
 TEST_F(LifecycleTest, TheNameIsKeptWithoutItsTerminator) {

@@ -13,13 +13,8 @@
 
 namespace {
 
-using platform_test::ErrorOf;
-using platform_test::IsLeftOut;
-using platform_test::kLayerIsOurs;
-using platform_test::kShareAll;
-using platform_test::OpenHandle;
-using platform_test::Scope;
-using testing_support::TemporaryFolder;
+using namespace platform_test;
+using namespace testing_support;
 
 constexpr std::uint32_t kRead = platform::kGenericRead;
 constexpr std::uint32_t kWrite = platform::kGenericWrite;

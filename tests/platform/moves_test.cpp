@@ -9,12 +9,8 @@
 
 namespace {
 
-using platform_test::ErrorOf;
-using platform_test::IsLeftOut;
-using platform_test::kShareAll;
-using platform_test::OpenHandle;
-using platform_test::Scope;
-using testing_support::TemporaryFolder;
+using namespace platform_test;
+using namespace testing_support;
 
 constexpr std::uint32_t kReplace = platform::kMoveReplaceExisting;
 constexpr std::uint32_t kSave = kReplace | platform::kMoveCopyAllowed | platform::kMoveWriteThrough;

@@ -101,18 +101,4 @@ public:
     ResultCode code = 0;   // of the last call
 };
 
-/// `Dirty` of an object without a document, as a caller can see it: a save of an unchanged object says that it skips.
-/// Clears it.
-inline bool TakeDirty(host::Kernel& kernel, Store& store) {
-    kernel.SetTraceLevel(400);
-    static_cast<void>(kernel.DrainTraceLines());
-    host::Object& object = store.object;
-    static_cast<void>(object.OwnMethods().Save(object.Get(), 1));
-    bool skipped = false;
-    for (const host::TraceLine& line : kernel.DrainTraceLines()) {
-        skipped = skipped || line.text == "arbor\tskip saving because data wasn`t changed";
-    }
-    return !skipped;
-}
-
 }   // namespace test

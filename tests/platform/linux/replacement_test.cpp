@@ -17,12 +17,8 @@
 
 namespace {
 
-using platform_test::ErrorOf;
-using platform_test::OpenHandle;
-using testing_support::SystemCall;
-using testing_support::SystemFault;
-using testing_support::SystemFaults;
-using testing_support::TemporaryFolder;
+using namespace platform_test;
+using namespace testing_support;
 
 constexpr std::uint32_t kSave =
     platform::kMoveReplaceExisting | platform::kMoveCopyAllowed | platform::kMoveWriteThrough;

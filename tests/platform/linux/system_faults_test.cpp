@@ -9,13 +9,8 @@
 
 namespace {
 
-using platform_test::ErrorOf;
-using platform_test::kShareAll;
-using platform_test::OpenHandle;
-using testing_support::SystemCall;
-using testing_support::SystemFault;
-using testing_support::SystemFaults;
-using testing_support::TemporaryFolder;
+using namespace platform_test;
+using namespace testing_support;
 
 constexpr std::uint32_t kRead = platform::kGenericRead;
 constexpr std::uint32_t kWrite = platform::kGenericWrite;
