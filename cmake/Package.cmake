@@ -24,7 +24,8 @@ set_target_properties(kernel PROPERTIES EXPORT_NAME contract)
 set_target_properties(host PROPERTIES OUTPUT_NAME arbor-host)
 install(TARGETS kernel client host arbor_c EXPORT arbor RUNTIME DESTINATION ${programs})
 install(FILES component/kernel/include/arbor.h DESTINATION ${ARBOR_HEADERS})
-install(DIRECTORY component/kernel/include/component component/client/include/component host/include/host DESTINATION ${ARBOR_HEADERS})
+install(DIRECTORY component/platform/unicode/include/component component/kernel/include/component component/client/include/component
+        host/include/host DESTINATION ${ARBOR_HEADERS})
 install(EXPORT arbor NAMESPACE arbor:: FILE arbor-targets.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/arbor)
 set(module ${programs}/arbor${CMAKE_SHARED_MODULE_SUFFIX})
 configure_package_config_file(cmake/arbor-config.cmake.in ${CMAKE_BINARY_DIR}/arbor-config.cmake

@@ -21,12 +21,12 @@ int Run(const char* module, const char* document) {
         return 1;
     }
     const arbor::Store store(object.Get());   // the typed client, as a component uses it
-    const auto starts = store["Host"].Get<std::uint32_t>("Starts").ValueOr(0);
+    const auto starts = store["Host"].Get<std::uint32_t>("Starts").value_or(0);
     if (const arbor::Status set = store["Host"].Set("Starts", starts + 1); !set) std::cerr << set.Text() << '\n';
     for (const arbor::Key& key : store.Keys()) {
         std::cout << *key.Name() << '\n';
         for (const arbor::Value& value : key.Values()) {
-            std::cout << "    " << value.Name() << " = " << value.Get<std::string>().ValueOr("?") << '\n';
+            std::cout << "    " << value.Name() << " = " << value.GetLenient<std::string>().value_or("?") << '\n';
         }
     }
     if (const arbor::Status saved = store.Save(); !saved) {   // closing can save too, but reports no failure

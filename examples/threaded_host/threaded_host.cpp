@@ -16,7 +16,7 @@ constexpr std::uint32_t kSteps = 1000;
 /// the copies refer to the same object. Returns the first failure.
 arbor::Status Count(const arbor::Store store, const char* own, const char* other) {
     for (std::uint32_t step = 0; step < kSteps; ++step) {
-        const auto count = store["Counters"].Get<std::uint32_t>(own).ValueOr(0);   // a call sees no half of a change
+        const auto count = store["Counters"].Get<std::uint32_t>(own).value_or(0);   // a call sees no half of a change
         if (const arbor::Status set = store["Counters"].Set(own, count + 1); !set) return set;
         const auto seen = store["Counters"].Get<std::uint32_t>(other);   // missing until that thread's first step
         if (!seen && seen.Code() != kernel::kNoSuchEntry) return seen;
@@ -46,7 +46,7 @@ int Run(const char* module, const char* document) {
         if (const arbor::Status counted = thread->get(); !counted) return Report(document, "not counted", counted);
     }
     for (const char* name : {"First", "Second"}) {
-        std::cout << name << ' ' << store["Counters"].Get<std::uint32_t>(name).ValueOr(0) << '\n';
+        std::cout << name << ' ' << store["Counters"].Get<std::uint32_t>(name).value_or(0) << '\n';
     }
     // After a failure the old document is whole, the changes are still in memory, and a later save can store them.
     const arbor::Status saved = store.Save();

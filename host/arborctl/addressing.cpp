@@ -105,22 +105,14 @@ ValueSlot::ValueSlot(const arbor::Key& parent, const PathName& pathName) : key(p
 kernel::TypeCode ValueSlot::Type() const { return byIndex ? byIndex->Type() : *key.Type(name); }
 
 arbor::Result<arbor::Datum> ValueSlot::Read(kernel::TypeCode type) const {
-    return byIndex ? byIndex->Read(type) : key.Read(name, type);
+    return byIndex ? byIndex->ReadLenient(type) : key.ReadLenient(name, type);
 }
 
 arbor::Status ValueSlot::Set(const arbor::Datum& datum) const {
-    if (!byIndex) return key.Set(name, datum);
-    constexpr std::uint32_t kDontCreate = 0;
-    return arbor::Status(kernel::Registry(key.Object())
-                             .SetValueByIndex(key.Object(), key.Handle(), byIndex->Index(), datum.type,
-                                              datum.bytes.data(), static_cast<std::uint32_t>(datum.bytes.size()),
-                                              kDontCreate));
+    return byIndex ? byIndex->SetLenient(datum) : key.SetLenient(name, datum);
 }
 
-arbor::Status ValueSlot::Remove() const {
-    if (!byIndex) return key.Remove(name);
-    return arbor::Status(kernel::Registry(key.Object()).DeleteValueByInd(key.Object(), key.Handle(), byIndex->Index()));
-}
+arbor::Status ValueSlot::Remove() const { return byIndex ? byIndex->Remove() : key.Remove(name); }
 
 std::string ValueSlot::Text() const { return name.empty() ? "#1" : EncodeName(name); }
 

@@ -27,7 +27,7 @@ void DisambiguatingTarget::SetValue(const std::string& name, const arbor::Datum&
     const arbor::Result<kernel::TypeCode> existing = key.Type(unique);
     // The store would convert the data to the type of the existing value.
     if (existing && *existing != datum.type) ThrowIfFailed(key.Remove(unique), EncodeName(unique));
-    ThrowIfFailed(key.Set(unique, datum), EncodeName(unique));
+    ThrowIfFailed(key.SetLenient(unique, datum), EncodeName(unique));
 }
 
 void CopyDisambiguated(const arbor::Key& from, const arbor::Key& to) {

@@ -1,4 +1,4 @@
-// One pair of functions for each form of text; `FormOf` assigns a form to each type.
+// One pair of functions for each form of text; the type table assigns a form to each type.
 
 #include "exact_text.h"
 
@@ -15,51 +15,8 @@
 namespace arborctl {
 namespace {
 
+using kernel::ValueForm;
 using Bytes = std::optional<std::string>;
-
-enum class Form {
-    Unsigned,
-    Signed,
-    Bool,
-    Double,
-    Char,
-    WideChar,
-    Text,
-    WideText,
-    Blob,
-    Empty
-};
-
-Form FormOf(kernel::TypeCode type) {
-    switch (type) {
-        case kernel::tVOID:
-            return Form::Empty;
-        case kernel::tSBYTE:
-        case kernel::tSHORT:
-        case kernel::tINT:
-        case kernel::tLONG:
-        case kernel::tERROR:
-        case kernel::tLONGLONG:
-            return Form::Signed;
-        case kernel::tBOOL:
-            return Form::Bool;
-        case kernel::tDOUBLE:
-            return Form::Double;
-        case kernel::tCHAR:
-            return Form::Char;
-        case kernel::tWCHAR:
-            return Form::WideChar;
-        case kernel::tSTRING:
-            return Form::Text;
-        case kernel::tWSTRING:
-            return Form::WideText;
-        case kernel::tBINARY:
-        case kernel::tPTR:
-            return Form::Blob;
-        default:
-            return Form::Unsigned;
-    }
-}
 
 /// Copies the first bytes of a value into a number; the numbers of the store are little-endian.
 template <class T>
@@ -209,28 +166,28 @@ Bytes BoolFrom(std::string_view text, std::size_t width) {
 bool HasZeroByte(std::string_view text) { return text.find('\0') != std::string_view::npos; }
 
 Bytes BytesFrom(const kernel::ValueTypeRow& row, std::string_view text) {
-    switch (FormOf(row.type)) {
-        case Form::Signed:
+    switch (row.form) {
+        case ValueForm::Signed:
             return IntegerFrom<std::int64_t>(text, row.width);
-        case Form::Bool:
+        case ValueForm::Bool:
             return BoolFrom(text, row.width);
-        case Form::Double:
+        case ValueForm::Double:
             return DoubleFrom(text);
-        case Form::Char:
+        case ValueForm::Char:
             return text.size() == row.width ? Bytes(text) : std::nullopt;
-        case Form::WideChar: {
+        case ValueForm::WideChar: {
             Bytes bytes = WideFrom(text);
             return bytes && bytes->size() == row.width ? bytes : std::nullopt;
         }
-        case Form::Text:
+        case ValueForm::Text:
             return HasZeroByte(text) ? std::nullopt : Bytes(text);
-        case Form::WideText:
+        case ValueForm::WideText:
             return HasZeroByte(text) ? std::nullopt : WideFrom(text);
-        case Form::Blob:
+        case ValueForm::Blob:
             return HexFrom(text);
-        case Form::Empty:
+        case ValueForm::Empty:
             return text.empty() ? Bytes("") : std::nullopt;
-        case Form::Unsigned:
+        case ValueForm::Unsigned:
             break;
     }
     return IntegerFrom<std::uint64_t>(text, row.width);
@@ -239,25 +196,25 @@ Bytes BytesFrom(const kernel::ValueTypeRow& row, std::string_view text) {
 }   // namespace
 
 std::string ToExactText(const arbor::Datum& datum) {
-    switch (FormOf(datum.type)) {
-        case Form::Signed:
+    switch (kernel::FindType(datum.type)->form) {
+        case ValueForm::Signed:
             return std::to_string(SignedOf(datum.bytes));
-        case Form::Double:
+        case ValueForm::Double:
             return DoubleText(datum.bytes);
-        case Form::Char:
+        case ValueForm::Char:
             return datum.bytes;
-        case Form::WideChar:
+        case ValueForm::WideChar:
             return WideTextOf(datum.bytes);
-        case Form::Text:
+        case ValueForm::Text:
             return WithoutTerminator(datum.bytes, 1);
-        case Form::WideText:
+        case ValueForm::WideText:
             return WideTextOf(WithoutTerminator(datum.bytes, sizeof(char16_t)));
-        case Form::Blob:
+        case ValueForm::Blob:
             return HexText(datum.bytes);
-        case Form::Empty:
+        case ValueForm::Empty:
             return "";
-        case Form::Bool:
-        case Form::Unsigned:
+        case ValueForm::Bool:
+        case ValueForm::Unsigned:
             break;
     }
     return std::to_string(NumberOf<std::uint64_t>(datum.bytes));

@@ -123,7 +123,7 @@ TextCheck::Verdict TextCheck::Check(const kernel::ValueTypeRow& row, const std::
 TextCheck::Verdict TextCheck::CheckScalar(const kernel::ValueTypeRow& row, const std::string& text) const {
     const std::optional<arbor::Datum> loaded = StoreAndRead(row, text);
     if (!loaded) return {.isRejected = true};
-    const arbor::Result<std::string> saved = scratch.Root().Get<std::string>(std::string(row.name));
+    const arbor::Result<std::string> saved = scratch.Root().GetLenient<std::string>(std::string(row.name));
     if (!saved) return MakeFinding(FindingKind::SaveFails, "can't be saved: " + host::Describe(saved.Code()));
     const std::optional<arbor::Datum> reloaded = StoreAndRead(row, *saved);
     if (!reloaded) return MakeFinding(FindingKind::ReloadFails, "is saved as " + *saved + ", which can't be loaded");
@@ -141,11 +141,11 @@ TextCheck::Verdict TextCheck::CheckScalar(const kernel::ValueTypeRow& row, const
 std::optional<arbor::Datum> TextCheck::StoreAndRead(const kernel::ValueTypeRow& row, const std::string& text) const {
     const std::string name(row.name);
     const arbor::Key values = scratch.Root();
-    ThrowIfFailed(values.Set(name, arbor::Datum{row.type, std::string(row.width, '\0')}), name);
-    const arbor::Status status = values.Set(name, text);
+    ThrowIfFailed(values.SetLenient(name, arbor::Datum{row.type, std::string(row.width, '\0')}), name);
+    const arbor::Status status = values.SetLenient(name, text);
     if (status.Code() == kernel::kInvalidArgument) return std::nullopt;
     ThrowIfFailed(status, name);
-    return ValueOrThrow(values.Read(name, row.type), name);
+    return ValueOrThrow(values.ReadLenient(name, row.type), name);
 }
 
 }   // namespace arborctl

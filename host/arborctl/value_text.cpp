@@ -36,9 +36,9 @@ arbor::Datum ValueText::Parse(kernel::TypeCode type, const std::string& text) co
     if (type == kernel::tWSTRING) return {type, WideBytes(text)};
     const kernel::ValueTypeRow& row = *kernel::FindType(type);
     const std::string name = '"' + text + "\" as " + std::string(row.name);   // the error message shows it
-    ThrowIfFailed(scratch.Root().Set(name, arbor::Datum{type, std::string(row.width, '\0')}), name);
-    ThrowIfFailed(scratch.Root().Set(name, text), name);
-    return ValueOrThrow(scratch.Root().Read(name, type), name);
+    ThrowIfFailed(scratch.Root().SetLenient(name, arbor::Datum{type, std::string(row.width, '\0')}), name);
+    ThrowIfFailed(scratch.Root().SetLenient(name, text), name);
+    return ValueOrThrow(scratch.Root().ReadLenient(name, type), name);
 }
 
 std::string ValueText::Format(const arbor::Datum& datum) const {
@@ -46,8 +46,8 @@ std::string ValueText::Format(const arbor::Datum& datum) const {
     if (datum.type == kernel::tWSTRING) return FromWideBytes(datum.bytes);
     if (datum.type == kernel::tSTRING) return datum.bytes.c_str();   // without the terminator
     const std::string name = TypeName(datum);
-    ThrowIfFailed(scratch.Root().Set(name, datum), name);
-    return ValueOrThrow(scratch.Root().Get<std::string>(name), name);
+    ThrowIfFailed(scratch.Root().SetLenient(name, datum), name);
+    return ValueOrThrow(scratch.Root().GetLenient<std::string>(name), name);
 }
 
 std::string ValueText::FormatLine(const arbor::Datum& datum) const {

@@ -4,7 +4,7 @@
 ///     arbor::Store store{object};
 ///     const auto port = store["Network/Proxy"].Get<std::uint32_t>("Port");
 ///     if (!port) Report(port.Code(), port.Text());
-///     store["Network/Proxy"].Set("Port", 8080u);
+///     if (const arbor::Status set = store["Network/Proxy"].Set("Port", 8080u); !set) Report(set.Code(), set.Text());
 ///     for (const arbor::Value& value : store["Network/Proxy"].Values()) Print(value.Name(), value.Type());
 ///     for (const arbor::Key key : store.Root().Keys()) ...
 ///

@@ -1,5 +1,4 @@
-/// The data that the client passes to the interface and gets from it: names and paths, the C++ types that correspond to
-/// the store's types, and a value's bytes.
+/// A value's type and bytes as the interface passes them, and the C++ types that correspond to the store's types.
 #pragma once
 
 #include <component/client/status.h>
@@ -9,24 +8,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
 namespace arbor {
 
 using kernel::TypeCode;
-
-/// A name or a path. Refers to the caller's characters, which end at the first zero byte.
-class Text {
-public:
-    constexpr Text(const char* terminated) : text(terminated) {}
-    Text(const std::string& string) : text(string.c_str()) {}
-
-    [[nodiscard]] constexpr const char* Chars() const { return text; }
-
-private:
-    const char* text;
-};
 
 using Blob = std::vector<std::byte>;
 

@@ -4,9 +4,6 @@
 #include <component/client/range.h>
 
 #include <algorithm>
-#include <limits>
-#include <new>
-#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,37 +14,42 @@ class KeyRange;
 class Place;
 
 /// An open key: an object and a handle. It needs no closing. The handle is valid until the key or one above it is
-/// deleted, or the object is destroyed.
+/// deleted, or the object is destroyed. Don't use it after that: the interface doesn't detect it.
+///
+/// A key that couldn't be opened holds the failure: every call on it returns that code, so that
+/// `store.Open(path)->Get<int>(name)` is safe. A `Key()` returns `kernel::kNoKeyThere`.
 class Key {
 public:
     Key() = default;
-    Key(HostObject* store, KeyHandle key) : object(store), handle(key) {}
+    /// The key with that handle; 0 is the current root. `store` isn't null.
+    Key(HostObject* store, KeyHandle key) : address{store, key, kernel::kDone} {}
+    explicit Key(Status failure) : address{nullptr, kernel::kNoKey, failure.Code()} {}
 
-    [[nodiscard]] HostObject* Object() const { return object; }
-    [[nodiscard]] KeyHandle Handle() const { return handle; }
+    [[nodiscard]] HostObject* Object() const { return address.object; }
+    [[nodiscard]] KeyHandle Handle() const { return address.handle; }
 
     /// Refers to the key at `path` below this one, as in `store["Network/Proxy"].Get<int>("Port")`.
     [[nodiscard]] Place operator[](Text path) const;
 
     /// Opens the key at `path` below this one. `kernel::kNoSuchEntry` if there is none.
-    Result<Key> Open(Text path) const { return OpenWith(path, kDontCreate); }
+    Result<Key> Open(Text path) const { return OpenWith(path, detail::kDontCreate); }
+
     /// Opens the key at `path` below this one and creates the keys of the path that are missing. Calls `OpenKey` for
-    /// each name by itself, because `OpenKey` marks the document as changed only if it creates the first key of its
-    /// path.
+    /// each missing name by itself, because `OpenKey` marks the document as changed only if it creates the first key of
+    /// its path.
     Result<Key> Make(Text path) const {
-        Result<Key> key = *this;
-        std::string_view rest = path.Chars();
-        try {
-            while (key && !rest.empty()) {
-                const std::string name(rest.substr(0, rest.find_first_of("/\\")));
-                if (name.empty()) break;   // as in the interface, an empty name ends the path
-                key = key->OpenWith(name, kCreate);
-                rest.remove_prefix(std::min(name.size() + 1, rest.size()));
-            }
-            return key;
-        } catch (const std::bad_alloc&) {
-            return Status(kernel::kOutOfMemory);
+        Result<Key> key = Open(path);
+        if (key.Code() != kernel::kNoSuchEntry) return key;
+        key = *this;
+        for (std::string_view rest = path.View(); key && !rest.empty();) {
+            const std::size_t slash = rest.find('/');
+            const std::string_view name = rest.substr(0, slash != rest.npos ? slash : rest.find('\\'));
+            if (name.empty()) break;
+            if (name.find('\\') != name.npos) return Status(kernel::kInvalidArgument);
+            key = key->OpenWith(name, detail::kCreate);
+            rest.remove_prefix(std::min(name.size() + 1, rest.size()));
         }
+        return key;
     }
 
     Result<std::string> Name() const { return ReadName(kOwnName); }
@@ -55,96 +57,99 @@ public:
     Result<std::string> Path() const { return ReadName(kFullName); }
 
     /// Reads the value `name` as a `T`: a scalar, `std::string`, `std::u16string` or `Blob`. A value of another type is
-    /// converted. Exception: a binary value of exactly the size that the interface has for the scalar is copied as it
-    /// is.
+    /// converted exactly: `kernel::kInvalidArgument` if it isn't a `T`, because it is out of range, has other
+    /// characters, or is of another kind. Only a floating-point number is rounded to the nearest one of its type. A
+    /// `std::string` is the bytes of an 8-bit text, or UTF-8.
     template <class T>
     Result<T> Get(Text name) const {
-        return detail::ReadAs<T>(ValueNamed(name));
+        return detail::ReadExactly<T>(ValueNamed(name));
+    }
+    /// The same by the store's own conversion, which goes through the value's text: "12abc" is the hexadecimal number,
+    /// 4,000,000,000 is the largest `int`, and a binary value of the scalar's size is copied as it is.
+    template <class T>
+    Result<T> GetLenient(Text name) const {
+        return detail::ReadLenient<T>(ValueNamed(name));
     }
 
-    /// Reads the value `name` in the type `wanted`, or in its own type if that is 0.
+    /// Reads the value `name` as a `wanted`, exactly, or in its own type if that is 0. `kernel::kInvalidArgument` for a
+    /// type that no value can have.
     Result<Datum> Read(Text name, TypeCode wanted = 0) const { return detail::ReadDatum(wanted, ValueNamed(name)); }
+    /// The same by the store's own conversion.
+    Result<Datum> ReadLenient(Text name, TypeCode wanted) const {
+        return detail::ReadDatumLenient(wanted, ValueNamed(name));
+    }
 
     Result<TypeCode> Type(Text name) const { return detail::ReadType(ValueNamed(name)); }
 
-    /// Writes the value `name`. A missing value is created with the type that corresponds to the argument. An existing
-    /// value keeps its type, and the argument is converted. Exception: a `tWSTRING` stores the bytes of any argument
-    /// without conversion, so write it only as UTF-16 text.
-    template <Scalar T>
-    Status Set(Text name, T value) const {
-        const auto wire = static_cast<typename detail::ScalarTraits<T>::Wire>(value);
-        return Write(name, detail::ScalarTraits<T>::kType, &wire, sizeof wire);
+    /// Writes the value `name`: a scalar, a text, a blob or a `Datum`. A missing value is created with the type that
+    /// corresponds to the argument. An existing value keeps its type, and the argument is converted exactly, as by
+    /// `Get`: `kernel::kInvalidArgument`, and nothing is written, if that type has no such value. Also refused: a text
+    /// with a zero character inside, and a `Datum` of a type that no value can have or of another size than its type
+    /// has. Two calls of the interface: between them another thread can replace the value by one of another type.
+    template <class T = Datum>
+    Status Set(Text name, const T& value) const {
+        return detail::WithView(value, [&](detail::View view) { return detail::WriteExactly(ValueNamed(name), view); });
     }
-    Status Set(Text name, std::string_view text) const {
-        return Write(name, kernel::tSTRING, text.data(), text.size());
-    }
-    Status Set(Text name, std::u16string_view text) const {
-        return Write(name, kernel::tWSTRING, text.data(), text.size() * sizeof(char16_t));
-    }
-    Status Set(Text name, std::span<const std::byte> blob) const {
-        return Write(name, kernel::tBINARY, blob.data(), blob.size());
-    }
-    /// The same, for any type of the store.
-    Status Set(Text name, const Datum& datum) const {
-        return Write(name, datum.type, datum.bytes.data(), datum.bytes.size());
+    /// The same by the store's own conversion, in one call. A `tWSTRING` stores the bytes of any argument as they are,
+    /// a text ends at its first zero character, and a number that doesn't fit is changed.
+    template <class T = Datum>
+    Status SetLenient(Text name, const T& value) const {
+        return detail::WithView(value, [&](detail::View view) { return detail::WriteLenient(ValueNamed(name), view); });
     }
 
-    [[nodiscard]] ValueRange Values() const { return {object, handle, Status()}; }
+    [[nodiscard]] ValueRange Values() const { return ValueRange(address); }
     [[nodiscard]] KeyRange Keys() const;
 
     /// Deletes a value.
-    Status Remove(Text name) const { return Status(Methods().DeleteValue(object, handle, name.Chars())); }
+    Status Remove(Text name) const { return Status(ValueNamed(name).Remove()); }
     /// Deletes the key at `path` below this one, with all keys and values in it.
-    Status RemoveKey(Text path) const { return Status(Methods().DeleteKey(object, handle, path.Chars())); }
+    Status RemoveKey(Text path) const {
+        return Status(path.WithTerminator(
+            [&](const char* chars) { return address.Call<&kernel::Registry::DeleteKey>(address.handle, chars); }));
+    }
     /// Copies the values and subkeys of this key into `target`. With `Synchronised`, `target` must be a key of another
     /// object.
     Status CopyTo(const Key& target) const {
-        return Status(Methods().CopyKey(object, handle, target.object, target.handle));
+        if (target.address.object == nullptr) return Status(target.address.failure);
+        return Status(address.Call<&kernel::Registry::CopyKey>(address.handle, target.Object(), target.Handle()));
     }
 
-private:
-    friend class Place;
+protected:
+    [[nodiscard]] const detail::KeyAddress& Address() const { return address; }
 
-    static constexpr std::uint32_t kDontCreate = 0;
-    static constexpr std::uint32_t kCreate = 1;
+private:
+    friend class KeyRange;
+
     static constexpr std::uint32_t kOwnName = 0;    // the count includes the terminator
     static constexpr std::uint32_t kFullName = 1;   // the count excludes it
 
-    [[nodiscard]] kernel::Registry Methods() const { return kernel::Registry(object); }
-
-    [[nodiscard]] detail::ValueByName ValueNamed(Text name) const { return {object, handle, name}; }
+    [[nodiscard]] detail::SlotByName ValueNamed(Text name) const { return {address, name}; }
 
     Result<Key> OpenWith(Text path, std::uint32_t create) const {
         KeyHandle opened = kernel::kNoKey;
-        const ResultCode code = Methods().OpenKey(object, &opened, handle, path.Chars(), create);
+        const ResultCode code = path.WithTerminator([&](const char* chars) {
+            return address.Call<&kernel::Registry::OpenKey>(&opened, address.handle, chars, create);
+        });
         if (kernel::IsFailure(code)) return Status(code);
-        return Key(object, opened);
+        return Key(address.object, opened);
     }
 
     Result<std::string> ReadName(std::uint32_t full) const {
         auto name = detail::ReadWhole<std::string>([&](std::uint32_t* count, char* buffer, std::uint32_t size) {
-            return Methods().GetKeyName(object, count, handle, buffer, size, full);
+            return address.Call<&kernel::Registry::GetKeyName>(count, address.handle, buffer, size, full);
         });
         return full != 0 ? name : detail::WithoutTerminator(std::move(name));
     }
 
-    Status Write(Text name, TypeCode type, const void* data, std::size_t size) const {
-        if (size > std::numeric_limits<std::uint32_t>::max()) return Status(kernel::kOutOfMemory);
-        const void* bytes = data != nullptr ? data : "";   // an empty text or blob may have a null address
-        return Status(
-            Methods().SetValue(object, handle, name.Chars(), type, bytes, static_cast<std::uint32_t>(size), kCreate));
-    }
-
-    HostObject* object = nullptr;
-    KeyHandle handle = kernel::kNoKey;
+    detail::KeyAddress address{};
 };
 
 /// The subkeys of a key in their order, for a single pass. If a subkey is deleted that the pass has already reached,
 /// the following ones move to lower indexes and the pass skips one.
 class KeyRange : public Walk<KeyRange> {
 public:
-    /// Empty if `opened` is a failure, which `Outcome` then returns.
-    KeyRange(const Key& key, Status opened) : parent(key) { opened ? OpenChild() : End(opened); }
+    /// Empty if `key` is a failure, which `Outcome` then returns.
+    explicit KeyRange(const Key& key) : parent(key.address) { OpenChild(); }
 
     [[nodiscard]] const Key& Current() const { return child; }
     void Advance() {
@@ -154,21 +159,24 @@ public:
 
 private:
     void OpenChild() {
-        HostObject* const object = parent.Object();
         KeyHandle handle = kernel::kNoKey;
-        const ResultCode code = kernel::Registry(object).OpenKeyByIndex(object, &handle, parent.Handle(), index);
-        if (kernel::IsFailure(code)) return End(Status(code == kernel::kNoSuchEntry ? kernel::kDone : code));
-        child = Key(object, handle);
+        const ResultCode code = parent.Call<&kernel::Registry::OpenKeyByIndex>(&handle, parent.handle, index);
+        if (kernel::IsFailure(code)) {
+            // An object without such a child returns this code; a failed key may hold it, as its reason.
+            const bool isEnd = code == kernel::kNoSuchEntry && parent.object != nullptr;
+            return End(Status(isEnd ? kernel::kDone : code));
+        }
+        child = Key(parent.object, handle);
     }
 
-    Key parent;
+    detail::KeyAddress parent;
     Key child;
     std::uint32_t index = 0;
 };
 
-/// The result of `key[path]`: a key and a path below it. Each call opens the path again. `Get`, `Values` and `Keys`
-/// don't create a missing key; `Set` does. Refers to the caller's characters of the path, so use it only in the
-/// expression that creates it.
+/// The result of `key[path]`: a key and a path below it. Each call opens the path again. `Set` creates the keys that
+/// are missing; no other call does. Refers to the caller's characters of the path, so use it only in the expression
+/// that creates it.
 class Place {
 public:
     Place(const Key& from, Text to) : parent(from), path(to) {}
@@ -178,25 +186,23 @@ public:
 
     template <class T>
     Result<T> Get(Text name) const {
-        const Result<Key> key = Open();
-        if (!key) return Status(key.Code());
-        return key->Get<T>(name);
+        return Open()->template Get<T>(name);
     }
-
     template <class T>
+    Result<T> GetLenient(Text name) const {
+        return Open()->template GetLenient<T>(name);
+    }
+    template <class T = Datum>
     Status Set(Text name, const T& value) const {
-        const Result<Key> key = parent.OpenWith(path, Key::kCreate);   // `Set` marks the document as changed
-        return key ? key->Set(name, value) : Status(key.Code());
+        return Make()->Set(name, value);
+    }
+    template <class T = Datum>
+    Status SetLenient(Text name, const T& value) const {
+        return Make()->SetLenient(name, value);
     }
 
-    [[nodiscard]] ValueRange Values() const {
-        const Result<Key> key = Open();
-        return {key->Object(), key->Handle(), key};
-    }
-    [[nodiscard]] KeyRange Keys() const {
-        const Result<Key> key = Open();
-        return {*key, key};
-    }
+    [[nodiscard]] ValueRange Values() const { return Open()->Values(); }
+    [[nodiscard]] KeyRange Keys() const { return Open()->Keys(); }
 
 private:
     Key parent;
@@ -204,6 +210,6 @@ private:
 };
 
 inline Place Key::operator[](Text path) const { return {*this, path}; }
-inline KeyRange Key::Keys() const { return {*this, Status()}; }
+inline KeyRange Key::Keys() const { return KeyRange(*this); }
 
 }   // namespace arbor

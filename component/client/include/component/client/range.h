@@ -55,24 +55,24 @@ private:
 /// following ones move to lower indexes and the pass skips one.
 class ValueRange : public Walk<ValueRange> {
 public:
-    /// Empty if `opened` is a failure, which `Outcome` then returns.
-    ValueRange(HostObject* object, KeyHandle key, Status opened) {
-        value.position = {object, key, 0};
-        opened ? ReadName() : End(opened);
+    /// Empty if `key` is a failure, which `Outcome` then returns.
+    explicit ValueRange(const detail::KeyAddress& key) {
+        value.slot.key = key;
+        ReadName();
     }
 
     [[nodiscard]] const Value& Current() const { return value; }
     void Advance() {
-        ++value.position.index;
+        ++value.slot.index;
         ReadName();
     }
 
 private:
     void ReadName() {
-        const detail::ValueByIndex& position = value.position;
+        const detail::SlotByIndex& slot = value.slot;
         auto name = detail::ReadWhole<std::string>([&](std::uint32_t* count, char* buffer, std::uint32_t size) {
-            return kernel::Registry(position.object)
-                .GetValueNameByIndex(position.object, count, position.key, position.index, buffer, size);
+            return slot.key.Call<&kernel::Registry::GetValueNameByIndex>(count, slot.key.handle, slot.index, buffer,
+                                                                         size);
         });
         if (!name || name->empty()) return End(name);   // count 0 is the end; a name has a terminator
         value.name = *std::move(name);

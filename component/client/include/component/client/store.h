@@ -13,16 +13,19 @@ public:
     [[nodiscard]] Key Root() const { return *this; }
     /// Sets the current root to the key at `path`. The path starts at the top key; the empty path is the top key. The
     /// object doesn't lock this call: no other thread may use the store at the same time.
-    Status SetRoot(Text path) const { return Status(Methods().SetRootStr(Object(), path.Chars())); }
+    Status SetRoot(Text path) const {
+        return Status(
+            path.WithTerminator([&](const char* chars) { return Address().Call<&Registry::SetRootStr>(chars); }));
+    }
     /// Deletes all keys and values of the current root.
-    Status Clean() const { return Status(Methods().Clean(Object())); }
+    Status Clean() const { return Status(Address().Call<&Registry::Clean>()); }
     /// Saves the document if it was changed since the load or the last save.
-    Status Save() const { return Status(Methods().Save(Object(), 1)); }
+    Status Save() const { return Status(Address().Call<&Registry::Save>(kernel::HostWord{1})); }
 
 private:
-    static constexpr KeyHandle kCurrentRoot = 0;
+    using Registry = kernel::Registry;
 
-    [[nodiscard]] kernel::Registry Methods() const { return kernel::Registry(Object()); }
+    static constexpr KeyHandle kCurrentRoot = 0;
 };
 
 }   // namespace arbor

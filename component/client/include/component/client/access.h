@@ -1,0 +1,215 @@
+/// Reads and writes of one value, exact or by the store's own conversions. Not for components: `Key` and `Value` have
+/// these as members.
+#pragma once
+
+#include <component/client/exact.h>
+#include <component/client/slot.h>
+
+#include <span>
+
+namespace arbor::detail {
+
+/// The bytes of an argument in the binary form of `type`.
+struct View {
+    TypeCode type = 0;
+    const void* data = nullptr;
+    std::size_t size = 0;
+
+    [[nodiscard]] std::string_view Bytes() const { return {static_cast<const char*>(data), size}; }
+};
+
+/// Reads the value in its own type.
+template <class Slot>
+Result<Datum> ReadOwn(const Slot& slot) {
+    Datum datum;
+    auto bytes = ReadWhole<std::string>([&](std::uint32_t* count, void* buffer, std::uint32_t size) {
+        datum.type = 0;
+        return slot.Read(count, &datum.type, buffer, size);
+    });
+    if (!bytes) return Status(bytes.Code());
+    datum.bytes = *std::move(bytes);
+    return datum;
+}
+
+/// Reads the value and converts it exactly to `wanted`. The bytes of a text have no terminator.
+template <class Slot>
+Result<std::string> ReadConverted(const Slot& slot, TypeCode wanted) {
+    const Result<Datum> own = ReadOwn(slot);
+    if (!own) return Status(own.Code());
+    try {
+        std::string_view bytes = own->bytes;
+        std::string converted;
+        const bool isExact = MakePlain(own->type, bytes) && ConvertExactly(own->type, bytes, wanted, converted);
+        if (!isExact) return Status(kernel::kInvalidArgument);
+        return converted;
+    } catch (const std::bad_alloc&) {
+        return Status(kernel::kOutOfMemory);
+    }
+}
+
+template <Scalar T>
+Result<T> FromWire(typename ScalarTraits<T>::Wire wire) {
+    if constexpr (std::same_as<T, float>) {
+        if (std::isfinite(wire) && std::fabs(wire) > std::numeric_limits<float>::max())
+            return Status(kernel::kInvalidArgument);
+    }
+    return static_cast<T>(wire);
+}
+
+/// One call if the value has the type that corresponds to `T`, otherwise another one for the value in its own type.
+template <Scalar T, class Slot>
+Result<T> ReadScalar(const Slot& slot) {
+    typename ScalarTraits<T>::Wire wire{};
+    TypeCode type = 0;
+    std::uint64_t buffer = 0;   // as wide as the widest scalar
+    const ResultCode code = slot.Read(nullptr, &type, &buffer, sizeof buffer);
+    if (kernel::IsFailure(code) && code != kernel::kBufferTooSmall) return Status(code);
+    if (type == ScalarTraits<T>::kType) {
+        std::memcpy(&wire, &buffer, sizeof wire);
+    } else {
+        const Result<std::string> bytes = ReadConverted(slot, ScalarTraits<T>::kType);
+        if (!bytes) return Status(bytes.Code());
+        std::memcpy(&wire, bytes->data(), sizeof wire);
+    }
+    return FromWire<T>(wire);
+}
+
+/// As `ReadScalar`, for a text or blob.
+template <class T, class Slot>
+Result<T> ReadSequence(const Slot& slot) {
+    using Unit = typename T::value_type;
+    TypeCode type = 0;
+    auto read = ReadWhole<T>([&](std::uint32_t* count, void* buffer, std::uint32_t size) {
+        type = 0;
+        return slot.Read(count, &type, buffer, size);
+    });
+    if (!read) return read;
+    if constexpr (std::same_as<T, Blob>) {
+        const bool isBlob = FormOf(type) == ValueForm::Blob;
+        return isBlob ? std::move(read) : Result<T>(Status(kernel::kInvalidArgument));
+    } else {
+        if (type == VariableSizeType<T>()) return WithoutTerminator(std::move(read));
+        const Result<std::string> bytes = ReadConverted(slot, VariableSizeType<T>());
+        if (!bytes) return Status(bytes.Code());
+        try {
+            T text(bytes->size() / sizeof(Unit), Unit{});
+            std::memcpy(text.data(), bytes->data(), text.size() * sizeof(Unit));
+            return text;
+        } catch (const std::bad_alloc&) {
+            return Status(kernel::kOutOfMemory);
+        }
+    }
+}
+
+/// Reads the value by the store's own conversion.
+template <class T, class Slot>
+Result<T> ReadLenient(const Slot& slot) {
+    if constexpr (Scalar<T>) {
+        typename ScalarTraits<T>::Wire wire{};
+        TypeCode type = ScalarTraits<T>::kType;
+        const ResultCode code = slot.Read(nullptr, &type, &wire, sizeof wire);
+        if (kernel::IsFailure(code)) return Status(code);
+        return static_cast<T>(wire);
+    } else {
+        auto read = ReadWhole<T>([&](std::uint32_t* count, void* buffer, std::uint32_t size) {
+            TypeCode type = VariableSizeType<T>();
+            return slot.Read(count, &type, buffer, size);
+        });
+        if constexpr (std::same_as<T, Blob>)
+            return read;
+        else
+            return WithoutTerminator(std::move(read));
+    }
+}
+
+/// Reads the value as a `wanted`, or in its own type if that is 0, by the store's own conversion.
+template <class Slot>
+Result<Datum> ReadDatumLenient(TypeCode wanted, const Slot& slot) {
+    if (wanted == 0) return ReadOwn(slot);
+    const kernel::ValueTypeRow* row = kernel::FindType(wanted);
+    if (row == nullptr) return Status(kernel::kInvalidArgument);
+    Datum datum;
+    if (row->width != 0) {   // a type of fixed size: as a scalar
+        datum.type = wanted;
+        datum.bytes.resize(row->width);   // at most 8: no allocation
+        const ResultCode code = slot.Read(nullptr, &datum.type, datum.bytes.data(), row->width);
+        if (kernel::IsFailure(code)) return Status(code);
+        return datum;
+    }
+    auto bytes = ReadWhole<std::string>([&](std::uint32_t* count, void* buffer, std::uint32_t size) {
+        datum.type = wanted;
+        return slot.Read(count, &datum.type, buffer, size);
+    });
+    if (!bytes) return Status(bytes.Code());
+    datum.bytes = *std::move(bytes);
+    return datum;
+}
+
+/// As `ReadDatumLenient`, by an exact conversion.
+template <class Slot>
+Result<Datum> ReadDatum(TypeCode wanted, const Slot& slot) {
+    if (wanted == 0) return ReadOwn(slot);
+    auto bytes = ReadConverted(slot, wanted);
+    if (!bytes) return Status(bytes.Code());
+    return Datum{wanted, *std::move(bytes)};
+}
+
+/// Writes by the store's own conversion: one call.
+template <class Slot>
+Status WriteLenient(const Slot& slot, View value) {
+    if (kernel::FindType(value.type) == nullptr) return Status(kernel::kInvalidArgument);
+    if (value.size > std::numeric_limits<std::uint32_t>::max()) return Status(kernel::kOutOfMemory);
+    const void* data = value.data != nullptr ? value.data : "";   // an empty text or blob may have a null address
+    return Status(slot.Write(value.type, data, static_cast<std::uint32_t>(value.size), kCreate));
+}
+
+/// Writes exactly: one call for the type of the value, and one that writes.
+template <class Slot>
+Status WriteExactly(const Slot& slot, View value) {
+    std::string_view bytes = value.Bytes();
+    if (!MakePlain(value.type, bytes)) return Status(kernel::kInvalidArgument);
+    const Result<TypeCode> own = ReadType(slot);
+    if (!own && own.Code() != kernel::kNoSuchEntry) return Status(own.Code());
+    if (!own || *own == value.type) return WriteLenient(slot, {value.type, bytes.data(), bytes.size()});
+    try {
+        std::string converted;
+        if (!ConvertExactly(value.type, bytes, *own, converted)) return Status(kernel::kInvalidArgument);
+        return WriteLenient(slot, {*own, converted.data(), converted.size()});
+    } catch (const std::bad_alloc&) {
+        return Status(kernel::kOutOfMemory);
+    }
+}
+
+/// Returns `use(view)` for the view of `value` as the type that corresponds to it.
+template <class T, class Use>
+Status WithView(const T& value, Use use) {
+    if constexpr (Scalar<T>) {
+        const auto wire = static_cast<typename ScalarTraits<T>::Wire>(value);
+        return use(View{ScalarTraits<T>::kType, &wire, sizeof wire});
+    } else if constexpr (std::same_as<T, Datum>) {
+        return use(View{value.type, value.bytes.data(), value.bytes.size()});
+    } else if constexpr (std::convertible_to<const T&, std::string_view>) {
+        const std::string_view text = value;
+        return use(View{kernel::tSTRING, text.data(), text.size()});
+    } else if constexpr (std::convertible_to<const T&, std::u16string_view>) {
+        const std::u16string_view text = value;
+        return use(View{kernel::tWSTRING, text.data(), text.size() * sizeof(char16_t)});
+    } else {
+        static_assert(std::convertible_to<const T&, std::span<const std::byte>>, "the store has no type for this");
+        const std::span<const std::byte> blob = value;
+        return use(View{kernel::tBINARY, blob.data(), blob.size()});
+    }
+}
+
+/// Reads a `T` exactly.
+template <class T, class Slot>
+Result<T> ReadExactly(const Slot& slot) {
+    if constexpr (Scalar<T>) {
+        return ReadScalar<T>(slot);
+    } else {
+        static_assert(VariableSizeType<T>() != 0, "the store has no type for this");
+        return ReadSequence<T>(slot);
+    }
+}
+
+}   // namespace arbor::detail
