@@ -33,13 +33,14 @@ private:
 
 inline constexpr std::uint32_t kAllShares = kShareRead | kShareWrite | kShareDelete;
 
-/// What an opener requests.
+/// What an opener requests. `uses` and `shares` are bits of `kShareRead`, `kShareWrite` and `kShareDelete`: the rights
+/// that it uses, and those that it lets other openers use. A created file gets `newMode` less the umask.
 struct OpenRequest {
-    std::uint32_t uses;       // rights that it uses: bits of `kShareRead`, `kShareWrite` and `kShareDelete`
-    std::uint32_t shares;     // rights that it lets other openers use, as the same bits
-    std::uint32_t creation;   // `kCreateNew` to `kTruncateExisting`
+    std::uint32_t uses;
+    std::uint32_t shares;
+    std::uint32_t creation;
     bool allowsDirectories;
-    mode_t newMode;   // permissions of a created file, before the umask
+    mode_t newMode;
 };
 
 /// Opens the file, checks the sharing and only then empties the file if `creation` says so. On a failure the result

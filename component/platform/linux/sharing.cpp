@@ -15,10 +15,11 @@
 namespace platform {
 namespace {
 
+/// A right, and the offsets of the bytes that an opener locks while it uses or denies the right.
 struct Right {
     std::uint32_t bit;
-    off_t useOffset;    // of the byte that is locked while an opener uses the right
-    off_t denyOffset;   // of the byte that is locked while an opener denies it
+    off_t useOffset;
+    off_t denyOffset;
 };
 
 constexpr off_t kFirstOffset = 0x7FFFFFFFFFFFFF00;

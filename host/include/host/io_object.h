@@ -60,7 +60,6 @@ private:
     std::uint32_t completions = 0;
 };
 
-/// A document in memory.
 class MemoryIo : public IoObject {
 public:
     explicit MemoryIo(Kernel& kernel, std::string document = {}) : IoObject(kernel), content(std::move(document)) {}

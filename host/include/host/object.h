@@ -71,7 +71,6 @@ private:
 
     [[nodiscard]] const kernel::PropertyRow* FindRow(kernel::PropertyId id) const;
     [[nodiscard]] char* Field(const kernel::PropertyRow& row) const;
-    /// Calls `ObjectReady` or `ObjectClosing`.
     kernel::ResultCode CallLifecycle(std::size_t slot);
     /// Constructs the object if `construct` is 1, destroys it if 0.
     kernel::ResultCode CallObjectNew(std::uint32_t construct);

@@ -20,7 +20,6 @@ namespace {
 
 constexpr int kMaxLinks = 40;   // the limit of Linux for one path
 
-/// The type of a module's entry point.
 using EntryCall = int (*)(void* first, std::uint32_t reason, void* third);
 
 /// The entry point in the ELF header of a loaded module, or null. The header is at the start of the first segment.

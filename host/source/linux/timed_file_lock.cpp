@@ -17,7 +17,6 @@ constexpr mode_t kLockFileMode = 0666;
 /// Whether a file system refused `flock` because it has no locks. The lock counts as acquired then.
 bool HasNoLocks(int error) { return error == ENOSYS || error == EOPNOTSUPP || error == EINVAL || error == ENOLCK; }
 
-/// Whether `path` still names the open file.
 bool NamesOpenFile(const std::filesystem::path& path, int descriptor) {
     struct stat opened {};
     struct stat found {};

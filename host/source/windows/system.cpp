@@ -15,7 +15,6 @@ extern "C" int __cdecl __wgetmainargs(int* count, wchar_t*** values, wchar_t*** 
 namespace host {
 namespace {
 
-/// The type of a module's entry point.
 using EntryCall = BOOL(__stdcall*)(void* first, DWORD reason, void* third);
 
 /// The entry point in the PE header of a loaded module, or null.

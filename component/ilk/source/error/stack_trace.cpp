@@ -20,7 +20,6 @@ const StackModule* FirstNotBefore(const vector_t<StackModule>& modules, std::uin
                                 [frame](const StackModule& module) { return module.base + module.size < frame; });
 }
 
-/// Returns the module that `frame` lies in, or null.
 const StackModule* FindModule(const vector_t<StackModule>& modules, std::uint64_t frame) {
     const StackModule* module = FirstNotBefore(modules, frame);
     return module != modules.end() && frame >= module->base ? module : nullptr;

@@ -10,7 +10,6 @@
 namespace ilk {
 namespace {
 
-/// How to copy and destroy members of one type.
 struct MemberKind {
     std::uint32_t size;
     std::uint32_t alignment;

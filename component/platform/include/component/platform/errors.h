@@ -36,7 +36,6 @@ inline constexpr std::uint32_t kErrorCantResolveFilename = 1921;
 /// Returns the error of the calling thread's last failed call. A successful call may leave it unchanged.
 [[nodiscard]] std::uint32_t GetLastError();
 
-/// Sets the calling thread's last error.
 void SetLastError(std::uint32_t error);
 
 }   // namespace platform

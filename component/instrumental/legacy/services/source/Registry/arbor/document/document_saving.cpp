@@ -51,7 +51,6 @@ ResultCode Move(const Text& source, const Text& target) {
 
 ResultCode Exists(const Text& path) { return ilk::ToHostResult(ilk::PathExists(path.data())); }
 
-/// One save of one document.
 class DocumentSave {
 public:
     /// Throws if there is no memory for the names.

@@ -38,7 +38,6 @@ struct ArborLayout {
                kDataAreaBytes == 0x84 && sizeof(Arbor) == 144;
     }
 
-    /// The same for the record of the lock.
     static constexpr bool LockHasFixedLayout() {
         if (sizeof(HostWord) != 4) return true;
         return offsetof(ReadersWriterLock, section) == 0 && offsetof(ReadersWriterLock, readersGate) == 24 &&

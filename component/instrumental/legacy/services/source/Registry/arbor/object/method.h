@@ -29,7 +29,6 @@ inline constexpr char kNameLine[] = "arbor\t%s : %terr";
 /// Printed instead of the path of a key, which has no pointer to its parent.
 inline constexpr char kUnknownPath[] = "?";
 
-/// Stores `value` in an out argument, which may be null.
 template <class T>
 void SetOut(T* out, std::type_identity_t<T> value) {
     if (out != nullptr) *out = value;

@@ -13,8 +13,8 @@ namespace arbor::module {
 /// `std::bad_alloc`; the index stays as it was.
 template <class Index>
 void GrowBeforeInsert(Index& index) {
-    constexpr std::size_t kLargeSize = 2000;   // names
-    if (index.size() < kLargeSize || index.size() < index.bucket_count()) return;
+    constexpr std::size_t kLargeNameCount = 2000;
+    if (index.size() < kLargeNameCount || index.size() < index.bucket_count()) return;
     index.rehash(
         3 * index.bucket_count());   // rounded up to the library's next bucket count, near four times the current one
 }

@@ -63,15 +63,13 @@ private:
     std::size_t slash;   // index of the first `/` in `rest`, or npos
 };
 
-/// Splits a path at each separator of either kind.
+/// Splits a path at each separator of either kind, with the same `AtEnd` and `Next`.
 class AnySeparatorSplitter {
 public:
     explicit AnySeparatorSplitter(std::string_view path) : rest(path) {}
 
-    /// True at the end of the path and before an empty name.
     [[nodiscard]] bool AtEnd() const { return StartsWithEmptyName(rest); }
 
-    /// Returns the next component and moves past the separator after it.
     std::string_view Next() {
         constexpr char kSeparators[] = {kSlash, kPathSeparator, '\0'};
         return RemoveComponent(rest, rest.find_first_of(kSeparators));

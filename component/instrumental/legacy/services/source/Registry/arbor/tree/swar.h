@@ -36,7 +36,6 @@ template <class Unsigned>
     return (word - Broadcast(limit)) & ~word & Broadcast('\x80');
 }
 
-/// Matches the bytes equal to `wanted`.
 [[nodiscard]] constexpr Word MatchByte(Word word, char wanted) { return MatchBelow(word ^ Broadcast(wanted), 1); }
 
 /// Returns the index of the first matching byte. `match` must not be 0.
@@ -62,7 +61,6 @@ template <class Unsigned>
     return ((Load<Unsigned>(a) ^ Load<Unsigned>(b)) | (Load<Unsigned>(a + second) ^ Load<Unsigned>(b + second))) == 0;
 }
 
-/// Whether `count` bytes are equal.
 [[nodiscard]] constexpr bool SameBytes(const char* a, const char* b, std::size_t count) {
     if (std::is_constant_evaluated()) return std::string_view(a, count) == std::string_view(b, count);
     if (count >= 4 && count <= 8) return SameEnds<std::uint32_t>(a, b, count);

@@ -22,7 +22,6 @@ ResultCode CopyOut(std::uint64_t needed, void* dst, std::uint32_t cap, std::uint
     return kDone;
 }
 
-/// Copies `needed` bytes.
 inline ResultCode CopyBytesOut(const void* bytes, std::uint64_t needed, void* dst, std::uint32_t cap,
                                std::uint32_t* size) {
     return CopyOut(needed, dst, cap, size, [&](char* target) {

@@ -52,7 +52,6 @@ using StoredTypes = ClassList<
     TypedValue<tTYPE_ID, Unsigned32>>;
 // clang-format on
 
-/// How to construct a value of one type.
 struct ConstructorRow {
     std::uint32_t sizeBytes = 0;
     Value* (*construct)(void* memory, const HostObject* host) = nullptr;   // null for a type that can't be stored

@@ -163,7 +163,6 @@ public:
     ResultCode FromText(const char* source) override;
 };
 
-/// The class of a value: one for each type.
 template <TypeCode Code, class Storage>
 class TypedValue final : public TextValue<Storage> {
 public:
