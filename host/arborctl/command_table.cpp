@@ -3,6 +3,7 @@
 #include "command_table.h"
 
 #include "help.h"
+#include "type_texts.h"
 
 #include <component/kernel/trace.h>
 
@@ -38,13 +39,6 @@ std::uint32_t ParseNumber(const std::string& text, std::uint32_t max) {
     return number;
 }
 
-kernel::TypeCode ParseType(const std::string& text) {
-    if (const kernel::ValueTypeRow* row = kernel::FindType(text)) return row->type;
-    std::string names;
-    for (const kernel::ValueTypeRow& row : kernel::kStoredTypes) names.append(" ").append(row.name);
-    throw std::invalid_argument(text + " isn't a value type; the types are" + names);
-}
-
 /// The parser gives a flag without an argument the text "true".
 Creation ParseCreation(const std::string& text) {
     if (text == "true") return Creation::Safe;
@@ -64,12 +58,14 @@ ImportForm ParseForm(const std::string& word) {
     return row->form;
 }
 
+/// PATH TEXT, PATH TYPE TEXT, or PATH VALUE TYPE TEXT.
 Work PrepareSet(const Arguments& given) {
-    const std::size_t type = given.operands.size() - 2;
-    const ValuePath path = type == 1 ? given.ValuePathAt(0) : ValuePath{given.PathAt(0), given.NameAt(1)};
-    return [path, type = ParseType(given.operands[type]), text = given.operands.back()](const Session& session) {
-        return Set(session, path, type, text);
-    };
+    const std::size_t count = given.operands.size();
+    const ValuePath path = count < 4 ? given.ValuePathAt(0) : given.ValueAt(0);
+    const kernel::TypeCode type = count < 3 ? 0 : ParseType(given.operands[count - 2]);
+    const Exactness exactness = given.lenient ? Exactness::Lenient : Exactness::Exact;
+    return
+        [=, text = given.operands.back()](const Session& session) { return Set(session, path, type, text, exactness); };
 }
 
 Work PrepareRemoval(const Arguments& given) {
@@ -107,7 +103,7 @@ constexpr CommandRow kCommands[] = {
      [](const Arguments& given) -> Work {
          return [path = given.PathAt(0)](const Session& session) { return Export(session, path); };
      }},
-    {"set", Family::Changing, "PATH [VALUE] TYPE TEXT", "Create or change a value; missing keys are created",
+    {"set", Family::Changing, "PATH [[VALUE] TYPE] TEXT", "Create or change a value; missing keys are created",
      "settings.xml set Network/Proxy/Port tDWORD 8080", PrepareSet},
     {"rm", Family::Changing, "PATH [VALUE]", "Remove a value, or a key and its subtree",
      "settings.xml rm Network/Proxy/Port", PrepareRemoval},
@@ -150,6 +146,8 @@ constexpr CommandRow kCommands[] = {
      [](const Arguments& given) -> Work {
          return [backup = given.operands[0]](const Session& session) { return RestoreBackup(session, backup); };
      }},
+    {"types", Family::Tool, "[TYPE]", "Show the types of values: width, texts and an example", "types tDWORD", nullptr,
+     [](const Arguments& given) { return PrintTypes(given.Has(0) ? given.operands[0] : ""); }},
     {"help", Family::Tool, "[COMMAND]", "Show the commands, or the operands and options of one", "help set", nullptr,
      [](const Arguments& given) {
          const CommandRow* command = given.Has(0) ? FindCommand(given.operands[0]) : nullptr;
@@ -166,8 +164,9 @@ constexpr OperandRow kOperands[] = {
     {"PATH", "import", "key to copy into, created if it is missing; default: the root"},
     {"PATH", "", "key, as in Network/Proxy, or value; \"\" is the root"},
     {"VALUE", "", "name of the value, if PATH is its key"},
-    {"TYPE", "set", "type of a new value; an existing value keeps its type, and TEXT is converted"},
-    {"TEXT", "set", "text of the value; hexadecimal for a blob; after \"--\" if it begins with \"-\""},
+    {"TYPE", "set", "type of a new value (default: tSTRING); an existing value keeps its type"},
+    {"TEXT", "set", "the value, as \"arborctl types\" describes it; after \"--\" if it begins with \"-\""},
+    {"TYPE", "types", "one type, in any case"},
     {"TEXT", "find", "compared without regard to the case of ASCII letters"},
     {"TARGET", "", "path of the copy; without it the same path, in the document of --to"},
     {"FILE", "apply", "lines of set, rm, mv and cp, and flat text; \"-\" or none: standard input"},
@@ -178,6 +177,8 @@ constexpr OperandRow kOperands[] = {
 };
 
 constexpr OptionRow kOptions[] = {
+    {"--lenient", "", "set", "store what the text becomes, even if that is another value",
+     [](Arguments& given, const std::string&) { given.lenient = true; }},
     {"--as", "TYPE", "get", "type to convert to",
      [](Arguments& given, const std::string& text) { given.as = ParseType(text); }},
     {"--from", "FORM", "import", "native, foreign or json; default: recognised by the content",
@@ -259,21 +260,20 @@ std::string_view OperandNames::At(std::size_t index) const {
 
 OperandNames OperandsOf(const CommandRow& command) {
     OperandNames operands;
-    bool isOptional = false;
-    std::size_t group = 0;   // the position of the last bracket
+    std::ptrdiff_t brackets = 0;   // open ones
+    std::size_t group = 0;         // the position of the last one that opened
     for (std::string_view rest = command.operands; !rest.empty();) {
         const std::size_t end = std::min(rest.find(' '), rest.size());
         std::string_view word = rest.substr(0, end);
         rest.remove_prefix(std::min(end + 1, rest.size()));
-        if (word.starts_with('[')) {
-            isOptional = true;
-            group = operands.names.size();
-            word.remove_prefix(1);
-        }
-        if (!isOptional) ++operands.required;
+        brackets += std::ranges::count(word, '[');
+        if (word.starts_with('[')) group = operands.names.size();
+        if (brackets == 0) ++operands.required;
+        brackets -= std::ranges::count(word, ']');
+        const bool isRepeated = word.ends_with("...");
+        word.remove_prefix(word.find_first_not_of('['));
         operands.names.push_back(word.substr(0, word.find(']')));
-        if (word.find(']') != std::string_view::npos) isOptional = false;
-        if (word.ends_with("...")) operands.repeated = operands.names.size() - group;
+        if (isRepeated) operands.repeated = operands.names.size() - group;
     }
     return operands;
 }

@@ -40,6 +40,7 @@ struct Arguments {
     bool dryRun = false;
     bool force = false;
     std::optional<std::filesystem::path> otherDocument{};   // of --to
+    bool lenient = false;
     Colours colours = Colours::Auto;
     kernel::TypeCode as = 0;
     ImportForm from = ImportForm::Any;

@@ -51,11 +51,11 @@ int MoveToDocument(const Session& session, const Transfer& transfer, const std::
 
 }   // namespace
 
-int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, const std::string& text) {
+int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, const std::string& text,
+        Exactness exactness) {
     return ChangeDocument(session, [&](const arbor::Key& root) {
         const ValueSlot value(MakeKey(root, path.key), path.value);
-        const bool isWide = value.Type() == kernel::tWSTRING;   // the store would copy the bytes of any other type
-        ThrowIfFailed(value.Set(ValueText(session.kernel).Parse(isWide ? kernel::tWSTRING : type, text)), value.Text());
+        StoreText(value, type, text, ValueText(session.kernel), exactness, path.Text());
     });
 }
 

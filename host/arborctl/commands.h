@@ -4,6 +4,7 @@
 #pragma once
 
 #include "document.h"
+#include "exactness.h"
 #include "exit_codes.h"
 #include "import.h"
 #include "moving.h"
@@ -53,7 +54,9 @@ int Backups(const Session& session);
 
 /// Applies the changes in a file, or in standard input for "-", or none of them.
 int Apply(const Session& session, const std::filesystem::path& file);
-int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, const std::string& text);
+/// `type` is that of a new value, or 0 for a tSTRING. An existing value keeps its type.
+int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, const std::string& text,
+        Exactness exactness);
 /// Removes the value at `path` or, if there is none, the key.
 int Remove(const Session& session, const Path& path);
 int RemoveValue(const Session& session, const ValuePath& path);

@@ -17,17 +17,6 @@ struct Line {
     std::string_view text;
 };
 
-/// Prints `text` from column `column` on; further lines begin there too.
-void PrintWrapped(std::string_view text, std::size_t column) {
-    const std::size_t width = kColumns - column;
-    while (text.size() > width) {
-        const std::size_t end = text.rfind(' ', width);   // no word is as long as a line
-        std::cout << text.substr(0, end) << '\n' << std::string(column, ' ');
-        text.remove_prefix(end + 1);
-    }
-    std::cout << text << '\n';
-}
-
 void PrintTable(std::string_view heading, const std::vector<Line>& lines) {
     if (lines.empty()) return;
     std::size_t width = 0;
@@ -104,6 +93,16 @@ void PrintCommandHelp(const CommandRow& command) {
 }
 
 }   // namespace
+
+void PrintWrapped(std::string_view text, std::size_t column) {
+    const std::size_t width = kColumns - column;
+    while (text.size() > width) {
+        const std::size_t end = text.rfind(' ', width);   // no word is as long as a line
+        std::cout << text.substr(0, end) << '\n' << std::string(column, ' ');
+        text.remove_prefix(end + 1);
+    }
+    std::cout << text << '\n';
+}
 
 int PrintHelp(const CommandRow* command) {
     command != nullptr ? PrintCommandHelp(*command) : PrintToolHelp();

@@ -79,6 +79,8 @@ std::string Path::Text() const {
     return text;
 }
 
+std::string ValuePath::Text() const { return JoinPath(key.IsRoot() ? "" : key.Text(), EncodeName(value.name)); }
+
 ValuePath ToValuePath(const Path& path) {
     if (path.IsOfKey()) throw std::invalid_argument("the path is that of a key, not of a value");
     return {path.Parent(), path.Names().back()};

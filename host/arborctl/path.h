@@ -60,6 +60,9 @@ private:
 struct ValuePath {
     Path key;
     PathName value;
+
+    /// The path for messages.
+    [[nodiscard]] std::string Text() const;
 };
 
 /// Takes the last name as that of a value. Throws `std::invalid_argument` if `path.IsOfKey()`.

@@ -1,6 +1,7 @@
 #include "tool_fixture.h"
 
 #include <arborctl/command_table.h>
+#include <arborctl/type_texts.h>
 #include <host/system.h>
 #include <host/text.h>
 #include <host/timed_file_lock.h>
@@ -230,7 +231,7 @@ TEST_F(ArborctlTest, ErrorsReportTheCodeAndKeepTheDocument) {
         {"odd number of hexadecimal digits", {"set", "New", "V", "tBINARY", "ABC"}, kInvalid},
         {"invalid hexadecimal digit", {"set", "New", "V", "tBINARY", "0G"}, kInvalid},
         {"text that the existing type rejects", {"set", "Network/Proxy", "Port", "tSTRING", "x"}, kInvalid},
-        {"type that can't be stored", {"set", "New", "V", "tWCHAR", "x"}, "0x8000004B"},
+        {"type that can't be saved", {"set", "New", "V", "tWCHAR", "x"}, "0x8000004B"},
         {"failed conversion", {"get", "Network", "Comment", "--as", "tINT"}, kInvalid},
         {"change of a read-only document",
          {"set", "Network", "V", "tINT", "1"},
@@ -316,6 +317,58 @@ TEST_F(ArborctlTest, HelpDescribesEachCommandIn79Columns) {
     for (std::string line; std::getline(lines, line);) EXPECT_LT(line.size(), 80U) << line;
     for (const arborctl::OptionRow& row : arborctl::Options())
         EXPECT_THAT(all, HasSubstr("  " + std::string(row.name == "--help" ? "-h, " : "") + std::string(row.name)));
+}
+
+TEST_F(ArborctlTest, EveryTypesExampleIsStoredExactly) {
+    const std::string listed = RunTool({"types"}).output;
+    for (const kernel::ValueTypeRow& row : kernel::kStoredTypes) {
+        const std::string type(row.name);
+        const std::string example(arborctl::TextsOf(row.type).example);
+        SCOPED_TRACE(type);
+        EXPECT_THAT(listed, HasSubstr('\n' + RunTool({"types", type}).output));
+        const Outcome set = RunOn("d.xml", {"set", "Types", type, "T" + type.substr(1), "--", example});
+        EXPECT_EQ(set.exitCode, row.type == kernel::tWCHAR ? 1 : 0) << set.error;
+        if (set.exitCode != 0 || row.type == kernel::tFUNC_PTR) continue;
+        EXPECT_EQ(RunOn("d.xml", {"get", "Types", type}).output, example + '\n');
+    }
+    EXPECT_THAT(RunTool({"types", "tOBJECT"}).error, HasSubstr("tOBJECT is the type of no value"));
+}
+
+TEST_F(ArborctlTest, SetStoresExactlyTheTextOrRefuses) {
+    struct Case {
+        const char* type;
+        const char* text;
+        const char* error;
+        const char* lenient;   // what is stored then
+    };
+    const Case cases[] = {
+        {"tDOUBLE", "abc", "and would be stored as \"0.000000\"; --lenient", "0.000000"},
+        {"tDOUBLE", "1e-9", "tDOUBLE \"1e-09\" would be saved as \"0.000000\"; --lenient stores that", "0.000000"},
+        {"tDWORD", "99999999999", "(0 to 4294967295), and would be stored as \"4294967295\"", "4294967295"},
+        {"tDWORD", "12abc", "isn't a tDWORD", "76476"},
+        {"tINT", "", "V: \"\" isn't a tINT", "0"},
+        {"tBOOL", "2", "would be saved as \"1\"", "1"},
+        {"tCHAR", "ab", "isn't a tCHAR", "a"},
+        {"tVOID", "x", "isn't a tVOID", ""},
+        {"tFUNC_PTR", "8", "would be saved as \"\"", ""},
+        {"tWSTRING", "\xF0\x9F\x98\x80", "a save splits the characters above U+FFFF", "\xED\xA0\xBD\xED\xB8\x80"},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(std::string(row.type) + ' ' + row.text);
+        const Outcome exact = RunOn("d.xml", {"set", "V", row.type, row.text});
+        EXPECT_EQ(exact.exitCode, 1);
+        EXPECT_THAT(exact.error, HasSubstr(row.error));
+        EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
+        EXPECT_EQ(RunOn("d.xml", {"set", "V", row.type, "--lenient", row.text}).exitCode, 0);
+        EXPECT_EQ(RunOn("d.xml", {"get", "V"}).output, std::string(row.lenient) + '\n');
+        Write("d.xml", kDocument);
+    }
+    EXPECT_EQ(RunOn("d.xml", {"set", "Network/Proxy/Port", "81"}).exitCode, 0);   // keeps the type
+    EXPECT_EQ(RunOn("d.xml", {"set", "Network/New", "81"}).exitCode, 0);
+    EXPECT_THAT(RunOn("d.xml", {"set", "Network/Proxy/Port", "tSTRING", "x"}).error,
+                HasSubstr("(Network/Proxy/Port: \"x\" isn't a tDWORD (0 to 4294967295))"));
+    EXPECT_THAT(RunOn("d.xml", {"tree", "Network"}).output, HasSubstr("New: tSTRING \"81\"\nProxy/\n"));
+    EXPECT_THAT(RunOn("d.xml", {"tree", "Network"}).output, HasSubstr("Port: tDWORD 81\n"));
 }
 
 TEST_F(ArborctlTest, OptionsStandAnywhere) {

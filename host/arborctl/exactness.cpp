@@ -1,0 +1,92 @@
+// Compares a value with the one that its text in the document gives.
+
+#include "exactness.h"
+
+#include "exact_text.h"
+#include "type_texts.h"
+
+#include <cstring>
+
+namespace arborctl {
+namespace {
+
+constexpr std::string_view kHint = "; --lenient stores that";
+
+/// Returns a text for a message, shortened.
+std::string Shown(const std::string& text) {
+    constexpr std::size_t kMaxBytes = 60;
+    return text.size() <= kMaxBytes ? Quote(text) : Quote(text.substr(0, kMaxBytes)) + "...";
+}
+
+/// A save writes a character above U+FFFF of a wide text as two surrogates.
+bool HasSurrogates(const std::string& bytes) {
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += sizeof(char16_t)) {
+        char16_t unit = 0;
+        std::memcpy(&unit, bytes.data() + i, sizeof unit);
+        if (unit >= 0xD800 && unit <= 0xDFFF) return true;
+    }
+    return false;
+}
+
+bool IsSame(const arbor::Datum& left, const arbor::Datum& right) { return left.bytes == right.bytes; }
+
+}   // namespace
+
+arbor::Datum ExactValues::Parse(kernel::TypeCode type, const std::string& text, const std::string& where) const {
+    std::optional<arbor::Datum> exact = FromExactText(type, text);
+    if (exact) {
+        ThrowIfNotKept(*exact, where);
+        return *std::move(exact);
+    }
+    if (exactness == Exactness::Exact) Refuse(type, text, where);
+    return valueText.Parse(type, text);
+}
+
+void ExactValues::ThrowIfNotKept(const arbor::Datum& datum, const std::string& where) const {
+    switch (datum.type) {
+        case kernel::tWSTRING:
+            if (exactness == Exactness::Exact && HasSurrogates(datum.bytes))
+                throw StoreError(kernel::kInvalidArgument,
+                                 where + ": a save splits the characters above U+FFFF of a tWSTRING" + kHint.data());
+            return;
+        case kernel::tBOOL:
+        case kernel::tCHAR:
+        case kernel::tWCHAR:
+        case kernel::tFUNC_PTR:
+        case kernel::tDOUBLE:
+            break;
+        default:
+            return;   // the document keeps every bit
+    }
+    std::string kept;
+    try {
+        kept = valueText.Format(datum);
+    } catch (const StoreError& error) {
+        throw StoreError(error.Code(), where + ": " + TypeName(datum) + ' ' + ToExactText(datum) + " can't be saved");
+    }
+    if (exactness == Exactness::Lenient || IsSame(valueText.Parse(datum.type, kept), datum)) return;
+    throw StoreError(kernel::kInvalidArgument, where + ": " + TypeName(datum) + ' ' + Shown(ToExactText(datum)) +
+                                                   " would be saved as " + Shown(kept) + kHint.data());
+}
+
+void ExactValues::Refuse(kernel::TypeCode type, const std::string& text, const std::string& where) const {
+    std::string reason = where + ": " + Shown(text) + " isn't a " + std::string(kernel::FindType(type)->name) + " (";
+    reason.append(TextsOf(type).text).append(")");
+    try {
+        const std::string stored = valueText.Format(valueText.Parse(type, text));
+        reason.append(", and would be stored as ").append(Shown(stored)).append(kHint);
+    } catch (const StoreError&) {
+    }   // the store refuses it too
+    throw StoreError(kernel::kInvalidArgument, reason);
+}
+
+void StoreText(const ValueSlot& value, kernel::TypeCode type, const std::string& text, const ValueText& valueText,
+               Exactness exactness, const std::string& where) {
+    const kernel::TypeCode own = value.Type();
+    const bool isConverted = exactness == Exactness::Lenient && type != 0 && own != kernel::tWSTRING;
+    kernel::TypeCode target = isConverted || own == 0 ? type : own;   // the store would copy any bytes to a tWSTRING
+    if (target == 0) target = kernel::tSTRING;
+    ThrowIfFailed(value.Set(ExactValues(valueText, exactness).Parse(target, text, where)), where);
+}
+
+}   // namespace arborctl

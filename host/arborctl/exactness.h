@@ -1,0 +1,42 @@
+/// Converts texts to values so that the next load of the document gives back what the text says. The store's own
+/// conversions also accept texts that aren't of the type, such as "abc" as the tDOUBLE 0, and the document keeps less
+/// of some values than memory does, such as six digits of a tDOUBLE.
+#pragma once
+
+#include "addressing.h"
+#include "value_text.h"
+
+namespace arborctl {
+
+enum class Exactness {
+    Exact,
+    Lenient,   // the store's own conversions
+};
+
+class ExactValues {
+public:
+    /// `texts` must outlive this.
+    ExactValues(const ValueText& texts, Exactness mode) : valueText(texts), exactness(mode) {}
+
+    /// Returns the value of `type` with this text. Throws a `StoreError` if the type has none or, unless lenient, if a
+    /// save wouldn't keep it. The error begins with `where`, the path of the value.
+    [[nodiscard]] arbor::Datum Parse(kernel::TypeCode type, const std::string& text, const std::string& where) const;
+
+    /// Throws a `StoreError` if the document has no text for the value or, unless lenient, if the text is that of
+    /// another value.
+    void ThrowIfNotKept(const arbor::Datum& datum, const std::string& where) const;
+
+private:
+    [[noreturn]] void Refuse(kernel::TypeCode type, const std::string& text, const std::string& where) const;
+
+    const ValueText& valueText;
+    Exactness exactness;
+};
+
+/// Stores `text` in `value`, which keeps its type if it exists. A new value gets `type`, or tSTRING if that is 0.
+/// Throws a `StoreError` if the text isn't one of the value's type or, unless lenient, if something else would be
+/// stored.
+void StoreText(const ValueSlot& value, kernel::TypeCode type, const std::string& text, const ValueText& valueText,
+               Exactness exactness, const std::string& where);
+
+}   // namespace arborctl
