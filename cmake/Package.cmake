@@ -22,7 +22,8 @@ install(DIRECTORY examples DESTINATION ${documents})
 
 set_target_properties(kernel PROPERTIES EXPORT_NAME contract)
 set_target_properties(host PROPERTIES OUTPUT_NAME arbor-host)
-install(TARGETS kernel client host arbor_c EXPORT arbor RUNTIME DESTINATION ${programs})
+install(TARGETS kernel client host arbor_c EXPORT arbor
+        RUNTIME DESTINATION ${programs} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES component/kernel/include/arbor.h DESTINATION ${ARBOR_HEADERS})
 install(DIRECTORY component/platform/unicode/include/component component/kernel/include/component component/client/include/component
         host/include/host DESTINATION ${ARBOR_HEADERS})
