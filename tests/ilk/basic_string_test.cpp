@@ -74,6 +74,10 @@ void ThrowsForLengthsAboveTheLimit(std::uint32_t maxSize) {
     EXPECT_EQ(MessageOf<std::length_error>([&] { text.resize_extra_at(nullptr, maxSize, 0, 1); }),
               "ilk::basic_string_t::resize_extra_at");
     EXPECT_EQ(text.size(), 1u);
+    CountingAllocator full;
+    full.failFromNow = true;
+    String atLimit(one, 1, &full);
+    EXPECT_THROW(atLimit.append(one, maxSize - 1), std::bad_alloc) << "not refused, but too large for this allocator";
 }
 
 TEST(BasicStringTest, ThrowsForLengthsAboveTheLimit) {

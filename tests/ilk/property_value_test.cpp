@@ -57,8 +57,8 @@ void ExpectCopiesWhole(const TypeLayout& layout) {
 TEST(PropertyValueTest, StructuredValuesAreCopiedMemberByMember) {
     TypeLayout layout = StructuredLayout(kRecordScript, sizeof(Record));
     ExpectCopiesWhole(layout);
-    layout.members.text.append(std::string_view("\2\1\10\2", 4));   // the script starts in the layout
-    layout.script = kRecordScript + 4;
+    layout.members.text.append(std::string_view("\2\1\x88\x80\0\2\5", 7));   // all but the end is in the layout
+    layout.script = kRecordScript + 5;
     ExpectCopiesWhole(layout);
     layout.traits = 0;   // or in bytes elsewhere
     layout.members.bytes = std::span(kRecordScript);

@@ -47,6 +47,7 @@ constexpr PathCase kNormalized[] = {
     {u"C:a/b", u"C:a\\b"},
     {u"\\\\server\\share\\a\\..\\..\\b", u"\\\\server\\share\\b"},
     {u"\\\\server\\share", u"\\\\server\\share"},
+    {u"\\\\server\\\\a\\..\\..\\b", u"\\\\server\\b"},
     {u"\\\\s\\UNC\\a\\b\\..\\..\\c", u"\\\\s\\UNC\\c"},
     {u"\\\\?\\C:\\a\\..\\..\\b", u"\\\\?\\C:\\b"},
     {u"\\\\?\\C:\\", u"\\\\?\\C:\\"},
