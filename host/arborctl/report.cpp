@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t kFlushBytes = 64 * 1024;
 constexpr std::size_t kMaxInlineBytes = 160;              // a longer text, or one with several lines, is folded
-constexpr std::size_t kFoldedBytes = 80;                  // of it that are always shown
+constexpr std::size_t kFoldedBytes = 60;                  // of it that are always shown
 constexpr std::uintmax_t kMaxOpenFileBytes = 16 * 1024;   // all keys of a smaller document are open at first
 
 /// How a text is shown.

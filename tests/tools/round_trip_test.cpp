@@ -93,6 +93,7 @@ private:
             bytes += row.type == kernel::tWSTRING && byte == 0 ? 'w' : byte;   // surrogates too
         }
         if (Below(4) == 0 && row.type != kernel::tWSTRING) bytes.assign(bytes.size(), '\0');
+        if (Below(4) == 0 && row.width != 0) bytes.back() = '\x80';   // -0.0, and the least integers
         return bytes;
     }
 
