@@ -10,6 +10,7 @@
 #include "document_scan.h"
 #include "input.h"
 #include "json_document.h"
+#include "text_location.h"
 
 namespace arborctl {
 namespace {
@@ -18,7 +19,9 @@ ImportForm FormOf(std::string_view content) {
     const std::string_view text = WithoutByteOrderMark(content);
     const std::size_t start = text.find_first_not_of(" \t\r\n");
     if (start != text.npos && text[start] == '{') return ImportForm::Json;
-    if (start != text.npos && text[start] != '<') return ImportForm::Flat;
+    constexpr std::string_view kUtf16("\0\xFE\xFF", 3);   // such XML is loaded, and refused, as XML
+    const bool isUtf16 = text.substr(0, 2).find_first_of(kUtf16) != text.npos;
+    if (start != text.npos && text[start] != '<' && !isUtf16) return ImportForm::Flat;
     return IsForeign(text) ? ImportForm::Foreign : ImportForm::Native;
 }
 
@@ -31,21 +34,25 @@ void RequireXmlForm(const Input& input, ImportForm wanted) {
                                                  : " is native: its root element is \"arbor\"; use --from native"));
 }
 
-/// A document that was read, and what it was read from.
-struct Source {
-    std::unique_ptr<host::MemoryIo> io{};   // before `document`, which uses it
-    Document document;
-};
+/// Adds to `error` where and why the content can't be loaded.
+[[noreturn]] void ThrowWithLocation(const Session& session, const LoadError& error, std::string_view content,
+                                    const std::string& name) {
+    const std::string_view text = WithoutByteOrderMark(content);
+    const ScanResult result = ScanDocument(session.kernel, text, [](const Finding&) {});
+    if (!result.fault) throw error;
+    const TextLocation location = LocationCounter(text).At(result.fault->offset);
+    throw LoadError(error.Code(), name + Suffix(location) + ": " + result.fault->text);
+}
 
-/// Loads a file as the store does, which may wait for another process; standard input from memory.
-Source LoadXml(const Session& session, Input input) {
-    if (input.IsFile()) {
-        return {nullptr,
-                Document(session.kernel, {.document = input.file, .wait = session.settings.wait}, session.progress)};
+/// Loads a file as the store does, which may wait for another process; standard input from `io`.
+Document LoadXml(const Session& session, const Input& input, host::MemoryIo& io) {
+    try {
+        if (!input.IsFile()) return Document(session.kernel, io);
+        const DocumentSettings settings{.document = input.file, .wait = session.settings.wait};
+        return Document(session.kernel, settings, session.progress);
+    } catch (const LoadError& error) {
+        ThrowWithLocation(session, error, input.IsFile() ? input.content : io.Content(), input.Name());
     }
-    auto io = std::make_unique<host::MemoryIo>(session.kernel, std::move(input.content));
-    host::MemoryIo& source = *io;
-    return {std::move(io), Document(session.kernel, source)};
 }
 
 /// Changes the document by `add(key)` with the key at `path`, which is created if it is missing.
@@ -69,8 +76,9 @@ int Import(const Session& session, const std::filesystem::path& file, const Path
         });
     }
     RequireXmlForm(input, wanted);
-    const Source source = LoadXml(session, std::move(input));
-    return AddToDocument(session, path, [&](const arbor::Key& key) { CopyDisambiguated(source.document.Root(), key); });
+    host::MemoryIo io(session.kernel, input.IsFile() ? "" : std::move(input.content));
+    const Document source = LoadXml(session, input, io);
+    return AddToDocument(session, path, [&](const arbor::Key& key) { CopyDisambiguated(source.Root(), key); });
 }
 
 }   // namespace arborctl

@@ -851,7 +851,8 @@ TEST_F(ArborctlTest, ImportRecognisesTheFormAndKeepsTheDocumentOnAFailure) {
         {"native, but foreign was said", kNative, {"--from", "foreign"}, nullptr, " is native: "},
         {"foreign, but native was said", kForeign, {"--from", "native"}, nullptr, " is foreign: "},
         {"XML, but JSON was said", kForeign, {"--from", "json"}, nullptr, ":1:1: syntax error"},
-        {"malformed XML", "<arbor>", {}, nullptr, "the document is malformed", 3},
+        {"malformed XML", "<arbor>\n<x/>", {}, nullptr, ":2:1: <x> is neither a key nor a value type)", 3},
+        {"XML in UTF-16", "\xFF\xFE<", {}, nullptr, ":1:1: the document is in UTF-16; only UTF-8 is read)", 3},
         {"malformed JSON", "{\n\"keys\":[{\"name\":\"k\",,", {}, nullptr, ":2:21: k: syntax error"},
     };
     for (const Case& row : cases) {
