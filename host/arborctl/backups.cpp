@@ -18,6 +18,8 @@ namespace {
 using NativeName = std::filesystem::path::string_type;
 
 constexpr std::string_view kLowerHexDigits = "0123456789abcdef";
+constexpr std::string_view kSecondBackup = ".bak2";
+constexpr std::string_view kRestoring = ".restoring";
 constexpr std::string_view kBeforeRestore = ".before-restore";
 
 /// An ending that makes a document's name into the name of a backup: `text`, then digits.
@@ -26,15 +28,17 @@ struct Ending {
     std::string_view digits;   // the digits that may follow
     bool requiresDigits;
     const char* role;
+    bool isTemporary;
     bool isOverwritten;
 };
 constexpr Ending kEndings[] = {
-    {"", "", false, "document", false},
-    {".bak", "", false, "first backup", false},
-    {".bak2", "", false, "second backup", true},
-    {".bak2", kLowerHexDigits, true, "old second backup", true},
-    {".tmp", kLowerHexDigits, true, "temporary file", true},
-    {kBeforeRestore, kDecimalDigits, false, "before a restore", false},
+    {"", "", false, "document", false, false},
+    {".bak", "", false, "first backup", false, false},
+    {kSecondBackup, "", false, "second backup", false, true},
+    {kSecondBackup, kLowerHexDigits, true, "old second backup", false, true},
+    {".tmp", kLowerHexDigits, true, "temporary file", true, true},
+    {kRestoring, "", false, "temporary file", true, false},
+    {kBeforeRestore, kDecimalDigits, false, "before a restore", false, false},
 };
 
 NativeName ToNative(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
@@ -93,6 +97,18 @@ void CopyDurably(const std::filesystem::path& from, const std::filesystem::path&
     host::FlushToDisk(to);
 }
 
+void Move(const std::filesystem::path& from, const std::filesystem::path& to, std::chrono::milliseconds wait) {
+    RetryWhileInUse(wait, from, to, [&](std::error_code& error) { std::filesystem::rename(from, to, error); });
+    host::FlushToDisk(FolderOf(to));
+}
+
+/// Gives a file a second name, which keeps its owner and permissions, or copies it where that isn't possible.
+void LinkOrCopy(const std::filesystem::path& from, const std::filesystem::path& to, std::chrono::milliseconds wait) {
+    std::error_code unsupported;
+    std::filesystem::create_hard_link(from, to, unsupported);
+    if (unsupported) CopyDurably(from, to, wait);
+}
+
 }   // namespace
 
 std::vector<BackupFile> FindBackups(const std::filesystem::path& document) {
@@ -101,7 +117,8 @@ std::vector<BackupFile> FindBackups(const std::filesystem::path& document) {
     for (const auto& entry : std::filesystem::directory_iterator(FolderOf(document))) {
         const Ending* ending = FindEnding(entry.path().filename().native(), document.filename().native());
         if (ending != nullptr && entry.is_regular_file()) {
-            files.push_back({document.parent_path() / entry.path().filename(), ending->role, ending->isOverwritten});
+            files.push_back({document.parent_path() / entry.path().filename(), ending->role, ending->isTemporary,
+                             ending->isOverwritten});
         }
     }
     std::sort(files.begin(), files.end(), [](const BackupFile& a, const BackupFile& b) { return a.path < b.path; });
@@ -122,7 +139,7 @@ std::optional<std::filesystem::path> FindBackup(const std::filesystem::path& doc
 
 std::filesystem::path Restore(const std::filesystem::path& document, const std::filesystem::path& backup,
                               std::chrono::milliseconds wait) {
-    const std::filesystem::path temporary = WithEnding(document, ".restoring");
+    const std::filesystem::path temporary = WithEnding(document, kRestoring);
     std::filesystem::path kept;
     try {
         CopyDurably(backup, temporary, wait);
@@ -130,15 +147,31 @@ std::filesystem::path Restore(const std::filesystem::path& document, const std::
             kept = UnusedName(document);
             CopyDurably(document, kept, wait);
         }
-        RetryWhileInUse(wait, temporary, document,
-                        [&](std::error_code& error) { std::filesystem::rename(temporary, document, error); });
+        Move(temporary, document, wait);
     } catch (...) {
         std::error_code ignored;   // report the first failure
         std::filesystem::remove(temporary, ignored);
         throw;
     }
-    host::FlushToDisk(FolderOf(document));
     return kept;
+}
+
+std::filesystem::path SecondBackup(const std::filesystem::path& document) {
+    return WithEnding(document, kSecondBackup);
+}
+
+void SwapWithBackup(const std::filesystem::path& document, const std::filesystem::path& backup,
+                    std::chrono::milliseconds wait) {
+    const std::filesystem::path kept = UnusedName(document);
+    LinkOrCopy(document, kept, wait);
+    try {
+        Move(backup, document, wait);
+    } catch (...) {
+        std::error_code ignored;   // report the first failure
+        std::filesystem::remove(kept, ignored);
+        throw;
+    }
+    Move(kept, backup, wait);
 }
 
 }   // namespace arborctl

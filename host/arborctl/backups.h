@@ -12,6 +12,7 @@ namespace arborctl {
 struct BackupFile {
     std::filesystem::path path;
     const char* role;
+    bool isTemporary;     // of a save or a restore that didn't end
     bool isOverwritten;   // the saves of a new document would replace or remove it
 };
 
@@ -29,5 +30,13 @@ struct BackupFile {
 /// document unchanged on failure.
 std::filesystem::path Restore(const std::filesystem::path& document, const std::filesystem::path& backup,
                               std::chrono::milliseconds wait);
+
+/// The file in which a save in backup mode 1 or 2 keeps the former document.
+[[nodiscard]] std::filesystem::path SecondBackup(const std::filesystem::path& document);
+
+/// Swaps the document and a backup, both of which exist. The document exists at every moment; after a crash in between
+/// it is in a file that a restore of it would have made. Waits and throws as `Restore`.
+void SwapWithBackup(const std::filesystem::path& document, const std::filesystem::path& backup,
+                    std::chrono::milliseconds wait);
 
 }   // namespace arborctl

@@ -39,13 +39,14 @@ struct Arguments {
     bool flat = false;
     bool dryRun = false;
     bool force = false;
+    bool clean = false;
     std::optional<std::filesystem::path> otherDocument{};   // of --to
     bool lenient = false;
     Colours colours = Colours::Auto;
     kernel::TypeCode as = 0;
     ImportForm from = ImportForm::Any;
     std::filesystem::path against{};   // empty if it isn't given
-    DocumentSettings settings{};
+    DocumentSettings settings{.backupMode = kBackupFormer};
 
     [[nodiscard]] bool Has(std::size_t index) const { return index < operands.size(); }
     /// Operands by position. All throw `std::invalid_argument` if the operand has a wrong syntax.

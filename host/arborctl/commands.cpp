@@ -3,7 +3,6 @@
 #include "commands.h"
 
 #include "addressing.h"
-#include "backups.h"
 #include "change.h"
 #include "moving.h"
 #include "value_text.h"
@@ -77,26 +76,6 @@ int CopyOrMove(const Session& session, const Transfer& transfer, const std::opti
     }
     if (session.settings.readOnly) throw StoreError(kernel::kReadOnlyObject, "copying to " + PathText(*other));
     return transfer.isMove ? MoveToDocument(session, transfer, *other) : CopyToDocument(session, transfer, *other);
-}
-
-int RestoreBackup(const Session& session, const std::string& backup) {
-    const std::filesystem::path& document = session.settings.document;
-    if (session.settings.readOnly) throw StoreError(kernel::kReadOnlyObject, "restoring " + PathText(document));
-    const auto lock = LockDocument(session.settings);
-    const std::optional<std::filesystem::path> chosen = FindBackup(document, backup);
-    if (!chosen)
-        throw StoreError(kernel::kNoDocument, host::Printable(backup) + " is not a backup of " + PathText(document));
-    static_cast<void>(session.LoadBackup(*chosen));   // throws if the backup can't be loaded
-    if (session.dryRun) {
-        PrintFileChanges(session, document, *chosen);
-        return kExitDone;
-    }
-    const std::filesystem::path kept = Restore(document, *chosen, session.settings.wait);
-    std::cout << PathText(document) << " is restored from " << PathText(chosen->filename());
-    if (std::filesystem::is_empty(document)) std::cout << ", which is empty";
-    if (!kept.empty()) std::cout << "; the former document is in " << PathText(kept.filename());
-    std::cout << '\n';
-    return kExitDone;
 }
 
 }   // namespace arborctl

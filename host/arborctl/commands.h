@@ -68,5 +68,9 @@ int CopyOrMove(const Session& session, const Transfer& transfer, const std::opti
 int Import(const Session& session, const std::filesystem::path& file, const Path& path, ImportForm form);
 /// `backup` is a file name, a path, or an ending such as "bak2".
 int RestoreBackup(const Session& session, const std::string& backup);
+/// Swaps the document and the one before its last save, so that a second `Undo` brings the document back.
+int Undo(const Session& session);
+/// Prints and removes the temporary files that saves have left.
+int CleanBackups(const Session& session);
 
 }   // namespace arborctl

@@ -148,7 +148,9 @@ kernel::ResultCode Document::TryLoad(host::Kernel& kernel, const DocumentSetting
     set(object->SetDocument(file));
     set(object->SetNumber(kernel::PropertyReadOnly, settings.readOnly ? 1 : 0));
     set(object->SetNumber(kernel::PropertyOpenFlags, settings.create != Creation::Never ? kernel::kOpenFlagCreate : 0));
-    set(object->SetNumber(kernel::PropertyBackupMode, settings.backupMode));
+    const bool hasFormer = std::filesystem::exists(file);   // the first save of a new document has none to keep
+    set(object->SetNumber(kernel::PropertyBackupMode,
+                          hasFormer || settings.backupMode != kBackupFormer ? settings.backupMode : 0));
     return object->Ready();
 }
 

@@ -57,6 +57,9 @@ enum class Creation {
     Force,   // always
 };
 
+/// The backup mode in which each save keeps the former document, with the ending ".bak2".
+inline constexpr std::uint32_t kBackupFormer = 1;
+
 struct DocumentSettings {
     std::filesystem::path document{};
     bool readOnly = false;

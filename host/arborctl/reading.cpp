@@ -1,7 +1,6 @@
-// The commands that print documents: tree, get, find, export and backups.
+// The commands that print documents: tree, get, find and export.
 
 #include "addressing.h"
-#include "backups.h"
 #include "commands.h"
 #include "copy_disambiguated.h"
 #include "flat_text.h"
@@ -10,11 +9,7 @@
 #include "value_text.h"
 #include "walk.h"
 
-#include <chrono>
-#include <ctime>
-#include <iomanip>
 #include <iostream>
-#include <sstream>
 
 namespace arborctl {
 namespace {
@@ -124,25 +119,6 @@ bool Contains(const std::string& text, const std::string& lower) {
     return ToLower(text).find(lower) != std::string::npos;
 }
 
-/// The time of a file's last change in UTC, in the format of ISO 8601.
-std::string ModificationTime(const std::filesystem::path& path) {
-    const auto time = std::chrono::file_clock::to_sys(std::filesystem::last_write_time(path));
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(time));
-    std::ostringstream text;
-    text << std::put_time(std::gmtime(&seconds), "%Y-%m-%dT%H:%M:%SZ");
-    return text.str();
-}
-
-/// Loads a document and returns the result.
-kernel::ResultCode LoadCode(const Session& session, const std::filesystem::path& path) {
-    try {
-        static_cast<void>(session.LoadBackup(path));
-        return kernel::kDone;
-    } catch (const StoreError& error) {
-        return error.Code();
-    }
-}
-
 int ExportJson(const Session& session, const Path& path) {
     const Document document = session.Load();
     if (const std::optional<arbor::Key> key = FindKey(document.Root(), path)) {
@@ -248,30 +224,6 @@ int Export(const Session& session, const Path& path) {
     }
     std::cout << io.Content();
     return omitted.ExitCode(kExitDone);
-}
-
-int Backups(const Session& session) {
-    const std::vector<BackupFile> files = FindBackups(session.settings.document);
-    if (files.empty()) throw LoadError(kernel::kNoDocument, PathText(session.settings.document));
-    Json json(std::cout);
-    if (session.json) json.BeginArray();
-    for (const BackupFile& file : files) {
-        const kernel::ResultCode code = LoadCode(session, file.path);
-        const std::uintmax_t size = std::filesystem::file_size(file.path);
-        const std::string state = size == 0 && kernel::IsSuccess(code) ? "empty" : LoadState(code);
-        if (session.json) {
-            json.BeginObject().Member("file", PathText(file.path)).Member("role", file.role);
-            json.Member("modified", ModificationTime(file.path))
-                .Member("bytes", size)
-                .Member("state", state)
-                .EndObject();
-        } else {
-            std::cout << ModificationTime(file.path) << std::setw(12) << size << "  " << PathText(file.path.filename())
-                      << " (" << file.role << "): " << state << '\n';
-        }
-    }
-    if (session.json) json.EndArray().EndLine();
-    return kExitDone;
 }
 
 }   // namespace arborctl

@@ -1,5 +1,7 @@
+#include "platform/open_handle.h"
 #include "tool_fixture.h"
 
+#include <chrono>
 #include <map>
 #include <random>
 
@@ -22,7 +24,7 @@ protected:
     /// error; a refused command must leave the file as it is.
     void ExpectResult(const std::vector<std::string>& command, const std::string& input, const char* result,
                       int exitCode) {
-        std::filesystem::remove(folder / "n.xml");
+        for (const char* former : {"n.xml", "n.xml.bak2"}) std::filesystem::remove(folder / former);
         ASSERT_EQ(RunOn("n.xml", {"apply"}, {"--create"}, kStart).exitCode, 0);
         const std::string before = FileText(folder / "n.xml");
         const Outcome outcome = RunOn("n.xml", command, {}, input);
@@ -146,6 +148,43 @@ TEST_F(ChangesTest, DryRunShowsTheDifferenceAndSavesNothing) {
     EXPECT_THAT(RunOn("f.xml", {"set", "v", "tINT", "1", "--dry-run"}).error, HasSubstr("--convert"));
     EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
     EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "d.xml.bak2", "other.xml", "f.xml"));
+}
+
+TEST_F(ChangesTest, UndoSwapsTheDocumentAndTheFormerOne) {
+    EXPECT_THAT(RunOn("d.xml", {"undo"}).error, HasSubstr("no save has kept a former document"));
+    for (const char* type : {"1", "2"}) ASSERT_EQ(RunOn("d.xml", {"set", "New/i", "tINT", type}).exitCode, 0);
+    EXPECT_THAT(RunOn("d.xml", {"undo", "--dry-run"}).output, "- New/i: tINT 2\n+ New/i: tINT 1\n");
+    for (const char* value : {"1\n", "2\n", "1\n"}) {
+        ASSERT_EQ(RunOn("d.xml", {"undo"}).exitCode, 0);
+        EXPECT_EQ(RunOn("d.xml", {"get", "New/i"}).output, value);
+    }
+    EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "d.xml.bak2"));
+    Write("d.xml.bak2", "<arbor");
+    EXPECT_EQ(RunOn("d.xml", {"undo"}).exitCode, 3);
+    EXPECT_EQ(RunOn("d.xml", {"get", "New/i"}).output, "1\n");
+    EXPECT_EQ(RunOn("d.xml", {"rm", "New", "--backup", "0"}).exitCode, 0);
+    EXPECT_EQ(FileText(folder / "d.xml.bak2"), "<arbor");
+}
+
+TEST_F(ChangesTest, CleanRemovesTemporaryFilesThatNoProcessHolds) {
+    for (const char* name : {"d.xml.tmp1f", "d.xml.tmp2", "d.xml.restoring", "d.xml.tmp3", "d.xml.tmpx"}) {
+        Write(name, kDocument);
+        const auto age = std::chrono::hours(name == std::string("d.xml.tmp3") ? 0 : 1);
+        std::filesystem::last_write_time(folder / name, std::filesystem::file_time_type::clock::now() - age);
+    }
+    const platform_test::OpenHandle held(owned.Path(u"d.xml.tmp2"), platform::kGenericWrite, 0,
+                                         platform::kOpenExisting);
+    EXPECT_THAT(RunOn("d.xml", {"backups", "--clean", "--dry-run"}).output, HasSubstr("d.xml.tmp1f: would be removed"));
+    const Outcome outcome = RunOn("d.xml", {"backups", "--clean"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.error;
+    for (const char* line :
+         {"d.xml.tmp1f: removed\n", "d.xml.restoring: removed\n", "d.xml.tmp2: left, since a process",
+          "d.xml.tmp3: left, since it is less than a minute old"}) {
+        EXPECT_THAT(outcome.output, HasSubstr(line));
+    }
+    EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "d.xml.tmp2", "d.xml.tmp3", "d.xml.tmpx"));
+    std::filesystem::remove(folder / "d.xml");
+    EXPECT_EQ(RunOn("d.xml", {"backups", "--clean"}).exitCode, 3);
 }
 
 /// The paths of keys, and of values with type and text. A key's path ends with a separator.

@@ -31,7 +31,7 @@ NAMES = [
     "it's",
     'say "so"',
     "$HOME",
-    "#1",
+    "#2",
     "a#b",
     "semi;colon&more|less",
     "star*[x]?",
@@ -198,8 +198,8 @@ def name_cases():
     # From a first character that the shell interprets.
     yield "arborctl d.xml get Names \\$H", ["arborctl", "d.xml", "get", "Names", "$HOME"]
     yield "arborctl d.xml get Names \\~r", ["arborctl", "d.xml", "get", "Names", "~root"]
-    yield "arborctl d.xml get Names \\#", ["arborctl", "d.xml", "get", "Names", "#1"]
-    yield "arborctl d.xml get Names '#", ["arborctl", "d.xml", "get", "Names", "#1"]
+    yield "arborctl d.xml get Names \\#", ["arborctl", "d.xml", "get", "Names", "#2"]
+    yield "arborctl d.xml get Names '#", ["arborctl", "d.xml", "get", "Names", "#2"]
     yield "arborctl d.xml get Names x:", ["arborctl", "d.xml", "get", "Names", "x:y"]
     yield "arborctl d.xml get Names x\\:", ["arborctl", "d.xml", "get", "Names", "x:y"]
     yield "arborctl d.xml get Names k=", ["arborctl", "d.xml", "get", "Names", "k=v"]

@@ -56,6 +56,10 @@ void PrepareStandardStreams();
 /// Whether a file operation failed because another process has the file open without sharing. Never on Linux.
 [[nodiscard]] bool IsSharingViolation(const std::error_code& error);
 
+/// Removes a file unless a process has it open through the module. Returns false if one has, or if that can't be
+/// found out. Throws `std::filesystem::filesystem_error` on another failure.
+[[nodiscard]] bool RemoveIfUnused(const std::filesystem::path& path);
+
 /// Flushes the data written to a file, or the entries of a directory, to the disk. Throws
 /// `std::filesystem::filesystem_error`.
 void FlushToDisk(const std::filesystem::path& path);

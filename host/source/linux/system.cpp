@@ -103,6 +103,24 @@ bool IsPipeClosed(Stream stream) {
 
 bool IsSharingViolation(const std::error_code&) { return false; }
 
+/// The module locks bytes beyond the end of any content of a file that it has open, by the open file description. While
+/// all bytes are locked here, the module can't claim the file.
+bool RemoveIfUnused(const std::filesystem::path& path) {
+    const auto fail = [&path](int number) {
+        throw std::filesystem::filesystem_error("can't remove", path, {number, std::generic_category()});
+    };
+    const int file = open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+    if (file < 0) fail(errno);
+    struct flock all {};
+    all.l_type = F_WRLCK;
+    all.l_whence = SEEK_SET;
+    const bool isUnused = fcntl(file, F_OFD_SETLK, &all) == 0;
+    const int error = isUnused && unlink(path.c_str()) != 0 ? errno : 0;
+    close(file);
+    if (error != 0) fail(error);
+    return isUnused;
+}
+
 void FlushToDisk(const std::filesystem::path& path) {
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     const bool flushed = file >= 0 && fsync(file) == 0;

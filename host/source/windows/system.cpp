@@ -101,6 +101,13 @@ bool IsSharingViolation(const std::error_code& error) {
            (error.value() == ERROR_SHARING_VIOLATION || error.value() == ERROR_ACCESS_DENIED);
 }
 
+bool RemoveIfUnused(const std::filesystem::path& path) {
+    if (DeleteFileW(path.c_str()) != 0) return true;
+    const std::error_code error(static_cast<int>(GetLastError()), std::system_category());
+    if (error.value() != ERROR_SHARING_VIOLATION) throw std::filesystem::filesystem_error("can't remove", path, error);
+    return false;
+}
+
 /// Does nothing for a directory: Windows has no flush of a directory's entries.
 void FlushToDisk(const std::filesystem::path& path) {
     if (std::filesystem::is_directory(path)) return;
