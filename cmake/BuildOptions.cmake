@@ -15,6 +15,8 @@ if(WIN32)
     target_link_options(build_options INTERFACE -static)
     # The module's entry points and handlers are cdecl; the stack of a host's thread is aligned to 4 bytes only.
     target_compile_options(build_options INTERFACE -mstackrealign)
+    # Doubles stay in the x87 registers, on which their texts depend.
+    target_compile_options(build_options INTERFACE -msse2 -mfpmath=387)
     # The system walks a stack along its frame pointers.
     target_compile_options(build_options INTERFACE -fno-omit-frame-pointer)
 endif()

@@ -83,8 +83,10 @@ private:
                 reader = before;   // not the name of a type: a key element, or an error that `ReadValue` reports
                 return kDone;
             }
-            text.clear();
-            DecodeEntities(element.text.data, static_cast<std::int32_t>(element.text.length), text);
+            text.assign(element.hasReferences ? std::string_view() : element.text.View());
+            if (element.hasReferences) {
+                DecodeEntities(element.text.data, static_cast<std::int32_t>(element.text.length), text);
+            }
             const ResultCode code =
                 openElements.Current().AddValueFromText(element.attributeValue.View(), type, text.c_str());
             if (IsFailure(code)) return code;
@@ -180,13 +182,12 @@ ResultCode LoadDocument(KeyTree& tree, const char* data, std::uint32_t sizeBytes
         XmlElement root;
         if (reader.NextStartTag(root, 0, nullptr) < 0) return kBadDocument;
         if (!root.HasContent()) return kInvalidArgument;
-        ResultCode code = kDone;
-        if (root.NameIs(kRootElement)) {
-            code = ReadChildren(*tree.top, reader);
-        } else {
-            XmlReader fromStart(data, sizeBytes, false);   // the root element becomes a key too
-            code = ReadForeign(*tree.top, fromStart);
+        if (!root.NameIs(kRootElement)) {
+            // The root element becomes a key too. `ReadForeign` has closed it when it succeeds.
+            XmlReader fromStart(data, sizeBytes, false);
+            return ReadForeign(*tree.top, fromStart);
         }
+        const ResultCode code = ReadChildren(*tree.top, reader);
         return IsSuccess(code) ? ToResultCode(reader.CloseElement(root)) : code;
     } catch (const std::exception&) {
         return kOutOfMemory;

@@ -72,8 +72,9 @@ struct XmlElement {
 /// An element with one attribute and plain text, as slices of the input.
 struct XmlSimpleElement {
     ByteSlice name;
-    ByteSlice attributeValue;   // holds no reference and no 0 byte
-    ByteSlice text;             // not decoded yet
+    ByteSlice attributeValue;     // holds no reference and no 0 byte
+    ByteSlice text;               // not decoded yet
+    bool hasReferences = false;   // of the text: false if decoding it would change nothing
 };
 
 /// An attribute, decoded; doesn't refer to the input.

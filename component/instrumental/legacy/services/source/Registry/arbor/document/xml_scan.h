@@ -5,6 +5,8 @@
 #include "document/xml_reader.h"
 #include "tree/swar.h"
 
+#include <component/platform/byte_group.h>
+
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -83,11 +85,23 @@ inline constexpr std::array<std::uint8_t, 256> kCharacterClasses = [] {
     return at;
 }
 
-/// Returns the first `byte`, or `last`.
-[[nodiscard]] inline const char* FindByte(const char* first, const char* last, char byte) {
-    if (first == last) return last;
-    const void* found = std::memchr(first, byte, static_cast<std::size_t>(last - first));
-    return found != nullptr ? static_cast<const char*>(found) : last;
+/// Returns the first byte that is one of `wanted`, or `last`. One search for several bytes, a group of bytes a step and
+/// without a call: names and texts mostly end in the first step.
+template <class... Bytes>
+[[nodiscard]] inline const char* FindByte(const char* at, const char* last, Bytes... wanted) {
+    using platform::ByteGroup;
+    for (; static_cast<std::size_t>(last - at) >= ByteGroup::kSizeBytes; at += ByteGroup::kSizeBytes) {
+        const auto match = ByteGroup(at).Match(wanted...);
+        if (match != 0) return at + ByteGroup::First(match);
+    }
+    while (at != last && ((*at != wanted) && ...)) ++at;
+    return at;
+}
+
+/// The same for bytes that are known at compile time, which need no instructions to be spread over a group.
+template <char... wanted>
+[[nodiscard]] const char* FindAnyOf(const char* at, const char* last) {
+    return FindByte(at, last, wanted...);
 }
 
 /// Returns the byte after `text`, or null if `text` isn't at `at`. A null `at` gives null, so that calls can be nested.

@@ -1,11 +1,9 @@
-/// SWAR ("SIMD within a register"): eight bytes of a text in one 64-bit word, tested or compared at once. Names and
-/// values are short, so that a call of memchr or memcmp costs more than its work.
-///
-/// A match is a word whose top bits mark the matching bytes. Only its lowest mark is exact: a byte above it may be
-/// marked although it doesn't match.
+/// Short texts compared and loaded by whole words (SWAR). Names and values are short, so that a call of memcmp costs
+/// more than its work.
 #pragma once
 
-#include <bit>
+#include <component/platform/words.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -14,34 +12,12 @@
 
 namespace arbor::module {
 
-using Word = std::uint64_t;
-
-/// The first byte in memory is the lowest of the word, so that the lowest mark is the first match.
-static_assert(std::endian::native == std::endian::little);
-
-/// Loads an unsigned integer from unaligned memory.
-template <class Unsigned>
-[[nodiscard]] Unsigned Load(const char* from) {
-    Unsigned number;
-    std::memcpy(&number, from, sizeof number);
-    return number;
-}
-
-[[nodiscard]] constexpr Word Broadcast(char byte) {
-    return Word{0x0101010101010101} * static_cast<unsigned char>(byte);
-}
-
-/// Matches the bytes below `limit`, which is at most 0x80.
-[[nodiscard]] constexpr Word MatchBelow(Word word, char limit) {
-    return (word - Broadcast(limit)) & ~word & Broadcast('\x80');
-}
-
-[[nodiscard]] constexpr Word MatchByte(Word word, char wanted) { return MatchBelow(word ^ Broadcast(wanted), 1); }
-
-/// Returns the index of the first matching byte. `match` must not be 0.
-[[nodiscard]] constexpr std::size_t FirstMatch(Word match) {
-    return static_cast<std::size_t>(std::countr_zero(match)) / 8;
-}
+using platform::Broadcast;
+using platform::FirstMatch;
+using platform::Load;
+using platform::MatchBelow;
+using platform::MatchByte;
+using platform::Word;
 
 /// Loads `count` bytes, 1 to 7, padded with zeros: as two halves that may overlap.
 [[nodiscard]] inline Word LoadPartial(const char* data, std::size_t count) {
