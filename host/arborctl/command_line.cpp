@@ -20,8 +20,8 @@ namespace {
 constexpr std::string_view kOptionsEnd = "--";
 
 /// Pairs of options that no line may have.
-constexpr std::pair<std::string_view, std::string_view> kExclusions[] = {{"--create", "--read-only"},
-                                                                         {"--flat", "--json"}};
+constexpr std::pair<std::string_view, std::string_view> kExclusions[] = {
+    {"--create", "--read-only"}, {"--raw", "--json"}, {"--flat", "--json"}};
 
 /// The options as they were given, and the operands of the whole line.
 struct SplitLine {

@@ -58,14 +58,34 @@ ImportForm ParseForm(const std::string& word) {
     return row->form;
 }
 
-/// PATH TEXT, PATH TYPE TEXT, or PATH VALUE TYPE TEXT.
-Work PrepareSet(const Arguments& given) {
+/// PATH, PATH VALUE, or several pairs of both.
+Work PrepareGet(const Arguments& given) {
+    GetRequest request{.as = given.as, .fallback = given.fallback, .raw = given.raw};
     const std::size_t count = given.operands.size();
-    const ValuePath path = count < 4 ? given.ValuePathAt(0) : given.ValueAt(0);
-    const kernel::TypeCode type = count < 3 ? 0 : ParseType(given.operands[count - 2]);
-    const Exactness exactness = given.lenient ? Exactness::Lenient : Exactness::Exact;
-    return
-        [=, text = given.operands.back()](const Session& session) { return Set(session, path, type, text, exactness); };
+    if (count > 1 && count % 2 != 0) throw std::invalid_argument("VALUE is missing after " + given.operands.back());
+    for (std::size_t i = 0; i < count; i += 2) request.values.push_back(given.ValueAt(i));
+    if (request.raw && request.values.size() > 1) throw std::invalid_argument("--raw prints only one value");
+    return [request](const Session& session) { return Get(session, request); };
+}
+
+/// PATH TEXT, PATH TYPE TEXT, or PATH VALUE TYPE TEXT; without TEXT if a file has it.
+Work PrepareSet(const Arguments& given) {
+    SetRequest request{.file = given.textFile, .exactness = given.lenient ? Exactness::Lenient : Exactness::Exact};
+    const std::size_t count = given.operands.size() + (request.file ? 1 : 0);
+    if (count < 2) throw std::invalid_argument("TEXT is missing, or --from FILE");
+    if (count > 4) throw std::invalid_argument(given.operands.back() + " is one argument too many beside --from");
+    request.path = count < 4 ? given.ValuePathAt(0) : given.ValueAt(0);
+    if (count > 2) request.type = ParseType(given.operands[count - 2]);
+    if (!request.file) request.text = given.operands.back();
+    return [request](const Session& session) { return Set(session, request); };
+}
+
+/// PATH TYPE, or PATH VALUE TYPE.
+Work PrepareRetype(const Arguments& given) {
+    const RetypeRequest request{.path = given.Has(2) ? given.ValueAt(0) : given.ValuePathAt(0),
+                                .type = ParseType(given.operands.back()),
+                                .force = given.force};
+    return [request](const Session& session) { return Retype(session, request); };
 }
 
 Work PrepareRemoval(const Arguments& given) {
@@ -88,11 +108,8 @@ constexpr CommandRow kCommands[] = {
      [](const Arguments& given) -> Work {
          return [path = given.PathAt(0)](const Session& session) { return Tree(session, path); };
      }},
-    {"get", Family::Reading, "PATH [VALUE]", "Show one value, in its own type or converted",
-     "settings.xml get Network/Proxy/Port --as tSTRING",
-     [](const Arguments& given) -> Work {
-         return [value = given.ValueAt(0), as = given.as](const Session& session) { return Get(session, value, as); };
-     }},
+    {"get", Family::Reading, "PATH [VALUE] [PATH VALUE]...", "Show values, in their own types or converted",
+     "settings.xml get Network/Proxy/Port --as tSTRING", PrepareGet},
     {"find", Family::Reading, "TEXT", "Show the keys and values with TEXT in a name or in a value's text",
      "settings.xml find proxy",
      [](const Arguments& given) -> Work {
@@ -103,8 +120,10 @@ constexpr CommandRow kCommands[] = {
      [](const Arguments& given) -> Work {
          return [path = given.PathAt(0)](const Session& session) { return Export(session, path); };
      }},
-    {"set", Family::Changing, "PATH [[VALUE] TYPE] TEXT", "Create or change a value; missing keys are created",
+    {"set", Family::Changing, "PATH [[VALUE] TYPE] [TEXT]", "Create or change a value; missing keys are created",
      "settings.xml set Network/Proxy/Port tDWORD 8080", PrepareSet},
+    {"retype", Family::Changing, "PATH [VALUE] TYPE", "Change the type of a value",
+     "settings.xml retype Network/Proxy/Port tSTRING", PrepareRetype},
     {"rm", Family::Changing, "PATH [VALUE]", "Remove a value, or a key and its subtree",
      "settings.xml rm Network/Proxy/Port", PrepareRemoval},
     {"mv", Family::Changing, "PATH [TARGET]", "Move or rename a value, or a key and its subtree",
@@ -168,6 +187,7 @@ constexpr OperandRow kOperands[] = {
     {"VALUE", "", "name of the value, if PATH is its key"},
     {"TYPE", "set", "type of a new value (default: tSTRING); an existing value keeps its type"},
     {"TEXT", "set", "the value, as \"arborctl types\" describes it; after \"--\" if it begins with \"-\""},
+    {"TYPE", "retype", "type that the value gets, in any case"},
     {"TYPE", "types", "one type, in any case"},
     {"TEXT", "find", "compared without regard to the case of ASCII letters"},
     {"TARGET", "", "path of the copy; without it the same path, in the document of --to"},
@@ -183,6 +203,12 @@ constexpr OptionRow kOptions[] = {
      [](Arguments& given, const std::string&) { given.lenient = true; }},
     {"--as", "TYPE", "get", "type to convert to",
      [](Arguments& given, const std::string& text) { given.as = ParseType(text); }},
+    {"--default", "TEXT", "get", "text to print for a missing value",
+     [](Arguments& given, const std::string& text) { given.fallback = text; }},
+    {"--raw", "", "get", "print the bytes of a blob, or the text, without a line end",
+     [](Arguments& given, const std::string&) { given.raw = true; }},
+    {"--from", "FILE", "set", "read the text, or the bytes of a blob, from a file; \"-\" is standard input",
+     [](Arguments& given, const std::string& text) { given.textFile = PathFromArgument(text); }},
     {"--from", "FORM", "import", "native, foreign or json; default: recognised by the content",
      [](Arguments& given, const std::string& text) { given.from = ParseForm(text); }},
     {"--against", "OTHER-DOCUMENT", "report", "mark the differences from this document",
@@ -193,9 +219,11 @@ constexpr OptionRow kOptions[] = {
      [](Arguments& given, const std::string&) { given.flat = true; }},
     {"--flat", "", "diff", "print the changes that make DOCUMENT equal to the other one, as \"apply\" reads them",
      [](Arguments& given, const std::string&) { given.flat = true; }},
-    {"--dry-run", "", "set rm mv cp apply import backups restore undo", "show what would change, and save nothing",
-     [](Arguments& given, const std::string&) { given.dryRun = true; }},
+    {"--dry-run", "", "set retype rm mv cp apply import backups restore undo",
+     "show what would change, and save nothing", [](Arguments& given, const std::string&) { given.dryRun = true; }},
     {"--force", "", "mv cp", "replace an existing target",
+     [](Arguments& given, const std::string&) { given.force = true; }},
+    {"--force", "", "retype", "change the type even if that loses something",
      [](Arguments& given, const std::string&) { given.force = true; }},
     {"--to", "DOCUMENT", "mv cp", "document of TARGET; created if it is missing",
      [](Arguments& given, const std::string& text) { given.otherDocument = ParseDocument(text); }},

@@ -42,6 +42,9 @@ struct Arguments {
     bool clean = false;
     std::optional<std::filesystem::path> otherDocument{};   // of --to
     bool lenient = false;
+    bool raw = false;
+    std::optional<std::string> fallback{};             // of --default
+    std::optional<std::filesystem::path> textFile{};   // of --from
     Colours colours = Colours::Auto;
     kernel::TypeCode as = 0;
     ImportForm from = ImportForm::Any;

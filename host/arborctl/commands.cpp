@@ -50,14 +50,6 @@ int MoveToDocument(const Session& session, const Transfer& transfer, const std::
 
 }   // namespace
 
-int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, const std::string& text,
-        Exactness exactness) {
-    return ChangeDocument(session, [&](const arbor::Key& root) {
-        const ValueSlot value(MakeKey(root, path.key), path.value);
-        StoreText(value, type, text, ValueText(session.kernel), exactness, path.Text());
-    });
-}
-
 int Remove(const Session& session, const Path& path) {
     return ChangeDocument(session, [&](const arbor::Key& root) { RemoveEntry(root, path); });
 }

@@ -4,10 +4,11 @@
 #pragma once
 
 #include "document.h"
-#include "exactness.h"
 #include "exit_codes.h"
+#include "getting.h"
 #include "import.h"
 #include "moving.h"
+#include "setting.h"
 
 namespace arborctl {
 
@@ -37,8 +38,8 @@ struct Session {
 
 /// Prints a subtree, or one value if `path` names a value.
 int Tree(const Session& session, const Path& path);
-/// Prints a value converted to `type`, or in its own type if that is 0.
-int Get(const Session& session, const ValuePath& path, kernel::TypeCode type);
+/// Prints values. Prints none if one is missing and has no replacement.
+int Get(const Session& session, const GetRequest& request);
 /// Prints the keys and values with `text` in their name, and the values with it in their text. Ignores the case of
 /// ASCII letters.
 int Find(const Session& session, const std::string& text);
@@ -54,9 +55,9 @@ int Backups(const Session& session);
 
 /// Applies the changes in a file, or in standard input for "-", or none of them.
 int Apply(const Session& session, const std::filesystem::path& file);
-/// `type` is that of a new value, or 0 for a tSTRING. An existing value keeps its type.
-int Set(const Session& session, const ValuePath& path, kernel::TypeCode type, const std::string& text,
-        Exactness exactness);
+int Set(const Session& session, const SetRequest& request);
+/// Changes the type of a value, which becomes the last one of its key. Refuses a loss unless that is forced.
+int Retype(const Session& session, const RetypeRequest& request);
 /// Removes the value at `path` or, if there is none, the key.
 int Remove(const Session& session, const Path& path);
 int RemoveValue(const Session& session, const ValuePath& path);

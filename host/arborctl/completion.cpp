@@ -152,25 +152,18 @@ Words CommandNames(const GivenArguments&, const std::string&) {
 struct CandidateSource {
     std::string_view name;
     Words (*words)(const GivenArguments& given, const std::string& word);
+    std::string_view command = "";   // the only one, if the name has several meanings
 };
 constexpr CandidateSource kCandidateSources[] = {
-    {"DOCUMENT", nullptr},
-    {"OTHER-DOCUMENT", nullptr},
-    {"--to", nullptr},
-    {"FILE", nullptr},
-    {"--module", nullptr},
-    {"--against", nullptr},
-    {"PATH", Paths},
-    {"TARGET", Paths},
-    {"--root", Roots},
-    {"VALUE", Names},
-    {"VALUE", TypesInsteadOfName},
-    {"TYPE", Types},
-    {"--as", Types},
-    {"BACKUP", BackupNames},
-    {"COMMAND", CommandNames},
-    {"--color", ColourWords},
-    {"--from", ImportFormWords},
+    {"DOCUMENT", nullptr},     {"OTHER-DOCUMENT", nullptr},
+    {"--to", nullptr},         {"FILE", nullptr},
+    {"--module", nullptr},     {"--from", nullptr, "set"},
+    {"--against", nullptr},    {"PATH", Paths},
+    {"TARGET", Paths},         {"--root", Roots},
+    {"VALUE", Names},          {"VALUE", TypesInsteadOfName},
+    {"TYPE", Types},           {"--as", Types},
+    {"BACKUP", BackupNames},   {"COMMAND", CommandNames},
+    {"--color", ColourWords},  {"--from", ImportFormWords, "import"},
     {"--backup", BackupModes},
 };
 
@@ -249,7 +242,8 @@ private:
     [[nodiscard]] Result From(std::string_view name, const std::string& word) const {
         Result result;
         for (const CandidateSource& source : kCandidateSources) {
-            if (source.name != name) continue;
+            const bool isForCommand = source.command.empty() || (command != nullptr && source.command == command->name);
+            if (source.name != name || !isForCommand) continue;
             if (source.words == nullptr)
                 result.files = true;
             else

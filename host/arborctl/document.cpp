@@ -56,9 +56,14 @@ int StoreError::ExitCode() const { return code == kernel::kFileInUse ? kExitNotL
 
 int LoadError::ExitCode() const { return kExitNotLoaded; }
 
+/// The tool's own buffers are never too small: the code means a number without a text.
+std::string StoreError::Reason(kernel::ResultCode result) {
+    return result == kernel::kBufferTooSmall ? "0x80000044: the text of a tDOUBLE is longer than 255 characters"
+                                             : host::Describe(result);
+}
+
 StoreError::StoreError(kernel::ResultCode result, std::string_view operation)
-    : std::runtime_error(host::Describe(result).append(" (").append(host::Printable(operation)).append(")")),
-      code(result) {}
+    : std::runtime_error(Reason(result).append(" (").append(host::Printable(operation)).append(")")), code(result) {}
 
 void ThrowIfFailed(arbor::Status status, std::string_view operation) {
     if (!status) throw StoreError(status.Code(), operation);

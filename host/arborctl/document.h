@@ -29,6 +29,8 @@ public:
     [[nodiscard]] virtual int ExitCode() const;
 
 private:
+    [[nodiscard]] static std::string Reason(kernel::ResultCode result);
+
     kernel::ResultCode code;
 };
 

@@ -65,8 +65,8 @@ void ExactValues::ThrowIfNotKept(const arbor::Datum& datum, const std::string& w
         throw StoreError(error.Code(), where + ": " + TypeName(datum) + ' ' + ToExactText(datum) + " can't be saved");
     }
     if (exactness == Exactness::Lenient || IsSame(valueText.Parse(datum.type, kept), datum)) return;
-    throw StoreError(kernel::kInvalidArgument, where + ": " + TypeName(datum) + ' ' + Shown(ToExactText(datum)) +
-                                                   " would be saved as " + Shown(kept) + kHint.data());
+    throw StoreError(kernel::kInvalidArgument,
+                     where + ": " + ShownValue(datum) + " would be saved as " + Shown(kept) + kHint.data());
 }
 
 void ExactValues::Refuse(kernel::TypeCode type, const std::string& text, const std::string& where) const {
@@ -80,12 +80,31 @@ void ExactValues::Refuse(kernel::TypeCode type, const std::string& text, const s
     throw StoreError(kernel::kInvalidArgument, reason);
 }
 
+kernel::TypeCode StoredType(const ValueSlot& value, kernel::TypeCode type) {
+    const kernel::TypeCode own = value.Type();
+    if (own != 0) return own;
+    return type != 0 ? type : kernel::tSTRING;
+}
+
+std::string ShownValue(const arbor::Datum& datum) { return TypeName(datum) + ' ' + Shown(ToExactText(datum)); }
+
+arbor::Datum ReadAs(const ValueSlot& value, kernel::TypeCode own, kernel::TypeCode type, const std::string& where) {
+    arbor::Result<arbor::Datum> read = value.Read(type);
+    if (read) return *std::move(read);
+    std::string what = where;
+    if (type != 0) {
+        const auto name = [](kernel::TypeCode code) { return std::string(kernel::FindType(code)->name); };
+        what.append(": this ").append(name(own)).append(" can't be converted to ").append(name(type));
+    }
+    throw StoreError(read.Code(), what);
+}
+
 void StoreText(const ValueSlot& value, kernel::TypeCode type, const std::string& text, const ValueText& valueText,
                Exactness exactness, const std::string& where) {
     const kernel::TypeCode own = value.Type();
     const bool isConverted = exactness == Exactness::Lenient && type != 0 && own != kernel::tWSTRING;
-    kernel::TypeCode target = isConverted || own == 0 ? type : own;   // the store would copy any bytes to a tWSTRING
-    if (target == 0) target = kernel::tSTRING;
+    // Anything but a tWSTRING would be copied into one byte by byte.
+    const kernel::TypeCode target = isConverted ? type : StoredType(value, type);
     ThrowIfFailed(value.Set(ExactValues(valueText, exactness).Parse(target, text, where)), where);
 }
 

@@ -33,6 +33,17 @@ private:
     Exactness exactness;
 };
 
+/// The type that a value has after it is set: its own type if it exists, else `type`, or tSTRING if that is 0.
+[[nodiscard]] kernel::TypeCode StoredType(const ValueSlot& value, kernel::TypeCode type);
+
+/// Returns the type and the text of a value for a message, shortened.
+[[nodiscard]] std::string ShownValue(const arbor::Datum& datum);
+
+/// Returns the value converted to `type`, or in its type `own` if that is 0. Throws a `StoreError` that names the
+/// types.
+[[nodiscard]] arbor::Datum ReadAs(const ValueSlot& value, kernel::TypeCode own, kernel::TypeCode type,
+                                  const std::string& where);
+
 /// Stores `text` in `value`, which keeps its type if it exists. A new value gets `type`, or tSTRING if that is 0.
 /// Throws a `StoreError` if the text isn't one of the value's type or, unless lenient, if something else would be
 /// stored.

@@ -1,4 +1,4 @@
-// The commands that print documents: tree, get, find and export.
+// The commands that print documents: tree, find and export.
 
 #include "addressing.h"
 #include "commands.h"
@@ -142,22 +142,6 @@ int Tree(const Session& session, const Path& path) {
     if (session.json) return PrintTree(session, path, TreeJson());
     const ValueText valueText(session.kernel);
     return PrintTree(session, path, TreeLines(session, valueText));
-}
-
-int Get(const Session& session, const ValuePath& path, kernel::TypeCode type) {
-    const Document document = session.Load();
-    const ValueSlot value(OpenKey(document.Root(), path.key), path.value);
-    const arbor::Datum datum = ValueOrThrow(value.Read(type), value.Text());
-    const ValueText valueText(session.kernel);
-    OmittedValues omitted;
-    omitted.Try(JoinPath(Prefix(path.key), value.Text()), [&] {
-        if (session.json) {
-            Json(std::cout).BeginObject().TypeAndValue(datum).EndObject().EndLine();
-        } else {
-            std::cout << valueText.Format(datum) << '\n';
-        }
-    });
-    return omitted.ExitCode(kExitDone);
 }
 
 int Find(const Session& session, const std::string& text) {

@@ -11,8 +11,6 @@
 namespace arborctl {
 namespace {
 
-bool IsBlob(kernel::TypeCode type) { return type == kernel::tBINARY || type == kernel::tPTR; }
-
 std::string WideBytes(const std::string& text) {
     const std::u16string wide = host::ToUtf16(text);
     return {reinterpret_cast<const char*>(wide.data()), wide.size() * sizeof(char16_t)};
@@ -55,6 +53,8 @@ std::string ValueText::FormatLine(const arbor::Datum& datum) const {
     const std::string printed = IsText(datum.type) ? Quote(text) : text;
     return TypeName(datum) + (printed.empty() ? "" : " ") + printed;
 }
+
+bool IsBlob(kernel::TypeCode type) { return type == kernel::tBINARY || type == kernel::tPTR; }
 
 bool IsText(kernel::TypeCode type) {
     return type == kernel::tSTRING || type == kernel::tWSTRING || type == kernel::tCHAR;

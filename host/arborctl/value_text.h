@@ -26,6 +26,7 @@ private:
 [[nodiscard]] inline std::string TypeName(kernel::TypeCode type) { return std::string(kernel::FindType(type)->name); }
 [[nodiscard]] inline std::string TypeName(const arbor::Datum& datum) { return TypeName(datum.type); }
 
+[[nodiscard]] bool IsBlob(kernel::TypeCode type);
 [[nodiscard]] bool IsText(kernel::TypeCode type);
 
 /// Returns `text` in quotes, with quotes, backslashes and unprintable bytes escaped.

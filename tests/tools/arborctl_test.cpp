@@ -65,6 +65,15 @@ TEST_F(ArborctlTest, ReadCommandsPrintValues) {
         {"a number as text", {"get", "Network/Proxy", "Port", "--as", "tSTRING"}, "8080\n"},
         {"a truth value as a number", {"get", "Network/Proxy", "Enabled", "--as", "tQWORD"}, "1\n"},
         {"a number as wide text", {"get", "Network/Proxy", "Port", "--as", "tWSTRING"}, "8080\n"},
+        {"several values", {"get", "Network/Proxy", "Port", "", "Blob"}, "8080\n0A0BFF\n"},
+        {"several as JSON",
+         {"get", "Network/Proxy", "Port", "", "None", "--json", "--default", "x"},
+         "[{\"type\":\"tDWORD\",\"value\":8080},{\"default\":\"x\"}]\n"},
+        {"a replacement of a missing value", {"get", "Nowhere/V", "--default", "-5"}, "-5\n"},
+        {"an empty replacement, beside a value", {"get", "a", "b", "", "Blob", "--default="}, "\n0A0BFF\n"},
+        {"the bytes of a blob", {"get", "Blob", "--raw"}, "\n\v\xFF"},
+        {"a number without a line end", {"get", "Network/Proxy/Port", "--raw"}, "8080"},
+        {"a type in any case", {"get", "Network/Proxy/Port", "--as", "TSTRING"}, "8080\n"},
         {"a text without escapes", {"get", "Network", "Comment"}, "a & b\t<c>\n"},
         {"a blob as text", {"get", "", "Blob", "--as", "tSTRING"}, "0A0BFF\n"},
         {"a blob by its text", {"get", "", "Blob", "--as", "tDWORD"}, "658431\n"},
@@ -218,6 +227,9 @@ TEST_F(ArborctlTest, ErrorsReportTheCodeAndKeepTheDocument) {
     const Case cases[] = {
         {"missing key", {"get", "Nowhere", "Port"}, kNoEntry},
         {"missing value", {"get", "Network", "Port"}, kNoEntry},
+        {"missing value beside one that exists", {"get", "", "Blob", "", "None"}, kNoEntry},
+        {"type to which a text can't be converted", {"retype", "Network/Comment", "tINT"}, kInvalid},
+        {"missing value to convert", {"retype", "V", "tINT"}, kNoEntry},
         {"new key with a separator in its name", {"set", "a%x2Fb/V", "tINT", "1"}, kInvalid},
         {"missing root key", {"tree"}, kNoEntry, 1, "d.xml", {"--root", "Nowhere"}},
         {"missing document", {"tree"}, kNoDocument, 3, "none.xml"},
@@ -284,6 +296,11 @@ TEST_F(ArborctlTest, InvalidArgumentsExitWith2) {
         {"d.xml", "tree", "Network", "more"},
         {"d.xml", "rm", "Network", "--json"},
         {"d.xml", "tree", "-x"},
+        {"d.xml", "get", "Network", "a", "Network"},
+        {"d.xml", "get", "", "Blob", "", "Wide", "--raw"},
+        {"d.xml", "set", "V"},
+        {"d.xml", "set", "", "V", "tINT", "1", "--from", "-"},
+        {"d.xml", "retype", "V", "tOBJECT"},
         {"d.xml", "tree", "--json=no"},
         {"help", "grow"},
         {"d.xml", "import", "e.xml", "--from", "yaml"},
@@ -369,6 +386,60 @@ TEST_F(ArborctlTest, SetStoresExactlyTheTextOrRefuses) {
                 HasSubstr("(Network/Proxy/Port: \"x\" isn't a tDWORD (0 to 4294967295))"));
     EXPECT_THAT(RunOn("d.xml", {"tree", "Network"}).output, HasSubstr("New: tSTRING \"81\"\nProxy/\n"));
     EXPECT_THAT(RunOn("d.xml", {"tree", "Network"}).output, HasSubstr("Port: tDWORD 81\n"));
+}
+
+TEST_F(ArborctlTest, RetypeRefusesALoss) {
+    struct Case {
+        const char* type;
+        const char* text;
+        const char* target;
+        const char* error;   // "" if nothing is lost
+        const char* after;
+    };
+    const Case cases[] = {
+        {"tDWORD", "8080", "tstring", "", "tSTRING \"8080\""},
+        {"tSTRING", "-7", "tSBYTE", "", "tSBYTE -7"},
+        {"tBINARY", "00FF", "tSTRING", "", "tSTRING \"00FF\""},
+        {"tINT", "1", "tBOOL", "", "tBOOL 1"},
+        {"tSTRING", "Ga\u00dfe", "tWSTRING", "", "tSTRING \"Ga\u00dfe\""},   // the save makes it a tSTRING again
+        {"tDOUBLE", "1.5", "tINT", "V: tDOUBLE \"1.5\"", ""},
+        {"tSTRING", "007", "tINT", "V: tSTRING \"007\" would become tINT \"7\"; --force does that", "tINT 7"},
+        {"tSTRING", "abc", "tDOUBLE", "would become tDOUBLE \"0\"; --force", "tDOUBLE 0.000000"},
+        {"tSTRING", "2", "tBOOL", "V: tBOOL \"2\" would be saved as \"1\"", "tBOOL 1"},
+        {"tSTRING", "x", "tINT", "V: tSTRING \"x\" can't become a tINT", ""},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(std::string(row.type) + ' ' + row.text + ' ' + row.target);
+        ASSERT_EQ(RunOn("d.xml", {"set", "V", row.type, row.text}).exitCode, 0);
+        const Outcome plain = RunOn("d.xml", {"retype", "V", row.target});
+        EXPECT_EQ(plain.exitCode, *row.error == '\0' ? 0 : 1);
+        EXPECT_THAT(plain.error, HasSubstr(row.error));
+        if (*row.error != '\0') {
+            EXPECT_EQ(RunOn("d.xml", {"retype", "", "V", row.target, "--force"}).exitCode, *row.after == '\0' ? 1 : 0);
+        }
+        if (*row.after != '\0') {
+            EXPECT_EQ(RunOn("d.xml", {"tree", "V"}).output, std::string("V: ") + row.after + '\n');
+        }
+        Write("d.xml", kDocument);
+    }
+}
+
+TEST_F(ArborctlTest, ValuesComeFromFilesByteByByte) {
+    std::string bytes;
+    for (int i = 0; i < 256; ++i) bytes += static_cast<char>(i);
+    Write("bytes", bytes);
+    Write("text", "a\r\nb\n");
+    Write("number", "81\r\n");
+    EXPECT_EQ(RunOn("d.xml", {"set", "Blob", "--from", Path("bytes")}).exitCode, 0);
+    EXPECT_EQ(RunOn("d.xml", {"get", "Blob", "--raw"}).output, bytes);
+    EXPECT_EQ(RunOn("d.xml", {"set", "A", "T", "tSTRING", "--from", Path("text")}).exitCode, 0);
+    EXPECT_EQ(RunOn("d.xml", {"get", "A/T", "--raw"}).output, "a\r\nb\n");
+    EXPECT_EQ(RunOn("d.xml", {"set", "Network/Proxy/Port", "--from", Path("number")}).exitCode, 0);
+    EXPECT_EQ(RunOn("d.xml", {"get", "Network/Proxy/Port"}).output, "81\n");
+    EXPECT_EQ(RunTool({"set", Path("d.xml"), "A/T", "--from", "-"}, "in").exitCode, 0);
+    EXPECT_EQ(RunOn("d.xml", {"get", "A/T"}).output, "in\n");
+    EXPECT_EQ(RunOn("d.xml", {"set", "A/T", "--from", Path("bytes")}).exitCode, 1);   // the text would end at byte 0
+    EXPECT_NE(RunOn("d.xml", {"set", "A/T", "--from", Path("none")}).exitCode, 0);
 }
 
 TEST_F(ArborctlTest, OptionsStandAnywhere) {
@@ -457,8 +528,10 @@ TEST_F(ArborctlTest, ValuesWithoutTextAreReportedAndOmitted) {
     const std::string rest = "<key name='L'><tINT name='after'>2</tINT></key></arbor>";
     std::ofstream(folder / "b.xml") << "<arbor><key name='K'>" << big << "<tINT name='n'>1</tINT></key>" << big << rest;
     std::ofstream(folder / "c.xml") << "<arbor><key name='K'><tINT name='n'>1</tINT></key>" << rest;
-    const std::string inRoot = "arborctl: 0x80000044: buffer too small (Big has no text)\n";
-    const std::string inKey = "arborctl: 0x80000044: buffer too small (K/Big has no text)\n";
+    const std::string inRoot =
+        "arborctl: 0x80000044: the text of a tDOUBLE is longer than 255 characters (Big has no text)\n";
+    const std::string inKey =
+        "arborctl: 0x80000044: the text of a tDOUBLE is longer than 255 characters (K/Big has no text)\n";
     struct Case {
         std::vector<std::string> command;
         std::string output;
@@ -909,7 +982,7 @@ TEST_F(ArborctlTest, CompletionListsValidArguments) {
     };
     const Case cases[] = {
         {"a document or a command", {"im"}, "files\nimport\n"},
-        {"a command", {document, "re"}, "words\nreport\nrestore\n"},
+        {"a command", {document, "rep"}, "words\nreport\n"},
         {"a document after its command", {"get", ""}, "files\n"},
         {"an option", {"--ba"}, "words\n--backup\n"},
         {"an option of the command", {document, "get", "--a"}, "words\n--as\n"},
@@ -933,6 +1006,7 @@ TEST_F(ArborctlTest, CompletionListsValidArguments) {
         {"a backup", {document, "restore", ""}, "words\nd.xml.bak2\n"},
         {"another document", {document, "cp", "Network", "--to", ""}, "files\n"},
         {"the path of a copy", {document, "cp", "Network", "Network/P"}, "words\nNetwork/Proxy/\n"},
+        {"a file with a text", {document, "set", "V", "--from", ""}, "files\n"},
         {"a form", {document, "import", "e.json", "--from=j"}, "words\n--from=json\n"},
         {"more arguments than the command has", {document, "cp", "Network", "Copy", ""}, "words\n"},
     };

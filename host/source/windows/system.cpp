@@ -90,6 +90,7 @@ bool IsTerminal(Stream stream) {
 
 void PrepareStandardStreams() {
     SetConsoleOutputCP(CP_UTF8);
+    _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY);
 }
 
