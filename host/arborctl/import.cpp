@@ -56,8 +56,17 @@ Document LoadXml(const Session& session, const Input& input, host::MemoryIo& io)
 }
 
 /// Changes the document by `add(key)` with the key at `path`, which is created if it is missing.
-int AddToDocument(const Session& session, const Path& path, const std::function<void(const arbor::Key& key)>& add) {
-    return ChangeDocument(session, [&](const arbor::Key& root) { add(MakeKey(root, path)); });
+int AddToDocument(const Session& session, const Input& input, const Path& path,
+                  const std::function<void(const arbor::Key& key)>& add) {
+    return ChangeDocument(session, [&](const arbor::Key& root) {
+        const Progress::Stage stage = session.progress.Begin("importing", input.file);
+        add(MakeKey(root, path));
+    });
+}
+
+std::deque<TreeEntry> ReadJson(const Session& session, const Input& input) {
+    const Progress::Stage stage = session.progress.Begin("reading", input.file);
+    return ReadJsonDocument(input.content, input.Name());
 }
 
 }   // namespace
@@ -66,19 +75,19 @@ int Import(const Session& session, const std::filesystem::path& file, const Path
     Input input = ReadInput(file, session.settings.wait);
     const ImportForm form = wanted == ImportForm::Any ? FormOf(input.content) : wanted;
     if (form == ImportForm::Json) {
-        const std::deque<TreeEntry> entries = ReadJsonDocument(input.content, input.Name());
+        const std::deque<TreeEntry> entries = ReadJson(session, input);
         input.content = {};
-        return AddToDocument(session, path, [&](const arbor::Key& key) { AddEntries(entries, key); });
+        return AddToDocument(session, input, path, [&](const arbor::Key& key) { AddEntries(entries, key); });
     }
     if (form == ImportForm::Flat) {
-        return AddToDocument(session, path, [&](const arbor::Key& key) {
+        return AddToDocument(session, input, path, [&](const arbor::Key& key) {
             ApplyText(session.kernel, key, input.content, input.Name(), LineForms::Flat);
         });
     }
     RequireXmlForm(input, wanted);
     host::MemoryIo io(session.kernel, input.IsFile() ? "" : std::move(input.content));
     const Document source = LoadXml(session, input, io);
-    return AddToDocument(session, path, [&](const arbor::Key& key) { CopyDisambiguated(source.Root(), key); });
+    return AddToDocument(session, input, path, [&](const arbor::Key& key) { CopyDisambiguated(source.Root(), key); });
 }
 
 }   // namespace arborctl

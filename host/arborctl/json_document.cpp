@@ -235,11 +235,12 @@ private:
 
 }   // namespace
 
-void WriteJsonDocument(std::ostream& target, const arbor::Key& top) {
+void WriteJsonDocument(std::ostream& target, const arbor::Key& top, const std::function<void()>& onKey) {
     JsonDocumentWriter writer(target);
     Walk(
         top,
         [&](const arbor::Key& key, std::size_t depth) {
+            onKey();
             writer.EnterKey(depth == 0 ? "" : EncodeName(NameOf(key)));
             ForEachValue(key,
                          [&](const arbor::Value& value) { writer.WriteValue(EncodeName(value.Name()), Read(value)); });

@@ -4,6 +4,7 @@
 #include "json.h"
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -27,8 +28,9 @@ private:
     Json json;
 };
 
-/// Writes the keys and values below `top`, each with its own name, which may repeat or be empty.
-void WriteJsonDocument(std::ostream& target, const arbor::Key& top);
+/// Writes the keys and values below `top`, each with its own name, which may repeat or be empty. Calls `onKey()` for
+/// each key.
+void WriteJsonDocument(std::ostream& target, const arbor::Key& top, const std::function<void()>& onKey);
 
 /// A key or value of a document that was read, with its decoded name.
 struct TreeEntry {

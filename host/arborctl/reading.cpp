@@ -122,7 +122,8 @@ bool Contains(const std::string& text, const std::string& lower) {
 int ExportJson(const Session& session, const Path& path) {
     const Document document = session.Load();
     if (const std::optional<arbor::Key> key = FindKey(document.Root(), path)) {
-        WriteJsonDocument(std::cout, *key);
+        Progress::Stage stage = session.progress.Begin("reading", session.settings.document);
+        WriteJsonDocument(std::cout, *key, [&stage] { stage.CountKey(); });
         return kExitDone;
     }
     const ValueSlot value = OpenValue(document.Root(), path);

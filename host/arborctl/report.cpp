@@ -112,6 +112,7 @@ public:
     void BeginKey(const std::string& path, const std::string& name, std::string_view element, bool isOpen,
                   bool isDifferent) {
         ++keys;
+        FlushIfLarge();
         html += isDifferent ? "<li class=\"k d\">" : "<li class=\"k\">";
         html += isOpen ? "<details open id=\"" : "<details id=\"";
         AppendHtml(html, path);
@@ -125,7 +126,8 @@ public:
     void EndKey() { html += "</ul></details>\n"; }
 
     void AddValue(const std::string& name, const arbor::Datum& datum) {
-        CountValue();
+        ++values;
+        FlushIfLarge();
         html += "<li>";
         AppendName(name, "");
         AppendData(datum);
@@ -135,7 +137,8 @@ public:
     /// Adds a value that differs; at least one of the data is present.
     void AddDifference(const std::string& name, const std::optional<arbor::Datum>& before,
                        const std::optional<arbor::Datum>& after) {
-        CountValue();
+        ++values;
+        FlushIfLarge();
         html += "<li class=\"d\">";
         if (before && after) AppendName(name, "");
         AppendState("del", before && after ? "" : name, before);
@@ -197,8 +200,7 @@ private:
         html += "</pre></details>";
     }
 
-    void CountValue() {
-        ++values;
+    void FlushIfLarge() {
         if (html.size() >= kFlushBytes) Flush();
     }
 
@@ -234,9 +236,12 @@ void WriteTree(const arbor::Key& root, Page& page, bool isOpen, Progress::Stage 
 /// The keys, by their number in the order of the visits, that differ or have a difference below them.
 class DifferenceFinder : public PairVisitor {
 public:
+    explicit DifferenceFinder(Progress::Stage& progress) : stage(progress) {}
+
     [[nodiscard]] std::vector<bool> TakeResult() { return std::move(different); }
 
     void EnterKey(const std::string&, bool isInBefore, bool isInAfter) override {
+        stage.CountKey();
         ancestors.push_back(different.size());
         different.push_back(false);
         if (!isInBefore || !isInAfter) Mark();
@@ -253,8 +258,9 @@ private:
             different[ancestors[i - 1]] = true;
     }
 
+    Progress::Stage& stage;
     std::vector<bool> different{};
-    std::vector<std::size_t> ancestors{};
+    std::vector<std::size_t> ancestors{};   // the numbers of the keys that were entered and not left
 };
 
 /// Writes both trees as one, with their differences marked.
@@ -287,8 +293,8 @@ private:
     std::vector<std::string> paths{};
 };
 
-void WriteDifferences(const arbor::Key& before, const arbor::Key& after, Page& page) {
-    DifferenceFinder finder;
+void WriteDifferences(const arbor::Key& before, const arbor::Key& after, Page& page, Progress::Stage stage) {
+    DifferenceFinder finder(stage);
     WalkPairs(before, after, finder);
     DifferencePrinter printer(page, finder.TakeResult());
     WalkPairs(before, after, printer);
@@ -310,7 +316,7 @@ int Report(const Session& session, const std::filesystem::path& other) {
     } else {
         const Document compared = session.LoadOther(other);
         page.Begin(FileName(file), FileName(other));
-        WriteDifferences(document.Root(), compared.Root(), page);
+        WriteDifferences(document.Root(), compared.Root(), page, session.progress.Begin("comparing", file));
     }
     page.End();
     return kExitDone;

@@ -108,7 +108,7 @@ TEST(RoundTripTest, AThousandTreesComeBackFromJsonAndFlatTextUnchanged) {
         const arborctl::Document original(kernel);
         RandomTree(seed).Fill(original.Root());
         std::ostringstream json;
-        arborctl::WriteJsonDocument(json, original.Root());
+        arborctl::WriteJsonDocument(json, original.Root(), [] {});
         const arborctl::Document copy(kernel);
         arborctl::AddEntries(arborctl::ReadJsonDocument(json.str(), "random"), copy.Root());
         ASSERT_EQ(EntriesOf(copy.Root()), EntriesOf(original.Root())) << json.str();
