@@ -4,34 +4,25 @@
 #include "ascii.h"
 #include "document.h"
 
-#include <vector>
-
 namespace arborctl {
 
 /// Walks `top` and all keys below it, depth first: `enter(key, depth)` runs before a key's children, `leave()` after
-/// them. Not recursive, so the depth of the tree needs no stack.
+/// them.
 template <class Enter, class Leave>
-void Walk(arbor::Key top, Enter enter, Leave leave) {
-    std::vector<arbor::KeyRange> ancestors;   // the children of each open key that are still to be entered
-    enter(top, std::size_t{0});
-    ancestors.push_back(top.Keys());
-    while (!ancestors.empty()) {
-        arbor::KeyRange& children = ancestors.back();
-        if (children.AtEnd()) {
-            ThrowIfFailed(children.Outcome(), "enumerating keys");
-            leave();
-            ancestors.pop_back();
-            continue;
-        }
-        const arbor::Key child = children.Current();
-        children.Advance();
-        enter(child, ancestors.size());
-        ancestors.push_back(child.Keys());
+void Walk(const arbor::Key& top, Enter enter, Leave leave) {
+    std::size_t open = 0;
+    arbor::WalkRange walk = top.Walk();
+    for (const arbor::WalkStep& step : walk) {
+        for (; open > step.depth; --open) leave();
+        enter(step.key, step.depth);
+        ++open;
     }
+    ThrowIfFailed(walk.Outcome(), "enumerating keys");
+    for (; open > 0; --open) leave();
 }
 
 template <class Enter>
-void Walk(arbor::Key top, Enter enter) {
+void Walk(const arbor::Key& top, Enter enter) {
     Walk(top, enter, [] {});
 }
 

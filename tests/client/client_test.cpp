@@ -39,6 +39,10 @@ namespace {
 
 using testing::ElementsAre;
 
+static_assert(std::ranges::input_range<arbor::ValueRange> && std::ranges::view<arbor::ValueRange>);
+static_assert(std::ranges::input_range<arbor::KeyRange> && std::ranges::view<arbor::KeyRange>);
+static_assert(std::ranges::input_range<arbor::WalkRange> && std::ranges::view<arbor::WalkRange>);
+
 class ClientTest : public testing::Test {
 protected:
     ClientTest() {
@@ -301,6 +305,11 @@ TEST_F(ClientTest, ScalarsAndShortTextsAllocateNoMemory) {
     const arbor::Store store(object->Get());
     const arbor::Key key = *store.Make("a");
     static_cast<void>(key.Set("n", 1u) && key.Set("b", true) && key.Set("d", 2.5) && key.Set("t", "short"));
+    const std::string longName(255, 'n');
+    const arbor::Key other = *store.Make("other");   // an enumeration keeps the names of `key` in strings
+    ASSERT_TRUE(other.Set(longName, 1));
+    const std::string longText = longName + "beyond the view";
+    const std::string_view name = std::string_view(longText).substr(0, longName.size());
     const std::size_t hostBefore = kernel.HostMemory().Requests();
     const std::size_t before = allocations;
     std::uint32_t sum = 0;
@@ -311,6 +320,8 @@ TEST_F(ClientTest, ScalarsAndShortTextsAllocateNoMemory) {
         for (const arbor::Value& value : key.Values()) sum += value.Type() == kernel::tDOUBLE ? value.Index() : 0;
     }
     EXPECT_EQ(key.Get<std::string>("t")->size(), 5U);
+    EXPECT_TRUE(other.Get<int>(name) && other.Set(name, 2) && other.Open(name).Code() == kernel::kNoSuchEntry);
+    EXPECT_TRUE(other.Contains(longName) && store[name.substr(0, 0)]["a"].Count());
     EXPECT_EQ(allocations - before, 0U);
     EXPECT_EQ(kernel.HostMemory().Requests() - hostBefore, 0U);
     EXPECT_EQ(sum, 85U);

@@ -2,6 +2,7 @@
 /// these as members.
 #pragma once
 
+#include <component/client/convert.h>
 #include <component/client/exact.h>
 #include <component/client/slot.h>
 
@@ -84,7 +85,7 @@ Result<T> ReadSequence(const Slot& slot) {
         return slot.Read(count, &type, buffer, size);
     });
     if (!read) return read;
-    if constexpr (std::same_as<T, Blob>) {
+    if constexpr (VariableSizeType<T>() == kernel::tBINARY) {
         const bool isBlob = FormOf(type) == ValueForm::Blob;
         return isBlob ? std::move(read) : Result<T>(Status(kernel::kInvalidArgument));
     } else {
@@ -157,7 +158,6 @@ Result<Datum> ReadDatum(TypeCode wanted, const Slot& slot) {
 /// Writes by the store's own conversion: one call.
 template <class Slot>
 Status WriteLenient(const Slot& slot, View value) {
-    if (kernel::FindType(value.type) == nullptr) return Status(kernel::kInvalidArgument);
     if (value.size > std::numeric_limits<std::uint32_t>::max()) return Status(kernel::kOutOfMemory);
     const void* data = value.data != nullptr ? value.data : "";   // an empty text or blob may have a null address
     return Status(slot.Write(value.type, data, static_cast<std::uint32_t>(value.size), kCreate));
@@ -187,6 +187,7 @@ Status WithView(const T& value, Use use) {
         const auto wire = static_cast<typename ScalarTraits<T>::Wire>(value);
         return use(View{ScalarTraits<T>::kType, &wire, sizeof wire});
     } else if constexpr (std::same_as<T, Datum>) {
+        if (kernel::FindType(value.type) == nullptr) return Status(kernel::kInvalidArgument);
         return use(View{value.type, value.bytes.data(), value.bytes.size()});
     } else if constexpr (std::convertible_to<const T&, std::string_view>) {
         const std::string_view text = value;
@@ -194,6 +195,12 @@ Status WithView(const T& value, Use use) {
     } else if constexpr (std::convertible_to<const T&, std::u16string_view>) {
         const std::u16string_view text = value;
         return use(View{kernel::tWSTRING, text.data(), text.size() * sizeof(char16_t)});
+    } else if constexpr (kHasWideStrings && std::convertible_to<const T&, std::wstring_view>) {
+        const std::wstring_view text = value;
+        return use(View{kernel::tWSTRING, text.data(), text.size() * sizeof(wchar_t)});
+    } else if constexpr (std::convertible_to<const T&, std::span<const std::uint8_t>>) {
+        const std::span<const std::uint8_t> blob = value;
+        return use(View{kernel::tBINARY, blob.data(), blob.size()});
     } else {
         static_assert(std::convertible_to<const T&, std::span<const std::byte>>, "the store has no type for this");
         const std::span<const std::byte> blob = value;
@@ -201,14 +208,58 @@ Status WithView(const T& value, Use use) {
     }
 }
 
-/// Reads a `T` exactly.
-template <class T, class Slot>
-Result<T> ReadExactly(const Slot& slot) {
-    if constexpr (Scalar<T>) {
-        return ReadScalar<T>(slot);
+/// The conversions of `Get` and `Set`.
+struct Exact {
+    template <class T, class Slot>
+    static Result<T> Read(const Slot& slot) {
+        if constexpr (Scalar<T>)
+            return ReadScalar<T>(slot);
+        else
+            return ReadSequence<T>(slot);
+    }
+    template <class Slot>
+    static Status Write(const Slot& slot, View view) {
+        return WriteExactly(slot, view);
+    }
+};
+
+/// The store's own conversions.
+struct Lenient {
+    template <class T, class Slot>
+    static Result<T> Read(const Slot& slot) {
+        return ReadLenient<T>(slot);
+    }
+    template <class Slot>
+    static Status Write(const Slot& slot, View view) {
+        return WriteLenient(slot, view);
+    }
+};
+
+template <class T, class Conversion, class Slot>
+Result<T> ReadAs(const Slot& slot) {
+    if constexpr (kIsOptional<T>) {
+        auto read = ReadAs<typename T::value_type, Conversion>(slot);
+        if (read.Code() == kernel::kNoSuchEntry) return T();
+        if (!read) return Status(read.Code());
+        return T(*std::move(read));
+    } else if constexpr (Converted<T>) {
+        return ReadAs<typename Convert<T>::Stored, Conversion>(slot).and_then(Convert<T>::FromStored);
     } else {
-        static_assert(VariableSizeType<T>() != 0, "the store has no type for this");
-        return ReadSequence<T>(slot);
+        static_assert(Scalar<T> || VariableSizeType<T>() != 0, "the store has no type for this");
+        return Conversion::template Read<T>(slot);
+    }
+}
+
+template <class Conversion, class Slot, class T>
+Status WriteAs(const Slot& slot, const T& value) {
+    if constexpr (kIsOptional<T>) {
+        if (value) return WriteAs<Conversion>(slot, *value);
+        const ResultCode removed = slot.Remove();
+        return Status(removed == kernel::kNoSuchEntry ? kernel::kDone : removed);
+    } else if constexpr (Converted<T>) {
+        return WriteAs<Conversion>(slot, Convert<T>::ToStored(value));
+    } else {
+        return WithView(value, [&](View view) { return Conversion::Write(slot, view); });
     }
 }
 

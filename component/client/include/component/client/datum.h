@@ -73,12 +73,16 @@ struct ScalarTraits<double> {
 template <>
 struct ScalarTraits<float> : ScalarTraits<double> {};
 
+/// True where `wchar_t` is a unit of UTF-16, as on Windows.
+inline constexpr bool kHasWideStrings = sizeof(wchar_t) == sizeof(char16_t);
+
 /// The code of a text's or blob's type; 0 for a `T` that is neither.
 template <class T>
 consteval TypeCode VariableSizeType() {
     if constexpr (std::same_as<T, std::string>) return kernel::tSTRING;
     if constexpr (std::same_as<T, std::u16string>) return kernel::tWSTRING;
-    if constexpr (std::same_as<T, Blob>) return kernel::tBINARY;
+    if constexpr (kHasWideStrings && std::same_as<T, std::wstring>) return kernel::tWSTRING;
+    if constexpr (std::same_as<T, Blob> || std::same_as<T, std::vector<std::uint8_t>>) return kernel::tBINARY;
     return 0;
 }
 

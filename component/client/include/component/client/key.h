@@ -1,4 +1,4 @@
-/// A key of the store: reads and writes of its values, its subkeys as a range, and references by path.
+/// A key of the store: reads and writes of its values, and its subkeys.
 #pragma once
 
 #include <component/client/range.h>
@@ -11,7 +11,15 @@
 namespace arbor {
 
 class KeyRange;
-class Place;
+class WalkRange;
+template <std::size_t>
+class Reference;
+
+/// How many keys and values a key has, without those of its subkeys.
+struct Counts {
+    std::uint32_t keys = 0;
+    std::uint32_t values = 0;
+};
 
 /// An open key: an object and a handle. It needs no closing. The handle is valid until the key or one above it is
 /// deleted, or the object is destroyed. Don't use it after that: the interface doesn't detect it.
@@ -28,8 +36,8 @@ public:
     [[nodiscard]] HostObject* Object() const { return address.object; }
     [[nodiscard]] KeyHandle Handle() const { return address.handle; }
 
-    /// Refers to the key at `path` below this one, as in `store["Network/Proxy"].Get<int>("Port")`.
-    [[nodiscard]] Place operator[](Text path) const;
+    /// Refers to the key at `path` below this one, as in `store["Network"]["Proxy"].Get<int>("Port")`.
+    [[nodiscard]] Reference<1> operator[](Text path) const;
 
     /// Opens the key at `path` below this one. `kernel::kNoSuchEntry` if there is none.
     Result<Key> Open(Text path) const { return OpenWith(path, detail::kDontCreate); }
@@ -56,20 +64,44 @@ public:
     /// The path from the current root. If the root has a name, the path begins with it.
     Result<std::string> Path() const { return ReadName(kFullName); }
 
-    /// Reads the value `name` as a `T`: a scalar, `std::string`, `std::u16string` or `Blob`. A value of another type is
-    /// converted exactly: `kernel::kInvalidArgument` if it isn't a `T`, because it is out of range, has other
-    /// characters, or is of another kind. Only a floating-point number is rounded to the nearest one of its type. A
-    /// `std::string` is the bytes of an 8-bit text, or UTF-8.
+    /// The key above this one, if that is in the current root; `kernel::kNoSuchEntry` for the current root itself.
+    /// Opens the path; if that leads to another key, because two siblings have one name, it searches the tree.
+    Result<Key> Parent() const;
+
+    Result<Counts> Count() const {
+        Counts counts;
+        ResultCode code = address.Call<&kernel::Registry::GetKeyCount>(&counts.keys, address.handle);
+        if (kernel::IsSuccess(code))
+            code = address.Call<&kernel::Registry::GetValueCount>(&counts.values, address.handle);
+        if (kernel::IsFailure(code)) return Status(code);
+        return counts;
+    }
+
+    /// Reads the value `name` as a `T`: a scalar, `std::string`, `std::u16string`, `std::wstring` where that is UTF-16,
+    /// `Blob`, `std::vector<std::uint8_t>`, an enumeration, a duration, a type with a `Convert`, or a `std::optional`
+    /// of one of these, which is empty if there is no such value. A value of another type is converted exactly:
+    /// `kernel::kInvalidArgument` if it isn't a `T`, because it is out of range, has other characters, or is of another
+    /// kind. Only a floating-point number is rounded to the nearest one of its type. A `std::string` is the bytes of an
+    /// 8-bit text, or UTF-8.
+    ///
+    /// A structure with `VisitMembers` is read from the key at the path `name`, see `Get()`.
     template <class T>
     Result<T> Get(Text name) const {
-        return detail::ReadExactly<T>(ValueNamed(name));
+        if constexpr (detail::Structure<T>)
+            return Open(name)->template Get<T>();
+        else
+            return detail::ReadAs<T, detail::Exact>(ValueNamed(name));
     }
     /// The same by the store's own conversion, which goes through the value's text: "12abc" is the hexadecimal number,
     /// 4,000,000,000 is the largest `int`, and a binary value of the scalar's size is copied as it is.
     template <class T>
     Result<T> GetLenient(Text name) const {
-        return detail::ReadLenient<T>(ValueNamed(name));
+        return detail::ReadAs<T, detail::Lenient>(ValueNamed(name));
     }
+    /// Reads a structure from the values of this key, one for each member. A member without a value keeps what `T{}`
+    /// has. The first failure ends it.
+    template <detail::Structure T>
+    Result<T> Get() const;
 
     /// Reads the value `name` as a `wanted`, exactly, or in its own type if that is 0. `kernel::kInvalidArgument` for a
     /// type that no value can have.
@@ -80,25 +112,59 @@ public:
     }
 
     Result<TypeCode> Type(Text name) const { return detail::ReadType(ValueNamed(name)); }
+    [[nodiscard]] bool Contains(Text name) const { return Type(name).has_value(); }
 
-    /// Writes the value `name`: a scalar, a text, a blob or a `Datum`. A missing value is created with the type that
-    /// corresponds to the argument. An existing value keeps its type, and the argument is converted exactly, as by
-    /// `Get`: `kernel::kInvalidArgument`, and nothing is written, if that type has no such value. Also refused: a text
-    /// with a zero character inside, and a `Datum` of a type that no value can have or of another size than its type
-    /// has. Two calls of the interface: between them another thread can replace the value by one of another type.
+    /// Writes the value `name`: what `Get` can read, a string literal or view, a span of bytes, or a `Datum`. A missing
+    /// value is created with the type that corresponds to the argument. An existing value keeps its type, and the
+    /// argument is converted exactly, as by `Get`: `kernel::kInvalidArgument`, and nothing is written, if that type has
+    /// no such value. Also refused: a text with a zero character inside, and a `Datum` of a type that no value can have
+    /// or of another size than its type has. An empty `std::optional` deletes the value. A document holds six decimals
+    /// of a `double`.
+    ///
+    /// Two calls of the interface: between them another thread can replace the value by one of another type.
     template <class T = Datum>
     Status Set(Text name, const T& value) const {
-        return detail::WithView(value, [&](detail::View view) { return detail::WriteExactly(ValueNamed(name), view); });
+        if constexpr (detail::Structure<T>)
+            return Make(name)->Set(value);
+        else
+            return detail::WriteAs<detail::Exact>(ValueNamed(name), value);
     }
     /// The same by the store's own conversion, in one call. A `tWSTRING` stores the bytes of any argument as they are,
     /// a text ends at its first zero character, and a number that doesn't fit is changed.
     template <class T = Datum>
     Status SetLenient(Text name, const T& value) const {
-        return detail::WithView(value, [&](detail::View view) { return detail::WriteLenient(ValueNamed(name), view); });
+        return detail::WriteAs<detail::Lenient>(ValueNamed(name), value);
+    }
+    /// Writes each member of a structure as a value of this key. The first failure ends it, and the members before it
+    /// stay written; a `Batch` would undo them.
+    template <detail::Structure T>
+    Status Set(const T& value) const;
+
+    /// The same for the value or subkey with an index. An index is a position: removing an element moves the following
+    /// ones. `kernel::kNoSuchEntry` if there is none.
+    template <class T>
+    Result<T> GetAt(std::uint32_t index) const {
+        return detail::ReadAs<T, detail::Exact>(ValueIndexed(index));
+    }
+    template <class T = Datum>
+    Status SetAt(std::uint32_t index, const T& value) const {
+        return detail::WriteAs<detail::Exact>(ValueIndexed(index), value);
+    }
+    Status RemoveAt(std::uint32_t index) const { return Status(ValueIndexed(index).Remove()); }
+    Result<Key> KeyAt(std::uint32_t index) const {
+        KeyHandle child = kernel::kNoKey;
+        const ResultCode code = address.Call<&kernel::Registry::OpenKeyByIndex>(&child, address.handle, index);
+        if (kernel::IsFailure(code)) return Status(code);
+        return Key(address.object, child);
+    }
+    Status RemoveKeyAt(std::uint32_t index) const {
+        return Status(address.Call<&kernel::Registry::DeleteKeyByInd>(address.handle, index));
     }
 
     [[nodiscard]] ValueRange Values() const { return ValueRange(address); }
     [[nodiscard]] KeyRange Keys() const;
+    /// This key and all keys below it. Declared in `walk.h`.
+    [[nodiscard]] WalkRange Walk() const;
 
     /// Deletes a value.
     Status Remove(Text name) const { return Status(ValueNamed(name).Remove()); }
@@ -124,6 +190,7 @@ private:
     static constexpr std::uint32_t kFullName = 1;   // the count excludes it
 
     [[nodiscard]] detail::SlotByName ValueNamed(Text name) const { return {address, name}; }
+    [[nodiscard]] detail::SlotByIndex ValueIndexed(std::uint32_t index) const { return {address, index}; }
 
     Result<Key> OpenWith(Text path, std::uint32_t create) const {
         KeyHandle opened = kernel::kNoKey;
@@ -146,7 +213,7 @@ private:
 
 /// The subkeys of a key in their order, for a single pass. If a subkey is deleted that the pass has already reached,
 /// the following ones move to lower indexes and the pass skips one.
-class KeyRange : public Walk<KeyRange> {
+class KeyRange : public SinglePass<KeyRange, Key> {
 public:
     /// Empty if `key` is a failure, which `Outcome` then returns.
     explicit KeyRange(const Key& key) : parent(key.address) { OpenChild(); }
@@ -174,42 +241,6 @@ private:
     std::uint32_t index = 0;
 };
 
-/// The result of `key[path]`: a key and a path below it. Each call opens the path again. `Set` creates the keys that
-/// are missing; no other call does. Refers to the caller's characters of the path, so use it only in the expression
-/// that creates it.
-class Place {
-public:
-    Place(const Key& from, Text to) : parent(from), path(to) {}
-
-    Result<Key> Open() const { return parent.Open(path); }
-    Result<Key> Make() const { return parent.Make(path); }
-
-    template <class T>
-    Result<T> Get(Text name) const {
-        return Open()->template Get<T>(name);
-    }
-    template <class T>
-    Result<T> GetLenient(Text name) const {
-        return Open()->template GetLenient<T>(name);
-    }
-    template <class T = Datum>
-    Status Set(Text name, const T& value) const {
-        return Make()->Set(name, value);
-    }
-    template <class T = Datum>
-    Status SetLenient(Text name, const T& value) const {
-        return Make()->SetLenient(name, value);
-    }
-
-    [[nodiscard]] ValueRange Values() const { return Open()->Values(); }
-    [[nodiscard]] KeyRange Keys() const { return Open()->Keys(); }
-
-private:
-    Key parent;
-    Text path;
-};
-
-inline Place Key::operator[](Text path) const { return {*this, path}; }
 inline KeyRange Key::Keys() const { return KeyRange(*this); }
 
 }   // namespace arbor

@@ -3,25 +3,35 @@
 
 #include <component/client/value.h>
 
+#include <concepts>
 #include <cstddef>
 #include <iterator>
+#include <span>
 #include <string>
 #include <utility>
 
 namespace arbor {
 
-/// Base class of a range for a single pass, as by a range-based `for`. `Range` has `Current`, the element, and
-/// `Advance`, which reads the next one or calls `End`.
-template <class Range>
-class Walk {
+/// Marks the client's ranges.
+class SinglePassBase {};
+
+/// Base class of a range for a single pass, by a range-based `for`, a standard algorithm or a view: it is a
+/// `std::ranges::input_range` of `Element`s. `Range` has `Current`, the element, and `Advance`, which reads the next
+/// one or calls `End`. An iterator refers to the range, which must not be moved then.
+template <class Range, class Element>
+class SinglePass : public SinglePassBase {
 public:
     class Iterator {
     public:
         using difference_type = std::ptrdiff_t;
+        using value_type = Element;
+        using iterator_concept = std::input_iterator_tag;
 
+        Iterator() = default;
         explicit Iterator(Range& owner) : range(&owner) {}
 
-        [[nodiscard]] const auto& operator*() const { return range->Current(); }
+        [[nodiscard]] const Element& operator*() const { return range->Current(); }
+        [[nodiscard]] const Element* operator->() const { return &range->Current(); }
         Iterator& operator++() {
             range->Advance();
             return *this;
@@ -30,7 +40,7 @@ public:
         [[nodiscard]] bool operator==(std::default_sentinel_t) const { return range->AtEnd(); }
 
     private:
-        Range* range;
+        Range* range = nullptr;
     };
 
     [[nodiscard]] Iterator begin() { return Iterator(static_cast<Range&>(*this)); }
@@ -53,7 +63,7 @@ private:
 
 /// The values of a key in their order, for a single pass. If a value is deleted that the pass has already reached, the
 /// following ones move to lower indexes and the pass skips one.
-class ValueRange : public Walk<ValueRange> {
+class ValueRange : public SinglePass<ValueRange, Value> {
 public:
     /// Empty if `key` is a failure, which `Outcome` then returns.
     explicit ValueRange(const detail::KeyAddress& key) {
@@ -83,3 +93,8 @@ private:
 };
 
 }   // namespace arbor
+
+/// The client's ranges are views: cheap to move, and a pipeline of views holds them itself.
+template <class Range>
+requires std::derived_from<Range, arbor::SinglePassBase>
+inline constexpr bool std::ranges::enable_view<Range> = true;

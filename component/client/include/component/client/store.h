@@ -1,7 +1,7 @@
 /// The store: an object of the interface `Registry`, used as the key that is its current root.
 #pragma once
 
-#include <component/client/key.h>
+#include <component/client/structure.h>
 
 namespace arbor {
 

@@ -23,21 +23,21 @@ public:
     /// As the functions of `Key` with these names.
     template <class T>
     Result<T> Get() const {
-        return detail::ReadExactly<T>(slot);
+        return detail::ReadAs<T, detail::Exact>(slot);
     }
     template <class T>
     Result<T> GetLenient() const {
-        return detail::ReadLenient<T>(slot);
+        return detail::ReadAs<T, detail::Lenient>(slot);
     }
     Result<Datum> Read(TypeCode wanted = 0) const { return detail::ReadDatum(wanted, slot); }
     Result<Datum> ReadLenient(TypeCode wanted) const { return detail::ReadDatumLenient(wanted, slot); }
     template <class T = Datum>
     Status Set(const T& value) const {
-        return detail::WithView(value, [&](detail::View view) { return detail::WriteExactly(slot, view); });
+        return detail::WriteAs<detail::Exact>(slot, value);
     }
     template <class T = Datum>
     Status SetLenient(const T& value) const {
-        return detail::WithView(value, [&](detail::View view) { return detail::WriteLenient(slot, view); });
+        return detail::WriteAs<detail::Lenient>(slot, value);
     }
     /// Deletes the value. The following values move to lower indexes.
     Status Remove() const { return Status(slot.Remove()); }

@@ -1,0 +1,102 @@
+/// References to keys by path, as `store["Network"]["Proxy"]`.
+#pragma once
+
+#include <component/client/walk.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+
+namespace arbor {
+
+/// The result of `key[path]`: a key, and paths below it that are opened one after the other. Each call opens them
+/// again. `Set` creates the keys that are missing; no other call does. Refers to the caller's characters of the paths,
+/// which must outlive it. The calls are those of `Key`.
+template <std::size_t paths>
+class Reference {
+public:
+    Reference(const Key& key, const std::array<Text, paths>& below) : from(key), path(below) {}
+
+    [[nodiscard]] Reference<paths + 1> operator[](Text next) const {
+        return [&]<std::size_t... i>(std::index_sequence<i...>) {
+            return Reference<paths + 1>(from, {path[i]..., next});
+        }
+        (std::make_index_sequence<paths>());
+    }
+
+    Result<Key> Open() const { return ForEachPath(&Key::Open); }
+    Result<Key> Make() const { return ForEachPath(&Key::Make); }
+
+    template <class T>
+    Result<T> Get(Text name) const {
+        return Open()->template Get<T>(name);
+    }
+    template <class T>
+    Result<T> GetLenient(Text name) const {
+        return Open()->template GetLenient<T>(name);
+    }
+    template <class T>
+    Result<T> Get() const {
+        return Open()->template Get<T>();
+    }
+    template <class T = Datum>
+    Status Set(Text name, const T& value) const {
+        return Make()->Set(name, value);
+    }
+    template <class T = Datum>
+    Status SetLenient(Text name, const T& value) const {
+        return Make()->SetLenient(name, value);
+    }
+    template <detail::Structure T>
+    Status Set(const T& value) const {
+        return Make()->Set(value);
+    }
+
+    Result<TypeCode> Type(Text name) const { return Open()->Type(name); }
+    [[nodiscard]] bool Contains(Text name) const { return Open()->Contains(name); }
+    Status Remove(Text name) const { return Open()->Remove(name); }
+    Status RemoveKey(Text below) const { return Open()->RemoveKey(below); }
+    Result<Counts> Count() const { return Open()->Count(); }
+    Result<std::string> Path() const { return Open()->Path(); }
+    Result<Key> Parent() const { return Open()->Parent(); }
+    [[nodiscard]] ValueRange Values() const { return Open()->Values(); }
+    [[nodiscard]] KeyRange Keys() const { return Open()->Keys(); }
+    [[nodiscard]] WalkRange Walk() const { return Open()->Walk(); }
+
+private:
+    Result<Key> ForEachPath(Result<Key> (Key::*open)(Text) const) const {
+        Result<Key> key = (from.*open)(path[0]);
+        for (std::size_t i = 1; i < paths; ++i) key = ((*key).*open)(path[i]);
+        return key;
+    }
+
+    Key from;
+    std::array<Text, paths> path;
+};
+
+inline Reference<1> Key::operator[](Text path) const { return {*this, {path}}; }
+
+inline Result<Key> Key::Parent() const {
+    if (address.object == nullptr) return Status(address.failure);
+    const Key root(address.object, 0);
+    const Result<std::string> full = Path();
+    const Result<std::string> rootName = root.Name();
+    if (!full || !rootName) return Status(full ? rootName.Code() : full.Code());
+    if (root.Open("")->Handle() == Open("")->Handle()) return Status(kernel::kNoSuchEntry);
+
+    std::string_view below = *full;   // names after that of the root, if it has one, with `\` between them
+    if (!rootName->empty()) below.remove_prefix(std::min(rootName->size() + 1, below.size()));
+    const std::size_t last = below.rfind('\\');
+    const Result<Key> likely = root.Open(last != below.npos ? below.substr(0, last) : std::string_view());
+    if (likely && likely->Open(below.substr(last + 1))->Handle() == address.handle) return likely;
+
+    WalkRange walk = root.Walk();
+    for (const WalkStep& step : walk) {
+        for (const Key& child : step.key.Keys()) {
+            if (child.Handle() == address.handle) return step.key;
+        }
+    }
+    return Status(walk.Outcome() ? kernel::kNoSuchEntry : walk.Outcome().Code());
+}
+
+}   // namespace arbor

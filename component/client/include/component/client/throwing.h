@@ -1,0 +1,130 @@
+/// The client for those who want exceptions: `Result::value`, and a store whose calls return values and throw failures.
+///
+///     arbor::throwing::Store store(object);
+///     const int port = store["Network/Proxy"].Get<int>("Port");   // throws `arbor::StoreError`
+///     store.Save();
+#pragma once
+
+#include <component/client/batch.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace arbor {
+
+/// A failed call. `what()` is the code's meaning in words.
+class StoreError : public std::runtime_error {
+public:
+    explicit StoreError(Status failure) : std::runtime_error(std::string(failure.Text())), code(failure.Code()) {}
+
+    [[nodiscard]] ResultCode Code() const { return code; }
+
+private:
+    ResultCode code;
+};
+
+namespace detail {
+
+struct Thrower {
+    [[noreturn]] static void Throw(Status failure) { throw StoreError(failure); }
+};
+
+}   // namespace detail
+
+namespace throwing {
+
+inline void Check(Status status) {
+    if (!status) detail::Thrower::Throw(status);
+}
+
+/// Throws when the enumeration begins or ends with a failure.
+template <class Range>
+class Checked : public Range {
+public:
+    explicit Checked(Range range) : Range(std::move(range)) { Check(this->Outcome()); }
+
+    class Iterator : public Range::Iterator {
+    public:
+        Iterator() = default;
+        explicit Iterator(Range& owner) : Range::Iterator(owner), range(&owner) {}
+
+        Iterator& operator++() {
+            Range::Iterator::operator++();
+            Check(range->Outcome());
+            return *this;
+        }
+        void operator++(int) { ++*this; }
+
+    private:
+        Range* range = nullptr;
+    };
+
+    [[nodiscard]] Iterator begin() { return Iterator(*this); }
+};
+
+/// The calls of `arbor::Key` or of a reference. They have the same names, and `kernel::kNoSuchEntry` is a failure, too:
+/// read a `std::optional` where a value may be missing.
+template <class Target>
+class Basic {
+public:
+    explicit Basic(const Target& wrapped) : target(wrapped) {}
+
+    [[nodiscard]] const Target& Unchecked() const { return target; }
+    [[nodiscard]] auto operator[](Text path) const { return Basic<decltype(target[path])>(target[path]); }
+
+    template <class T>
+    [[nodiscard]] T Get(Text name) const {
+        return target.template Get<T>(name).value();
+    }
+    template <class T>
+    [[nodiscard]] T GetLenient(Text name) const {
+        return target.template GetLenient<T>(name).value();
+    }
+    template <detail::Structure T>
+    [[nodiscard]] T Get() const {
+        return target.template Get<T>().value();
+    }
+    template <class T = Datum>
+    void Set(Text name, const T& value) const {
+        Check(target.Set(name, value));
+    }
+    template <class T = Datum>
+    void SetLenient(Text name, const T& value) const {
+        Check(target.SetLenient(name, value));
+    }
+    template <detail::Structure T>
+    void Set(const T& value) const {
+        Check(target.Set(value));
+    }
+    [[nodiscard]] bool Contains(Text name) const { return target.Contains(name); }
+    [[nodiscard]] TypeCode Type(Text name) const { return target.Type(name).value(); }
+    [[nodiscard]] Counts Count() const { return target.Count().value(); }
+    [[nodiscard]] std::string Path() const { return target.Path().value(); }
+    [[nodiscard]] Basic<Key> Parent() const { return Basic<Key>(target.Parent().value()); }
+    void Remove(Text name) const { Check(target.Remove(name)); }
+    void RemoveKey(Text path) const { Check(target.RemoveKey(path)); }
+    [[nodiscard]] auto Values() const { return Checked(target.Values()); }
+    [[nodiscard]] auto Keys() const { return Checked(target.Keys()); }
+    [[nodiscard]] auto Walk() const { return Checked(target.Walk()); }
+
+protected:
+    Target target;
+};
+
+class Store : public Basic<arbor::Store> {
+public:
+    explicit Store(HostObject* object) : Basic(arbor::Store(object)) {}
+
+    [[nodiscard]] Basic<Key> Open(Text path) const { return Basic<Key>(target.Open(path).value()); }
+    [[nodiscard]] Basic<Key> Make(Text path) const { return Basic<Key>(target.Make(path).value()); }
+    void SetRoot(Text path) const { Check(target.SetRoot(path)); }
+    void Clean() const { Check(target.Clean()); }
+    void Save() const { Check(target.Save()); }
+};
+
+/// Applies the changes of a batch and saves.
+inline void Save(Batch& batch) { Check(batch.Save()); }
+
+}   // namespace throwing
+
+}   // namespace arbor
