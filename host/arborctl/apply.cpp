@@ -10,6 +10,7 @@
 #include "flat_text.h"
 #include "input.h"
 #include "moving.h"
+#include "type_texts.h"
 #include "value_text.h"
 
 #include <algorithm>
@@ -20,15 +21,19 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-kernel::TypeCode TypeNamed(const std::string& name) {
-    const kernel::ValueTypeRow* row = kernel::FindType(name);
-    if (row == nullptr) throw std::invalid_argument(name + " isn't a value type");
-    return row->type;
+/// Whether `path` is that of `top`, or below it. Names are compared without regard to the case of ASCII letters.
+bool IsWithin(const Path& path, const Path& top) {
+    const auto isSame = [](const PathName& left, const PathName& right) {
+        return ToLower(left.name) == ToLower(right.name);
+    };
+    return path.Names().size() >= top.Names().size() &&
+           std::equal(top.Names().begin(), top.Names().end(), path.Names().begin(), isSame);
 }
 
 class Changes {
 public:
-    Changes(host::Kernel& owner, arbor::Key top, LineForms accepted) : kernel(owner), root(top), forms(accepted) {}
+    Changes(host::Kernel& owner, arbor::Key top, const ApplyOptions& given)
+        : kernel(owner), root(top), options(given) {}
 
     void Apply(std::string_view line);
 
@@ -48,13 +53,14 @@ private:
     void Move(const Words& operands) { Transfer(operands, true); }
     void Copy(const Words& operands) { Transfer(operands, false); }
 
-    void SetValue(const arbor::Key& key, const PathName& name, kernel::TypeCode type, const std::string& text);
+    void SetValue(const arbor::Key& key, const PathName& name, kernel::TypeCode type, const std::string& text,
+                  const std::string& where);
     void Transfer(Words operands, bool isMove);
     [[nodiscard]] arbor::Key KeyAt(const std::string& path);
 
     host::Kernel& kernel;
     arbor::Key root;
-    LineForms forms;
+    const ApplyOptions& options;
     std::optional<std::pair<std::string, arbor::Key>> last{};   // the key that `KeyAt` found last, by its path
 };
 
@@ -71,7 +77,7 @@ void Changes::Apply(std::string_view line) {
     if (words.empty()) return;
     const auto* const form = std::ranges::find(kForms, words[0], &Form::word);
     if (form == std::end(kForms)) return ApplyFlat(words);
-    if (forms == LineForms::Flat)
+    if (options.forms == LineForms::Flat)
         throw std::invalid_argument(words[0] + " isn't flat text; \"apply\" makes such changes");
     const std::size_t operands = words.size() - 1;
     if (operands < form->minOperands || operands > form->maxOperands)
@@ -89,16 +95,20 @@ void Changes::ApplyFlat(const Words& words) {
 }
 
 void Changes::Set(const Words& operands) {
-    if (operands.size() == 4)
-        return SetValue(KeyAt(operands[0]), ParseName(operands[1]), TypeNamed(operands[2]), operands[3]);
+    if (operands.size() == 4) {
+        return SetValue(KeyAt(operands[0]), ParseName(operands[1]), ParseType(operands[2]), operands[3],
+                        JoinPath(operands[0], operands[1]));
+    }
     const ValuePath path = ToValuePath(Path(operands[0]));
     const arbor::Key key = MakeKey(root, path.key);
     const kernel::TypeCode own = ValueSlot(key, path.value).Type();
-    const kernel::TypeCode type = operands.size() == 3 ? TypeNamed(operands[1]) : own != 0 ? own : kernel::tSTRING;
-    SetValue(key, path.value, type, operands.back());
+    const kernel::TypeCode type = operands.size() == 3 ? ParseType(operands[1]) : own != 0 ? own : kernel::tSTRING;
+    SetValue(key, path.value, type, operands.back(), operands[0]);
 }
 
-void Changes::SetValue(const arbor::Key& key, const PathName& name, kernel::TypeCode type, const std::string& text) {
+void Changes::SetValue(const arbor::Key& key, const PathName& name, kernel::TypeCode type, const std::string& text,
+                       const std::string& where) {
+    if (options.values != nullptr) return SetExactly(key, name, options.values->Parse(type, text, where));
     const std::optional<arbor::Datum> datum = FromExactText(type, text);
     if (!datum) throw std::invalid_argument(Quote(text) + " isn't a " + TypeName(type));
     SetExactly(key, name, *datum);
@@ -121,8 +131,10 @@ void Changes::Transfer(Words operands, bool isMove) {
 }
 
 arbor::Key Changes::KeyAt(const std::string& path) {
-    if (!last || last->first != path) last.emplace(path, MakeKey(root, Path(path)));
-    return last->second;
+    if (last && last->first == path) return last->second;
+    const Path parsed(path);
+    if (!IsWithin(parsed, options.within)) throw std::invalid_argument("the key isn't in " + options.within.Text());
+    return last.emplace(path, MakeKey(root, parsed)).second;
 }
 
 }   // namespace
@@ -133,8 +145,8 @@ LineError::LineError(const std::string& source, std::size_t lineNumber, const st
       reason(lineReason) {}
 
 void ApplyText(host::Kernel& kernel, const arbor::Key& root, std::string_view text, const std::string& source,
-               LineForms forms) {
-    Changes changes(kernel, root, forms);
+               const ApplyOptions& options) {
+    Changes changes(kernel, root, options);
     std::string_view rest = WithoutByteOrderMark(text);
     for (std::size_t number = 1; !rest.empty(); ++number) {
         std::string_view line = rest.substr(0, rest.find('\n'));
@@ -150,10 +162,13 @@ void ApplyText(host::Kernel& kernel, const arbor::Key& root, std::string_view te
     }
 }
 
-int Apply(const Session& session, const std::filesystem::path& file) {
+int Apply(const Session& session, const std::filesystem::path& file, Exactness exactness) {
     const Input input = ReadInput(file, session.settings.wait);
-    return ChangeDocument(
-        session, [&](const arbor::Key& root) { ApplyText(session.kernel, root, input.content, input.Name()); });
+    const ValueText valueText(session.kernel);
+    const ExactValues values(valueText, exactness);
+    return ChangeDocument(session, [&](const arbor::Key& root) {
+        ApplyText(session.kernel, root, input.content, input.Name(), {.values = &values});
+    });
 }
 
 }   // namespace arborctl

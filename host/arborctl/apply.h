@@ -12,6 +12,7 @@
 #pragma once
 
 #include "document.h"
+#include "exactness.h"
 
 #include <stdexcept>
 #include <string>
@@ -37,9 +38,15 @@ enum class LineForms {
     Flat,   // values and keys as `tree --flat` prints them
 };
 
+struct ApplyOptions {
+    LineForms forms = LineForms::All;
+    Path within{};                         // the key of all values, or above them; lines of others are refused
+    const ExactValues* values = nullptr;   // how texts become values; null: each exact text is one
+};
+
 /// Applies the lines of `text` to the tree below `root`. `source` names the text for messages. Throws a `LineError` for
 /// the first line that is refused; the tree then has the changes of the lines before it.
 void ApplyText(host::Kernel& kernel, const arbor::Key& root, std::string_view text, const std::string& source,
-               LineForms forms = LineForms::All);
+               const ApplyOptions& options = {});
 
 }   // namespace arborctl

@@ -54,9 +54,11 @@ Colours ParseColours(const std::string& word) {
 
 ImportForm ParseForm(const std::string& word) {
     const auto* row = std::ranges::find(kImportForms, std::string_view(word), &ImportFormRow::word);
-    if (row == std::end(kImportForms)) throw std::invalid_argument(word + " is not native, foreign or json");
+    if (row == std::end(kImportForms)) throw std::invalid_argument(word + " is not native, foreign, json or flat");
     return row->form;
 }
+
+Exactness ExactnessOf(const Arguments& given) { return given.lenient ? Exactness::Lenient : Exactness::Exact; }
 
 /// PATH, PATH VALUE, or several pairs of both.
 Work PrepareGet(const Arguments& given) {
@@ -70,7 +72,7 @@ Work PrepareGet(const Arguments& given) {
 
 /// PATH TEXT, PATH TYPE TEXT, or PATH VALUE TYPE TEXT; without TEXT if a file has it.
 Work PrepareSet(const Arguments& given) {
-    SetRequest request{.file = given.textFile, .exactness = given.lenient ? Exactness::Lenient : Exactness::Exact};
+    SetRequest request{.file = given.textFile, .exactness = ExactnessOf(given)};
     const std::size_t count = given.operands.size() + (request.file ? 1 : 0);
     if (count < 2) throw std::invalid_argument("TEXT is missing, or --from FILE");
     if (count > 4) throw std::invalid_argument(given.operands.back() + " is one argument too many beside --from");
@@ -135,9 +137,13 @@ constexpr CommandRow kCommands[] = {
     {"apply", Family::Changing, "[FILE]", "Apply the changes in a file, a line each, or none of them",
      "settings.xml apply changes.txt",
      [](const Arguments& given) -> Work {
-         return [file = PathFromArgument(given.Has(0) ? given.operands[0] : "-")](const Session& session) {
-             return Apply(session, file);
-         };
+         return [file = PathFromArgument(given.Has(0) ? given.operands[0] : "-"),
+                 exactness = ExactnessOf(given)](const Session& session) { return Apply(session, file, exactness); };
+     }},
+    {"edit", Family::Changing, "[PATH]", "Change a subtree in $VISUAL or $EDITOR, as flat text",
+     "settings.xml edit Network/Proxy",
+     [](const Arguments& given) -> Work {
+         return [path = given.PathAt(0)](const Session& session) { return Edit(session, path); };
      }},
     {"import", Family::Changing, "FILE [PATH]", "Copy an XML document, or JSON, into this one or into a key of it",
      "--create settings.xml import foreign.xml",
@@ -199,7 +205,7 @@ constexpr OperandRow kOperands[] = {
 };
 
 constexpr OptionRow kOptions[] = {
-    {"--lenient", "", "set", "store what the text becomes, even if that is another value",
+    {"--lenient", "", "set apply", "store what the text becomes, even if that is another value",
      [](Arguments& given, const std::string&) { given.lenient = true; }},
     {"--as", "TYPE", "get", "type to convert to",
      [](Arguments& given, const std::string& text) { given.as = ParseType(text); }},
@@ -219,7 +225,7 @@ constexpr OptionRow kOptions[] = {
      [](Arguments& given, const std::string&) { given.flat = true; }},
     {"--flat", "", "diff", "print the changes that make DOCUMENT equal to the other one, as \"apply\" reads them",
      [](Arguments& given, const std::string&) { given.flat = true; }},
-    {"--dry-run", "", "set retype rm mv cp apply import backups restore undo",
+    {"--dry-run", "", "set retype rm mv cp apply edit import backups restore undo",
      "show what would change, and save nothing", [](Arguments& given, const std::string&) { given.dryRun = true; }},
     {"--force", "", "mv cp", "replace an existing target",
      [](Arguments& given, const std::string&) { given.force = true; }},

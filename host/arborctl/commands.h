@@ -54,7 +54,9 @@ int Check(const Session& session);
 int Backups(const Session& session);
 
 /// Applies the changes in a file, or in standard input for "-", or none of them.
-int Apply(const Session& session, const std::filesystem::path& file);
+int Apply(const Session& session, const std::filesystem::path& file, Exactness exactness);
+/// Opens the subtree as flat text in an editor, shows the difference and saves it.
+int Edit(const Session& session, const Path& path);
 int Set(const Session& session, const SetRequest& request);
 /// Changes the type of a value, which becomes the last one of its key. Refuses a loss unless that is forced.
 int Retype(const Session& session, const RetypeRequest& request);

@@ -81,7 +81,7 @@ int Import(const Session& session, const std::filesystem::path& file, const Path
     }
     if (form == ImportForm::Flat) {
         return AddToDocument(session, input, path, [&](const arbor::Key& key) {
-            ApplyText(session.kernel, key, input.content, input.Name(), LineForms::Flat);
+            ApplyText(session.kernel, key, input.content, input.Name(), {.forms = LineForms::Flat});
         });
     }
     RequireXmlForm(input, wanted);

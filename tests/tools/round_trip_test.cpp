@@ -116,7 +116,7 @@ TEST(RoundTripTest, AThousandTreesComeBackFromJsonAndFlatTextUnchanged) {
         arborctl::PrintFlat(
             original.Root(), "", [&flat](const std::string& line) { flat += line + '\n'; }, [] {});
         const arborctl::Document applied(kernel);
-        arborctl::ApplyText(kernel, applied.Root(), flat, "random", arborctl::LineForms::Flat);
+        arborctl::ApplyText(kernel, applied.Root(), flat, "random", {.forms = arborctl::LineForms::Flat});
         ASSERT_EQ(EntriesOf(applied.Root()), EntriesOf(original.Root())) << flat;
         const arborctl::Document other(kernel);
         RandomTree(seed + 1).Fill(other.Root());

@@ -65,4 +65,39 @@ expect 'a change while another run holds the lock' "$busy" "$(arborctl --wait 0 
 expect 'a read meanwhile' '5:0' "$(arborctl --wait 0 link.xml get '' n):$?"
 exec 9>&-
 
+# edit EXIT-CODE OUTPUT SCRIPT [ARGUMENT...]: an editor that runs SCRIPT, in which $1 is the file.
+export TMPDIR=$folder/tmp VISUAL="sh $folder/editor"
+mkdir "$TMPDIR"
+edit() {
+    local wanted=$1:$2 script=$3 output
+    shift 3
+    echo "$script" >editor
+    output=$(arborctl edited.xml edit "$@" 2>&1 | grep -v '^Killed'; exit "${PIPESTATUS[0]}")
+    expect "edit by $script" "$wanted" "$?:$(sed "s,$TMPDIR/[^ ]*,KEPT," <<<"$output")"
+}
+ended="arborctl: the editor $VISUAL ended with code"
+printf '/ a tINT 1\nK b tSTRING "x y"\nK/L c tINT 3\n' | arborctl --create edited.xml apply
+cp edited.xml before.xml
+edit 0 '' 'true'
+edit 1 "$ended 7; nothing is saved" 'exit 7'
+# shellcheck disable=SC2016 # scripts
+{
+edit 1 "$ended 137; nothing is saved; the edited text is in KEPT" 'sed -i s/x/y/ $1; kill -9 $$'
+edit 1 'arborctl: the edited text is empty; nothing is saved; "rm" removes a key' ': >$1'
+expect 'the document after them' '' "$(arborctl diff before.xml edited.xml --flat)"
+edit 0 $'- K/b: tSTRING "x y"\n+ K/b: tSTRING "z"\n- K/L/\n- K/L/c: tINT 3' 'sed -i "/^K.L/d; s/\"x y\"/z/" $1' K
+expect 'an edited subtree' $'/ a tINT 1\nK b tSTRING z' "$(arborctl edited.xml tree --flat)"
+edit 0 $'- a: tINT 1\n+ a: tINT 7' 'sed -i "s/tINT 1/tINT 7/" $1' --dry-run
+# The second round finds the message and mends the line; an editor that leaves it as it is ends the rounds.
+edit 0 $'- a: tINT 1\n+ a: tINT 5' \
+    'grep -q "^# Refused: line 4: .many. isn.t a tINT" $1 && sed -i s/many/5/ $1 || sed -i "s/tINT 1/tINT many/" $1'
+edit 1 "arborctl: line 4: \"many\" isn't a tINT; nothing is saved; the edited text is in KEPT" 'sed -i "s/ 5/ many/" $1'
+edit 1 "arborctl: line 4: the key isn't in K; nothing is saved; the edited text is in KEPT" \
+    'sed -i "s/^K b.*/\/ a tINT 6/" $1' K
+edit 1 $'- a: tINT 5\n+ a: tINT 6\narborctl: nothing is saved; the edited text is in KEPT\narborctl: edited.xml changed meanwhile' \
+    'arborctl edited.xml set K/b other; sed -i "s/tINT 5/tINT 6/" $1'
+}
+expect 'the document after a change meanwhile' $'/ a tINT 5\nK b tSTRING other' "$(arborctl edited.xml tree --flat)"
+expect 'the texts that are kept' 4 "$(find "$TMPDIR" -name edited.xml.txt | wc -l)"
+
 exit $((failures != 0))

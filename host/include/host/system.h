@@ -60,6 +60,14 @@ void PrepareStandardStreams();
 /// found out. Throws `std::filesystem::filesystem_error` on another failure.
 [[nodiscard]] bool RemoveIfUnused(const std::filesystem::path& path);
 
+/// Runs a command line of the system's shell, with `file` as its last argument, on this process's standard streams, and
+/// waits for its end. Returns its exit code, on Linux 128 and more if a signal killed it. Throws `std::system_error` if
+/// the shell can't be started.
+[[nodiscard]] int RunWithFile(const std::string& commandLine, const std::filesystem::path& file);
+
+/// The command line of the editor that every installation of the system has.
+[[nodiscard]] const char* DefaultEditor();
+
 /// Flushes the data written to a file, or the entries of a directory, to the disk. Throws
 /// `std::filesystem::filesystem_error`.
 void FlushToDisk(const std::filesystem::path& path);

@@ -9,10 +9,13 @@
 #include <fcntl.h>
 #include <link.h>
 #include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 
 namespace host {
@@ -29,6 +32,41 @@ EntryCall FindEntry(void* handle) {
     const auto* header = reinterpret_cast<const ElfW(Ehdr)*>(map->l_addr);
     if (header == nullptr || std::memcmp(header->e_ident, ELFMAG, SELFMAG) != 0 || header->e_entry == 0) return nullptr;
     return reinterpret_cast<EntryCall>(map->l_addr + header->e_entry);
+}
+
+/// Ignores the signals of the terminal's keys: they are for the program that runs in the foreground.
+class IgnoredKeys {
+public:
+    IgnoredKeys() : interrupt(std::signal(SIGINT, SIG_IGN)), quit(std::signal(SIGQUIT, SIG_IGN)) {}
+    ~IgnoredKeys() {
+        std::signal(SIGINT, interrupt);
+        std::signal(SIGQUIT, quit);
+    }
+    IgnoredKeys(const IgnoredKeys&) = delete;
+    IgnoredKeys& operator=(const IgnoredKeys&) = delete;
+
+private:
+    using Handler = void (*)(int);
+    Handler interrupt;
+    Handler quit;
+};
+
+/// Starts the shell with the default action of the terminal's signals. Throws `std::system_error`.
+pid_t StartShell(const char* const* arguments) {
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGINT);
+    sigaddset(&defaults, SIGQUIT);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    pid_t process = 0;
+    const int error =
+        posix_spawn(&process, "/bin/sh", nullptr, &attributes, const_cast<char* const*>(arguments), environ);
+    posix_spawnattr_destroy(&attributes);
+    if (error != 0) throw std::system_error(error, std::generic_category(), "can't start /bin/sh");
+    return process;
 }
 
 int DescriptorOf(Stream stream) { return stream == Stream::Output ? STDOUT_FILENO : STDERR_FILENO; }
@@ -120,6 +158,19 @@ bool RemoveIfUnused(const std::filesystem::path& path) {
     if (error != 0) fail(error);
     return isUnused;
 }
+
+int RunWithFile(const std::string& commandLine, const std::filesystem::path& file) {
+    const std::string script = commandLine + " \"$@\"";
+    const char* const arguments[] = {"sh", "-c", script.c_str(), "sh", file.c_str(), nullptr};
+    const IgnoredKeys ignored;
+    const pid_t process = StartShell(arguments);
+    int status = 0;
+    while (waitpid(process, &status, 0) < 0 && errno == EINTR) {
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+const char* DefaultEditor() { return "vi"; }
 
 void FlushToDisk(const std::filesystem::path& path) {
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);

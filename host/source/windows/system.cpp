@@ -109,6 +109,26 @@ bool RemoveIfUnused(const std::filesystem::path& path) {
     return false;
 }
 
+/// With /s the shell removes the outer quotes and leaves all others.
+int RunWithFile(const std::string& commandLine, const std::filesystem::path& file) {
+    const std::u16string editor = ToUtf16(commandLine);
+    std::wstring line = L"cmd.exe /s /c \"" + std::wstring(editor.begin(), editor.end());
+    line.append(L" \"").append(file.wstring()).append(L"\"\"");
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process) == 0)
+        throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), "can't start cmd.exe");
+    WaitForSingleObject(process.hProcess, INFINITE);
+    DWORD exitCode = 0;
+    GetExitCodeProcess(process.hProcess, &exitCode);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return static_cast<int>(exitCode);
+}
+
+const char* DefaultEditor() { return "notepad"; }
+
 /// Does nothing for a directory: Windows has no flush of a directory's entries.
 void FlushToDisk(const std::filesystem::path& path) {
     if (std::filesystem::is_directory(path)) return;
