@@ -193,9 +193,10 @@ private:
             html.append(quote).append("</span>");
             return;
         }
-        html.append("<details><summary><span>").append(quote);
+        // The size is an attribute, so that a search in the page doesn't find it.
+        html.append("<details><summary data-size=\"" + std::to_string(text.size()) + " bytes\"><span>").append(quote);
         AppendHtml(html, Beginning(text, kFoldedBytes));
-        html += "\u2026</span> " + std::to_string(text.size()) + " bytes</summary><pre>";
+        html += "\u2026</span></summary><pre>";
         AppendHtml(html, text, Lines::Kept);
         html += "</pre></details>";
     }

@@ -3,28 +3,30 @@
 (() => {
     const kShownMatches = 1000;
     const kTypingPauseMs = 150;
+    const kSelectors = {name: 'b', type: 'i', text: 'span, pre'};   // of the parts of a value
+    const kPartsOfKeys = ['all', 'name'];
     const page = document.body;
     const tree = page.querySelector('main');
     const tools = page.querySelector('.tools');
     const input = tools.querySelector('input[type=search]');
     const where = tools.querySelector('select');
     const found = tools.querySelector('.found');
-    let entries = null;   // of all keys and values, made for the first search
-    let marked = [];      // the list items with a class of the last search
-    let opened = [];      // the keys that the last search opened
+    const texts = {};   // by part: what a search compares, made for the first search in it
+    let items = null;   // the list items of all keys and values
+    let marked = [];    // those with a class of the last search
+    let opened = [];    // the keys that the last search opened
 
-    function entryOf(item) {
-        const text = (selector) => Array.from(item.querySelectorAll(selector), (part) => part.textContent).join('\n');
-        const isKey = item.classList.contains('k');
-        const name = item.querySelector('b').textContent.toLowerCase();
-        const entry = {item, name, type: isKey ? '' : text('i').toLowerCase(), text: ''};
-        if (!isKey) entry.text = text('span, pre').toLowerCase();
-        return entry;
+    function textOf(item, part) {
+        if (item.classList.contains('k')) return kPartsOfKeys.includes(part) ? item.querySelector('b').textContent : '';
+        if (part === 'all') return item.textContent;
+        return Array.from(item.querySelectorAll(kSelectors[part]), (element) => element.textContent).join('\n');
     }
 
-    function isMatch(entry, wanted) {
-        if (where.value !== 'all') return entry[where.value].includes(wanted);
-        return entry.name.includes(wanted) || entry.type.includes(wanted) || entry.text.includes(wanted);
+    /// Returns the keys and values in whose part of the page `wanted` is.
+    function find(part, wanted) {
+        items ??= Array.from(tree.querySelectorAll('li'));
+        texts[part] ??= items.map((item) => textOf(item, part).toLowerCase());
+        return items.filter((item, index) => texts[part][index].includes(wanted));
     }
 
     function mark(item, name) {
@@ -62,9 +64,8 @@
         clear();
         const wanted = input.value.toLowerCase();
         if (wanted === '') return;
-        entries ??= Array.from(tree.querySelectorAll('li'), entryOf);
-        const matches = entries.filter((entry) => isMatch(entry, wanted));
-        for (const match of matches.slice(0, kShownMatches)) reveal(match.item);
+        const matches = find(where.value, wanted);
+        matches.slice(0, kShownMatches).forEach(reveal);
         page.classList.add('searching');
         const shown = matches.length > kShownMatches ? `, the first ${kShownMatches} shown` : '';
         found.textContent = `${matches.length} found${shown}`;

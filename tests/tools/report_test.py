@@ -149,8 +149,8 @@ def try_search_and_links(browser, page):
 
 def try_markup(browser, folder):
     """Names and texts that are markup or scripts are shown as they are."""
-    texts = ['<script>window.broken = 1</script>', '</script><script>window.broken = 2</script>',
-             '<img src=x onerror="window.broken = 3">', '"><b onmouseover=\'window.broken = 4\'>x</b>', '&lt;i&gt; &amp; &#65;',
+    texts = ['<script>window.broken = 1</script>', '</script><script>window.broken = 2</script>', '&lt;i&gt; &amp; &#65;',
+             '<img src=x onerror="window.broken = 3">', '"><b onmouseover=\'window.broken = 4\'>x</b>',
              "' autofocus onfocus='window.broken = 5", '<!--', ']]>', '</title></style></pre></main>', 'javascript:broken = 6',
              '<style>body { display: none }</style>', '<base href="http://example.org/">', '</details></ul>',
              '<svg onload="window.broken = 7">' + 'x' * 200 + '</pre><script>window.broken = 8</script>']
@@ -169,17 +169,19 @@ def try_markup(browser, folder):
         label = f'markup {" ".join(map(str, options))}'
         browser.open(write_page(folder, 'markup.html', folder / 'markup.xml', *options))
         expect(f'{label}: scripts ran', None, browser.run('window.broken ?? null'))
-        expect(f'{label}: elements', 0, browser.run("document.querySelectorAll('img, svg, base, main script, main style').length"))
-        expect(f'{label}: keys', keys, browser.run("Array.from(document.querySelectorAll('.k > details > summary b'),"
-                                                   "(e) => e.textContent)"))
-        values = browser.run("Array.from(document.querySelectorAll('main > ul > li:not(.k)'), (e) => "
-                             "[e.querySelector('b').textContent, (e.querySelector('pre') ?? e.querySelector('span')).textContent])")
-        expect(f'{label}: values', [[name, text if len(text) > 160 else f'"{text}"'] for name, text in zip(names, texts)], values)
+        elements = "document.querySelectorAll('img, svg, base, main script, main style').length"
+        expect(f'{label}: elements', 0, browser.run(elements))
+        shown = browser.run("Array.from(document.querySelectorAll('.k > details > summary b'), (e) => e.textContent)")
+        expect(f'{label}: keys', keys, shown)
+        shown = browser.run("Array.from(document.querySelectorAll('main > ul > li:not(.k)'), (e) => [e.querySelector('b')"
+                            ".textContent, (e.querySelector('pre') ?? e.querySelector('span')).textContent])")
+        values = [[name, text if len(text) > 160 else f'"{text}"'] for name, text in zip(names, texts)]
+        expect(f'{label}: values', values, shown)
         for key in keys:
             link = 'a[href="#' + urllib.parse.quote(key) + '"]'
             browser.run('document.querySelector(arguments[0])?.click()', link)
-            expect(f'{label}: link to {key}', True, browser.run('document.querySelector(arguments[0]).closest("details")'
-                                                               '.matches(":target")', link))
+            target = 'document.querySelector(arguments[0]).closest("details").matches(":target")'
+            expect(f'{label}: link to {key}', True, browser.run(target, link))
         expect(f'{label}: scripts ran later', None, browser.run('window.broken ?? null'))
 
 
