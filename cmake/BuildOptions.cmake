@@ -23,7 +23,7 @@ endif()
 
 # Headers of a package reach the build through a folder that holds nothing else: a cross compiler must not see /usr/include.
 function(arbor_package_headers target folder)
-    find_path(ARBOR_${folder}_HEADERS ${folder} PATHS /usr/include NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    find_path(ARBOR_${folder}_HEADERS ${folder} HINTS /usr/include NO_CMAKE_FIND_ROOT_PATH REQUIRED)
     set(directory ${PROJECT_BINARY_DIR}/packages/${folder})
     file(MAKE_DIRECTORY ${directory})
     file(CREATE_LINK ${ARBOR_${folder}_HEADERS}/${folder} ${directory}/${folder} SYMBOLIC)

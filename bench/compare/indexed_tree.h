@@ -13,24 +13,28 @@
 
 namespace bench {
 
-/// Hashes 8 bytes at a time with the case bit of each byte set. Letters of both cases become equal; so do some other
-/// bytes, which `FoldedEqual` distinguishes.
+/// Hashes a machine word at a time with the case bit of each byte set. Letters of both cases become equal; so do some
+/// other bytes, which `FoldedEqual` distinguishes.
 struct FoldedHash {
     std::size_t operator()(std::string_view name) const {
-        std::uint64_t hash = name.size();
-        for (; name.size() >= 8; name.remove_prefix(8)) hash = Mix(hash, Load(name.data(), 8));
+        std::size_t hash = name.size();
+        for (; name.size() >= kBytes; name.remove_prefix(kBytes)) hash = Mix(hash, Load(name.data(), kBytes));
         return Mix(hash, Load(name.data(), name.size()));
     }
 
 private:
-    static std::uint64_t Load(const char* bytes, std::size_t count) {
-        std::uint64_t word = 0;
+    static constexpr std::size_t kBytes = sizeof(std::size_t);
+
+    static std::size_t Load(const char* bytes, std::size_t count) {
+        constexpr std::size_t kCaseBits = ~std::size_t{0} / 0xFF * 0x20;
+        std::size_t word = 0;
         std::memcpy(&word, bytes, count);
-        return word | 0x2020202020202020;
+        return word | kCaseBits;
     }
-    static std::uint64_t Mix(std::uint64_t hash, std::uint64_t word) {
-        hash = (hash ^ word) * 0x9E3779B97F4A7C15;
-        return hash ^ hash >> 32;
+    static std::size_t Mix(std::size_t hash, std::size_t word) {
+        constexpr auto kMultiplier = static_cast<std::size_t>(0x9E3779B97F4A7C15 >> (64 - 8 * kBytes)) | 1;
+        hash = (hash ^ word) * kMultiplier;
+        return hash ^ hash >> (4 * kBytes);
     }
 };
 

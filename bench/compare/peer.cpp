@@ -2,13 +2,14 @@
 
 #include "peer.h"
 
+#include "clock/clock.h"
+
 #include <component/ilk/system/file/detail/filesystem_impl.h>
 #include <component/ilk/system/file/file.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -21,12 +22,11 @@
 namespace bench {
 namespace {
 
-/// Processor time of this process: other processes on the machine aren't counted.
 template <class Work>
 double CpuSeconds(Work work) {
-    const std::clock_t start = std::clock();
+    const double start = SecondsNow();
     work();
-    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+    return SecondsNow() - start;
 }
 
 /// Elapsed time, for jobs that wait for the disk.

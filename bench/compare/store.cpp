@@ -210,7 +210,7 @@ int main(int argumentCount, char** arguments) {
     const char* modulePath = std::getenv("ARBOR_MODULE");
     const std::filesystem::path module = modulePath != nullptr
                                              ? std::filesystem::path(modulePath)
-                                             : std::filesystem::path(arguments[0]).parent_path() / "arbor.so";
+                                             : std::filesystem::path(arguments[0]).parent_path() / ARBOR_MODULE_NAME;
     return bench::RunPeer(argumentCount, arguments,
                           {{"store", [&] { return std::make_unique<bench::Store>(module); }}});
 }
