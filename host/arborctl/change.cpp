@@ -13,7 +13,7 @@ void ChangedDocument::Finish() const {
     if (!session.dryRun) return document.Save();
     document.ThrowIfNotConvertible();
     const Document before(session.kernel, settings, session.progress, Access::Trial);
-    PrintChanges(session, Compare(before.Root(), document.Root()));
+    static_cast<void>(PrintDifference(session, before.Root(), document.Root()));
 }
 
 int ChangeDocument(const Session& session, const std::function<void(const arbor::Key& root)>& work) {
@@ -28,7 +28,7 @@ void PrintFileChanges(const Session& session, const std::filesystem::path& befor
         const DocumentSettings settings{.document = file, .create = Creation::Force, .wait = session.settings.wait};
         return Document(session.kernel, settings, session.progress, Access::Trial);
     };
-    PrintChanges(session, Compare(load(before).Root(), load(after).Root()));
+    static_cast<void>(PrintDifference(session, load(before).Root(), load(after).Root()));
 }
 
 }   // namespace arborctl

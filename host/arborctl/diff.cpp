@@ -66,12 +66,20 @@ void PrintChanges(const Session& session, const std::vector<Change>& changes) {
     PrintLines(changes, ValueText(session.kernel), PaletteOf(session));
 }
 
+bool PrintDifference(const Session& session, const arbor::Key& before, const arbor::Key& after) {
+    std::vector<Change> changes;
+    {
+        const Progress::Stage stage = session.progress.Begin("comparing", session.settings.document);
+        changes = Compare(before, after);
+    }
+    PrintChanges(session, changes);
+    return !changes.empty();
+}
+
 int Diff(const Session& session, const std::filesystem::path& other) {
     const Document before = session.Load();
     const Document after = session.LoadOther(other);
-    const std::vector<Change> changes = Compare(before.Root(), after.Root());
-    PrintChanges(session, changes);
-    return changes.empty() ? kExitDone : kExitRefused;
+    return PrintDifference(session, before.Root(), after.Root()) ? kExitRefused : kExitDone;
 }
 
 }   // namespace arborctl

@@ -12,6 +12,9 @@ namespace arborctl {
 /// The flat text is one that `apply` reads: applied to the first tree it gives the second.
 void PrintChanges(const Session& session, const std::vector<Change>& changes);
 
+/// Compares two trees and prints the changes. Returns whether there are any.
+bool PrintDifference(const Session& session, const arbor::Key& before, const arbor::Key& after);
+
 /// Returns the flat text of the changes, a line each.
 [[nodiscard]] std::vector<std::string> FlatLines(const std::vector<Change>& changes);
 
