@@ -7,6 +7,8 @@
 #include "path.h"
 #include "text_check.h"
 
+#include <component/platform/unicode.h>
+
 #include <algorithm>
 #include <unordered_set>
 
@@ -357,8 +359,8 @@ bool IsForeign(std::string_view document) {
 }
 
 std::string_view WithoutByteOrderMark(std::string_view content) {
-    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-    return content.starts_with(kByteOrderMark) ? content.substr(kByteOrderMark.size()) : content;
+    const bool hasMark = content.starts_with(platform::kByteOrderMark);
+    return hasMark ? content.substr(platform::kByteOrderMark.size()) : content;
 }
 
 }   // namespace arborctl

@@ -110,9 +110,9 @@ Bytes HexFrom(std::string_view text) {
     if (text.size() % 2 != 0) return std::nullopt;
     std::string bytes;
     for (std::size_t i = 0; i < text.size(); i += 2) {
-        const int high = HexValue(text[i]);
-        const int low = HexValue(text[i + 1]);
-        if (high < 0 || low < 0) return std::nullopt;
+        const unsigned high = platform::HexDigitValue(text[i]);
+        const unsigned low = platform::HexDigitValue(text[i + 1]);
+        if (high > 15 || low > 15) return std::nullopt;
         bytes += static_cast<char>(static_cast<unsigned char>(high << 4 | low));
     }
     return bytes;

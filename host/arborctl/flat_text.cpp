@@ -114,9 +114,9 @@ private:
     }
 
     char ReadHexByte() {
-        const int high = rest.empty() ? -1 : HexValue(rest[0]);
-        const int low = rest.size() < 2 ? -1 : HexValue(rest[1]);
-        if (high < 0 || low < 0) throw std::invalid_argument("two hexadecimal digits must follow \\x");
+        const unsigned high = rest.empty() ? platform::kNoHexDigit : platform::HexDigitValue(rest[0]);
+        const unsigned low = rest.size() < 2 ? platform::kNoHexDigit : platform::HexDigitValue(rest[1]);
+        if (high > 15 || low > 15) throw std::invalid_argument("two hexadecimal digits must follow \\x");
         rest.remove_prefix(2);
         return static_cast<char>(static_cast<unsigned char>(high << 4 | low));
     }

@@ -106,8 +106,8 @@ std::uint32_t CodePointOf(std::string_view body) {
     const std::uint32_t base = hexadecimal ? 16 : 10;
     std::uint32_t codePoint = 0;
     for (const char digit : body.substr(hexadecimal ? 2 : 1)) {
-        if (!IsDigit(digit) && !(hexadecimal && HexValue(digit) >= 0)) return kNoReference;
-        codePoint = codePoint * base + static_cast<std::uint32_t>(HexValue(digit));
+        if (platform::HexDigitValue(digit) >= base) return kNoReference;
+        codePoint = codePoint * base + platform::HexDigitValue(digit);
     }
     return codePoint;
 }

@@ -50,7 +50,7 @@ bool IsWholeTruthValue(std::string_view text) {
         if (token.starts_with(word) && ConsistsOf(token.substr(word.size()), kCSpace)) return true;
     }
     const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
-    return ConsistsOf(text.substr(hexadecimal ? 2 : 0), hexadecimal ? kHexDigits : kDecimalDigits);
+    return ConsistsOf(text.substr(hexadecimal ? 2 : 0), hexadecimal ? platform::kAllHexDigits : kDecimalDigits);
 }
 
 /// True if `text` is a floating-point number with nothing but space around it.
@@ -88,7 +88,7 @@ bool IsCertainlyUnchanged(const kernel::ValueTypeRow& row, const std::string& te
 TextCheck::Verdict MakeFinding(FindingKind kind, std::string text) { return {false, kind, std::move(text)}; }
 
 TextCheck::Verdict CheckWideText(const std::string& text) {
-    const bool hexadecimal = text.size() % 2 == 0 && ConsistsOf(text, kHexDigits);
+    const bool hexadecimal = text.size() % 2 == 0 && ConsistsOf(text, platform::kAllHexDigits);
     return MakeFinding(FindingKind::Changed,
                        hexadecimal ? "is saved as a tSTRING" : "isn't hexadecimal: it is read as an empty text");
 }
@@ -108,7 +108,7 @@ TextCheck::Verdict TextCheck::Check(const kernel::ValueTypeRow& row, const std::
             return CheckWideText(text);
         case kernel::tBINARY:
         case kernel::tPTR:
-            return {.isRejected = text.size() % 2 != 0 || !ConsistsOf(text, kHexDigits)};
+            return {.isRejected = text.size() % 2 != 0 || !ConsistsOf(text, platform::kAllHexDigits)};
         case kernel::tVOID:
         case kernel::tFUNC_PTR:
             return text.empty() ? Verdict{}

@@ -3,6 +3,7 @@
 #include <component/ilk/error/image.h>
 
 #include <component/ilk/rtl/format.h>
+#include <component/platform/hexadecimal.h>
 
 #include <cstring>
 
@@ -71,14 +72,13 @@ std::span<const std::byte> Slice(std::span<const std::byte> image, std::uint32_t
 void AppendIdentifier(std::span<const std::byte> identifier, basic_string_t<char>& text) {
     constexpr int kDash = -1;
     constexpr int kPrintedBytes[] = {3, 2, 1, 0, kDash, 5, 4, kDash, 7, 6, kDash, 8, 9, kDash, 10, 11, 12, 13, 14, 15};
-    constexpr char kDigits[] = "0123456789ABCDEF";
     for (const int index : kPrintedBytes) {
         if (index == kDash) {
             text.append('-');
             continue;
         }
         const auto byte = static_cast<unsigned>(identifier[static_cast<std::size_t>(index)]);
-        text.append(kDigits[byte >> 4]).append(kDigits[byte & 0xF]);
+        text.append(platform::kHexDigits[byte >> 4]).append(platform::kHexDigits[byte & 0xF]);
     }
 }
 

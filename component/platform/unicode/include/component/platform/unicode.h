@@ -9,6 +9,9 @@
 
 namespace platform {
 
+/// Optional at the start of a UTF-8 text.
+inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 inline constexpr char32_t kReplacementCharacter = 0xFFFD;
 inline constexpr char32_t kNoCodePoint = 0xFFFFFFFF;
 inline constexpr char32_t kFirstSupplementary = 0x10000;   // UTF-16 needs a surrogate pair from here on

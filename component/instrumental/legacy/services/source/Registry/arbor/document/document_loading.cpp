@@ -3,12 +3,12 @@
 #include "document/document_loading.h"
 
 #include "document/profile_format.h"
-#include "document/xml_reader.h"
 
 #include <component/ilk/system/file/detail/filesystem_impl.h>
 #include <component/ilk/system/file/path.h>
 #include <component/kernel/trace.h>
 #include <component/platform/faults.h>
+#include <component/platform/unicode.h>
 
 #include <cstring>
 
@@ -25,7 +25,7 @@ struct MarkTest {
 
     static void Run(void* context) {
         auto& test = *static_cast<MarkTest*>(context);
-        test.found = std::memcmp(test.data, kByteOrderMark.data(), kByteOrderMark.size()) == 0;
+        test.found = std::memcmp(test.data, platform::kByteOrderMark.data(), platform::kByteOrderMark.size()) == 0;
     }
 };
 
@@ -56,15 +56,15 @@ ResultCode CreateMissingFile(const Text& name) {
 }
 
 ResultCode LoadFromBytes(const HostObject* object, KeyTree& tree, const char* data, std::uint64_t sizeBytes) {
-    if (sizeBytes >= kByteOrderMark.size()) {
+    if (sizeBytes >= platform::kByteOrderMark.size()) {
         MarkTest mark{data, false};
         if (const std::uint32_t exception = platform::CallGuarded(&MarkTest::Run, &mark); exception != 0) {
             Trace(object, TraceFailure, "arbor\tException 0x%.08lX in Arbor::readFromBuffer", exception);
             return kUnexpected;
         }
         if (mark.found) {
-            data += kByteOrderMark.size();
-            sizeBytes -= kByteOrderMark.size();
+            data += platform::kByteOrderMark.size();
+            sizeBytes -= platform::kByteOrderMark.size();
         }
     }
     return LoadDocument(tree, data, static_cast<std::uint32_t>(sizeBytes));

@@ -3,8 +3,8 @@
 #include "document/xml_entities.h"
 
 #include "document/xml_scan.h"
-#include "tree/value/number_text.h"
 
+#include <component/platform/hexadecimal.h>
 #include <component/platform/unicode.h>
 
 #include <cstddef>
@@ -39,7 +39,7 @@ Replacement DecodeNumber(std::string_view digits) {
     if (base == 16) digits.remove_prefix(1);
     std::uint32_t number = 0;
     for (const char c : digits) {
-        const unsigned digit = DigitValue(c);
+        const unsigned digit = platform::HexDigitValue(c);
         if (digit >= base) return {false, false};
         number = number * base + digit;
     }

@@ -5,7 +5,8 @@
 #include "document/xml_escape.h"
 
 #include "tree/swar.h"
-#include "tree/value/number_text.h"
+
+#include <component/platform/hexadecimal.h>
 
 #include <algorithm>
 #include <array>
@@ -35,7 +36,7 @@ constexpr EscapeTable kEscapes = [] {
         if (byte == '\n' || byte == '\r') continue;
         SetEscape(escapes, byte, "&#x");
         if (byte >= 0x10) SetEscape(escapes, byte, "1");
-        SetEscape(escapes, byte, kHexDigits.substr(byte % 16, 1));
+        SetEscape(escapes, byte, platform::kHexDigits.substr(byte % 16, 1));
         SetEscape(escapes, byte, ";");
     }
     SetEscape(escapes, '"', "&quot;");

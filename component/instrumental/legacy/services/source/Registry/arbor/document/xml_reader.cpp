@@ -5,6 +5,8 @@
 #include "document/xml_entities.h"
 #include "document/xml_scan.h"
 
+#include <component/platform/unicode.h>
+
 #include <algorithm>
 #include <cstring>
 #include <limits>
@@ -46,7 +48,7 @@ XmlAttribute& XmlAttributeList::Add() {
 
 XmlReader::XmlReader(const char* start, std::uint32_t sizeBytes, bool skipByteOrderMark)
     : position(start), end(start + sizeBytes), indent{start, 0} {
-    if (skipByteOrderMark) position += MatchAt(kByteOrderMark);
+    if (skipByteOrderMark) position += MatchAt(platform::kByteOrderMark);
 }
 
 bool XmlReader::IsAtStartTag() const { return end - position > 1 && *position == '<' && IsNameStart(position[1]); }

@@ -13,9 +13,6 @@
 
 namespace arbor::module {
 
-/// Optional at the start of a UTF-8 document.
-inline constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
 /// Bytes of the input, which the caller owns and which must outlive the slice.
 struct ByteSlice {
     const char* data = nullptr;

@@ -49,7 +49,7 @@ bool ScanMagnitude(const char* text, double& magnitude) {
     const bool hexadecimal = text[0] == '0' && (text[1] | 0x20) == 'x';
     const char* const first = hexadecimal ? text + 2 : text;
     // Here `std::from_chars` would accept a minus sign, and after "0x" also "inf" and "nan"; `scanf` doesn't.
-    if (*first == '-' || (hexadecimal && DigitValue(*first) > 15 && *first != '.')) return false;
+    if (*first == '-' || (hexadecimal && platform::HexDigitValue(*first) > 15 && *first != '.')) return false;
     const char* last = first + std::strlen(first);
     // `std::from_chars` reads "p+-1" as "p-1"; `scanf` finds no exponent there.
     const char* const mark = hexadecimal ? std::strpbrk(first, "pP") : nullptr;

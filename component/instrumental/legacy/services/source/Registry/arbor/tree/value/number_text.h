@@ -2,9 +2,10 @@
 /// don't depend on the process's locale, the width of its `long` or the thread's x87 control word. No call allocates.
 #pragma once
 
+#include <component/platform/hexadecimal.h>
+
 #include <cstdint>
 #include <limits>
-#include <string_view>
 #include <type_traits>
 
 namespace arbor::module {
@@ -17,21 +18,10 @@ namespace arbor::module {
     return text;
 }
 
-/// The hexadecimal digits that the store writes, by value.
-inline constexpr std::string_view kHexDigits = "0123456789ABCDEF";
-
-/// Returns the value of a hexadecimal digit, or 255 for any other character.
-[[nodiscard]] constexpr unsigned DigitValue(char c) {
-    if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
-    const char lower = static_cast<char>(c | 0x20);
-    if (lower >= 'a' && lower <= 'f') return static_cast<unsigned>(lower - 'a' + 10);
-    return 255;
-}
-
 /// Returns the value of a digit in `Base`; for any other character a number that is not below `Base`.
 template <unsigned Base>
 [[nodiscard]] constexpr unsigned DigitIn(char c) {
-    if constexpr (Base > 10) return DigitValue(c);
+    if constexpr (Base > 10) return platform::HexDigitValue(c);
     return static_cast<unsigned>(static_cast<unsigned char>(c)) - '0';
 }
 
@@ -50,7 +40,7 @@ template <unsigned Base, class Int>
     const char* at = SkipCSpace(text);
     const bool negative = *at == '-';
     if (negative || *at == '+') ++at;
-    if (Base == 16 && at[0] == '0' && (at[1] | 0x20) == 'x' && DigitValue(at[2]) < 16) at += 2;
+    if (Base == 16 && at[0] == '0' && (at[1] | 0x20) == 'x' && platform::HexDigitValue(at[2]) < 16) at += 2;
     const char* const digits = at;
     Magnitude magnitude = 0;
     unsigned digit = DigitIn<Base>(*at);

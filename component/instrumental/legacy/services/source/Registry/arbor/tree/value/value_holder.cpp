@@ -26,11 +26,11 @@ ResultCode AllocateWideBlock(const HostObject* host, std::uint32_t bytes, HostBl
     return AllocateBlock(host, bytes, bytes % 2 == 0 ? 2 : 3, block);
 }
 
-/// `DigitValue` of each byte: above 15 if the byte is no hexadecimal digit.
+/// `HexDigitValue` of each byte.
 constexpr std::array<std::uint8_t, 256> kDigitValues = [] {
     std::array<std::uint8_t, 256> values{};
     for (unsigned byte = 0; byte < values.size(); ++byte) {
-        values[byte] = static_cast<std::uint8_t>(DigitValue(static_cast<char>(byte)));
+        values[byte] = static_cast<std::uint8_t>(platform::HexDigitValue(static_cast<char>(byte)));
     }
     return values;
 }();
@@ -58,8 +58,8 @@ ResultCode ParseHex(const HostObject* host, const char* text, HostBlock<std::uin
 
 void PrintHex(const std::uint8_t* data, std::uint32_t size, char* target) {
     for (std::uint32_t i = 0; i < size; ++i) {
-        *target++ = kHexDigits[data[i] >> 4];
-        *target++ = kHexDigits[data[i] & 0x0F];
+        *target++ = platform::kHexDigits[data[i] >> 4];
+        *target++ = platform::kHexDigits[data[i] & 0x0F];
     }
 }
 
