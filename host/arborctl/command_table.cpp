@@ -60,6 +60,28 @@ ImportForm ParseForm(const std::string& word) {
 
 Exactness ExactnessOf(const Arguments& given) { return given.lenient ? Exactness::Lenient : Exactness::Exact; }
 
+Work PrepareTree(const Arguments& given) {
+    const TreeRequest request{.depth = given.depth, .type = given.type, .as = given.as};
+    const bool isWhole = request.type == 0 && request.as == 0 && request.depth == TreeRequest().depth;
+    if (given.flat && !isWhole)
+        throw std::invalid_argument("--flat prints all values, without --depth, --type and --as");
+    return [path = given.PathAt(0), request](const Session& session) { return Tree(session, path, request); };
+}
+
+Work PrepareFind(const Arguments& given) {
+    const auto pattern = [&given](const std::optional<std::string>& text, PatternForm form) {
+        return text ? std::optional(Pattern(*text, given.regex ? PatternForm::Regex : form)) : std::nullopt;
+    };
+    const std::optional<std::string> text = given.Has(0) ? std::optional(given.operands[0]) : std::nullopt;
+    const FindRequest request{.anywhere = pattern(text, PatternForm::Part),
+                              .name = pattern(given.namePattern, PatternForm::Glob),
+                              .text = pattern(given.textPattern, PatternForm::Glob),
+                              .type = given.type};
+    if (!request.anywhere && !request.name && !request.text && request.type == 0)
+        throw std::invalid_argument("TEXT is missing, or --name, --text or --type");
+    return [request](const Session& session) { return Find(session, request); };
+}
+
 /// PATH, PATH VALUE, or several pairs of both.
 Work PrepareGet(const Arguments& given) {
     GetRequest request{.as = given.as, .fallback = given.fallback, .raw = given.raw};
@@ -106,17 +128,11 @@ Work PrepareTransfer(const Arguments& given, bool isMove) {
 }
 
 constexpr CommandRow kCommands[] = {
-    {"tree", Family::Reading, "[PATH]", "Show keys and values, typed", "settings.xml tree Network/Proxy",
-     [](const Arguments& given) -> Work {
-         return [path = given.PathAt(0)](const Session& session) { return Tree(session, path); };
-     }},
+    {"tree", Family::Reading, "[PATH]", "Show keys and values, typed", "settings.xml tree Network/Proxy", PrepareTree},
     {"get", Family::Reading, "PATH [VALUE] [PATH VALUE]...", "Show values, in their own types or converted",
      "settings.xml get Network/Proxy/Port --as tSTRING", PrepareGet},
-    {"find", Family::Reading, "TEXT", "Show the keys and values with TEXT in a name or in a value's text",
-     "settings.xml find proxy",
-     [](const Arguments& given) -> Work {
-         return [text = given.operands[0]](const Session& session) { return Find(session, text); };
-     }},
+    {"find", Family::Reading, "[TEXT]", "Show the keys and values with a text in their name or a value's text",
+     "settings.xml find --name 'P*' --type tDWORD", PrepareFind},
     {"export", Family::Reading, "[PATH]", "Write a subtree as a document, or as JSON",
      "settings.xml export Network/Proxy",
      [](const Arguments& given) -> Work {
@@ -195,7 +211,7 @@ constexpr OperandRow kOperands[] = {
     {"TEXT", "set", "the value, as \"arborctl types\" describes it; after \"--\" if it begins with \"-\""},
     {"TYPE", "retype", "type that the value gets, in any case"},
     {"TYPE", "types", "one type, in any case"},
-    {"TEXT", "find", "compared without regard to the case of ASCII letters"},
+    {"TEXT", "find", "part of a name or of a value's text; ASCII letters match in any case"},
     {"TARGET", "", "path of the copy; without it the same path, in the document of --to"},
     {"FILE", "apply", "lines of set, rm, mv and cp, and flat text; \"-\" or none: standard input"},
     {"FILE", "import", "native, other XML, JSON of \"export --json\", flat text; \"-\" is standard input"},
@@ -207,7 +223,19 @@ constexpr OperandRow kOperands[] = {
 constexpr OptionRow kOptions[] = {
     {"--lenient", "", "set apply", "store what the text becomes, even if that is another value",
      [](Arguments& given, const std::string&) { given.lenient = true; }},
-    {"--as", "TYPE", "get", "type to convert to",
+    {"--depth", "LEVELS", "tree", "show only so many levels of keys and values",
+     [](Arguments& given, const std::string& text) { given.depth = ParseNumber(text, kMaxPathNames); }},
+    {"--type", "TYPE", "tree", "show only values of this type",
+     [](Arguments& given, const std::string& text) { given.type = ParseType(text); }},
+    {"--type", "TYPE", "find", "find only values of this type",
+     [](Arguments& given, const std::string& text) { given.type = ParseType(text); }},
+    {"--name", "PATTERN", "find", "find only what has this name; * is any text, ? any character",
+     [](Arguments& given, const std::string& text) { given.namePattern = text; }},
+    {"--text", "PATTERN", "find", "find only values with this text",
+     [](Arguments& given, const std::string& text) { given.textPattern = text; }},
+    {"--regex", "", "find", "TEXT and the patterns are regular expressions, found anywhere",
+     [](Arguments& given, const std::string&) { given.regex = true; }},
+    {"--as", "TYPE", "get tree", "type to convert to",
      [](Arguments& given, const std::string& text) { given.as = ParseType(text); }},
     {"--default", "TEXT", "get", "text to print for a missing value",
      [](Arguments& given, const std::string& text) { given.fallback = text; }},
@@ -222,6 +250,8 @@ constexpr OptionRow kOptions[] = {
     {"--json", "", "tree get find export check diff backups", "print JSON, for programs",
      [](Arguments& given, const std::string&) { given.json = true; }},
     {"--flat", "", "tree", "print a line \"PATH VALUE TYPE TEXT\" for each value, exact, as \"apply\" reads it",
+     [](Arguments& given, const std::string&) { given.flat = true; }},
+    {"--flat", "", "find", "print what is found as lines that \"apply\" reads",
      [](Arguments& given, const std::string&) { given.flat = true; }},
     {"--flat", "", "diff", "print the changes that make DOCUMENT equal to the other one, as \"apply\" reads them",
      [](Arguments& given, const std::string&) { given.flat = true; }},

@@ -43,6 +43,11 @@ struct Arguments {
     std::optional<std::filesystem::path> otherDocument{};   // of --to
     bool lenient = false;
     bool raw = false;
+    bool regex = false;
+    std::size_t depth = TreeRequest().depth;
+    kernel::TypeCode type = 0;
+    std::optional<std::string> namePattern{};
+    std::optional<std::string> textPattern{};
     std::optional<std::string> fallback{};             // of --default
     std::optional<std::filesystem::path> textFile{};   // of --from
     Colours colours = Colours::Auto;

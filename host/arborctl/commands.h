@@ -5,6 +5,7 @@
 
 #include "document.h"
 #include "exit_codes.h"
+#include "finding.h"
 #include "getting.h"
 #include "import.h"
 #include "moving.h"
@@ -37,12 +38,11 @@ struct Session {
 };
 
 /// Prints a subtree, or one value if `path` names a value.
-int Tree(const Session& session, const Path& path);
+int Tree(const Session& session, const Path& path, const TreeRequest& request);
 /// Prints values. Prints none if one is missing and has no replacement.
 int Get(const Session& session, const GetRequest& request);
-/// Prints the keys and values with `text` in their name, and the values with it in their text. Ignores the case of
-/// ASCII letters.
-int Find(const Session& session, const std::string& text);
+/// Prints the keys and values that meet all conditions.
+int Find(const Session& session, const FindRequest& request);
 int Diff(const Session& session, const std::filesystem::path& other);
 /// Prints the subtree, or the value, as a native document in which repeated names get numbers, or as a JSON document.
 int Export(const Session& session, const Path& path);

@@ -25,13 +25,13 @@ inline constexpr Palette kColours = {"\033[1;34m", "\033[36m", "\033[2m", "\033[
 /// Reports values that have no text, and so are left out of the output, on standard error.
 class OmittedValues {
 public:
-    /// Calls `print()`. If it throws a `StoreError`, reports that the value at `path` has no text.
+    /// Calls `print()`. If it throws a `StoreError`, reports that the value at `path` has no text, or another reason.
     template <class Print>
-    void Try(const std::string& path, Print print) {
+    void Try(const std::string& path, Print print, const std::string& reason = "has no text") {
         try {
             print();
         } catch (const StoreError& error) {
-            std::cerr << "arborctl: " << StoreError(error.Code(), path + " has no text").what() << '\n';
+            std::cerr << "arborctl: " << StoreError(error.Code(), path + ' ' + reason).what() << '\n';
             isEmpty = false;
         }
     }

@@ -1,4 +1,4 @@
-// The commands that print documents: tree, find and export.
+// The commands that print documents: tree and export.
 
 #include "addressing.h"
 #include "commands.h"
@@ -55,31 +55,43 @@ private:
 };
 
 template <class Printer>
-int PrintTree(const Session& session, const Path& path, Printer printer) {
+int PrintTree(const Session& session, const Path& path, const TreeRequest& request, Printer printer) {
     const Document document = session.Load();
     const std::optional<arbor::Key> top = FindKey(document.Root(), path);
+    const std::string reason =
+        request.as == 0 ? "has no text" : "can't be converted to " + std::string(kernel::FindType(request.as)->name);
     OmittedValues omitted;
     if (!top) {
         const ValueSlot value = OpenValue(document.Root(), path);
-        const arbor::Datum datum = ValueOrThrow(value.Read(0), value.Text());
+        const arbor::Datum datum = ReadAs(value, value.Type(), request.as, path.Text());
         omitted.Try(path.Text(), [&] { printer.PrintValue(value.Text(), datum, 0); });
         printer.EndLine();
         return omitted.ExitCode(kExitDone);
     }
     Progress::Stage stage = session.progress.Begin("reading", session.settings.document);
     PrintedPaths paths(Prefix(path));
+    const auto printValues = [&](const arbor::Key& key, std::size_t depth) {
+        ForEachNamedValue(key, [&](const std::string& name, const arbor::Value& value) {
+            if (request.type != 0 && value.Type() != request.type) return;
+            omitted.Try(
+                JoinPath(paths.Path(), name),
+                [&] { printer.PrintValue(name, ValueOrThrow(value.Read(request.as), name), depth); }, reason);
+        });
+    };
+    std::size_t open = 0;   // keys that are entered and not left
     Walk(
         *top,
         [&](const arbor::Key& key, std::size_t depth) {
+            ++open;
+            if (depth > request.depth) return;
             stage.CountKey();
             printer.EnterKey(paths.Enter(key, depth), depth);
-            ForEachNamedValue(key, [&](const std::string& name, const arbor::Value& value) {
-                const arbor::Datum datum = Read(value);
-                omitted.Try(JoinPath(paths.Path(), name), [&] { printer.PrintValue(name, datum, depth); });
-            });
+            if (depth < request.depth) printValues(key, depth);
             printer.EndValues();
         },
-        [&] { printer.LeaveKey(); });
+        [&] {
+            if (--open <= request.depth) printer.LeaveKey();
+        });
     printer.EndLine();
     return omitted.ExitCode(kExitDone);
 }
@@ -115,10 +127,6 @@ void RemoveTextless(const Document& exported, const std::string& path, const Val
     });
 }
 
-bool Contains(const std::string& text, const std::string& lower) {
-    return ToLower(text).find(lower) != std::string::npos;
-}
-
 int ExportJson(const Session& session, const Path& path) {
     const Document document = session.Load();
     if (const std::optional<arbor::Key> key = FindKey(document.Root(), path)) {
@@ -138,51 +146,11 @@ int ExportJson(const Session& session, const Path& path) {
 
 }   // namespace
 
-int Tree(const Session& session, const Path& path) {
+int Tree(const Session& session, const Path& path, const TreeRequest& request) {
     if (session.flat) return PrintFlatTree(session, path);
-    if (session.json) return PrintTree(session, path, TreeJson());
+    if (session.json) return PrintTree(session, path, request, TreeJson());
     const ValueText valueText(session.kernel);
-    return PrintTree(session, path, TreeLines(session, valueText));
-}
-
-int Find(const Session& session, const std::string& text) {
-    const Document document = session.Load();
-    const ValueText valueText(session.kernel);
-    const std::string wanted = ToLower(text);
-    OmittedValues omitted;
-    PrintedPaths paths;
-    Json json(std::cout);
-    std::size_t found = 0;
-    Progress::Stage stage = session.progress.Begin("searching", session.settings.document);
-    if (session.json) json.BeginArray();
-    Walk(document.Root(), [&](const arbor::Key& key, std::size_t depth) {
-        stage.CountKey();
-        paths.Enter(key, depth);
-        const std::string& path = paths.Path();
-        if (depth > 0 && Contains(NameOf(key), wanted)) {
-            ++found;
-            if (session.json)
-                json.BeginObject().Member("path", path).EndObject();
-            else
-                std::cout << path << "/\n";
-        }
-        ForEachNamedValue(key, [&](const std::string& name, const arbor::Value& value) {
-            const arbor::Datum datum = Read(value);
-            omitted.Try(JoinPath(path, name), [&] {
-                const std::string formatted = valueText.Format(datum);
-                if (!Contains(value.Name(), wanted) && !Contains(formatted, wanted)) return;
-                ++found;
-                if (session.json) {
-                    json.BeginObject().Member("path", path).Member("name", name);
-                    json.TypeAndValue(datum).EndObject();
-                } else {
-                    std::cout << JoinPath(path, name) << ": " << valueText.FormatLine(datum) << '\n';
-                }
-            });
-        });
-    });
-    if (session.json) json.EndArray().EndLine();
-    return omitted.ExitCode(found != 0 ? kExitDone : kExitRefused);
+    return PrintTree(session, path, request, TreeLines(session, valueText));
 }
 
 int Export(const Session& session, const Path& path) {

@@ -95,6 +95,18 @@ TEST_F(ArborctlTest, ReadCommandsPrintValues) {
          "\n"},
         {"search in names, in any case", {"find", "pRo"}, "Network/Proxy/\n"},
         {"search in texts", {"find", "808"}, "Network/Proxy/Port: tDWORD 8080\n"},
+        {"search for a regular expression", {"find", "--regex", "^[0-9]{4}$"}, "Network/Proxy/Port: tDWORD 8080\n"},
+        {"search in names by a pattern",
+         {"find", "--name", "?*O*t"},
+         "Network/Comment: tSTRING \"a & b\\x09<c>\"\nNetwork/Proxy/Port: tDWORD 8080\n"},
+        {"search by type, flat", {"find", "--type", "tbool", "--flat"}, "Network/Proxy Enabled tBOOL 1\n"},
+        {"search by name and text", {"find", "e", "--text", "*1*"}, "Network/Proxy/Enabled: tBOOL 1\n"},
+        {"search for keys, flat", {"find", "--name", "prox?", "--flat"}, "Network/Proxy/\n"},
+        {"the first level", {"tree", "--depth", "1"}, "Blob: tBINARY 0A0BFF\nWide: tWSTRING \"AB\"\nNetwork/\n"},
+        {"values of a type", {"tree", "Network", "--type", "tBOOL"}, "Proxy/\n    Enabled: tBOOL 1\n"},
+        {"converted values",
+         {"tree", "Network/Proxy", "--as", "tDOUBLE"},
+         "Enabled: tDOUBLE 1.000000\nPort: tDOUBLE 8080.000000\n"},
         {"search as JSON",
          {"find", "Port", "--json"},
          "[{\"path\":\"Network/Proxy\",\"name\":\"Port\",\"type\":\"tDWORD\",\"value\":8080}]\n"},
@@ -118,6 +130,10 @@ TEST_F(ArborctlTest, ReadCommandsPrintValues) {
     EXPECT_THAT(RunOn("d.xml", {"tree", "Network/Proxy"}, {"--color", "always"}).output,
                 HasSubstr("\033[36mPort\033[0m: "));
     EXPECT_EQ(RunTool({"find", Path("d.xml"), "nowhere"}).exitCode, 1);
+    EXPECT_EQ(RunTool({"find", Path("d.xml"), "--name", "ort"}).exitCode, 1);   // a pattern is that of the whole name
+    for (const auto& [wrong, position] : {std::pair("a(b", "2"), {"(a)[b", "4"}, {"*a", "1"}, {"a)b", "2"}})
+        EXPECT_THAT(RunOn("d.xml", {"find", "--regex", wrong}).error,
+                    HasSubstr(std::string("wrong at character ") + position));
     EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
 }
 
@@ -301,6 +317,10 @@ TEST_F(ArborctlTest, InvalidArgumentsExitWith2) {
         {"d.xml", "set", "V"},
         {"d.xml", "set", "", "V", "tINT", "1", "--from", "-"},
         {"d.xml", "retype", "V", "tOBJECT"},
+        {"d.xml", "find"},
+        {"d.xml", "find", "--regex", "a(b"},
+        {"d.xml", "tree", "--depth", "-1"},
+        {"d.xml", "tree", "--flat", "--depth", "1"},
         {"d.xml", "tree", "--json=no"},
         {"help", "grow"},
         {"d.xml", "import", "e.xml", "--from", "yaml"},
