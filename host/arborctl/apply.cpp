@@ -110,7 +110,10 @@ void Changes::SetValue(const arbor::Key& key, const PathName& name, kernel::Type
                        const std::string& where) {
     if (options.values != nullptr) return SetExactly(key, name, options.values->Parse(type, text, where));
     const std::optional<arbor::Datum> datum = FromExactText(type, text);
-    if (!datum) throw std::invalid_argument(Quote(text) + " isn't a " + TypeName(type));
+    if (!datum) {
+        throw std::invalid_argument(Quote(text) + " isn't a " + TypeName(type) + " (" +
+                                    std::string(TextsOf(type).text) + ")");
+    }
     SetExactly(key, name, *datum);
 }
 

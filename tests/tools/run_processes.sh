@@ -91,7 +91,7 @@ edit 0 $'- a: tINT 1\n+ a: tINT 7' 'sed -i "s/tINT 1/tINT 7/" $1' --dry-run
 # The second round finds the message and mends the line; an editor that leaves it as it is ends the rounds.
 edit 0 $'- a: tINT 1\n+ a: tINT 5' \
     'grep -q "^# Refused: line 4: .many. isn.t a tINT" $1 && sed -i s/many/5/ $1 || sed -i "s/tINT 1/tINT many/" $1'
-edit 1 "arborctl: line 4: \"many\" isn't a tINT; nothing is saved; the edited text is in KEPT" 'sed -i "s/ 5/ many/" $1'
+edit 1 "arborctl: line 4: \"many\" isn't a tINT (-2147483648 to 2147483647); nothing is saved; the edited text is in KEPT" 'sed -i "s/ 5/ many/" $1'
 edit 1 "arborctl: line 4: the key isn't in K; nothing is saved; the edited text is in KEPT" \
     'sed -i "s/^K b.*/\/ a tINT 6/" $1' K
 edit 1 $'- a: tINT 5\n+ a: tINT 6\narborctl: nothing is saved; the edited text is in KEPT\narborctl: edited.xml changed meanwhile' \
