@@ -86,12 +86,13 @@ void Changes::Apply(std::string_view line) {
 }
 
 void Changes::ApplyFlat(const Words& words) {
-    if (words.size() == 1)
+    if (words.size() == 1 && Path(words[0]).IsOfKey())
         static_cast<void>(KeyAt(words[0]));
     else if (words.size() == 4)
         Set(words);
     else
-        throw std::invalid_argument("a line is PATH VALUE TYPE TEXT, PATH, or begins with set, rm, mv or cp");
+        throw std::invalid_argument(
+            "a line is PATH VALUE TYPE TEXT, or PATH/ for a key, or begins with set, rm, mv or cp");
 }
 
 void Changes::Set(const Words& operands) {

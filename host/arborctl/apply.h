@@ -3,7 +3,7 @@
 ///     set PATH [VALUE] TYPE TEXT    gives a value this type and text; missing keys are created
 ///     set PATH TEXT                 the same, in the type that the value has, or else as a tSTRING
 ///     PATH VALUE TYPE TEXT          a line of flat text: as `set`
-///     PATH                          creates a key
+///     PATH/                         creates a key
 ///     rm PATH [VALUE]               removes a value, or a key and its subtree
 ///     mv PATH TARGET [--force]      moves a value, or a key and its subtree
 ///     cp PATH TARGET [--force]      copies them

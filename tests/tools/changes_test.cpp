@@ -48,7 +48,7 @@ TEST_F(ChangesTest, ApplyMakesAllChangesOrNone) {
     const Case cases[] = {
         {"a comment, spaces and line ends", "# c\r\n\r\n  \tM  c\ttDOUBLE 2 # d\r\nM d tVOID ''",
          "K a tDWORD 1\nK/L b tSTRING x\nM c tDOUBLE 2\nM d tVOID \"\"\n"},
-        {"every form", "set K/a tDWORD 2\nset K/L/b y\nset 'N N' d tSTRING \"\\n\"\nO\nrm M\nmv K/L P\ncp K/a a\n",
+        {"every form", "set K/a tDWORD 2\nset K/L/b y\nset 'N N' d tSTRING \"\\n\"\nO/\nrm M\nmv K/L P\ncp K/a a\n",
          "/ a tDWORD 2\nK a tDWORD 2\n\"N N\" d tSTRING \"\\n\"\nO/\nP b tSTRING y\n"},
         {"a new type", "K a tSTRING 1\nset M/c tBINARY 0a", "K a tSTRING 1\nK/L b tSTRING x\nM c tBINARY 0A\n"},
         {"a key named as a change", "/rm a tINT 1\nset/\n",
@@ -59,7 +59,7 @@ TEST_F(ChangesTest, ApplyMakesAllChangesOrNone) {
          "standard input:2: 0x80000046: invalid argument (K/a: \"4294967296\" isn't a ", 1},
         {"an open quote", "K a tDWORD 2\n\n'K a", "standard input:3: a ' has no closing '; nothing is saved", 1},
         {"an unknown type", "K a tNOPE 2", "standard input:1: tNOPE isn't a type", 1},
-        {"too few words", "K a tDWORD", "input:1: a line is PATH VALUE TYPE TEXT, PATH, or", 1},
+        {"too few words", "K a tDWORD", "input:1: a line is PATH VALUE TYPE TEXT, or PATH/ for", 1},
         {"too many operands", "rm K a b", "input:1: the form is: rm PATH [VALUE]", 1},
         {"a missing value", "K a tDWORD 2\nrm K b", "input:2: 0x8000D002: ", 1},
         {"a bad path", "K//L a tDWORD 2", "input:1: a name in the path is empty", 1},
@@ -205,7 +205,7 @@ public:
                 if (random() % 4 != 0 || !entries.contains(path + '/') || StartsWithKey(target, path)) break;
                 return Transfer(path, target);
             case 2:
-                return AddKey(path + '/'), path;
+                return AddKey(path + '/'), path + '/';
             default:
                 break;
         }

@@ -30,6 +30,18 @@ std::u16string_view Units(const wchar_t* text) { return reinterpret_cast<const c
 
 HANDLE HandleOf(Stream stream) { return GetStdHandle(stream == Stream::Output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE); }
 
+/// Starts a program in this console and returns its process, or null.
+HANDLE Start(std::wstring commandLine) {
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    if (CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process) ==
+        0)
+        return nullptr;
+    CloseHandle(process.hThread);
+    return process.hProcess;
+}
+
 }   // namespace
 
 ModuleFile::ModuleFile(const std::filesystem::path& path) {
@@ -109,21 +121,19 @@ bool RemoveIfUnused(const std::filesystem::path& path) {
     return false;
 }
 
-/// With /s the shell removes the outer quotes and leaves all others.
+/// A program that needs the shell, such as a batch file without its extension, isn't found without it.
 int RunWithFile(const std::string& commandLine, const std::filesystem::path& file) {
-    const std::u16string editor = ToUtf16(commandLine);
-    std::wstring line = L"cmd.exe /s /c \"" + std::wstring(editor.begin(), editor.end());
-    line.append(L" \"").append(file.wstring()).append(L"\"\"");
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process{};
-    if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process) == 0)
-        throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), "can't start cmd.exe");
-    WaitForSingleObject(process.hProcess, INFINITE);
+    const std::u16string command = ToUtf16(commandLine);
+    const std::wstring line = std::wstring(command.begin(), command.end()) + L" \"" + file.wstring() + L"\"";
+    HANDLE process = Start(line);
+    if (process == nullptr && GetLastError() == ERROR_FILE_NOT_FOUND)
+        process = Start(L"cmd.exe /s /c \"" + line + L"\"");   // with /s the shell removes only the outer quotes
+    if (process == nullptr)
+        throw std::system_error(static_cast<int>(GetLastError()), std::system_category(), "can't start " + commandLine);
+    WaitForSingleObject(process, INFINITE);
     DWORD exitCode = 0;
-    GetExitCodeProcess(process.hProcess, &exitCode);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
+    GetExitCodeProcess(process, &exitCode);
+    CloseHandle(process);
     return static_cast<int>(exitCode);
 }
 
