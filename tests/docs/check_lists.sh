@@ -32,6 +32,16 @@ for word in $commands $options; do
     mentions docs/arborctl.1 "$(echo "$word" | sed 's/-/\\-/g')" "word"
 done
 
+# The host guide's table of the client shows statements that a test runs.
+sed -n '/^## What the client offers/,/^## /s/^| .* | `\(.*\)` |$/\1/p' docs/host-guide.md >"$folder/statements"
+[ -s "$folder/statements" ] || failed=1
+while IFS= read -r statement; do
+    sed 's/^ *//' tests/client/guide_test.cpp | grep -qxF -e "$statement" || {
+        echo "docs/host-guide.md shows '$statement', which tests/client/guide_test.cpp doesn't have"
+        failed=1
+    }
+done <"$folder/statements"
+
 # The sources that the CMakeLists.txt files list are those that exist.
 find bench component fuzz host tests -name CMakeLists.txt | while read -r list; do
     sed 's/#.*//' "$list" | tr -s ' ()' '\n' | grep '\.cpp$' | sed "s,^,$(dirname "$list")/,; s,.*{PROJECT_SOURCE_DIR}/,,"

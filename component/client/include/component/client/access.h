@@ -57,21 +57,28 @@ Result<T> FromWire(typename ScalarTraits<T>::Wire wire) {
     return static_cast<T>(wire);
 }
 
+/// Out of line, as it is rare and long.
+template <Scalar T, class Slot>
+[[gnu::noinline]] Result<T> ReadConvertedScalar(const Slot& slot) {
+    const Result<std::string> bytes = ReadConverted(slot, ScalarTraits<T>::kType);
+    if (!bytes) return Status(bytes.Code());
+    typename ScalarTraits<T>::Wire wire{};
+    std::memcpy(&wire, bytes->data(), sizeof wire);
+    return FromWire<T>(wire);
+}
+
 /// One call if the value has the type that corresponds to `T`, otherwise another one for the value in its own type.
 template <Scalar T, class Slot>
-Result<T> ReadScalar(const Slot& slot) {
-    typename ScalarTraits<T>::Wire wire{};
+inline Result<T> ReadScalar(const Slot& slot) {
     TypeCode type = 0;
-    std::uint64_t buffer = 0;   // as wide as the widest scalar
+    std::uint64_t buffer;   // as wide as the widest scalar; written on success
     const ResultCode code = slot.Read(nullptr, &type, &buffer, sizeof buffer);
-    if (kernel::IsFailure(code) && code != kernel::kBufferTooSmall) return Status(code);
-    if (type == ScalarTraits<T>::kType) {
-        std::memcpy(&wire, &buffer, sizeof wire);
-    } else {
-        const Result<std::string> bytes = ReadConverted(slot, ScalarTraits<T>::kType);
-        if (!bytes) return Status(bytes.Code());
-        std::memcpy(&wire, bytes->data(), sizeof wire);
+    if (type != ScalarTraits<T>::kType || kernel::IsFailure(code)) {
+        if (kernel::IsFailure(code) && code != kernel::kBufferTooSmall) return Status(code);
+        return ReadConvertedScalar<T>(slot);
     }
+    typename ScalarTraits<T>::Wire wire;
+    std::memcpy(&wire, &buffer, sizeof wire);
     return FromWire<T>(wire);
 }
 
@@ -157,32 +164,37 @@ Result<Datum> ReadDatum(TypeCode wanted, const Slot& slot) {
 
 /// Writes by the store's own conversion: one call.
 template <class Slot>
-Status WriteLenient(const Slot& slot, View value) {
+inline Status WriteLenient(const Slot& slot, View value) {
     if (value.size > std::numeric_limits<std::uint32_t>::max()) return Status(kernel::kOutOfMemory);
     const void* data = value.data != nullptr ? value.data : "";   // an empty text or blob may have a null address
     return Status(slot.Write(value.type, data, static_cast<std::uint32_t>(value.size), kCreate));
 }
 
-/// Writes exactly: one call for the type of the value, and one that writes.
+/// Out of line, as it is rare and long.
 template <class Slot>
-Status WriteExactly(const Slot& slot, View value) {
-    std::string_view bytes = value.Bytes();
-    if (!MakePlain(value.type, bytes)) return Status(kernel::kInvalidArgument);
-    const Result<TypeCode> own = ReadType(slot);
-    if (!own && own.Code() != kernel::kNoSuchEntry) return Status(own.Code());
-    if (!own || *own == value.type) return WriteLenient(slot, {value.type, bytes.data(), bytes.size()});
+[[gnu::noinline]] Status WriteConverted(const Slot& slot, TypeCode type, std::string_view bytes, TypeCode own) {
     try {
         std::string converted;
-        if (!ConvertExactly(value.type, bytes, *own, converted)) return Status(kernel::kInvalidArgument);
-        return WriteLenient(slot, {*own, converted.data(), converted.size()});
+        if (!ConvertExactly(type, bytes, own, converted)) return Status(kernel::kInvalidArgument);
+        return WriteLenient(slot, {own, converted.data(), converted.size()});
     } catch (const std::bad_alloc&) {
         return Status(kernel::kOutOfMemory);
     }
 }
 
+/// Writes exactly: one call for the type of the value, and one that writes. `value` is plain.
+template <class Slot>
+inline Status WriteExactly(const Slot& slot, View value) {
+    TypeCode own = 0;
+    const ResultCode code = slot.Read(nullptr, &own, nullptr, 0);
+    if (kernel::IsFailure(code) && code != kernel::kNoSuchEntry) return Status(code);
+    if (kernel::IsSuccess(code) && own != value.type) return WriteConverted(slot, value.type, value.Bytes(), own);
+    return WriteLenient(slot, value);
+}
+
 /// Returns `use(view)` for the view of `value` as the type that corresponds to it.
 template <class T, class Use>
-Status WithView(const T& value, Use use) {
+inline Status WithView(const T& value, Use use) {
     if constexpr (Scalar<T>) {
         const auto wire = static_cast<typename ScalarTraits<T>::Wire>(value);
         return use(View{ScalarTraits<T>::kType, &wire, sizeof wire});
@@ -208,7 +220,7 @@ Status WithView(const T& value, Use use) {
     }
 }
 
-/// The conversions of `Get` and `Set`.
+/// The conversions of `Get` and `Set`. `isFixed` is true for a type of fixed size, whose bytes are plain.
 struct Exact {
     template <class T, class Slot>
     static Result<T> Read(const Slot& slot) {
@@ -217,8 +229,13 @@ struct Exact {
         else
             return ReadSequence<T>(slot);
     }
-    template <class Slot>
+    template <bool isFixed, class Slot>
     static Status Write(const Slot& slot, View view) {
+        if constexpr (!isFixed) {
+            std::string_view bytes = view.Bytes();
+            if (!MakePlain(view.type, bytes)) return Status(kernel::kInvalidArgument);
+            view = {view.type, bytes.data(), bytes.size()};
+        }
         return WriteExactly(slot, view);
     }
 };
@@ -229,14 +246,14 @@ struct Lenient {
     static Result<T> Read(const Slot& slot) {
         return ReadLenient<T>(slot);
     }
-    template <class Slot>
+    template <bool isFixed, class Slot>
     static Status Write(const Slot& slot, View view) {
         return WriteLenient(slot, view);
     }
 };
 
 template <class T, class Conversion, class Slot>
-Result<T> ReadAs(const Slot& slot) {
+inline Result<T> ReadAs(const Slot& slot) {
     if constexpr (kIsOptional<T>) {
         auto read = ReadAs<typename T::value_type, Conversion>(slot);
         if (read.Code() == kernel::kNoSuchEntry) return T();
@@ -251,7 +268,7 @@ Result<T> ReadAs(const Slot& slot) {
 }
 
 template <class Conversion, class Slot, class T>
-Status WriteAs(const Slot& slot, const T& value) {
+inline Status WriteAs(const Slot& slot, const T& value) {
     if constexpr (kIsOptional<T>) {
         if (value) return WriteAs<Conversion>(slot, *value);
         const ResultCode removed = slot.Remove();
@@ -259,7 +276,7 @@ Status WriteAs(const Slot& slot, const T& value) {
     } else if constexpr (Converted<T>) {
         return WriteAs<Conversion>(slot, Convert<T>::ToStored(value));
     } else {
-        return WithView(value, [&](View view) { return Conversion::Write(slot, view); });
+        return WithView(value, [&](View view) { return Conversion::template Write<Scalar<T>>(slot, view); });
     }
 }
 

@@ -26,6 +26,8 @@ struct Counts {
 ///
 /// A key that couldn't be opened holds the failure: every call on it returns that code, so that
 /// `store.Open(path)->Get<int>(name)` is safe. A `Key()` returns `kernel::kNoKeyThere`.
+///
+/// The calls on values are always inlined: for a literal name nothing is left of them but the call of the interface.
 class Key {
 public:
     Key() = default;
@@ -86,17 +88,17 @@ public:
     ///
     /// A structure with `VisitMembers` is read from the key at the path `name`, see `Get()`.
     template <class T>
-    Result<T> Get(Text name) const {
+    [[gnu::always_inline]] Result<T> Get(Text name) const {
         if constexpr (detail::Structure<T>)
             return Open(name)->template Get<T>();
         else
-            return detail::ReadAs<T, detail::Exact>(ValueNamed(name));
+            return detail::ReadAs<T, detail::Exact>(ValueNamed(Terminated(name)));
     }
     /// The same by the store's own conversion, which goes through the value's text: "12abc" is the hexadecimal number,
     /// 4,000,000,000 is the largest `int`, and a binary value of the scalar's size is copied as it is.
     template <class T>
-    Result<T> GetLenient(Text name) const {
-        return detail::ReadAs<T, detail::Lenient>(ValueNamed(name));
+    [[gnu::always_inline]] Result<T> GetLenient(Text name) const {
+        return detail::ReadAs<T, detail::Lenient>(ValueNamed(Terminated(name)));
     }
     /// Reads a structure from the values of this key, one for each member. A member without a value keeps what `T{}`
     /// has. The first failure ends it.
@@ -105,13 +107,17 @@ public:
 
     /// Reads the value `name` as a `wanted`, exactly, or in its own type if that is 0. `kernel::kInvalidArgument` for a
     /// type that no value can have.
-    Result<Datum> Read(Text name, TypeCode wanted = 0) const { return detail::ReadDatum(wanted, ValueNamed(name)); }
+    Result<Datum> Read(Text name, TypeCode wanted = 0) const {
+        return detail::ReadDatum(wanted, ValueNamed(Terminated(name)));
+    }
     /// The same by the store's own conversion.
     Result<Datum> ReadLenient(Text name, TypeCode wanted) const {
-        return detail::ReadDatumLenient(wanted, ValueNamed(name));
+        return detail::ReadDatumLenient(wanted, ValueNamed(Terminated(name)));
     }
 
-    Result<TypeCode> Type(Text name) const { return detail::ReadType(ValueNamed(name)); }
+    [[gnu::always_inline]] Result<TypeCode> Type(Text name) const {
+        return detail::ReadType(ValueNamed(Terminated(name)));
+    }
     [[nodiscard]] bool Contains(Text name) const { return Type(name).has_value(); }
 
     /// Writes the value `name`: what `Get` can read, a string literal or view, a span of bytes, or a `Datum`. A missing
@@ -123,17 +129,17 @@ public:
     ///
     /// Two calls of the interface: between them another thread can replace the value by one of another type.
     template <class T = Datum>
-    Status Set(Text name, const T& value) const {
+    [[gnu::always_inline]] Status Set(Text name, const T& value) const {
         if constexpr (detail::Structure<T>)
             return Make(name)->Set(value);
         else
-            return detail::WriteAs<detail::Exact>(ValueNamed(name), value);
+            return detail::WriteAs<detail::Exact>(ValueNamed(Terminated(name)), value);
     }
     /// The same by the store's own conversion, in one call. A `tWSTRING` stores the bytes of any argument as they are,
     /// a text ends at its first zero character, and a number that doesn't fit is changed.
     template <class T = Datum>
-    Status SetLenient(Text name, const T& value) const {
-        return detail::WriteAs<detail::Lenient>(ValueNamed(name), value);
+    [[gnu::always_inline]] Status SetLenient(Text name, const T& value) const {
+        return detail::WriteAs<detail::Lenient>(ValueNamed(Terminated(name)), value);
     }
     /// Writes each member of a structure as a value of this key. The first failure ends it, and the members before it
     /// stay written; a `Batch` would undo them.
@@ -167,11 +173,11 @@ public:
     [[nodiscard]] WalkRange Walk() const;
 
     /// Deletes a value.
-    Status Remove(Text name) const { return Status(ValueNamed(name).Remove()); }
+    Status Remove(Text name) const { return Status(ValueNamed(Terminated(name)).Remove()); }
     /// Deletes the key at `path` below this one, with all keys and values in it.
     Status RemoveKey(Text path) const {
-        return Status(path.WithTerminator(
-            [&](const char* chars) { return address.Call<&kernel::Registry::DeleteKey>(address.handle, chars); }));
+        const Terminated chars(path);
+        return Status(address.If(chars).Call<&kernel::Registry::DeleteKey>(address.handle, chars.Chars()));
     }
     /// Copies the values and subkeys of this key into `target`. With `Synchronised`, `target` must be a key of another
     /// object.
@@ -189,14 +195,16 @@ private:
     static constexpr std::uint32_t kOwnName = 0;    // the count includes the terminator
     static constexpr std::uint32_t kFullName = 1;   // the count excludes it
 
-    [[nodiscard]] detail::SlotByName ValueNamed(Text name) const { return {address, name}; }
+    [[nodiscard]] detail::SlotByName ValueNamed(const Terminated& name) const {
+        return {address.If(name), name.Chars()};
+    }
     [[nodiscard]] detail::SlotByIndex ValueIndexed(std::uint32_t index) const { return {address, index}; }
 
     Result<Key> OpenWith(Text path, std::uint32_t create) const {
         KeyHandle opened = kernel::kNoKey;
-        const ResultCode code = path.WithTerminator([&](const char* chars) {
-            return address.Call<&kernel::Registry::OpenKey>(&opened, address.handle, chars, create);
-        });
+        const Terminated chars(path);
+        const ResultCode code =
+            address.If(chars).Call<&kernel::Registry::OpenKey>(&opened, address.handle, chars.Chars(), create);
         if (kernel::IsFailure(code)) return Status(code);
         return Key(address.object, opened);
     }

@@ -6,6 +6,7 @@
 #include <concepts>
 #include <cstddef>
 #include <iterator>
+#include <new>
 #include <span>
 #include <string>
 #include <utility>
@@ -79,14 +80,27 @@ public:
 
 private:
     void ReadName() {
-        const detail::SlotByIndex& slot = value.slot;
-        auto name = detail::ReadWhole<std::string>([&](std::uint32_t* count, char* buffer, std::uint32_t size) {
-            return slot.key.Call<&kernel::Registry::GetValueNameByIndex>(count, slot.key.handle, slot.index, buffer,
-                                                                         size);
-        });
-        if (!name || name->empty()) return End(name);   // count 0 is the end; a name has a terminator
+        const auto read = [&](std::uint32_t* count, char* buffer, std::uint32_t size) {
+            return value.slot.key.Call<&kernel::Registry::GetValueNameByIndex>(count, value.slot.key.handle,
+                                                                               value.slot.index, buffer, size);
+        };
+        char first[256];
+        std::uint32_t count = 0;
+        const ResultCode code = read(&count, first, sizeof first);
+        if (code == kernel::kBufferTooSmall) return ReadLongName(read);
+        if (kernel::IsFailure(code) || count == 0) return End(Status(code));   // a name has a terminator
+        try {
+            value.name.assign(first, count - 1);
+        } catch (const std::bad_alloc&) {
+            End(Status(kernel::kOutOfMemory));
+        }
+    }
+
+    template <class Read>
+    [[gnu::noinline]] void ReadLongName(Read read) {
+        auto name = detail::WithoutTerminator(detail::ReadWhole<std::string>(read));
+        if (!name) return End(name);
         value.name = *std::move(name);
-        value.name.pop_back();
     }
 
     Value value;

@@ -24,8 +24,12 @@ public:
         (std::make_index_sequence<paths>());
     }
 
-    Result<Key> Open() const { return ForEachPath(&Key::Open); }
-    Result<Key> Make() const { return ForEachPath(&Key::Make); }
+    Result<Key> Open() const {
+        return OpenEach([](const Key& key, Text next) { return key.Open(next); });
+    }
+    Result<Key> Make() const {
+        return OpenEach([](const Key& key, Text next) { return key.Make(next); });
+    }
 
     template <class T>
     Result<T> Get(Text name) const {
@@ -64,9 +68,10 @@ public:
     [[nodiscard]] WalkRange Walk() const { return Open()->Walk(); }
 
 private:
-    Result<Key> ForEachPath(Result<Key> (Key::*open)(Text) const) const {
-        Result<Key> key = (from.*open)(path[0]);
-        for (std::size_t i = 1; i < paths; ++i) key = ((*key).*open)(path[i]);
+    template <class Step>
+    Result<Key> OpenEach(Step step) const {
+        Result<Key> key = step(from, path[0]);
+        for (std::size_t i = 1; i < paths; ++i) key = step(*key, path[i]);
         return key;
     }
 

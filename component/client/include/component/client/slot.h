@@ -25,35 +25,32 @@ struct KeyAddress {
     KeyHandle handle = kernel::kNoKey;
     ResultCode failure = kernel::kNoKeyThere;
 
-    /// Calls a method of the object with `arguments`.
+    /// Calls a method of the object with `arguments`. No method throws; to say so spares callers the code for it.
     template <auto method, class... Arguments>
-    [[nodiscard]] ResultCode Call(Arguments... arguments) const {
+    [[nodiscard]] ResultCode Call(Arguments... arguments) const noexcept {
         if (object == nullptr) return failure;
         return (kernel::Registry(object).*method)(object, arguments...);
+    }
+    /// This key, or the failure of `text`.
+    [[nodiscard]] KeyAddress If(const Terminated& text) const {
+        return kernel::IsSuccess(text.Code()) ? *this : KeyAddress{nullptr, kernel::kNoKey, text.Code()};
     }
 };
 
 /// A value identified by key and name.
 struct SlotByName {
     KeyAddress key;
-    Text name;
+    const char* name;
 
     /// As `Registry::GetValue`.
     [[nodiscard]] ResultCode Read(std::uint32_t* count, TypeCode* type, void* buffer, std::uint32_t size) const {
-        return name.WithTerminator([&](const char* chars) {
-            return key.Call<&kernel::Registry::GetValue>(count, key.handle, chars, type, buffer, size);
-        });
+        return key.Call<&kernel::Registry::GetValue>(count, key.handle, name, type, buffer, size);
     }
     /// As `Registry::SetValue`.
     [[nodiscard]] ResultCode Write(TypeCode type, const void* data, std::uint32_t size, std::uint32_t create) const {
-        return name.WithTerminator([&](const char* chars) {
-            return key.Call<&kernel::Registry::SetValue>(key.handle, chars, type, data, size, create);
-        });
+        return key.Call<&kernel::Registry::SetValue>(key.handle, name, type, data, size, create);
     }
-    [[nodiscard]] ResultCode Remove() const {
-        return name.WithTerminator(
-            [&](const char* chars) { return key.Call<&kernel::Registry::DeleteValue>(key.handle, chars); });
-    }
+    [[nodiscard]] ResultCode Remove() const { return key.Call<&kernel::Registry::DeleteValue>(key.handle, name); }
 };
 
 /// The same, identified by key and index.

@@ -14,8 +14,8 @@ public:
     /// Sets the current root to the key at `path`. The path starts at the top key; the empty path is the top key. The
     /// object doesn't lock this call: no other thread may use the store at the same time.
     Status SetRoot(Text path) const {
-        return Status(
-            path.WithTerminator([&](const char* chars) { return Address().Call<&Registry::SetRootStr>(chars); }));
+        const Terminated chars(path);
+        return Status(Address().If(chars).Call<&Registry::SetRootStr>(chars.Chars()));
     }
     /// Deletes all keys and values of the current root.
     Status Clean() const { return Status(Address().Call<&Registry::Clean>()); }

@@ -12,7 +12,7 @@ struct MemberReader {
     ResultCode code = kernel::kDone;
 
     template <class Member>
-    void operator()(Text name, Member& member) {
+    [[gnu::always_inline]] void operator()(Text name, Member& member) {
         if (kernel::IsFailure(code)) return;
         Result<Member> read = key.Get<Member>(name);
         if (read)
@@ -27,7 +27,7 @@ struct MemberWriter {
     ResultCode code = kernel::kDone;
 
     template <class Member>
-    void operator()(Text name, const Member& member) {
+    [[gnu::always_inline]] void operator()(Text name, const Member& member) {
         if (kernel::IsSuccess(code)) code = key.Set(name, member).Code();
     }
 };

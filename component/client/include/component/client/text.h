@@ -3,10 +3,7 @@
 
 #include <component/kernel/result_codes.h>
 
-#include <algorithm>
 #include <cstddef>
-#include <cstring>
-#include <memory>
 #include <new>
 #include <string>
 #include <string_view>
@@ -27,40 +24,58 @@ public:
         : chars(text.c_str()), size(text.find('\0') == std::string::npos ? kTerminated : text.size()) {}
     constexpr Text(std::string_view text) : chars(text.data()), size(text.size()) {}
 
-    /// Returns `call(chars)` with the characters and a terminator. Copies a `std::string_view`, and allocates memory
-    /// for that only if it has more than 255 bytes; without that memory the result is `kernel::kOutOfMemory`.
-    template <class Call>
-    kernel::ResultCode WithTerminator(Call call) const {
-        if (size == kTerminated) return call(chars);
-        return WithCopy(call);
-    }
-
     [[nodiscard]] std::string_view View() const {
         return size == kTerminated ? std::string_view(chars) : std::string_view(chars, size);
     }
 
 private:
+    friend class Terminated;
+
     static constexpr std::size_t kTerminated = ~std::size_t{0};
-    static constexpr std::size_t kMaxInline = 255;
-
-    template <class Call>
-    kernel::ResultCode WithCopy(Call call) const {
-        if (View().find('\0') != std::string_view::npos) return kernel::kInvalidArgument;
-        if (size > kMaxInline) {
-            const std::unique_ptr<char[]> copy(new (std::nothrow) char[size + 1]);
-            return copy ? call(Copy(copy.get())) : kernel::kOutOfMemory;
-        }
-        char copy[kMaxInline + 1];
-        return call(Copy(copy));
-    }
-
-    const char* Copy(char* target) const {
-        *std::copy_n(chars, size, target) = '\0';
-        return target;
-    }
 
     const char* chars;
     std::size_t size;   // `kTerminated`, or the number of bytes if they have no terminator or a zero byte among them
+};
+
+/// The characters of a `Text` with a terminator. Copies those that have none, and allocates memory for that only if
+/// there are more than 255. Not for components.
+class Terminated {
+public:
+    explicit Terminated(Text text) {
+        if (text.size == Text::kTerminated)
+            chars = text.chars;
+        else
+            Copy(text.View());
+    }
+    Terminated(const Terminated&) = delete;
+    Terminated& operator=(const Terminated&) = delete;
+    ~Terminated() { delete[] longCopy; }
+
+    [[nodiscard]] const char* Chars() const { return chars; }
+    /// 0, `kernel::kInvalidArgument` for a zero byte inside, or `kernel::kOutOfMemory`.
+    [[nodiscard]] kernel::ResultCode Code() const { return code; }
+
+private:
+    // Out of line, so that for a literal all of this class is folded away.
+    [[gnu::noinline]] void Copy(std::string_view view) {
+        char* target = shortCopy;
+        if (view.size() >= sizeof shortCopy) {
+            longCopy = new (std::nothrow) char[view.size() + 1];
+            target = longCopy;
+        }
+        if (target == nullptr)
+            code = kernel::kOutOfMemory;
+        else if (view.find('\0') != view.npos)
+            code = kernel::kInvalidArgument;
+        else
+            target[view.copy(target, view.size())] = '\0';
+        chars = target;
+    }
+
+    const char* chars;
+    kernel::ResultCode code = kernel::kDone;
+    char* longCopy = nullptr;
+    char shortCopy[256];
 };
 
 }   // namespace arbor

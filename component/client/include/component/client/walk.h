@@ -26,17 +26,21 @@ public:
 
     void Advance() {
         try {
-            levels.push_back({current.key});
+            levels.push_back({current.key.Handle()});
         } catch (const std::bad_alloc&) {
             return End(Status(kernel::kOutOfMemory));
         }
+        HostObject* const object = current.key.Object();
         while (!levels.empty()) {
-            const Result<Key> child = levels.back().key.KeyAt(levels.back().nextIndex++);
-            if (child) {
-                current = {*child, levels.size()};
+            KeyHandle child = kernel::kNoKey;
+            Level& level = levels.back();
+            const ResultCode code =
+                kernel::Registry(object).OpenKeyByIndex(object, &child, level.parent, level.nextIndex++);
+            if (kernel::IsSuccess(code)) {
+                current = {Key(object, child), levels.size()};
                 return;
             }
-            if (child.Code() != kernel::kNoSuchEntry) return End(child);
+            if (code != kernel::kNoSuchEntry) return End(Status(code));
             levels.pop_back();
         }
         End(Status());
@@ -45,7 +49,7 @@ public:
 private:
     /// A key whose children the walk visits.
     struct Level {
-        Key key;
+        KeyHandle parent = kernel::kNoKey;
         std::uint32_t nextIndex = 0;
     };
 
