@@ -312,7 +312,7 @@ def windows(build, windows_build):
     runs = [Run(build), Run(windows_build, [HERE.parent / 'tools' / 'wine32'], '.exe')]
     jobs = ['load', 'get', 'set', 'save', 'free']
     for run in runs:
-        document = run.document('typical', '100KB')
+        document = run.document('typical', '1MB')
         for program in ('store', 'rapidxml'):
             run.measure(program, 'check', document)
     for number in range(ROUNDS):
@@ -327,7 +327,7 @@ def windows(build, windows_build):
         native, product = (min(run.figures[document.stem, 'store', job]) /
                            min(run.figures[document.stem, 'rapidxml+index', job]) for run in runs)
         rows.append((job.upper(), [ratio(product), ratio(native), ratio(product / native)]))
-    print(as_text(Table('The store in times of RapidXML + index, 100 KB', ['Windows', 'native', 'quotient'], rows, '')))
+    print(as_text(Table('The store in times of RapidXML + index, 1 MB', ['Windows', 'native', 'quotient'], rows, '')))
     print(f'arbor.dll, stripped: {stripped_size(runs[1].build / "arbor.dll")} bytes')
 
 
