@@ -201,7 +201,7 @@ constexpr CommandRow kCommands[] = {
 
 constexpr OperandRow kOperands[] = {
     {"DOCUMENT", "", "file with the settings"},
-    {"PATH", "get", "value, as in Network/Proxy/Port, or its key"},
+    {"PATH", "get retype", "value, as in Network/Proxy/Port, or its key"},
     {"PATH", "set", "key, as in Network/Proxy, or value, as in Network/Proxy/Port"},
     {"PATH", "rm mv cp", "value, or key if there is no such value; always a key if it ends with \"/\""},
     {"PATH", "import", "key to copy into, created if it is missing; default: the root"},

@@ -1,4 +1,6 @@
-// Globs are compared without recursion, and regular expressions by an executor whose stack doesn't grow with the text.
+// Globs are compared without recursion, and regular expressions by an executor whose stack doesn't grow with the text
+// and whose time grows in proportion to it: an expression for the whole text replaces the search from each character
+// on.
 
 #include "pattern.h"
 
@@ -63,12 +65,11 @@ bool MatchesGlob(std::string_view glob, std::string_view text) {
 
 Pattern::Pattern(const std::string& text, PatternForm patternForm) : lower(ToLower(text)), form(patternForm) {
     if (form != PatternForm::Regex) return;
-    try {
-        regex.emplace(text, kRegexFlags);
-    } catch (const std::regex_error&) {
+    if (!IsRegex(text)) {
         throw std::invalid_argument("the regular expression " + text + " is wrong at character " +
                                     std::to_string(FaultPosition(text)));
     }
+    regex.emplace("[\\s\\S]*(?:" + text + ")[\\s\\S]*", kRegexFlags);
 }
 
 bool Pattern::Matches(const std::string& text) const {
@@ -76,7 +77,7 @@ bool Pattern::Matches(const std::string& text) const {
         case PatternForm::Glob:
             return MatchesGlob(lower, ToLower(text));
         case PatternForm::Regex:
-            return std::regex_search(text, *regex);
+            return std::regex_match(text, *regex);
         case PatternForm::Part:
             break;
     }

@@ -131,6 +131,8 @@ TEST_F(ArborctlTest, ReadCommandsPrintValues) {
                 HasSubstr("\033[36mPort\033[0m: "));
     EXPECT_EQ(RunTool({"find", Path("d.xml"), "nowhere"}).exitCode, 1);
     EXPECT_EQ(RunTool({"find", Path("d.xml"), "--name", "ort"}).exitCode, 1);   // a pattern is that of the whole name
+    Write("long.xml", "<arbor><tSTRING name='T'>" + std::string(1 << 16, 'a') + "</tSTRING></arbor>");
+    EXPECT_EQ(RunOn("long.xml", {"find", "--regex", "(a|b)*c"}).exitCode, 1);   // within a second
     for (const auto& [wrong, position] : {std::pair("a(b", "2"), {"(a)[b", "4"}, {"*a", "1"}, {"a)b", "2"}})
         EXPECT_THAT(RunOn("d.xml", {"find", "--regex", wrong}).error,
                     HasSubstr(std::string("wrong at character ") + position));

@@ -142,7 +142,9 @@ CASES = [
     # options, those of the command only
     ("arborctl --rea", "arborctl --read-only "),
     ("arborctl d.xml tree --j", "arborctl d.xml tree --json "),
-    ("arborctl d.xml tree --a", "arborctl d.xml tree --a"),
+    ("arborctl d.xml rm --a", "arborctl d.xml rm --a"),
+    ("arborctl d.xml find --typ", "arborctl d.xml find --type "),
+    ("arborctl d.xml get Network/Proxy Port --col", "arborctl d.xml get Network/Proxy Port --color "),
     ("arborctl d.xml get --a", "arborctl d.xml get --as "),
     # values of options
     ("arborctl --color al", "arborctl --color always "),
