@@ -33,7 +33,7 @@ void StoreContent(const ValueSlot& value, const SetRequest& request, const std::
 std::optional<arbor::Datum> ConvertExactly(const arbor::Datum& before, kernel::TypeCode type,
                                            const ExactValues& exactValues, const std::string& where) {
     const std::string text = ToExactText(before);
-    const std::optional<arbor::Datum> after = FromExactText(type, text);
+    std::optional<arbor::Datum> after = FromExactText(type, text);
     if (!after || ToExactText(*after) != text) return std::nullopt;
     exactValues.ThrowIfNotKept(*after, where);
     return after;

@@ -236,7 +236,7 @@ private:
         WalkRange walk = key->Walk();
         for (const WalkStep& step : walk) {
             const Result<std::string> name = step.key.Name();
-            if (!name) return name;
+            if (!name) return Status(name.Code());
             paths.resize(step.depth);
             paths.push_back(step.depth == 0 ? change.path : Join(paths.back(), *name));
             restoring.push_back({Kind::MakeKey, paths.back(), ""});

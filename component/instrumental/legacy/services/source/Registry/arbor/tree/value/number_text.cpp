@@ -168,7 +168,7 @@ char* PrintDouble(char* first, char* last, double number) {
     if (std::isfinite(number)) {
         at = PrintMagnitudeBackwards(number, textEnd);
     } else {
-        std::memcpy(at, std::isnan(number) ? "nan" : "inf", 3);
+        std::copy_n(std::isnan(number) ? "nan" : "inf", 3, at);
     }
     if (std::signbit(number)) *--at = '-';
     return textEnd - at <= last - first ? std::copy(at, textEnd, first) : nullptr;
