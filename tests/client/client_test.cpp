@@ -175,6 +175,8 @@ TEST_F(ClientTest, ReadsAreExactOrFail) {
     }
     ASSERT_TRUE(key.Set("wide", u"\xD83D\xDE00"));   // one character as two surrogates, and a lone one
     EXPECT_EQ(*key.Get<std::string>("wide"), "\xF0\x9F\x98\x80");
+    ASSERT_TRUE(key.Set("loaded", "\xED\xA0\xBD\xED\xB8\x80"));   // the same, as a document holds it
+    EXPECT_EQ(*key.Get<std::u16string>("loaded"), u"\xD83D\xDE00");
     ASSERT_TRUE(key.Set("wide", std::u16string_view(u"\xD83D", 1)));
     EXPECT_EQ(Shown(key.Get<std::string>("wide")), "refused");
     ASSERT_TRUE(key.Set("huge", 1e300));
@@ -271,6 +273,7 @@ TEST_F(ClientTest, CallsOnAFailedResultReturnItsCode) {
     EXPECT_EQ(missing->Keys().Outcome().Code(), kernel::kNoSuchEntry);
     EXPECT_EQ(missing->Values().Current().Get<int>().Code(), kernel::kNoSuchEntry);
     EXPECT_EQ(arbor::Key().Read("x").Code(), kernel::kNoKeyThere);
+    EXPECT_EQ(arbor::Store(nullptr).Save().Code(), kernel::kNoKeyThere);
 }
 
 TEST_F(ClientTest, EnumerationsKeepTheOrderAndNamesOfAnyLength) {

@@ -121,6 +121,10 @@ TEST_F(GuideTest, ReadsAndResults) {
     EXPECT_EQ(thrown, 3);
     EXPECT_THROW(static_cast<void>(store.Get<int>("Text").value()), arbor::StoreError);
     EXPECT_THROW(static_cast<void>(arbor::throwing::Store(object)["missing"].Keys()), arbor::StoreError);
+    const auto proxy = arbor::throwing::Store(object)["Network"].Open("Proxy");
+    proxy.SetAt(0, proxy.GetAt<int>(0) + 1);
+    EXPECT_EQ(proxy.Read("Port", kernel::tSTRING).bytes + proxy.Name(), "8081Proxy");
+    EXPECT_THROW(proxy.CopyTo(proxy.Make("Below")), arbor::StoreError);
     const bool known = store["Network/Proxy"].Contains(std::string_view("Portable").substr(0, 4));
     EXPECT_TRUE(known);
 }
@@ -141,6 +145,7 @@ TEST_F(GuideTest, Types) {
     const std::optional<int> absent = *store.Get<std::optional<int>>("Absent");
     EXPECT_FALSE(absent);
     EXPECT_TRUE(store.Set("Mode", std::optional<int>()) && store.Set("Mode", std::optional<int>()));
+    EXPECT_TRUE(store["None/Below"].Set("Mode", std::optional<int>()) && !store.Open("None"));
     EXPECT_FALSE(store.Contains("Mode"));
     ASSERT_TRUE(store.Set("Colour", Colour{0x102030}));
     const Colour colour = store.Get<Colour>("Colour").value_or(Colour{});

@@ -31,8 +31,8 @@ struct Counts {
 class Key {
 public:
     Key() = default;
-    /// The key with that handle; 0 is the current root. `store` isn't null.
-    Key(HostObject* store, KeyHandle key) : address{store, key, kernel::kDone} {}
+    /// The key with that handle; 0 is the current root. Without a `store`, as `Key()`.
+    Key(HostObject* store, KeyHandle key) : address{store, key} {}
     explicit Key(Status failure) : address{nullptr, kernel::kNoKey, failure.Code()} {}
 
     [[nodiscard]] HostObject* Object() const { return address.object; }

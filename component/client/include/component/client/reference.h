@@ -10,8 +10,9 @@
 namespace arbor {
 
 /// The result of `key[path]`: a key, and paths below it that are opened one after the other. Each call opens them
-/// again. `Set` creates the keys that are missing; no other call does. Refers to the caller's characters of the paths,
-/// which must outlive it. The calls are those of `Key`.
+/// again. `Set` and `SetLenient` create the keys that are missing, which stay if the value is then refused; an empty
+/// `std::optional` creates none, nor does any other call. Refers to the caller's characters of the paths, which must
+/// outlive it. The calls are those of `Key`.
 template <std::size_t paths>
 class Reference {
 public:
@@ -45,22 +46,38 @@ public:
     }
     template <class T = Datum>
     Status Set(Text name, const T& value) const {
-        return Make()->Set(name, value);
+        return KeyFor(value)->Set(name, value);
     }
     template <class T = Datum>
     Status SetLenient(Text name, const T& value) const {
-        return Make()->SetLenient(name, value);
+        return KeyFor(value)->SetLenient(name, value);
     }
     template <detail::Structure T>
     Status Set(const T& value) const {
         return Make()->Set(value);
     }
 
+    Result<Datum> Read(Text name, TypeCode wanted = 0) const { return Open()->Read(name, wanted); }
+    Result<Datum> ReadLenient(Text name, TypeCode wanted) const { return Open()->ReadLenient(name, wanted); }
+    template <class T>
+    Result<T> GetAt(std::uint32_t index) const {
+        return Open()->template GetAt<T>(index);
+    }
+    template <class T = Datum>
+    Status SetAt(std::uint32_t index, const T& value) const {
+        return Open()->SetAt(index, value);
+    }
+    Status RemoveAt(std::uint32_t index) const { return Open()->RemoveAt(index); }
+    Result<Key> KeyAt(std::uint32_t index) const { return Open()->KeyAt(index); }
+    Status RemoveKeyAt(std::uint32_t index) const { return Open()->RemoveKeyAt(index); }
+
     Result<TypeCode> Type(Text name) const { return Open()->Type(name); }
     [[nodiscard]] bool Contains(Text name) const { return Open()->Contains(name); }
     Status Remove(Text name) const { return Open()->Remove(name); }
     Status RemoveKey(Text below) const { return Open()->RemoveKey(below); }
     Result<Counts> Count() const { return Open()->Count(); }
+    Status CopyTo(const Key& target) const { return Open()->CopyTo(target); }
+    Result<std::string> Name() const { return Open()->Name(); }
     Result<std::string> Path() const { return Open()->Path(); }
     Result<Key> Parent() const { return Open()->Parent(); }
     [[nodiscard]] ValueRange Values() const { return Open()->Values(); }
@@ -68,6 +85,12 @@ public:
     [[nodiscard]] WalkRange Walk() const { return Open()->Walk(); }
 
 private:
+    /// The key to write `value` to. To delete an absent value, no key is created.
+    template <class T>
+    Result<Key> KeyFor(const T& value) const {
+        return detail::IsAbsent(value) ? Open() : Make();
+    }
+
     template <class Step>
     Result<Key> OpenEach(Step step) const {
         Result<Key> key = step(from, path[0]);

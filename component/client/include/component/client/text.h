@@ -20,6 +20,7 @@ namespace arbor {
 class Text {
 public:
     constexpr Text(const char* terminated) : chars(terminated), size(kTerminated) {}
+    Text(std::nullptr_t) = delete;   // also refuses the number 0, as in `key[0]`
     Text(const std::string& text)
         : chars(text.c_str()), size(text.find('\0') == std::string::npos ? kTerminated : text.size()) {}
     constexpr Text(std::string_view text) : chars(text.data()), size(text.size()) {}

@@ -63,7 +63,8 @@ public:
 };
 
 /// The calls of `arbor::Key` or of a reference. They have the same names, and `kernel::kNoSuchEntry` is a failure, too:
-/// read a `std::optional` where a value may be missing.
+/// read a `std::optional` where a value may be missing. The elements of `Values`, `Keys` and `Walk` are those of the
+/// client without exceptions: their calls return a `Result`, which has `value()`.
 template <class Target>
 class Basic {
 public:
@@ -71,6 +72,9 @@ public:
 
     [[nodiscard]] const Target& Unchecked() const { return target; }
     [[nodiscard]] auto operator[](Text path) const { return Basic<decltype(target[path])>(target[path]); }
+
+    [[nodiscard]] Basic<Key> Open(Text path) const { return Basic<Key>(target[path].Open().value()); }
+    [[nodiscard]] Basic<Key> Make(Text path) const { return Basic<Key>(target[path].Make().value()); }
 
     template <class T>
     [[nodiscard]] T Get(Text name) const {
@@ -96,13 +100,33 @@ public:
     void Set(const T& value) const {
         Check(target.Set(value));
     }
+    [[nodiscard]] Datum Read(Text name, TypeCode wanted = 0) const { return target.Read(name, wanted).value(); }
+    [[nodiscard]] Datum ReadLenient(Text name, TypeCode wanted) const {
+        return target.ReadLenient(name, wanted).value();
+    }
+    template <class T>
+    [[nodiscard]] T GetAt(std::uint32_t index) const {
+        return target.template GetAt<T>(index).value();
+    }
+    template <class T = Datum>
+    void SetAt(std::uint32_t index, const T& value) const {
+        Check(target.SetAt(index, value));
+    }
+    void RemoveAt(std::uint32_t index) const { Check(target.RemoveAt(index)); }
+    [[nodiscard]] Basic<Key> KeyAt(std::uint32_t index) const { return Basic<Key>(target.KeyAt(index).value()); }
+    void RemoveKeyAt(std::uint32_t index) const { Check(target.RemoveKeyAt(index)); }
     [[nodiscard]] bool Contains(Text name) const { return target.Contains(name); }
     [[nodiscard]] TypeCode Type(Text name) const { return target.Type(name).value(); }
     [[nodiscard]] Counts Count() const { return target.Count().value(); }
+    [[nodiscard]] std::string Name() const { return target.Name().value(); }
     [[nodiscard]] std::string Path() const { return target.Path().value(); }
     [[nodiscard]] Basic<Key> Parent() const { return Basic<Key>(target.Parent().value()); }
     void Remove(Text name) const { Check(target.Remove(name)); }
     void RemoveKey(Text path) const { Check(target.RemoveKey(path)); }
+    template <class Other>
+    void CopyTo(const Basic<Other>& other) const {
+        Check(target.CopyTo(other.Unchecked()));
+    }
     [[nodiscard]] auto Values() const { return Checked(target.Values()); }
     [[nodiscard]] auto Keys() const { return Checked(target.Keys()); }
     [[nodiscard]] auto Walk() const { return Checked(target.Walk()); }
@@ -115,8 +139,6 @@ class Store : public Basic<arbor::Store> {
 public:
     explicit Store(HostObject* object) : Basic(arbor::Store(object)) {}
 
-    [[nodiscard]] Basic<Key> Open(Text path) const { return Basic<Key>(target.Open(path).value()); }
-    [[nodiscard]] Basic<Key> Make(Text path) const { return Basic<Key>(target.Make(path).value()); }
     void SetRoot(Text path) const { Check(target.SetRoot(path)); }
     void Clean() const { Check(target.Clean()); }
     void Save() const { Check(target.Save()); }
