@@ -105,6 +105,8 @@ TEST_F(GuideTest, ReadsAndResults) {
 
     const int port = store["Network/Proxy"].Get<int>("Port").value_or(80);
     EXPECT_EQ(port, 8080);
+    const bool same = store.Get<int>("Count") == 3;
+    EXPECT_TRUE(same && store.Get<int>("Text") != 0);
     const auto length = store["Network/Proxy"].Get<std::string>("Host").transform(&std::string::size);
     EXPECT_EQ(*length, 11U);
     const auto half = store.Get<int>("Count").and_then(Half);

@@ -195,6 +195,7 @@ inline Status WriteExactly(const Slot& slot, View value) {
 /// Returns `use(view)` for the view of `value` as the type that corresponds to it.
 template <class T, class Use>
 inline Status WithView(const T& value, Use use) {
+    static_assert(!std::same_as<T, std::nullptr_t>, "the store has no type for this");
     if constexpr (Scalar<T>) {
         const auto wire = static_cast<typename ScalarTraits<T>::Wire>(value);
         return use(View{ScalarTraits<T>::kType, &wire, sizeof wire});

@@ -79,6 +79,12 @@ public:
         return std::move(content);
     }
 
+    /// True for a success with this value.
+    [[nodiscard]] friend constexpr bool operator==(const Result& result,
+                                                   const T& value) requires std::equality_comparable<T> {
+        return result && result.content == value;
+    }
+
     /// The value, or `other` after a failure.
     template <class U>
     [[nodiscard]] constexpr T value_or(U&& other) const& {
