@@ -13,6 +13,10 @@ bool IsSameKey(const arbor::Key& left, const arbor::Key& right) {
     return left.Object() == right.Object() && left.Handle() == right.Handle();
 }
 
+bool IsSameKey(const std::optional<arbor::Key>& left, const arbor::Key& right) {
+    return left && IsSameKey(*left, right);
+}
+
 /// Whether `path` leads through `key`, or to it.
 bool LeadsThrough(const arbor::Key& root, const Path& path, const arbor::Key& key) {
     arbor::Key step = root;
@@ -73,6 +77,16 @@ void ThrowIfTaken(const arbor::Key& to, const Transfer& transfer, const std::opt
     if (!transfer.target.IsRoot() || counts.keys + counts.values != 0) ThrowExists(transfer.target, Describe(counts));
 }
 
+/// A removal changes the numbers of the siblings with the same name ("item#2"), so that `target` may be another key's
+/// path after it.
+void ThrowIfRenumbered(bool isSameTarget, const Path& target) {
+    if (isSameTarget) return;
+    throw StoreError(kernel::kAlreadyExists,
+                     target.Text() +
+                         ": the removal renumbers keys with the same name, and the path would be that of "
+                         "another key; give these keys names of their own first");
+}
+
 void TransferKey(host::Kernel& kernel, const arbor::Key& from, const arbor::Key& to, const Transfer& transfer) {
     const arbor::Key source = OpenKey(from, transfer.source);
     const std::optional<arbor::Key> target = FindKey(to, transfer.target);
@@ -82,8 +96,15 @@ void TransferKey(host::Kernel& kernel, const arbor::Key& from, const arbor::Key&
     const Document copy(kernel);
     CopyDisambiguated(source, copy.Root());
     if (!isRenamed) ThrowIfTaken(to, transfer, target);
+    const Path above = transfer.target.IsRoot() ? transfer.target : transfer.target.Parent();
+    const arbor::Key parent = MakeKey(to, above);
     if (transfer.isMove) RemoveKey(from, transfer.source);
-    if (target && !isRenamed && FindKey(to, transfer.target)) RemoveTarget(to, transfer.target);
+    if (target && !isRenamed) {
+        ThrowIfRenumbered(IsSameKey(FindKey(to, transfer.target), *target), transfer.target);
+        RemoveTarget(to, transfer.target);
+    }
+    const bool isFree = transfer.target.IsRoot() || !FindKey(to, transfer.target);
+    ThrowIfRenumbered(isFree && IsSameKey(FindKey(to, above), parent), transfer.target);
     CopyDisambiguated(copy.Root(), MakeKey(to, transfer.target));
 }
 
