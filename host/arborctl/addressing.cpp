@@ -79,7 +79,7 @@ arbor::Key MakeKey(const arbor::Key& top, const Path& path) {
 }
 
 void RemoveKey(const arbor::Key& top, const Path& path) {
-    if (path.IsRoot()) throw StoreError(kernel::kInvalidArgument, path.Text());
+    if (path.IsRoot()) throw StoreError(kernel::kInvalidArgument, "the root can't be removed, only what it contains");
     const arbor::Key parent = OpenKey(top, path.Parent());
     const PathName& name = path.Names().back();
     const std::optional<Child> child = FindChild(parent, name);

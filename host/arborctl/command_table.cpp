@@ -26,7 +26,7 @@ auto ParseOperand(const std::string& text, Parse parse) {
     try {
         return parse(text);
     } catch (const std::invalid_argument& error) {
-        throw std::invalid_argument(text + ": " + error.what());
+        throw std::invalid_argument((text.empty() ? "\"\"" : text) + ": " + error.what());
     }
 }
 
@@ -243,7 +243,7 @@ constexpr OptionRow kOptions[] = {
      [](Arguments& given, const std::string&) { given.raw = true; }},
     {"--from", "FILE", "set", "read the text, or the bytes of a blob, from a file; \"-\" is standard input",
      [](Arguments& given, const std::string& text) { given.textFile = PathFromArgument(text); }},
-    {"--from", "FORM", "import", "native, foreign or json; default: recognised by the content",
+    {"--from", "FORM", "import", "native, foreign, json or flat; default: recognised by the content",
      [](Arguments& given, const std::string& text) { given.from = ParseForm(text); }},
     {"--against", "OTHER-DOCUMENT", "report", "mark the differences from this document",
      [](Arguments& given, const std::string& text) { given.against = ParseDocument(text); }},

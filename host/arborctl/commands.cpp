@@ -57,7 +57,7 @@ int Remove(const Session& session, const Path& path) {
 int RemoveValue(const Session& session, const ValuePath& path) {
     return ChangeDocument(session, [&](const arbor::Key& root) {
         const ValueSlot value(OpenKey(root, path.key), path.value);
-        ThrowIfFailed(value.Remove(), value.Text());
+        ThrowIfFailed(value.Remove(), path.Text());
     });
 }
 

@@ -13,6 +13,7 @@
 #include <host/text.h>
 
 #include <fstream>
+#include <iterator>
 
 namespace arborctl {
 namespace {
@@ -48,6 +49,13 @@ void ThrowIfFormerDocumentRemains(const std::filesystem::path& document) {
         reason.append(name).append("\" restores it, --create=force creates a new one");
         throw StoreError(kernel::kAlreadyExists, reason);
     }
+}
+
+/// Returns what to do about a document that can't be loaded, for the end of the message.
+std::string LoadHint(kernel::ResultCode code, bool wasToChange) {
+    if (code == kernel::kNoDocument && wasToChange) return "; --create makes a new one";
+    if (code == kernel::kBadDocument || code == kernel::kInvalidArgument) return "; \"check\" shows where and why";
+    return "";
 }
 
 }   // namespace
@@ -86,11 +94,15 @@ std::string PathText(const std::filesystem::path& path) {
 std::string ReadFile(const std::filesystem::path& path, std::chrono::seconds wait) {
     std::ifstream stream;
     RetryFor(wait, [&] {
-        stream.open(path, std::ios::binary | std::ios::ate);
+        stream.open(path, std::ios::binary);
         return stream.is_open();
     });
-    std::string content(stream ? static_cast<std::size_t>(stream.tellg()) : 0, '\0');
-    stream.seekg(0);
+    std::error_code unknown;
+    if (!stream || std::filesystem::is_directory(path, unknown))
+        throw std::runtime_error(PathText(path) + " can't be read");
+    if (!std::filesystem::is_regular_file(path, unknown))   // a pipe has no size
+        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    std::string content(std::filesystem::file_size(path), '\0');
     stream.read(content.data(), static_cast<std::streamsize>(content.size()));
     if (!stream) throw std::runtime_error(PathText(path) + " can't be read");
     return content;
@@ -126,7 +138,8 @@ Document::Document(host::Kernel& kernel, const DocumentSettings& settings, Progr
         code = TryLoad(kernel, settings);
         return !(code == kernel::kFileInUse || (code == kernel::kNoDocument && lock == nullptr && IsBeingSaved(file)));
     });
-    if (kernel::IsFailure(code)) throw LoadError(code, "loading " + PathText(file));
+    if (kernel::IsFailure(code))
+        throw LoadError(code, "loading " + PathText(file) + LoadHint(code, access != Access::Read));
     if (settings.root.IsRoot()) return;
     const arbor::Key root = isNew ? MakeKey(Root(), settings.root) : OpenKey(Root(), settings.root);
     if (isNew) Save();
@@ -177,7 +190,7 @@ void Document::Save() const {
         code = Root().Save().Code();
         return !((code == kernel::kFileInUse || code == kernel::kAccessDenied) && IsReplaceable(file));
     });
-    ThrowIfFailed(arbor::Status(code), "saving");
+    ThrowIfFailed(arbor::Status(code), "saving " + PathText(file));
 }
 
 /// Adds and removes a key: that marks the document as changed and doesn't change it.

@@ -21,7 +21,10 @@ std::optional<arbor::Datum> ReadOne(const Document& document, const ValuePath& p
     const std::optional<ValueSlot> value = key ? std::optional(ValueSlot(*key, path.value)) : std::nullopt;
     const kernel::TypeCode own = value ? value->Type() : 0;
     if (own == 0 && request.fallback) return std::nullopt;
-    if (own == 0) throw StoreError(kernel::kNoSuchEntry, where);
+    if (own == 0) {
+        const bool isKey = key && FindChild(*key, path.value);
+        throw StoreError(kernel::kNoSuchEntry, where + (isKey ? " is a key, not a value; \"tree\" shows it" : ""));
+    }
     return ReadAs(*value, own, request.as, where);
 }
 

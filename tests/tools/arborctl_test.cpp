@@ -242,9 +242,12 @@ TEST_F(ArborctlTest, ErrorsReportTheCodeAndKeepTheDocument) {
     constexpr const char* kMalformed = "0x800000C0: the document is malformed";
     constexpr const char* kInvalid = "0x80000046: invalid argument";
     constexpr const char* kReadOnly = "0x800000C1: the document is open";
+    const std::string folderText = Path("") + " can't be read";
     const Case cases[] = {
         {"missing key", {"get", "Nowhere", "Port"}, kNoEntry},
         {"missing value", {"get", "Network", "Port"}, kNoEntry},
+        {"key instead of a value", {"get", "Network"}, "0x8000D002: no such key or value (Network is a key"},
+        {"missing value to remove", {"rm", "Network", "V"}, "0x8000D002: no such key or value (Network/V)"},
         {"missing value beside one that exists", {"get", "", "Blob", "", "None"}, kNoEntry},
         {"type to which a text can't be converted", {"retype", "Network/Comment", "tINT"}, kInvalid},
         {"missing value to convert", {"retype", "V", "tINT"}, kNoEntry},
@@ -270,7 +273,8 @@ TEST_F(ArborctlTest, ErrorsReportTheCodeAndKeepTheDocument) {
          "d.xml",
          {"--read-only"}},
         {"copy with --read-only", {"cp", "Network", "--to", Path("new.xml")}, kReadOnly, 1, "d.xml", {"--read-only"}},
-        {"removal of the root", {"rm", ""}, kInvalid},
+        {"removal of the root", {"rm", ""}, "0x80000046: invalid argument (the root can't be removed"},
+        {"a folder instead of a file", {"apply", Path("")}, folderText.c_str()},
         {"missing source", {"import", "none.xml"}, kNoDocument, 3},
         {"missing module", {"tree"}, "can't load the module", 1, "d.xml", {"--module", "none.so"}},
     };
@@ -283,6 +287,8 @@ TEST_F(ArborctlTest, ErrorsReportTheCodeAndKeepTheDocument) {
         EXPECT_THAT(outcome.output, IsEmpty());
         EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
     }
+    EXPECT_THAT(RunOn("none.xml", {"set", "V", "1"}).error, HasSubstr("none.xml; --create "));
+    EXPECT_THAT(RunOn("bad.xml", {"tree"}).error, HasSubstr("bad.xml; \"check\" shows where"));
     EXPECT_EQ(RunOn("d.xml", {"cp", "Nowhere", "--to", Path("new.xml")}).exitCode, 1);
     EXPECT_THAT(Files(), UnorderedElementsAre("d.xml", "bad.xml", "d.xml.tmp1f"));
 }
