@@ -21,8 +21,9 @@ namespace arbor {
 ///
 /// `Apply` first checks that each `Set` is exact for the value that is there; a refusal then has changed nothing. If a
 /// change is refused later, the changes before it are undone, the last one first. Values and keys whose removal was
-/// undone are the last of their siblings, and the document counts as changed. If there is no memory for undoing, the
-/// store keeps a part of the changes.
+/// undone are the last of their siblings, and the document counts as changed. A restored key is a new one: a `Key` that
+/// was opened before the removal isn't valid any more. If there is no memory for undoing, the store keeps a part of the
+/// changes. A batch that is destroyed without `Apply` or `Save` changes nothing.
 ///
 /// This isn't a transaction over threads, which the interface doesn't have: another thread sees the changes one after
 /// the other, can change the same values in between, and its save stores a part of them. Threads that need more share a
