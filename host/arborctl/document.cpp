@@ -102,7 +102,7 @@ std::string ReadFile(const std::filesystem::path& path, std::chrono::seconds wai
         throw std::runtime_error(PathText(path) + " can't be read");
     if (!std::filesystem::is_regular_file(path, unknown))   // a pipe has no size
         return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    std::string content(std::filesystem::file_size(path), '\0');
+    std::string content(static_cast<std::size_t>(std::filesystem::file_size(path)), '\0');
     stream.read(content.data(), static_cast<std::streamsize>(content.size()));
     if (!stream) throw std::runtime_error(PathText(path) + " can't be read");
     return content;
