@@ -116,6 +116,11 @@ arbor::Status ValueSlot::Remove() const { return byIndex ? byIndex->Remove() : k
 
 std::string ValueSlot::Text() const { return name.empty() ? "#1" : EncodeName(name); }
 
+bool ValueSlot::IsNumberedWith(const ValueSlot& other) const {
+    return (byIndex || other.byIndex) && key.Object() == other.key.Object() && key.Handle() == other.key.Handle() &&
+           IsSameName(StoredName(), other.StoredName());
+}
+
 std::optional<ValueSlot> FindValue(const arbor::Key& top, const Path& path) {
     if (path.IsOfKey()) return std::nullopt;
     const std::optional<arbor::Key> key = FindKey(top, path.Parent());

@@ -45,8 +45,13 @@ public:
     [[nodiscard]] arbor::Status Remove() const;
     /// The encoded name, for messages.
     [[nodiscard]] std::string Text() const;
+    /// Whether both are values of one key with one name, and at least one isn't the first of that name.
+    [[nodiscard]] bool IsNumberedWith(const ValueSlot& other) const;
 
 private:
+    /// The name without a number.
+    [[nodiscard]] std::string StoredName() const { return byIndex ? byIndex->Name() : name; }
+
     arbor::Key key;
     std::string name;
     std::optional<arbor::Value> byIndex{};   // set only if an earlier value of the key has the same name

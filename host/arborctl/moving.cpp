@@ -56,11 +56,23 @@ void RemoveTarget(const arbor::Key& root, const Path& path) {
     ThrowIfFailed(arbor::Status(kernel::Registry(root.Object()).Clean(root.Object())), path.Text());
 }
 
+/// A removal changes the numbers of the siblings with the same name ("item#2"), so that `target` may be another key's
+/// path after it.
+void ThrowIfRenumbered(bool isSameTarget, const Path& target) {
+    if (isSameTarget) return;
+    throw StoreError(kernel::kAlreadyExists,
+                     target.Text() +
+                         ": the removal renumbers siblings with the same name, and the path would be that of "
+                         "another one; give these names of their own first");
+}
+
 void TransferValue(const arbor::Key& from, const arbor::Key& to, const Transfer& transfer, const ValueSlot& source) {
     const Path& target = transfer.target;
     if (target.IsOfKey() || FindKey(to, target))
         throw StoreError(kernel::kInvalidArgument, target.Text() + " is a key, and a value needs a path of its own");
     const arbor::Datum datum = ValueOrThrow(source.Read(0), transfer.source.Text());
+    const std::optional<ValueSlot> taken = FindValue(to, target);
+    ThrowIfRenumbered(!(transfer.isMove && taken && taken->IsNumberedWith(source)), target);
     if (transfer.isMove) RemoveEntry(from, transfer.source);
     const std::optional<ValueSlot> existing = FindValue(to, target);
     if (existing && !transfer.replacesTarget) ThrowExists(target, "a " + TypeName(existing->Type()));
@@ -75,16 +87,6 @@ void ThrowIfTaken(const arbor::Key& to, const Transfer& transfer, const std::opt
     if (!target || transfer.replacesTarget) return;
     const Counts counts = CountsOf(*target);
     if (!transfer.target.IsRoot() || counts.keys + counts.values != 0) ThrowExists(transfer.target, Describe(counts));
-}
-
-/// A removal changes the numbers of the siblings with the same name ("item#2"), so that `target` may be another key's
-/// path after it.
-void ThrowIfRenumbered(bool isSameTarget, const Path& target) {
-    if (isSameTarget) return;
-    throw StoreError(kernel::kAlreadyExists,
-                     target.Text() +
-                         ": the removal renumbers keys with the same name, and the path would be that of "
-                         "another key; give these keys names of their own first");
 }
 
 void TransferKey(host::Kernel& kernel, const arbor::Key& from, const arbor::Key& to, const Transfer& transfer) {

@@ -106,11 +106,13 @@ TEST_F(ChangesTest, MovesAndCopiesKeysAndValues) {
         SCOPED_TRACE(row.label);
         ExpectResult(row.command, "", row.result, row.exitCode);
     }
-    constexpr const char* kRepeated = "<r><i v=\"1\"></i><i v=\"2\"></i><i v=\"3\"></i></r>";
+    constexpr const char* kRepeated = "<r><i noname=\"1\">t</i><i v=\"2\"></i><i v=\"3\"></i></r>";
     Write("r.xml", kRepeated);
-    for (const std::vector<std::string>& command :
-         {std::vector<std::string>{"mv", "r/i", "r/i#2"}, {"cp", "r/i", "r/i#2"}, {"mv", "r/i", "r/i#2/k"}}) {
-        EXPECT_THAT(RunOn("r.xml", command, {"--convert", "--force"}).error, HasSubstr("that of another key"));
+    for (const std::vector<std::string>& command : {std::vector<std::string>{"mv", "r/i", "r/i#2"},
+                                                    {"cp", "r/i", "r/i#2"},
+                                                    {"mv", "r/i", "r/i#2/k"},
+                                                    {"mv", "r/i/noname", "r/i/noname#2"}}) {
+        EXPECT_THAT(RunOn("r.xml", command, {"--convert", "--force"}).error, HasSubstr("that of another one"));
         EXPECT_EQ(FileText(folder / "r.xml"), kRepeated);
     }
     Write("from.xml", kDocument);
