@@ -106,7 +106,7 @@ struct CommandRow {
 struct OptionRow {
     std::string_view name;       // as in "--as"
     std::string_view argument;   // "" for a flag; in brackets if it is optional and follows a "="
-    std::string_view commands;   // those that accept the option, separated by blanks; "" for all
+    std::string_view commands;   // those that accept the option, separated by spaces; "" for all
     std::string_view help;
     /// Converts the argument. Throws `std::invalid_argument` with the reason.
     void (*set)(Arguments& given, const std::string& argument);
@@ -116,7 +116,7 @@ struct OptionRow {
 
 struct OperandRow {
     std::string_view name;
-    std::string_view commands;   // those whose operand it describes, separated by blanks; "" for all others
+    std::string_view commands;   // those whose operand it describes, separated by spaces; "" for all others
     std::string_view help;
 };
 
@@ -143,7 +143,7 @@ struct OperandNames {
 /// Returns the description of a command's operand.
 [[nodiscard]] std::string_view OperandHelp(const CommandRow& command, std::string_view operand);
 
-/// Whether a list of names separated by blanks has `name`.
+/// Whether a list of names separated by spaces has `name`.
 [[nodiscard]] bool ListHas(std::string_view list, std::string_view name);
 
 /// The operands of a whole command line by their meaning.

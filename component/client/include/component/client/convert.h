@@ -34,7 +34,7 @@ struct Convert<T> {
 };
 
 /// A `std::chrono::duration` is stored as its count: its unit is the type's, not the document's. Recognised by its
-/// members, because the header `<chrono>` would be a seventh of what the compilation of the client costs.
+/// members, because the header `<chrono>` would take 14 % of the time to compile the client.
 template <class T>
 requires requires(const T& duration) {
     typename T::period;
