@@ -81,6 +81,7 @@ const RefusalCase kRefusals[] = {
     {"an unknown member after a known one", {2, 11, 0}, kText + 8},
     {"no bytes, without end", {1, 0, 1, 0}, 8},
     {"a number of six bytes", {1, 0x88, 0x80, 0x80, 0x80, 0x80, 0x00, 0}, 8},
+    {"a number of six bytes, in a value of one", {1, 0x88, 0x80, 0x80, 0x80, 0x80, 0}, 1},
     {"a number above 32 bits", {1, 0xFF, 0xFF, 0xFF, 0xFF, 0x7F, 0}, 8},
 };
 
