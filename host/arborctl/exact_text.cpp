@@ -78,7 +78,7 @@ std::optional<double> ParseDouble(std::string_view text) {
 std::string DoubleText(const std::string& bytes) {
     const auto number = NumberOf<double>(bytes);
     std::array<char, 32> text{};
-    const std::string shortest(text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr);
+    std::string shortest(text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr);
     const std::optional<double> parsed = ParseDouble(shortest);
     if (parsed && BytesOf(*parsed, sizeof number) == bytes) return shortest;
     std::string bits(kNanBits);
