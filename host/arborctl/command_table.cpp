@@ -124,7 +124,9 @@ Work PrepareTransfer(const Arguments& given, bool isMove) {
                                 .target = given.PathAt(given.Has(1) ? 1 : 0),
                                 .isMove = isMove,
                                 .replacesTarget = given.force},
-            document = given.otherDocument](const Session& session) { return CopyOrMove(session, transfer, document); };
+            document = given.otherDocument, exactness = ExactnessOf(given)](const Session& session) {
+        return CopyOrMove(session, transfer, document, exactness);
+    };
 }
 
 constexpr CommandRow kCommands[] = {
@@ -164,9 +166,8 @@ constexpr CommandRow kCommands[] = {
     {"import", Family::Changing, "FILE [PATH]", "Copy an XML document, or JSON, into this one or into a key of it",
      "--create settings.xml import foreign.xml",
      [](const Arguments& given) -> Work {
-         return [file = given.DocumentAt(0), path = given.PathAt(1), from = given.from](const Session& session) {
-             return Import(session, file, path, from);
-         };
+         return [file = given.DocumentAt(0), path = given.PathAt(1), from = given.from, exactness = ExactnessOf(given)](
+                    const Session& session) { return Import(session, file, path, from, exactness); };
      }},
     {"check", Family::Files, "", "Report why and where the document can't be loaded, or what a save drops or changes",
      "settings.xml check", [](const Arguments&) -> Work { return Check; }, nullptr, kernel::TraceWarning},
@@ -222,6 +223,10 @@ constexpr OperandRow kOperands[] = {
 
 constexpr OptionRow kOptions[] = {
     {"--lenient", "", "set apply", "store what the text becomes, even if that is another value",
+     [](Arguments& given, const std::string&) { given.lenient = true; }},
+    {"--lenient", "", "import", "store what a text or a save makes of a value, even if that is another value",
+     [](Arguments& given, const std::string&) { given.lenient = true; }},
+    {"--lenient", "", "mv cp", "copy values that the save of the other document changes, too",
      [](Arguments& given, const std::string&) { given.lenient = true; }},
     {"--depth", "LEVELS", "tree", "show only so many levels of keys and values",
      [](Arguments& given, const std::string& text) { given.depth = ParseNumber(text, kMaxPathNames); }},

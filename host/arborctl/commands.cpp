@@ -28,9 +28,22 @@ DocumentSettings TargetSettings(const Session& session, const std::filesystem::p
             .wait = session.settings.wait};
 }
 
-int CopyToDocument(const Session& session, const Transfer& transfer, const std::filesystem::path& document) {
+/// Throws a `StoreError` if there is neither a value nor a key at `path`, or if a save of another document changes one
+/// of its values.
+void RequireKept(const Session& session, const arbor::Key& root, const Path& path, Exactness exactness) {
+    const ValueText valueText(session.kernel);
+    const ExactValues values(valueText, exactness);
+    const std::string where = path.IsRoot() ? "" : path.Text();
+    if (const std::optional<ValueSlot> value = FindValue(root, path))
+        values.ThrowIfNotKept(ValueOrThrow(value->Read(0), where), where);
+    else
+        values.ThrowIfNotKept(OpenKey(root, path), where);
+}
+
+int CopyToDocument(const Session& session, const Transfer& transfer, const std::filesystem::path& document,
+                   Exactness exactness) {
     const Document source = session.Load();
-    RequireEntry(source.Root(), transfer.source);
+    RequireKept(session, source.Root(), transfer.source, exactness);
     const ChangedDocument target(session, TargetSettings(session, document));
     CopyOrMove(session.kernel, source.Root(), target.Root(), transfer);
     target.Finish();
@@ -38,9 +51,10 @@ int CopyToDocument(const Session& session, const Transfer& transfer, const std::
 }
 
 /// Saves the target first: a failure between the two saves leaves what is moved in both documents.
-int MoveToDocument(const Session& session, const Transfer& transfer, const std::filesystem::path& document) {
+int MoveToDocument(const Session& session, const Transfer& transfer, const std::filesystem::path& document,
+                   Exactness exactness) {
     const ChangedDocument source(session, session.settings);
-    RequireEntry(source.Root(), transfer.source);
+    RequireKept(session, source.Root(), transfer.source, exactness);
     const ChangedDocument target(session, TargetSettings(session, document));
     CopyOrMove(session.kernel, source.Root(), target.Root(), transfer);
     target.Finish();
@@ -61,13 +75,15 @@ int RemoveValue(const Session& session, const ValuePath& path) {
     });
 }
 
-int CopyOrMove(const Session& session, const Transfer& transfer, const std::optional<std::filesystem::path>& other) {
+int CopyOrMove(const Session& session, const Transfer& transfer, const std::optional<std::filesystem::path>& other,
+               Exactness exactness) {
     if (!other || IsSameFile(*other, session.settings.document)) {
         return ChangeDocument(session,
                               [&](const arbor::Key& root) { CopyOrMove(session.kernel, root, root, transfer); });
     }
     if (session.settings.readOnly) throw StoreError(kernel::kReadOnlyObject, "copying to " + PathText(*other));
-    return transfer.isMove ? MoveToDocument(session, transfer, *other) : CopyToDocument(session, transfer, *other);
+    return transfer.isMove ? MoveToDocument(session, transfer, *other, exactness)
+                           : CopyToDocument(session, transfer, *other, exactness);
 }
 
 }   // namespace arborctl

@@ -64,11 +64,14 @@ int Retype(const Session& session, const RetypeRequest& request);
 int Remove(const Session& session, const Path& path);
 int RemoveValue(const Session& session, const ValuePath& path);
 /// Copies or moves a value or a key, to another document if `other` is given; that document is created if it is
-/// missing.
-int CopyOrMove(const Session& session, const Transfer& transfer, const std::optional<std::filesystem::path>& other);
+/// missing, and a value that its save changes is refused unless `exactness` is lenient.
+int CopyOrMove(const Session& session, const Transfer& transfer, const std::optional<std::filesystem::path>& other,
+               Exactness exactness);
 /// Copies all of another document into the key at `path`, which is created if it is missing. `file` is "-" for standard
-/// input. Repeated names get numbers: "item", "item#2". Reads all input first: on a failure nothing is saved.
-int Import(const Session& session, const std::filesystem::path& file, const Path& path, ImportForm form);
+/// input. Repeated names get numbers: "item", "item#2". Reads all input first: on a failure nothing is saved. A value
+/// that the save changes is refused unless `exactness` is lenient.
+int Import(const Session& session, const std::filesystem::path& file, const Path& path, ImportForm form,
+           Exactness exactness);
 /// `backup` is a file name, a path, or an ending such as "bak2".
 int RestoreBackup(const Session& session, const std::string& backup);
 /// Swaps the document and the one before its last save, so that a second `Undo` brings the document back.

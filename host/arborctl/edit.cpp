@@ -183,7 +183,7 @@ private:
         ApplyText(session.kernel, tree.Root(), text, "the edited text", {.forms = LineForms::Flat, .within = path});
         std::vector<Change> changes = Compare(key, top);
         const ValueText valueText(session.kernel);
-        const ExactValues values(valueText, Exactness::Exact);
+        const ExactValues values(valueText, Exactness::Exact, "\"apply --lenient\" stores that");
         for (Change& change : changes) {
             if (change.after) values.ThrowIfNotKept(*change.after, JoinPath(change.path, *change.value));
             if (!path.IsRoot()) change.path = change.path.empty() ? path.Text() : JoinPath(path.Text(), change.path);

@@ -4,13 +4,12 @@
 
 #include "exact_text.h"
 #include "type_texts.h"
+#include "walk.h"
 
 #include <cstring>
 
 namespace arborctl {
 namespace {
-
-constexpr std::string_view kHint = "; --lenient stores that";
 
 /// Returns a text for a message, shortened.
 std::string Shown(const std::string& text) {
@@ -32,31 +31,36 @@ bool IsSame(const arbor::Datum& left, const arbor::Datum& right) { return left.b
 
 }   // namespace
 
+bool IsAlwaysKept(kernel::TypeCode type) {
+    switch (type) {
+        case kernel::tWSTRING:
+        case kernel::tBOOL:
+        case kernel::tCHAR:
+        case kernel::tWCHAR:
+        case kernel::tFUNC_PTR:
+        case kernel::tDOUBLE:
+            return false;
+        default:
+            return true;
+    }
+}
+
 arbor::Datum ExactValues::Parse(kernel::TypeCode type, const std::string& text, const std::string& where) const {
     std::optional<arbor::Datum> exact = FromExactText(type, text);
     if (exact) {
         ThrowIfNotKept(*exact, where);
         return *std::move(exact);
     }
-    if (exactness == Exactness::Exact) Refuse(type, text, where);
+    if (exactness == Exactness::Exact) RefuseText(type, text, where);
     return valueText.Parse(type, text);
 }
 
 void ExactValues::ThrowIfNotKept(const arbor::Datum& datum, const std::string& where) const {
-    switch (datum.type) {
-        case kernel::tWSTRING:
-            if (exactness == Exactness::Exact && HasSurrogates(datum.bytes))
-                throw StoreError(kernel::kInvalidArgument,
-                                 where + ": a save splits the characters above U+FFFF of a tWSTRING" + kHint.data());
-            return;
-        case kernel::tBOOL:
-        case kernel::tCHAR:
-        case kernel::tWCHAR:
-        case kernel::tFUNC_PTR:
-        case kernel::tDOUBLE:
-            break;
-        default:
-            return;   // the document keeps every bit
+    if (IsAlwaysKept(datum.type)) return;
+    if (datum.type == kernel::tWSTRING) {
+        if (exactness == Exactness::Exact && HasSurrogates(datum.bytes))
+            Refuse(where + ": a save splits the characters above U+FFFF of a tWSTRING");
+        return;
     }
     std::string kept;
     try {
@@ -65,16 +69,30 @@ void ExactValues::ThrowIfNotKept(const arbor::Datum& datum, const std::string& w
         throw StoreError(error.Code(), where + ": " + TypeName(datum) + ' ' + ToExactText(datum) + " can't be saved");
     }
     if (exactness == Exactness::Lenient || IsSame(valueText.Parse(datum.type, kept), datum)) return;
-    throw StoreError(kernel::kInvalidArgument,
-                     where + ": " + ShownValue(datum) + " would be saved as " + Shown(kept) + kHint.data());
+    Refuse(where + ": " + ShownValue(datum) + " would be saved as " + Shown(kept));
 }
 
-void ExactValues::Refuse(kernel::TypeCode type, const std::string& text, const std::string& where) const {
+void ExactValues::ThrowIfNotKept(const arbor::Key& top, const std::string& path) const {
+    PrintedPaths paths(path);
+    Walk(top, [&](const arbor::Key& key, std::size_t depth) {
+        paths.Enter(key, depth);
+        ForEachValue(key, [&](const arbor::Value& value) {
+            if (!IsAlwaysKept(value.Type()))
+                ThrowIfNotKept(Read(value), JoinPath(paths.Path(), EncodeName(value.Name())));
+        });
+    });
+}
+
+void ExactValues::Refuse(const std::string& reason) const {
+    throw StoreError(kernel::kInvalidArgument, reason + "; " + std::string(hint));
+}
+
+void ExactValues::RefuseText(kernel::TypeCode type, const std::string& text, const std::string& where) const {
     std::string reason = where + ": " + Shown(text) + " isn't a " + std::string(kernel::FindType(type)->name) + " (";
     reason.append(TextsOf(type).text).append(")");
     try {
         const std::string stored = valueText.Format(valueText.Parse(type, text));
-        reason.append(", and would be stored as ").append(Shown(stored)).append(kHint);
+        reason.append(", and would be stored as ").append(Shown(stored)).append("; ").append(hint);
     } catch (const StoreError&) {
     }   // the store refuses it too
     throw StoreError(kernel::kInvalidArgument, reason);

@@ -13,10 +13,14 @@ enum class Exactness {
     Lenient,   // the store's own conversions
 };
 
+/// Whether the document keeps every value of the type in every bit.
+[[nodiscard]] bool IsAlwaysKept(kernel::TypeCode type);
+
 class ExactValues {
 public:
-    /// `texts` must outlive this.
-    ExactValues(const ValueText& texts, Exactness mode) : valueText(texts), exactness(mode) {}
+    /// `texts` must outlive this. `onRefusal` ends a message: how the user gets such a value stored all the same.
+    ExactValues(const ValueText& texts, Exactness mode, std::string_view onRefusal = "--lenient stores that")
+        : valueText(texts), exactness(mode), hint(onRefusal) {}
 
     /// Returns the value of `type` with this text. Throws a `StoreError` if the type has none or, unless lenient, if a
     /// save wouldn't keep it. The error begins with `where`, the path of the value.
@@ -25,12 +29,17 @@ public:
     /// Throws a `StoreError` if the document has no text for the value or, unless lenient, if the text is that of
     /// another value.
     void ThrowIfNotKept(const arbor::Datum& datum, const std::string& where) const;
+    /// The same for each value below `top`, whose path is `path`.
+    void ThrowIfNotKept(const arbor::Key& top, const std::string& path) const;
 
 private:
-    [[noreturn]] void Refuse(kernel::TypeCode type, const std::string& text, const std::string& where) const;
+    /// Ends the message with the hint.
+    [[noreturn]] void Refuse(const std::string& reason) const;
+    [[noreturn]] void RefuseText(kernel::TypeCode type, const std::string& text, const std::string& where) const;
 
     const ValueText& valueText;
     Exactness exactness;
+    std::string_view hint;
 };
 
 /// The type that a value has after it is set: its own type if it exists, else `type`, or tSTRING if that is 0.

@@ -64,29 +64,33 @@ int AddToDocument(const Session& session, const Input& input, const Path& path,
     });
 }
 
-std::deque<TreeEntry> ReadJson(const Session& session, const Input& input) {
+std::deque<TreeEntry> ReadJson(const Session& session, const Input& input, const ExactValues& values) {
     const Progress::Stage stage = session.progress.Begin("reading", input.file);
-    return ReadJsonDocument(input.content, input.Name());
+    return ReadJsonDocument(input.content, input.Name(), &values);
 }
 
 }   // namespace
 
-int Import(const Session& session, const std::filesystem::path& file, const Path& path, ImportForm wanted) {
+int Import(const Session& session, const std::filesystem::path& file, const Path& path, ImportForm wanted,
+           Exactness exactness) {
+    const ValueText valueText(session.kernel);
+    const ExactValues values(valueText, exactness);
     Input input = ReadInput(file, session.settings.wait);
     const ImportForm form = wanted == ImportForm::Any ? FormOf(input.content) : wanted;
     if (form == ImportForm::Json) {
-        const std::deque<TreeEntry> entries = ReadJson(session, input);
+        const std::deque<TreeEntry> entries = ReadJson(session, input, values);
         input.content = {};
         return AddToDocument(session, input, path, [&](const arbor::Key& key) { AddEntries(entries, key); });
     }
     if (form == ImportForm::Flat) {
         return AddToDocument(session, input, path, [&](const arbor::Key& key) {
-            ApplyText(session.kernel, key, input.content, input.Name(), {.forms = LineForms::Flat});
+            ApplyText(session.kernel, key, input.content, input.Name(), {.forms = LineForms::Flat, .values = &values});
         });
     }
     RequireXmlForm(input, wanted);
     host::MemoryIo io(session.kernel, input.IsFile() ? "" : std::move(input.content));
     const Document source = LoadXml(session, input, io);
+    values.ThrowIfNotKept(source.Root(), "");
     return AddToDocument(session, input, path, [&](const arbor::Key& key) { CopyDisambiguated(source.Root(), key); });
 }
 

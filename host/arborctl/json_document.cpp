@@ -68,6 +68,9 @@ struct Level {
 /// Converts the parser's events to entries.
 class EntryReader : public json::json_sax_t {
 public:
+    /// `values` may be null.
+    explicit EntryReader(const ExactValues* values) : exactValues(values) {}
+
     [[nodiscard]] std::deque<TreeEntry> TakeEntries() { return std::move(entries); }
 
     /// The path of the innermost named key or value.
@@ -171,6 +174,7 @@ private:
         const std::string text = value ? TextOf(*row) : TextOfBytes(*row);
         std::optional<arbor::Datum> datum = FromExactText(row->type, text);
         if (!datum) throw JsonFault(Excerpt(text) + " isn't a " + *type);
+        if (exactValues != nullptr && !IsAlwaysKept(row->type)) exactValues->ThrowIfNotKept(*datum, Path());
         entries.push_back({depth, *level.name, *std::move(datum)});
     }
 
@@ -225,6 +229,7 @@ private:
             throw JsonFault("the name of a key holds a separator: " + EncodeName(*level.name));
     }
 
+    const ExactValues* exactValues;
     std::deque<TreeEntry> entries;
     std::vector<Level> levels;
     std::size_t depth = 0;               // of the innermost open key; the root has 0
@@ -250,18 +255,22 @@ void WriteJsonDocument(std::ostream& target, const arbor::Key& top, const std::f
     writer.EndLine();
 }
 
-std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file) {
-    EntryReader reader;
+std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file, const ExactValues* values) {
+    EntryReader reader(values);
     const char* last = content.data();
+    const auto where = [&] {
+        const auto offset = static_cast<std::size_t>(last - content.data());
+        return file + Suffix(LocationCounter(content).At(offset)) + ": ";
+    };
     try {
         static_cast<void>(json::sax_parse(TrackedBytes(content.data(), &last),
                                           TrackedBytes(content.data() + content.size(), &last), &reader));
         return reader.TakeEntries();
     } catch (const JsonFault& fault) {
-        const auto offset = static_cast<std::size_t>(last - content.data());
         const std::string path = reader.Path();
-        throw std::runtime_error(file + Suffix(LocationCounter(content).At(offset)) + ": " +
-                                 (path.empty() ? "" : path + ": ") + fault.what());
+        throw std::runtime_error(where() + (path.empty() ? "" : path + ": ") + fault.what());
+    } catch (const StoreError& error) {   // names the path
+        throw std::runtime_error(where() + error.what());
     }
 }
 

@@ -1,6 +1,7 @@
 /// A tree as a JSON document: nested objects with "name", "values" and "keys". docs/arbor.schema.json describes them.
 #pragma once
 
+#include "exactness.h"
 #include "json.h"
 
 #include <deque>
@@ -40,8 +41,10 @@ struct TreeEntry {
 };
 
 /// Reads a JSON document. A key precedes its values and keys. Throws `std::runtime_error` for what the schema refuses;
-/// its text begins with `file` and the line and column.
-[[nodiscard]] std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file);
+/// its text begins with `file` and the line and column. If `values` isn't null, a value that a save changes is refused
+/// too.
+[[nodiscard]] std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file,
+                                                     const ExactValues* values = nullptr);
 
 /// Adds the entries below `top`; repeated names get numbers.
 void AddEntries(const std::deque<TreeEntry>& entries, const arbor::Key& top);

@@ -117,10 +117,6 @@ void RemoveEntry(const arbor::Key& root, const Path& path) {
     value ? ThrowIfFailed(value->Remove(), value->Text()) : RemoveKey(root, path);
 }
 
-void RequireEntry(const arbor::Key& root, const Path& path) {
-    if (!FindValue(root, path)) static_cast<void>(OpenKey(root, path));
-}
-
 void CopyOrMove(host::Kernel& kernel, const arbor::Key& from, const arbor::Key& to, const Transfer& transfer) {
     const std::optional<ValueSlot> value = FindValue(from, transfer.source);
     value ? TransferValue(from, to, transfer, *value) : TransferKey(kernel, from, to, transfer);

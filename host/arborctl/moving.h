@@ -9,9 +9,6 @@ namespace arborctl {
 /// Removes the value at `path` or, if there is none, the key. Throws a `StoreError` if there is neither.
 void RemoveEntry(const arbor::Key& root, const Path& path);
 
-/// Throws a `StoreError` if there is neither a value nor a key at `path`.
-void RequireEntry(const arbor::Key& root, const Path& path);
-
 /// A value or a key with its subtree, to be copied or moved.
 struct Transfer {
     Path source{};

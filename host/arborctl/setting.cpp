@@ -44,7 +44,8 @@ std::optional<arbor::Datum> ConvertExactly(const arbor::Datum& before, kernel::T
 arbor::Datum Convert(const ValueSlot& value, const arbor::Datum& before, const RetypeRequest& request,
                      const ValueText& valueText) {
     const std::string where = request.path.Text();
-    const ExactValues exactValues(valueText, request.force ? Exactness::Lenient : Exactness::Exact);
+    const ExactValues exactValues(valueText, request.force ? Exactness::Lenient : Exactness::Exact,
+                                  "--force does that");
     if (auto exact = ConvertExactly(before, request.type, exactValues, where)) return *std::move(exact);
     const std::string what = where + ": " + ShownValue(before);
     const std::string target(kernel::FindType(request.type)->name);

@@ -128,6 +128,41 @@ TEST_F(ChangesTest, MovesAndCopiesKeysAndValues) {
     EXPECT_EQ(RunOn("from.xml", {"get", "W"}).output, "AB\n");
 }
 
+TEST_F(ChangesTest, CopiesOfValuesThatASaveChangesAreRefusedUnlessLenient) {
+    constexpr const char* kTiny =
+        "<arbor><key name='K'><tINT name='i'>1</tINT><tDOUBLE name='v'>0.000000001</tDOUBLE></key></arbor>";
+    constexpr const char* kReason =
+        "0x80000046: invalid argument (K/v: tDOUBLE \"1e-09\" would be saved as \"0.000000\"; --lenient stores that)";
+    struct Case {
+        const char* document;
+        std::vector<std::string> command;
+        const char* input;
+        const char* location;
+    };
+    const Case cases[] = {
+        {"d.xml", {"import", "-"}, "K i tINT 1\nK v tDOUBLE 1e-9", "standard input:2: "},
+        {"d.xml",
+         {"import", "-"},
+         R"({"keys":[{"name":"K","values":[{"name":"v","type":"tDOUBLE","value":1e-9}]}]})",
+         "standard input:1:73: "},
+        {"d.xml", {"import", "-"}, kTiny, ""},
+        {"tiny.xml", {"cp", "K", "--to", Path("d.xml")}, "", ""},
+        {"tiny.xml", {"mv", "K/v", "--to", Path("d.xml")}, "", ""},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(testing::PrintToString(row.command) + row.input);
+        Write("d.xml", kDocument);
+        Write("tiny.xml", kTiny);
+        const Outcome exact = RunOn(row.document, row.command, {}, row.input);
+        EXPECT_EQ(exact.exitCode, 1);
+        EXPECT_THAT(exact.error, StartsWith(std::string("arborctl: ") + row.location + kReason));
+        EXPECT_EQ(FileText(folder / "d.xml"), kDocument);
+        EXPECT_EQ(FileText(folder / "tiny.xml"), kTiny);
+        EXPECT_EQ(RunOn(row.document, row.command, {"--lenient"}, row.input).exitCode, 0);
+        EXPECT_EQ(RunOn("d.xml", {"get", "K/v"}).output, "0.000000\n");
+    }
+}
+
 TEST_F(ChangesTest, DryRunShowsTheDifferenceAndSavesNothing) {
     Write("other.xml", "<arbor><tINT name='i'>1</tINT></arbor>");
     struct Case {
