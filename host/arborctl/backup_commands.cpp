@@ -42,6 +42,14 @@ std::unique_ptr<host::TimedFileLock> LockForRestoring(const Session& session) {
     return session.dryRun ? nullptr : LockDocument(session.settings);
 }
 
+/// Returns the end of a message that names a backup, if there is one. An `undo` that was killed has left the document
+/// in such a file.
+std::string OtherBackup(const std::filesystem::path& document) {
+    const std::vector<BackupFile> files = FindBackups(document);
+    if (files.empty() || files.back().path == document) return "";
+    return "; \"restore " + PathText(files.back().path.filename()) + "\" restores another one";
+}
+
 /// A save in progress may not yet have opened, or have already closed, its temporary file.
 constexpr std::chrono::minutes kMinAge{1};
 
@@ -106,7 +114,8 @@ int Undo(const Session& session) {
     const std::filesystem::path& document = session.settings.document;
     const std::filesystem::path backup = SecondBackup(document);
     if (!std::filesystem::exists(backup))
-        throw StoreError(kernel::kNoDocument, PathText(backup) + ": no save has kept a former document");
+        throw StoreError(kernel::kNoDocument,
+                         PathText(backup) + ": no save has kept a former document" + OtherBackup(document));
     static_cast<void>(session.LoadBackup(backup));   // throws if it can't be loaded
     if (!std::filesystem::exists(document))
         throw LoadError(kernel::kNoDocument, PathText(document) + "; \"restore bak2\" restores the former one");

@@ -95,6 +95,7 @@ void CopyDurably(const std::filesystem::path& from, const std::filesystem::path&
         std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing, error);
     });
     host::FlushToDisk(to);
+    host::FlushToDisk(FolderOf(to));   // the name is on the disk before a move replaces the other one
 }
 
 void Move(const std::filesystem::path& from, const std::filesystem::path& to, std::chrono::milliseconds wait) {
@@ -106,7 +107,7 @@ void Move(const std::filesystem::path& from, const std::filesystem::path& to, st
 void LinkOrCopy(const std::filesystem::path& from, const std::filesystem::path& to, std::chrono::milliseconds wait) {
     std::error_code unsupported;
     std::filesystem::create_hard_link(from, to, unsupported);
-    if (unsupported) CopyDurably(from, to, wait);
+    unsupported ? CopyDurably(from, to, wait) : host::FlushToDisk(FolderOf(to));
 }
 
 }   // namespace
