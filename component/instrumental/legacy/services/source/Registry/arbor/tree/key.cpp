@@ -92,14 +92,15 @@ Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created
     Key* firstAdded = nullptr;   // all keys that are added later lie below it
     Key* parentOfFirstAdded = nullptr;
     PathSplitter splitter(path);
-    for (bool isFirst = true; !splitter.AtEndForAdding(); isFirst = false) {
+    while (!splitter.AtEndForAdding()) {
         const bool isLast = splitter.AtLastComponent();
         const std::string_view component = splitter.Next();
         const HashedName hashed = MakeHashedName(component);
         // A component before a `/` may contain `\`. If the keys on the path with `\` as separator all exist, the
         // component refers to the last of them. Otherwise one key is added whose name is the whole component.
+        // With `alwaysNew` no search is needed at any component: below a new key there are no keys.
         Key* child = nullptr;
-        if (!isFirst || !alwaysNew) child = isLast ? key->FindChild(hashed) : key->FindPathRange(component, nullptr);
+        if (!alwaysNew) child = isLast ? key->FindChild(hashed) : key->FindPathRange(component, nullptr);
         if (child == nullptr) {
             child = key->AddChild(component, hashed.hash);
             if (child == nullptr) {
