@@ -55,7 +55,7 @@ constexpr std::array<TypeNameRow, kLastRow - kFirstRow + 1> TypeNameIndex = {{
 constexpr std::size_t kMinNameLength = 4;
 
 constexpr TypeCode Find(std::string_view name) {
-    if (name.size() < kMinNameLength || name[0] != 't') return 0;
+    if (name.size() < kMinNameLength) return 0;
     if (name[1] < kFirstRow || name[1] > kLastRow) return 0;
     for (const std::uint8_t code : TypeNameIndex[static_cast<std::size_t>(name[1] - kFirstRow)]) {
         if (code == 0) return 0;
