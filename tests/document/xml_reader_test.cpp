@@ -50,17 +50,27 @@ TEST(XmlReaderTest, SimpleElementsAreReadInOneStepAfterAnyWhitespace) {
     constexpr std::string_view kIndents[] = {"\n        ", "\n        ", "\r\n        ", "", "\n ", "\n\t", "\n "};
     constexpr std::string_view kNames[] = {"", "a value's", "of 12 bytes.", "of seventeen byte"};
     for (const std::string_view name : kNames) {
+        const std::string_view text = name.empty() ? "&lt;x" : "x";
         std::string input;
         for (const std::string_view indent : kIndents)
-            input.append(indent).append("<tINT name=\"").append(name).append("\">x</tINT>");
+            input.append(indent).append("<tINT name=\"").append(name).append("\">").append(text).append("</tINT>");
+        input.append(kIndents[std::size(kIndents) - 1]);   // the same whitespace, but the input ends after it
         const std::vector<char> exact(input.begin(), input.end());
         XmlReader reader = ReaderOf({exact.data(), exact.size()});
         XmlSimpleElement element;
         for (const std::string_view indent : kIndents) {
             EXPECT_TRUE(reader.TryReadSimpleElement(" name=\"", element)) << name << indent;
             EXPECT_EQ(element.attributeValue.View(), name);
+            EXPECT_EQ(element.text.View(), text);
+            EXPECT_EQ(element.hasReferences, name.empty());
         }
         EXPECT_FALSE(reader.TryReadSimpleElement(" name=\"", element));
+    }
+    for (const std::string_view other : {"<a>x</a>", "<a name=\"n\"/>", "<a name=\"n\">x</b>"}) {
+        XmlReader reader = ReaderOf(other);
+        XmlSimpleElement element;
+        EXPECT_FALSE(reader.TryReadSimpleElement(" name=\"", element)) << other;
+        EXPECT_TRUE(IsBefore(reader, other)) << other;
     }
 }
 

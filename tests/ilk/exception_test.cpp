@@ -149,7 +149,7 @@ ilk::ResultCode LookUp(std::uint64_t address, ilk::StackModule& module) {
 
 TEST(StackTraceTest, EachModuleIsLookedUpOnce) {
     ilk::StackTrace trace;
-    for (const std::uint64_t frame : {0x2200U, 0x1010U, 0x3000U, 0x2101U, 0x1800U, 0x2900U, 0x3010U})
+    for (const std::uint64_t frame : {0x2200U, 0x1000U, 0x3000U, 0x2101U, 0x1800U, 0x2900U, 0x3010U})
         trace.frames.append(frame);
     lookUps = 0;
     ilk::ResolveModules(trace, &LookUp);
@@ -157,7 +157,7 @@ TEST(StackTraceTest, EachModuleIsLookedUpOnce) {
     ilk::CompactString text;
     ilk::PrintStack(trace, text);
     EXPECT_EQ(text.view(),
-              " 0# high.dll!!100\n 1# low.dll!ID,1!10\n 2# 3000\n 3# high.dll!!1\n"
+              " 0# high.dll!!100\n 1# low.dll!ID,1!0\n 2# 3000\n 3# high.dll!!1\n"
               " 4# low.dll!ID,1!800\n 5# high.dll!!800\n 6# 3010\n");
 }
 

@@ -18,11 +18,13 @@ TEST(CompactStringTest, HoldsTextAtAndAroundTheInlineLimit) {
         EXPECT_EQ(string.view(), text);
         EXPECT_EQ(string.data()[length], '\0');
         EXPECT_EQ(string.capacity() == kInline, length <= kInline);
-        CompactString moved(std::move(string));
-        CompactString other;
-        other.append("other");
-        other = std::move(moved);
-        EXPECT_EQ(other.view(), text);
+        CompactString& source = string;
+        CompactString target(std::move(string));
+        EXPECT_EQ(source.append("other").view(), "other");
+        const CompactString& emptied = target;
+        source = std::move(target);
+        EXPECT_EQ(source.view(), text);
+        EXPECT_EQ(emptied.view(), "");
     }
 }
 

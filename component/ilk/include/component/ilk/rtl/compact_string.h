@@ -1,6 +1,6 @@
 /// A terminated narrow string in three machine words, for records whose texts are mostly empty or short: up to 11
-/// characters on 32-bit targets and 23 on 64-bit ones are stored in the words, longer text on the process heap. Not
-/// thread-safe.
+/// characters on 32-bit targets and 23 on 64-bit ones are stored in the words, longer text on the process heap. A
+/// string that was moved from is empty. Not thread-safe.
 #pragma once
 
 #include <component/platform/types.h>
