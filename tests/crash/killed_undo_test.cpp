@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <map>
 #include <set>
 
 #include <gmock/gmock.h>
@@ -42,27 +43,36 @@ protected:
         return true;
     }
 
+    /// The contents of all files by their names.
+    [[nodiscard]] std::map<std::string, std::string> Contents() const {
+        std::map<std::string, std::string> contents;
+        for (const std::string& name : Files()) contents[name] = test::FileText(folder / name);
+        return contents;
+    }
+
     /// Returns the document's value, also if it is in a file with this ending; "" if there is no such document.
     std::string ValueIn(const std::string& ending) { return RunOn(("d.xml" + ending).c_str(), {"get", "v"}).output; }
 };
 
 TEST_F(KilledUndoTest, BothDocumentsAreCompleteBeforeEachSystemCall) {
-    int betweenMoves = 0;
+    bool isBetweenMoves = false;
     for (const std::vector<std::string>& command : {std::vector<std::string>{"undo"}, {"restore", "bak2"}}) {
         int call = 1;
+        std::set<std::map<std::string, std::string>> seen;
         for (bool isKilled = true; isKilled; ++call) {
             SCOPED_TRACE(testing::Message() << command[0] << ", killed before call " << call);
             for (const std::string& name : Files()) std::filesystem::remove(folder / name);
             Write("d.xml", "<arbor><tINT name='v'>2</tINT></arbor>");
             Write("d.xml.bak2", "<arbor><tINT name='v'>1</tINT></arbor>");
             isKilled = KillBefore(call, command);
+            if (!seen.insert(Contents()).second) continue;
             const std::string document = ValueIn("");
             const std::string backup = ValueIn(".bak2");
             const std::string kept = ValueIn(".before-restore");
             EXPECT_THAT(document, testing::AnyOf("1\n", "2\n"));
             EXPECT_THAT((std::set{document, backup, kept, std::string()}), UnorderedElementsAre("", "1\n", "2\n"));
             if (backup.empty()) {
-                ++betweenMoves;
+                isBetweenMoves = true;
                 EXPECT_THAT(RunOn("d.xml", {"undo"}).error, HasSubstr("; \"restore d.xml.before-restore\" restores"));
             }
             EXPECT_EQ(RunOn("d.xml", {"backups"}).exitCode, 0);
@@ -71,10 +81,9 @@ TEST_F(KilledUndoTest, BothDocumentsAreCompleteBeforeEachSystemCall) {
             EXPECT_EQ(ValueIn(""), document);
             if (HasFailure()) return;
         }
-        std::printf("%s: killed before each of %d calls\n", command[0].c_str(), call - 2);
-        EXPECT_GT(call, 20);
+        std::printf("%s: %d kills, %zu states of the files\n", command[0].c_str(), call - 2, seen.size());
     }
-    EXPECT_GT(betweenMoves, 0);
+    EXPECT_TRUE(isBetweenMoves);
 }
 
 }   // namespace
