@@ -6,6 +6,8 @@
 #include "text_location.h"
 #include "walk.h"
 
+#include <host/text.h>
+
 #include <fstream>
 #include <iostream>
 #include <limits>
@@ -54,8 +56,9 @@ public:
         if (found > kMaxPrintedFindings) {
             std::cerr << file << ": warning: and " << found - kMaxPrintedFindings << " more\n";
         }
-        std::cout << "loads as a " << (foreign ? "foreign" : "native") << " document: " << counts.keys << " keys, "
-                  << counts.values << " values\n";
+        std::cout << "loads as a " << (foreign ? "foreign" : "native")
+                  << " document: " << host::Counted(counts.keys, "key") << ", " << host::Counted(counts.values, "value")
+                  << '\n';
     }
 
 private:

@@ -4,10 +4,12 @@
 
 #include "ascii.h"
 #include "help.h"
+#include "suggestion.h"
 
 #include <host/text.h>
 
 #include <algorithm>
+#include <functional>
 #include <iostream>
 #include <stdexcept>
 #include <utility>
@@ -37,23 +39,38 @@ void DeclareOptions(CLI::App& app) {
         if (app.get_option_no_throw(std::string(row.name)) != nullptr) continue;   // it has two rows
         const std::string name = (row.name == kHelpOption ? "-h," : "") + std::string(row.name);
         if (row.IsFlag())
-            app.add_flag(name)->disable_flag_override(row.argument.empty());
+            app.add_flag(name);
         else
-            app.add_option(name)->type_name(std::string(row.argument));
+            app.add_option(name)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     }
 }
 
-/// The parser would take the next argument for the empty one of "--name=".
+bool IsFlag(std::string_view name) {
+    const auto row = std::ranges::find(Options(), name, &OptionRow::name);
+    return row != Options().end() && row->IsFlag();
+}
+
+/// The parser would take the next argument for the empty one of "--name=". Throws `std::invalid_argument` for a flag.
 std::vector<std::string> SplitEmptyArguments(const std::vector<std::string>& arguments) {
     std::vector<std::string> split;
     bool optionsEnded = false;
     for (const std::string& argument : arguments) {
         optionsEnded = optionsEnded || argument == kOptionsEnd;
         const bool isEmpty = !optionsEnded && argument.starts_with("--") && argument.find('=') + 1 == argument.size();
-        split.push_back(isEmpty ? argument.substr(0, argument.size() - 1) : argument);
+        const std::string name = argument.substr(0, argument.size() - (isEmpty ? 1 : 0));
+        if (isEmpty && IsFlag(name)) throw std::invalid_argument("the argument of " + argument + " is empty");
+        split.push_back(name);
         if (isEmpty) split.emplace_back();
     }
     return split;
+}
+
+std::string NotAnOption(const std::string& word) {
+    std::vector<std::string_view> names;
+    for (const OptionRow& row : Options()) names.push_back(row.name);
+    const std::string suggestion = Suggestion(word.substr(0, word.find('=')), names);
+    return word + " is not an option" +
+           (suggestion.empty() ? "; a text that begins with \"-\" comes after \"--\"" : suggestion);
 }
 
 SplitLine SplitOptions(const std::vector<std::string>& arguments) {
@@ -61,10 +78,22 @@ SplitLine SplitOptions(const std::vector<std::string>& arguments) {
     DeclareOptions(app);
     std::vector<std::string> reversed = SplitEmptyArguments(arguments);
     std::reverse(reversed.begin(), reversed.end());   // the parser expects the last one first
-    app.parse(reversed);
+    try {
+        app.parse(reversed);
+    } catch (const CLI::ArgumentMismatch& error) {   // its text begins with the name of the line's last option
+        const std::string_view text = error.what();
+        const std::string_view name = text.substr(0, text.find(':'));
+        const auto row = std::ranges::find(Options(), name, &OptionRow::name);
+        if (row == Options().end()) throw;
+        throw std::invalid_argument(std::string(row->argument).append(" is missing after ").append(name));
+    }
     SplitLine line;
-    for (const CLI::Option* option : app.get_options([](const CLI::Option* each) { return each->count() != 0; }))
+    for (const CLI::Option* option : app.get_options([](const CLI::Option* each) { return each->count() != 0; })) {
         line.options.emplace_back(option->get_name(), option->results().back());
+        const bool isAmbiguous =
+            std::ranges::adjacent_find(option->results(), std::not_equal_to()) != option->results().end();
+        if (isAmbiguous) throw std::invalid_argument(option->get_name() + " is given twice, with different arguments");
+    }
     bool optionsEnded = false;
     for (std::string& word : app.remaining()) {
         if (!optionsEnded && word == kOptionsEnd) {
@@ -73,20 +102,35 @@ SplitLine SplitOptions(const std::vector<std::string>& arguments) {
         }
         const bool isNumber = word.size() > 1 && IsDigit(word[1]);
         if (!optionsEnded && word.size() > 1 && word.starts_with('-') && !isNumber)
-            throw std::invalid_argument(word + " is not an option; a text that begins with \"-\" comes after \"--\"");
+            throw std::invalid_argument(NotAnOption(word));
         line.operands.push_back(std::move(word));
     }
     return line;
+}
+
+/// Returns the commands that accept an option, which isn't one of all commands.
+std::string CommandsWith(std::string_view option) {
+    std::string commands;
+    for (const OptionRow& row : Options()) {
+        if (row.name == option) commands.append(commands.empty() ? "" : " ").append(row.commands);
+    }
+    for (std::size_t at = 0; (at = commands.find(' ', at)) != std::string::npos; at += 2) commands.replace(at, 1, ", ");
+    return commands;
 }
 
 /// Finds the rows of the options, which depend on the command, and converts the arguments.
 void SetOptions(const SplitLine& line, const CommandRow* command, Arguments& given) {
     for (const auto& [name, argument] : line.options) {
         const OptionRow* row = FindOption(command, name);
-        if (row != nullptr)
+        if (row == nullptr)
+            throw std::invalid_argument(name + " is not an option of " + std::string(command->name) + ", only of " +
+                                        CommandsWith(name));
+        if (row->argument.empty() && argument != "true") throw std::invalid_argument(name + " has no argument");
+        try {
             row->set(given, argument);
-        else
-            throw std::invalid_argument(name + " is not an option of " + std::string(command->name));
+        } catch (const std::invalid_argument& error) {
+            throw std::invalid_argument(name + ": " + error.what());
+        }
     }
 }
 
@@ -132,8 +176,9 @@ Work Interpret(SplitLine line, Arguments& given, const CommandRow*& command, int
 }
 
 int ReportWrongLine(const CommandRow* command, std::string_view reason) {
-    std::cerr << "arborctl: " << host::Printable(reason) << " (see arborctl "
-              << (command != nullptr ? command->name : "") << (command != nullptr ? " " : "") << "--help)\n";
+    const bool isKnown = command != nullptr && command->name != "help";
+    std::cerr << "arborctl: " << host::Printable(reason) << " (see arborctl " << (isKnown ? command->name : "")
+              << (isKnown ? " " : "") << "--help)\n";
     return kExitUsage;
 }
 

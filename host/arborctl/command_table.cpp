@@ -3,6 +3,7 @@
 #include "command_table.h"
 
 #include "help.h"
+#include "suggestion.h"
 #include "type_texts.h"
 
 #include <component/kernel/trace.h>
@@ -20,13 +21,16 @@ namespace {
 constexpr std::uint32_t kMaxTraceLevel = 0xFFFF'FFFF;
 constexpr std::uint32_t kMaxWaitSeconds = 86'400;
 
+/// Returns an argument for a message.
+std::string Shown(const std::string& text) { return text.empty() ? "\"\"" : text; }
+
 /// Calls `parse(text)` and puts `text` before the reason of a failure.
 template <class Parse>
 auto ParseOperand(const std::string& text, Parse parse) {
     try {
         return parse(text);
     } catch (const std::invalid_argument& error) {
-        throw std::invalid_argument((text.empty() ? "\"\"" : text) + ": " + error.what());
+        throw std::invalid_argument(Shown(text) + ": " + error.what());
     }
 }
 
@@ -35,7 +39,7 @@ std::uint32_t ParseNumber(const std::string& text, std::uint32_t max) {
     const char* const last = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), last, number);
     if (text.empty() || stop != last || error != std::errc() || number > max)
-        throw std::invalid_argument(text + " isn't a number from 0 to " + std::to_string(max));
+        throw std::invalid_argument(Shown(text) + " isn't a number from 0 to " + std::to_string(max));
     return number;
 }
 
@@ -43,20 +47,29 @@ std::uint32_t ParseNumber(const std::string& text, std::uint32_t max) {
 Creation ParseCreation(const std::string& text) {
     if (text == "true") return Creation::Safe;
     if (text == "force") return Creation::Force;
-    throw std::invalid_argument("--create=" + text + " is neither --create nor --create=force");
+    throw std::invalid_argument(Shown(text) + " isn't \"force\", the only argument that it can have");
 }
 
 Colours ParseColours(const std::string& word) {
     const auto* row = std::ranges::find(kColourRows, std::string_view(word), &ColourRow::word);
-    if (row == std::end(kColourRows)) throw std::invalid_argument(word + " is not auto, always or never");
+    if (row == std::end(kColourRows)) throw std::invalid_argument(Shown(word) + " is not auto, always or never");
     return row->colours;
 }
 
 ImportForm ParseForm(const std::string& word) {
     const auto* row = std::ranges::find(kImportForms, std::string_view(word), &ImportFormRow::word);
-    if (row == std::end(kImportForms)) throw std::invalid_argument(word + " is not native, foreign, json or flat");
+    if (row == std::end(kImportForms))
+        throw std::invalid_argument(Shown(word) + " is not native, foreign, json or flat");
     return row->form;
 }
+
+std::string SuggestedCommand(const std::string& word) {
+    std::vector<std::string_view> names;
+    for (const CommandRow& row : Commands()) names.push_back(row.name);
+    return Suggestion(word, names);
+}
+
+std::string NotACommand(const std::string& word) { return word + " is not a command" + SuggestedCommand(word); }
 
 Exactness ExactnessOf(const Arguments& given) { return given.lenient ? Exactness::Lenient : Exactness::Exact; }
 
@@ -195,7 +208,7 @@ constexpr CommandRow kCommands[] = {
     {"help", Family::Tool, "[COMMAND]", "Show the commands, or the operands and options of one", "help set", nullptr,
      [](const Arguments& given) {
          const CommandRow* command = given.Has(0) ? FindCommand(given.operands[0]) : nullptr;
-         if (given.Has(0) && command == nullptr) throw std::invalid_argument(given.operands[0] + " is not a command");
+         if (given.Has(0) && command == nullptr) throw std::invalid_argument(NotACommand(given.operands[0]));
          return PrintHelp(command);
      }},
 };
@@ -372,7 +385,10 @@ SplitOperands Split(std::vector<std::string> all) {
     } else if (!all.empty()) {
         result.document = all[0];
         result.command = commandAt(1);
-        if (used == 2 && result.command == nullptr) throw std::invalid_argument(all[1] + " is not a command");
+        if (used == 2 && result.command == nullptr) {
+            const bool isFirstMeant = !SuggestedCommand(all[0]).empty() && SuggestedCommand(all[1]).empty();
+            throw std::invalid_argument(NotACommand(all[isFirstMeant ? 0 : 1]));
+        }
     }
     result.operands.assign(all.begin() + static_cast<std::ptrdiff_t>(used), all.end());
     return result;

@@ -57,7 +57,9 @@ int MoveToDocument(const Session& session, const Transfer& transfer, const std::
     RequireKept(session, source.Root(), transfer.source, exactness);
     const ChangedDocument target(session, TargetSettings(session, document));
     CopyOrMove(session.kernel, source.Root(), target.Root(), transfer);
+    if (session.dryRun) std::cout << PathText(document) << ":\n";
     target.Finish();
+    if (session.dryRun) std::cout << PathText(session.settings.document) << ":\n";
     source.Finish();
     return kExitDone;
 }

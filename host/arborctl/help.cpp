@@ -14,7 +14,7 @@ constexpr std::size_t kIndent = 2;
 /// One row of a table with two columns.
 struct Line {
     std::string label;
-    std::string_view text;
+    std::string text;
 };
 
 void PrintTable(std::string_view heading, const std::vector<Line>& lines) {
@@ -31,7 +31,7 @@ void PrintTable(std::string_view heading, const std::vector<Line>& lines) {
 std::vector<Line> CommandLines(Family family) {
     std::vector<Line> lines;
     for (const CommandRow& row : Commands()) {
-        if (row.family == family) lines.push_back({std::string(row.name), row.help});
+        if (row.family == family) lines.push_back({std::string(row.name), std::string(row.help)});
     }
     return lines;
 }
@@ -48,7 +48,7 @@ std::vector<Line> OptionLines(const CommandRow* command) {
     std::vector<Line> lines;
     for (const OptionRow& row : Options()) {
         const bool isShown = command != nullptr ? ListHas(row.commands, command->name) : row.commands.empty();
-        if (isShown) lines.push_back({Label(row), row.help});
+        if (isShown) lines.push_back({Label(row), std::string(row.help)});
     }
     return lines;
 }
@@ -57,14 +57,25 @@ std::vector<Line> OperandLines(const CommandRow& command) {
     std::vector<Line> lines;
     for (const std::string_view name : OperandsOf(command).names) {
         const bool isRepeated = std::ranges::find(lines, name, &Line::label) != lines.end();
-        if (!isRepeated) lines.push_back({std::string(name), OperandHelp(command, name)});
+        if (!isRepeated) lines.push_back({std::string(name), std::string(OperandHelp(command, name))});
     }
     return lines;
 }
 
-void PrintExitCodes() {
+/// The exit codes of `command`, or of all commands if it is null.
+void PrintExitCodes(const CommandRow* command) {
     std::vector<Line> lines;
-    for (const ExitCodeRow& row : kExitCodes) lines.push_back({std::to_string(row.code), row.meaning});
+    for (const ExitCodeRow& row : kExitCodes) {
+        const bool isOfTool = command != nullptr && command->family == Family::Tool;
+        if (isOfTool && row.code == kExitNotLoaded) continue;
+        if (row.command.empty()) {
+            lines.push_back({std::to_string(row.code), std::string(row.meaning)});
+        } else if (command == nullptr) {
+            lines.back().text.append("; ").append(row.command).append(": ").append(row.meaning);
+        } else if (command->name == row.command) {
+            lines.back().text.append("; ").append(row.meaning);
+        }
+    }
     PrintTable("Exit codes", lines);
 }
 
@@ -76,7 +87,7 @@ void PrintToolHelp() {
                  "\"arborctl help COMMAND\" shows its arguments, options and an example.\n";
     for (const FamilyRow& row : kFamilies) PrintTable(row.heading, CommandLines(row.family));
     PrintTable("Options", OptionLines(nullptr));
-    PrintExitCodes();
+    PrintExitCodes(nullptr);
 }
 
 void PrintCommandHelp(const CommandRow& command) {
@@ -89,7 +100,7 @@ void PrintCommandHelp(const CommandRow& command) {
     PrintTable("Arguments", OperandLines(command));
     PrintTable("Options, besides those that \"arborctl --help\" lists", OptionLines(&command));
     std::cout << "\nExample:\n  arborctl " << command.example << '\n';
-    PrintExitCodes();
+    PrintExitCodes(&command);
 }
 
 }   // namespace

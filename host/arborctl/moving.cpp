@@ -6,6 +6,8 @@
 #include "copy_disambiguated.h"
 #include "value_text.h"
 
+#include <host/text.h>
+
 namespace arborctl {
 namespace {
 
@@ -43,7 +45,7 @@ Counts CountsOf(const arbor::Key& key) {
 }
 
 std::string Describe(const Counts& counts) {
-    return "a key with " + std::to_string(counts.keys) + " keys and " + std::to_string(counts.values) + " values";
+    return "a key with " + host::Counted(counts.keys, "key") + " and " + host::Counted(counts.values, "value");
 }
 
 [[noreturn]] void ThrowExists(const Path& path, const std::string& what) {

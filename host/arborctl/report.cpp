@@ -148,8 +148,8 @@ public:
     }
 
     void End() {
-        html += "</ul>\n</main>\n<footer>" + std::to_string(keys) + " keys, " + std::to_string(values) +
-                " values</footer>\n<script nonce=\"arborctl\">\n";
+        html += "</ul>\n</main>\n<footer>" + host::Counted(keys, "key") + ", " + host::Counted(values, "value") +
+                "</footer>\n<script nonce=\"arborctl\">\n";
         html.append(kReportScript).append("</script>\n</body>\n</html>\n");
         Flush();
     }
@@ -194,7 +194,7 @@ private:
             return;
         }
         // The size is an attribute, so that a search in the page doesn't find it.
-        html.append("<details><summary data-size=\"" + std::to_string(text.size()) + " bytes\"><span>").append(quote);
+        html.append("<details><summary data-size=\"" + host::Counted(text.size(), "byte") + "\"><span>").append(quote);
         AppendHtml(html, Beginning(text, kFoldedBytes));
         html += "\u2026</span></summary><pre>";
         AppendHtml(html, text, Lines::Kept);

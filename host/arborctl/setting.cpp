@@ -50,7 +50,9 @@ arbor::Datum Convert(const ValueSlot& value, const arbor::Datum& before, const R
     const std::string what = where + ": " + ShownValue(before);
     const std::string target(kernel::FindType(request.type)->name);
     const arbor::Result<arbor::Datum> converted = value.Read(request.type);
-    if (!converted) throw StoreError(converted.Code(), what + " can't become a " + target);
+    if (!converted)
+        throw StoreError(converted.Code(),
+                         what + " can't become a " + target + " (" + std::string(TextsOf(request.type).text) + ')');
     if (request.force) return *converted;
     throw StoreError(kernel::kInvalidArgument,
                      what + " would become " + ShownValue(*converted) + "; --force does that");

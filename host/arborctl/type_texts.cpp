@@ -5,6 +5,7 @@
 #include "ascii.h"
 #include "exit_codes.h"
 #include "help.h"
+#include "suggestion.h"
 
 #include <algorithm>
 #include <iomanip>
@@ -77,7 +78,13 @@ kernel::TypeCode ParseType(std::string_view name) {
     const auto* row = std::ranges::find_if(
         kernel::kTypeTable, [&](const kernel::ValueTypeRow& each) { return ToLower(std::string(each.name)) == lower; });
     const std::string hint = "\"arborctl types\" lists the types of values";
-    if (row == std::end(kernel::kTypeTable)) throw std::invalid_argument(std::string(name) + " isn't a type; " + hint);
+    if (row == std::end(kernel::kTypeTable)) {
+        std::vector<std::string_view> names;
+        for (const kernel::ValueTypeRow& each : kernel::kStoredTypes) names.push_back(each.name);
+        const std::string suggestion = Suggestion(name, names);
+        throw std::invalid_argument(std::string(name) + " isn't a type" +
+                                    (suggestion.empty() ? "; " + hint : suggestion));
+    }
     if (!row->storable) throw std::invalid_argument(std::string(row->name) + " is the type of no value; " + hint);
     return row->type;
 }

@@ -190,14 +190,14 @@ std::vector<TraceLine> Kernel::DrainTraceLines() {
 
 std::string Kernel::LeakReport() const {
     const std::vector<LiveBlock> leaks = memory.Leaks();
-    std::string report = std::to_string(memory.LiveBlocks()) + " blocks of host memory not freed, ";
+    std::string report = Counted(memory.LiveBlocks(), "block") + " of host memory not freed, ";
     if (memory.TracksEachBlock()) {
         const auto add = [](std::uint64_t sum, const LiveBlock& block) { return sum + block.sizeBytes; };
-        report += std::to_string(std::accumulate(leaks.begin(), leaks.end(), std::uint64_t{0}, add)) + " bytes, ";
+        report += Counted(std::accumulate(leaks.begin(), leaks.end(), std::uint64_t{0}, add), "byte") + ", ";
     }
-    report += "after " + std::to_string(memory.Requests()) + " requests\n";
+    report += "after " + Counted(memory.Requests(), "request") + '\n';
     for (const LiveBlock& block : leaks) {
-        report += "  request " + std::to_string(block.request) + ": " + std::to_string(block.sizeBytes) + " bytes\n";
+        report += "  request " + std::to_string(block.request) + ": " + Counted(block.sizeBytes, "byte") + '\n';
     }
     return report;
 }

@@ -38,6 +38,10 @@ kernel::ResultCode AssignUnits(Memory& memory, kernel::HostString& text, std::u1
 
 }   // namespace
 
+std::string Counted(std::uint64_t count, std::string_view noun) {
+    return std::to_string(count).append(" ").append(noun).append(count == 1 ? "" : "s");
+}
+
 std::string ToUtf8(std::u16string_view text) {
     std::string result;
     while (!text.empty()) {

@@ -64,7 +64,7 @@ TEST_F(ChangesTest, ApplyMakesAllChangesOrNone) {
         {"a missing value", "K a tDWORD 2\nrm K b", "input:2: 0x8000D002: ", 1},
         {"a bad path", "K//L a tDWORD 2", "input:1: a name in the path is empty", 1},
         {"a new key with a separator", "a%x2Fb c tDWORD 2", "input:1: 0x80000046: ", 1},
-        {"a copy over a key", "cp K M", "M is a key with 0 keys and 1 values; --force replaces it", 1},
+        {"a copy over a key", "cp K M", "M is a key with 0 keys and 1 value; --force replaces it", 1},
     };
     for (const Case& row : cases) {
         SCOPED_TRACE(row.label);
@@ -93,7 +93,7 @@ TEST_F(ChangesTest, MovesAndCopiesKeysAndValues) {
         {"a key over the one above it", {"mv", "K/L", "K", "--force"}, "M c tDOUBLE 0.5\nK b tSTRING x\n"},
         {"a key over the root", {"mv", "K", "", "--force"}, "/ a tDWORD 1\nL b tSTRING x\n"},
         {"an existing value", {"cp", "K/a", "M/c"}, "M/c is a tDOUBLE; --force replaces it", 1},
-        {"an existing key", {"mv", "M", "K"}, "K is a key with 1 keys and 1 values; --force replaces it", 1},
+        {"an existing key", {"mv", "M", "K"}, "K is a key with 1 key and 1 value; --force replaces it", 1},
         {"a key into itself", {"mv", "K", "k/L/N"}, "K can't be copied or moved into itself", 1},
         {"a key over itself", {"cp", "K", "K", "--force"}, "K can't be copied or moved into itself", 1},
         {"the root", {"mv", "", "K/N"}, "the root can't be copied or moved into itself", 1},
@@ -167,7 +167,7 @@ TEST_F(ChangesTest, DryRunShowsTheDifferenceAndSavesNothing) {
     Write("other.xml", "<arbor><tINT name='i'>1</tINT></arbor>");
     struct Case {
         std::vector<std::string> command;
-        const char* output;
+        std::string output;
     };
     const Case cases[] = {
         {{"set", "Network/Proxy/Port", "tDWORD", "1"},
@@ -176,6 +176,8 @@ TEST_F(ChangesTest, DryRunShowsTheDifferenceAndSavesNothing) {
         {{"mv", "Blob", "B"}, "- Blob: tBINARY 0A0BFF\n+ B: tBINARY 0A0BFF\n"},
         {{"cp", "Blob", "--to", Path("other.xml")}, "+ Blob: tBINARY 0A0BFF\n"},
         {{"cp", "Blob", "--to", Path("folder/new.xml")}, "+ Blob: tBINARY 0A0BFF\n"},
+        {{"mv", "Blob", "--to", Path("other.xml")},
+         Path("other.xml") + ":\n+ Blob: tBINARY 0A0BFF\n" + Path("d.xml") + ":\n- Blob: tBINARY 0A0BFF\n"},
         {{"import", Path("other.xml"), "N"}, "+ N/\n+ N/i: tINT 1\n"},
         {{"apply"}, "+ i: tINT 2\n"},
         {{"restore", "bak2"}, "- Blob: tBINARY 0A0BFF\n- Wide: tWSTRING \"AB\"\n+ i: tINT 1\n- Network/\n"},

@@ -26,6 +26,9 @@ class Memory;
 /// Returns `text` for a message: each byte of a control character, or outside valid UTF-8, becomes "\xNN".
 [[nodiscard]] std::string Printable(std::string_view text);
 
+/// Returns a count and its noun: "0 keys", "1 key", "2 keys".
+[[nodiscard]] std::string Counted(std::uint64_t count, std::string_view noun);
+
 /// The host's text import: replaces all of `text` by `source`, which ends at its first terminator or after `sizeBytes`.
 /// Reuses the string's block if it is large enough, else allocates one from `memory`. Code pages: 1200 is UTF-16, 65001
 /// and 0 are UTF-8; any other is `kNotSupported`. Returns `kInvalidArgument` for a null pointer, for UTF-16 of an odd
