@@ -4,7 +4,6 @@
 
 #include "tree/key.h"
 #include "tree/key_tree.h"
-#include "tree/name_batch.h"
 
 #include <benchmark/benchmark.h>
 
@@ -21,29 +20,6 @@ void BM_NameHash(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * state.range(0));
 }
 BENCHMARK(BM_NameHash)->RangeMultiplier(4)->Range(4, 256);
-
-/// Hashes the five names of a path, one by one; `BM_HashPathAtOnce` hashes them side by side.
-void BM_HashPath(benchmark::State& state) {
-    const std::vector<std::string> names = MakeNames(1024);
-    std::size_t at = 0;
-    for (auto _ : state) {
-        for (int i = 0; i < 5; ++i) benchmark::DoNotOptimize(arbor::module::NameHash(names[at++ % names.size()]));
-    }
-}
-BENCHMARK(BM_HashPath);
-
-void BM_HashPathAtOnce(benchmark::State& state) {
-    const std::vector<std::string> names = MakeNames(1024);
-    std::size_t at = 0;
-    arbor::module::NameBatch batch;
-    for (auto _ : state) {
-        batch.Clear();
-        for (int i = 0; i < 5; ++i) batch.Add(names[at++ % names.size()]);
-        batch.Hash();
-        benchmark::DoNotOptimize(batch[4].hash);
-    }
-}
-BENCHMARK(BM_HashPathAtOnce);
 
 class TreeBench : public benchmark::Fixture {
 public:

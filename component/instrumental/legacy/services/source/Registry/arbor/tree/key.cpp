@@ -4,7 +4,6 @@
 
 #include "tree/index_growth.h"
 #include "tree/key_layout.h"
-#include "tree/name_batch.h"
 #include "tree/path.h"
 #include "tree/value/value_holder.h"
 
@@ -126,15 +125,10 @@ bool Key::IsIndexed(const Key& child) const { return FindChild(MakeHashedName(ch
 template <class Splitter>
 Key* Key::WalkPath(Splitter path, Key** parent) const {
     Key* key = const_cast<Key*>(this);
-    NameBatch names;
-    for (; !path.AtEnd(); names.Clear()) {
-        while (!names.IsFull() && !path.AtEnd()) names.Add(path.Next());
-        names.Hash();
-        for (std::size_t i = 0; i < names.Size(); ++i) {
-            if (parent != nullptr) *parent = key;
-            key = key->FindChild(names[i]);
-            if (key == nullptr) return nullptr;
-        }
+    while (!path.AtEnd()) {
+        if (parent != nullptr) *parent = key;
+        key = key->FindChild(MakeHashedName(path.Next()));
+        if (key == nullptr) return nullptr;
     }
     return key;
 }
