@@ -3,7 +3,10 @@
 #include <component/ilk/system/file/file.h>
 #include <component/ilk/system/file/path.h>
 
+#include "support/file_faults.h"
 #include "support/temporary_folder.h"
+
+#include <component/platform/errors.h>
 
 #include <gtest/gtest.h>
 
@@ -11,6 +14,8 @@
 
 namespace {
 
+using testing_support::FileCall;
+using testing_support::FileFaults;
 using testing_support::TemporaryFolder;
 using Text = ilk::basic_string_t<char16_t>;
 
@@ -250,6 +255,9 @@ TEST_F(FileTest, CreateDirectoriesCreatesMissingOnes) {
     EXPECT_FALSE(folder.Exists(u"a\\none"));
     EXPECT_EQ(Make(u"file"), ilk::ResultInvalidPathName);
     EXPECT_EQ(Make(u"file\\a"), ilk::ResultInvalidPathName);
+    const FileFaults faults({FileCall::Attributes, platform::kErrorFileNotFound, 3});
+    EXPECT_EQ(Make(u"a\\b\\c"), ilk::ResultOk) << "another process creates it after the check";
+    EXPECT_EQ(faults.Failed(), 1);
 }
 
 TEST_F(FileTest, ALinkedDirectoryIsFollowedButIsntPlain) {

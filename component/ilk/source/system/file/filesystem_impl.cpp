@@ -46,10 +46,11 @@ private:
     const char16_t oldCharacter;
 };
 
-/// Sets `lengthChars` to the length of the longest part of `path` that exists. It must be a directory.
+/// Sets `lengthChars` to the length of the longest part of `path` that exists. It must be a directory. `path` begins
+/// with a separator: its shortest part is a root, which is its own parent.
 ResultCode FindExistingPart(Text& path, std::size_t& lengthChars) {
     lengthChars = path.size();
-    while (lengthChars > 0) {
+    for (;;) {
         const ScopedTruncation part(path, lengthChars);
         const ResultCode exists = PathExists(part.Path());
         if (IsFailure(exists)) return exists;
@@ -62,7 +63,6 @@ ResultCode FindExistingPart(Text& path, std::size_t& lengthChars) {
         if (parentChars == lengthChars) return ResultPathNotFound;
         lengthChars = parentChars;
     }
-    return ResultOk;
 }
 
 /// Creates one directory unless it exists, even if another process creates it at the same time.
