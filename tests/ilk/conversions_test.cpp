@@ -28,7 +28,8 @@ constexpr WidenCase kUtf8Cases[] = {
     {"nothing", "", ilk::ResultOk, u""},
     {"a NUL is a character", "a\0b"sv, ilk::ResultOk, u"a\0b"sv},
     {"two and three bytes", "\xC3\xA9\xE2\x82\xAC", ilk::ResultOk, u"\u00E9\u20AC"},
-    {"a surrogate pair", "\xF0\x9F\x98\x80", ilk::ResultOk, u"\U0001F600"},
+    {"a surrogate pair", "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", ilk::ResultOk, u"\U0001F600\U0010FFFF"},
+    {"above the last code point", "\xF4\x90\x80\x80", ilk::ResultInvalidArgument, u""},
     {"an incomplete character", "ab\xE2\x82", ilk::ResultInvalidArgument, u""},
     {"a continuation byte alone", "\x80", ilk::ResultInvalidArgument, u""},
     {"an encoded surrogate", "\xED\xA0\x80", ilk::ResultInvalidArgument, u""},
@@ -47,6 +48,7 @@ TEST_F(ConversionsTest, WidenReadsTheLocalesEncoding) {
     char narrow = 0;
     char16_t wide = 0;
     EXPECT_FALSE(ilk::NarrowCharacter(U'\u00E9', narrow)) << "two bytes in this encoding";
+    EXPECT_FALSE(ilk::NarrowCharacter(0x80010041, narrow)) << "above a wide character, whose lowest bits are an A";
     EXPECT_FALSE(ilk::WidenCharacter('\xC3', wide)) << "the first of two bytes";
 }
 
