@@ -13,8 +13,8 @@ namespace arbor::module {
 
 class TextBuffer;
 
+/// Any other number, such as the default 0, asks for no backup.
 enum BackupModes : std::uint8_t {
-    BackupNone = 0,
     BackupRotate = 1,            // each save moves the old document to `.bak2`
     BackupFirstThenRotate = 2,   // one save first copies its new text to `.bak`; then as `BackupRotate`
 };
