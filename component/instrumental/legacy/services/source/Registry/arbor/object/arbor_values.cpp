@@ -29,7 +29,11 @@ ResultCode Arbor::GetValueByIndex(std::uint32_t* count, KeyHandle handle, std::u
 ResultCode Arbor::GetValueNameByIndex(std::uint32_t* count, KeyHandle handle, std::uint32_t index, char* buffer,
                                       std::uint32_t size) {
     SetOut(count, 0);
-    const auto copy = [&](const Key& key) { return CopyTextOut(key.ValueNameAt(index), buffer, size, count); };
+    const auto copy = [&](const Key& key) {
+        const NameRange* name = key.ValueNameAt(index);
+        if (name == nullptr) return CopyBytesOut(nullptr, 0, buffer, size, count);
+        return CopyBytesOut(name->text, std::uint64_t{name->length} + 1, buffer, size, count);
+    };
     return ReadKey(handle, copy, kNameLine, "Arbor::GetValueNameByIndex");
 }
 

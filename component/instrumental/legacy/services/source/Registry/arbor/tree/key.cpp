@@ -315,9 +315,9 @@ Value* Key::ValueAt(std::uint32_t index) const {
     return entry != nullptr ? entry->value : nullptr;
 }
 
-const char* Key::ValueNameAt(std::uint32_t index) const {
+const NameRange* Key::ValueNameAt(std::uint32_t index) const {
     const ValueEntry* entry = EntryAt(index);
-    return entry != nullptr ? entry->name.text : nullptr;
+    return entry != nullptr ? &entry->name : nullptr;
 }
 
 ResultCode Key::RemoveValue(const char* valueName) {

@@ -137,7 +137,7 @@ public:
 
     /// Return the value, or its name, at that position; null at or above `ValueCount`.
     [[nodiscard]] Value* ValueAt(std::uint32_t index) const;
-    [[nodiscard]] const char* ValueNameAt(std::uint32_t index) const;
+    [[nodiscard]] const NameRange* ValueNameAt(std::uint32_t index) const;
 
     [[nodiscard]] std::uint32_t ValueCount() const { return static_cast<std::uint32_t>(values.size()); }
 
