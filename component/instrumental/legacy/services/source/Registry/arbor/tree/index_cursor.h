@@ -5,8 +5,8 @@
 /// lock: a reader copies it and accepts the copy if the version is the same afterwards, and one that moves it makes the
 /// version odd meanwhile. A reader that gets no copy after some tries walks from the nearer end of the list, and one
 /// that can't move the cursor leaves it; the results are the same. Whatever changes the list clears the cursor, under
-/// exclusive entry. Gain over a lock for each lookup: ENUM -8 % time, since only a lookup of another index than the last
-/// one needs an atomic operation.
+/// exclusive entry. Gain over a lock for each lookup: ENUM -8 % time, since only a lookup of another index than the
+/// last one needs an atomic operation.
 #pragma once
 
 #include <atomic>
