@@ -10,7 +10,6 @@
 #include <host/system.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <random>
@@ -20,8 +19,9 @@ namespace {
 
 std::string EditorCommand() {
     for (const char* name : {"VISUAL", "EDITOR"}) {
-        const char* value = std::getenv(name);
-        if (value != nullptr && *value != '\0') return value;
+        const std::string value = host::EnvironmentVariable(name);
+        const std::size_t start = value.find_first_not_of(" \t");
+        if (start != value.npos) return value.substr(start);
     }
     return host::DefaultEditor();
 }
@@ -30,8 +30,15 @@ std::string EditorCommand() {
 constexpr std::string_view kLineEditors[] = {"vi",    "vim",         "nvim", "view", "gvim", "nano", "pico",
                                              "emacs", "emacsclient", "mg",   "joe",  "jed",  "kak",  "micro"};
 
+/// The program of a command line, whose path may be in quotes.
+std::filesystem::path ProgramOf(const std::string& command) {
+    const bool isQuoted = command.starts_with('"') || command.starts_with('\'');
+    const std::size_t end = command.find(isQuoted ? command[0] : ' ', 1);
+    return PathFromArgument(command.substr(isQuoted ? 1 : 0, end - (isQuoted ? 1 : 0)));
+}
+
 std::string LineOption(const std::string& command, std::size_t line) {
-    const std::filesystem::path program = PathFromArgument(command.substr(0, command.find(' ')));
+    const std::filesystem::path program = ProgramOf(command);
     const bool takesLine = std::ranges::find(kLineEditors, program.stem().string()) != std::end(kLineEditors);
     return takesLine && line > 1 ? " +" + std::to_string(line) : "";
 }
@@ -67,9 +74,12 @@ public:
         const std::string command = EditorCommand();
         const int exitCode = host::RunWithFile(command + LineOption(command, line), file);
         if (exitCode == 0) return;
+        const bool isChanged = std::filesystem::exists(file) && Read() != text;
+        if (exitCode == host::CommandNotFoundCode() && !isChanged)
+            throw std::runtime_error("the editor " + command + " isn't found; VISUAL or EDITOR can name another one");
         std::string reason =
             "the editor " + command + " ended with code " + std::to_string(exitCode) + "; nothing is saved";
-        if (std::filesystem::exists(file) && Read() != text) reason += Keep();
+        if (isChanged) reason += Keep();
         throw std::runtime_error(reason);
     }
 

@@ -8,7 +8,6 @@
 #include <host/system.h>
 #include <host/text.h>
 
-#include <cstdlib>
 #include <iostream>
 #include <iterator>
 
@@ -27,8 +26,7 @@ void PrintError(const std::exception& error) { std::cerr << "arborctl: " << host
 /// By convention, NO_COLOR disables colours if it is set and not empty.
 bool UsesColours(Colours colours, bool terminal) {
     if (colours != Colours::Auto) return colours == Colours::Always;
-    const char* noColour = std::getenv("NO_COLOR");
-    return terminal && (noColour == nullptr || *noColour == '\0');
+    return terminal && host::EnvironmentVariable("NO_COLOR").empty();
 }
 
 int RunCommand(const CommandLine& line, Terminals terminals) {

@@ -1,7 +1,10 @@
 #include "platform/open_handle.h"
 #include "tool_fixture.h"
 
+#include <host/system.h>
+
 #include <chrono>
+#include <cstdlib>
 #include <map>
 #include <random>
 
@@ -17,6 +20,27 @@ using testing::StartsWith;
 using testing::UnorderedElementsAre;
 
 constexpr const char* kStart = "K a tDWORD 1\nK/L b tSTRING x\nM c tDOUBLE 0.5\n";
+
+constexpr bool kIsWindows = std::filesystem::path::preferred_separator == '\\';
+
+/// Sets an environment variable of this process and removes it at the end of the scope.
+class EnvironmentVariable {
+public:
+    EnvironmentVariable(const std::string& name, const std::string& value) : setting(name + '=' + value) {
+        putenv(setting.data());   // keeps the pointer
+    }
+    ~EnvironmentVariable() {
+        setting.resize(setting.find('=') + 1);   // Windows removes a variable by "NAME=", other systems by "NAME"
+        putenv(setting.data());
+        setting.pop_back();
+        putenv(setting.data());
+    }
+    EnvironmentVariable(const EnvironmentVariable&) = delete;
+    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
+
+private:
+    std::string setting;
+};
 
 class ChangesTest : public test::ToolTest {
 protected:
@@ -161,6 +185,38 @@ TEST_F(ChangesTest, CopiesOfValuesThatASaveChangesAreRefusedUnlessLenient) {
         EXPECT_EQ(RunOn(row.document, row.command, {"--lenient"}, row.input).exitCode, 0);
         EXPECT_EQ(RunOn("d.xml", {"get", "K/v"}).output, "0.000000\n");
     }
+}
+
+TEST_F(ChangesTest, EditStartsProgramsAndScriptsWithArguments) {
+    const std::filesystem::path tools = folder / "my tools";
+    std::filesystem::create_directory(tools);
+    const std::string extension = kIsWindows ? ".exe" : "";
+    const std::string program = (tools / ("an editor" + extension)).string();
+    std::filesystem::copy_file(host::ProgramDirectory() / ("scripted_editor" + extension), program);
+    const std::string script = (tools / ("a script" + std::string(kIsWindows ? ".bat" : ""))).string();
+    Write(script, kIsWindows ? "@\"" + program + "\" %*\r\n" : "#!/bin/sh\nexec \"" + program + "\" \"$@\"\n");
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    struct Case {
+        const char* label;
+        std::string visual;
+        std::string editor;
+    };
+    const Case cases[] = {
+        {"a program", '"' + program + "\" --wait 8080 81", "false"},
+        {"a script", '"' + script + "\" --wait 8080 \"81\"", ""},
+        {"EDITOR, as VISUAL is of spaces", " \t ", " \"" + program + "\" --wait 8080 81"},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.label);
+        Write("a b.xml", kDocument);
+        const EnvironmentVariable visual("VISUAL", row.visual);
+        const EnvironmentVariable editor("EDITOR", row.editor);
+        const Outcome outcome = RunOn("a b.xml", {"edit", "Network"});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.error;
+        EXPECT_EQ(RunOn("a b.xml", {"get", "Network/Proxy/Port"}).output, "81\n");
+    }
+    const EnvironmentVariable missing("VISUAL", '"' + program + "2\" --wait");
+    EXPECT_THAT(RunOn("d.xml", {"edit"}).error, HasSubstr("2\" --wait isn't found; VISUAL or EDITOR can name another"));
 }
 
 TEST_F(ChangesTest, DryRunShowsTheDifferenceAndSavesNothing) {

@@ -36,6 +36,9 @@ public:
 /// The program's arguments in UTF-8, without the program's name. Takes the arguments of `main`.
 [[nodiscard]] std::vector<std::string> ProgramArguments(int count, const char* const* values);
 
+/// An environment variable in UTF-8; empty if it isn't set.
+[[nodiscard]] std::string EnvironmentVariable(const char* name);
+
 enum class Stream {
     Output,
     Error,
@@ -61,9 +64,12 @@ void PrepareStandardStreams();
 [[nodiscard]] bool RemoveIfUnused(const std::filesystem::path& path);
 
 /// Runs a command line of the system's shell, with `file` as its last argument, on this process's standard streams, and
-/// waits for its end. Returns its exit code, on Linux 128 and more if a signal killed it. Throws `std::system_error` if
-/// the shell can't be started.
+/// waits for its end. A program's path with spaces is in double quotes. Returns its exit code, on Linux 128 and more if
+/// a signal killed it. Throws `std::system_error` if the shell can't be started.
 [[nodiscard]] int RunWithFile(const std::string& commandLine, const std::filesystem::path& file);
+
+/// The exit code of the shell if it doesn't find the command.
+[[nodiscard]] int CommandNotFoundCode();
 
 /// The command line of the editor that every installation of the system has.
 [[nodiscard]] const char* DefaultEditor();

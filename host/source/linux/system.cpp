@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 
 namespace host {
@@ -124,6 +125,11 @@ std::vector<std::string> ProgramArguments(int count, const char* const* values) 
     return {values + std::min(count, 1), values + count};
 }
 
+std::string EnvironmentVariable(const char* name) {
+    const char* const value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
 bool IsTerminal(Stream stream) { return isatty(DescriptorOf(stream)) != 0; }
 
 void PrepareStandardStreams() {
@@ -169,6 +175,8 @@ int RunWithFile(const std::string& commandLine, const std::filesystem::path& fil
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
+
+int CommandNotFoundCode() { return 127; }
 
 const char* DefaultEditor() { return "vi"; }
 

@@ -8,6 +8,8 @@
 #include <io.h>
 #include <windows.h>
 
+#include <cstring>
+
 /// The C runtime's parser of the command line, in UTF-16. The headers of MinGW don't declare it.
 extern "C" int __cdecl __wgetmainargs(int* count, wchar_t*** values, wchar_t*** environment, int expandWildcards,
                                       int* newMode);
@@ -93,6 +95,11 @@ std::vector<std::string> ProgramArguments(int, const char* const*) {
     return arguments;
 }
 
+std::string EnvironmentVariable(const char* name) {
+    const wchar_t* const value = _wgetenv(std::wstring(name, name + std::strlen(name)).c_str());
+    return value != nullptr ? ToUtf8(Units(value)) : "";
+}
+
 bool IsTerminal(Stream stream) {
     const HANDLE console = HandleOf(stream);
     DWORD mode = 0;
@@ -136,6 +143,8 @@ int RunWithFile(const std::string& commandLine, const std::filesystem::path& fil
     CloseHandle(process);
     return static_cast<int>(exitCode);
 }
+
+int CommandNotFoundCode() { return 9009; }
 
 const char* DefaultEditor() { return "notepad"; }
 
