@@ -65,7 +65,7 @@ _arborctl_common() {
 _arborctl_reply() {
     local each quoted common shared
     for each; do
-        _arborctl_quote "${each#"$kept"}" "$quote"
+        _arborctl_quote "${each:${#kept}}" "$quote"   # the case of letters may differ from that of the word
         COMPREPLY+=("$quoted")
     done
     if (($# == 1)); then
@@ -76,7 +76,7 @@ _arborctl_reply() {
     _arborctl_common "${COMPREPLY[@]}"
     shared=$common
     _arborctl_common "$@"
-    _arborctl_quote "${common#"$kept"}" "$quote"
+    _arborctl_quote "${common:${#kept}}" "$quote"
     [[ $shared != "$quoted" ]] || return 0
     # The candidates differ right after a backslash of an escape, which readline would insert alone.
     if ((${#common} > ${#words[-1]})); then

@@ -204,7 +204,7 @@ constexpr CommandRow kCommands[] = {
     {"undo", Family::Files, "", "Swap the document and the one before its last save", "settings.xml undo",
      [](const Arguments&) -> Work { return Undo; }},
     {"types", Family::Tool, "[TYPE]", "Show the types of values: width, texts and an example", "types tDWORD", nullptr,
-     [](const Arguments& given) { return PrintTypes(given.Has(0) ? given.operands[0] : ""); }},
+     [](const Arguments& given) { return PrintTypes(given.Has(0) ? given.operands[0] : "", given.json); }},
     {"help", Family::Tool, "[COMMAND]", "Show the commands, or the operands and options of one", "help set", nullptr,
      [](const Arguments& given) {
          const CommandRow* command = given.Has(0) ? FindCommand(given.operands[0]) : nullptr;
@@ -265,7 +265,7 @@ constexpr OptionRow kOptions[] = {
      [](Arguments& given, const std::string& text) { given.from = ParseForm(text); }},
     {"--against", "OTHER-DOCUMENT", "report", "mark the differences from this document",
      [](Arguments& given, const std::string& text) { given.against = ParseDocument(text); }},
-    {"--json", "", "tree get find export check diff backups", "print JSON, for programs",
+    {"--json", "", "tree get find export check diff backups types", "print JSON, for programs",
      [](Arguments& given, const std::string&) { given.json = true; }},
     {"--flat", "", "tree", "print a line \"PATH VALUE TYPE TEXT\" for each value, exact, as \"apply\" reads it",
      [](Arguments& given, const std::string&) { given.flat = true; }},

@@ -4,6 +4,7 @@
 #include "completion.h"
 
 #include "addressing.h"
+#include "ascii.h"
 #include "backups.h"
 #include "command_table.h"
 
@@ -292,8 +293,9 @@ int PrintCompletions(std::vector<std::string> words) {
     } catch (const std::invalid_argument&) {
     }   // a wrong line has no candidates
     std::cout << (result.files ? "files\n" : "words\n");
+    const std::string lower = ToLower(word);   // names and types can be given in any case
     for (const std::string& candidate : result.words) {
-        if (candidate.starts_with(word)) std::cout << candidate << '\n';
+        if (ToLower(candidate).starts_with(lower)) std::cout << candidate << '\n';
     }
     return kExitDone;
 }

@@ -53,6 +53,12 @@ Json& Json::Number(std::uint64_t number) {
     return *this;
 }
 
+Json& Json::Null() {
+    WriteSeparator();
+    out << "null";
+    return *this;
+}
+
 Json& Json::TypeAndValue(const arbor::Datum& datum) {
     Member("type", kernel::FindType(datum.type)->name);
     const std::string text = ToExactText(datum);

@@ -29,6 +29,7 @@ public:
     /// Writes a string. Bytes that aren't valid UTF-8 become U+FFFD.
     Json& String(std::string_view text);
     Json& Number(std::uint64_t number);
+    Json& Null();
 
     /// Writes a name and its value.
     Json& Member(std::string_view name, std::string_view text) { return Name(name).String(text); }

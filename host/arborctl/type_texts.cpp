@@ -5,6 +5,7 @@
 #include "ascii.h"
 #include "exit_codes.h"
 #include "help.h"
+#include "json.h"
 #include "suggestion.h"
 
 #include <algorithm>
@@ -69,6 +70,21 @@ void PrintRow(std::string_view name, std::string_view code, std::string_view byt
               << "  " << std::left << std::setw(texts.example.empty() ? 0 : 44) << texts.text << texts.example << '\n';
 }
 
+/// Prints one type, or all if `only` is 0.
+int PrintJson(kernel::TypeCode only) {
+    Json json(std::cout);
+    json.BeginArray();
+    for (const kernel::ValueTypeRow& row : kernel::kStoredTypes) {
+        if (only != 0 && row.type != only) continue;
+        const TypeTextRow& texts = TextsOf(row.type);
+        json.BeginObject().Member("type", row.name).Member("code", row.type).Name("bytes");
+        row.width == 0 ? json.Null() : json.Number(row.width);
+        json.Member("text", texts.text).Member("example", texts.example).EndObject();
+    }
+    json.EndArray().EndLine();
+    return kExitDone;
+}
+
 }   // namespace
 
 const TypeTextRow& TextsOf(kernel::TypeCode type) { return *std::ranges::find(kTypeTexts, type, &TypeTextRow::type); }
@@ -89,7 +105,8 @@ kernel::TypeCode ParseType(std::string_view name) {
     return row->type;
 }
 
-int PrintTypes(std::string_view name) {
+int PrintTypes(std::string_view name, bool asJson) {
+    if (asJson) return PrintJson(name.empty() ? 0 : ParseType(name));
     if (!name.empty()) {
         const kernel::ValueTypeRow& row = *kernel::FindType(ParseType(name));
         PrintRow(row.name, std::to_string(row.type), Width(row), TextsOf(row.type));

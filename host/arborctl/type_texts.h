@@ -20,7 +20,8 @@ struct TypeTextRow {
 /// Returns a storable type by its name, in any case. Throws `std::invalid_argument` if there is none.
 [[nodiscard]] kernel::TypeCode ParseType(std::string_view name);
 
-/// Prints the storable types, or one of them if `name` isn't empty. Throws as `ParseType`. Returns the exit code.
-int PrintTypes(std::string_view name);
+/// Prints the storable types, or one of them if `name` isn't empty, as a table or as a JSON array. Throws as
+/// `ParseType`. Returns the exit code.
+int PrintTypes(std::string_view name, bool asJson);
 
 }   // namespace arborctl

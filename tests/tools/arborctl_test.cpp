@@ -394,6 +394,10 @@ TEST_F(ArborctlTest, EveryTypesExampleIsStoredExactly) {
         if (set.exitCode != 0 || row.type == kernel::tFUNC_PTR) continue;
         EXPECT_EQ(RunOn("d.xml", {"get", "Types", type}).output, example + '\n');
     }
+    EXPECT_EQ(RunTool({"types", "tdword", "--json"}).output,
+              R"([{"type":"tDWORD","code":4,"bytes":4,"text":"0 to 4294967295","example":"8080"}])"
+              "\n");
+    EXPECT_THAT(RunTool({"types", "--json"}).output, HasSubstr(R"("type":"tBINARY","code":48,"bytes":null,)"));
     EXPECT_THAT(RunTool({"types", "tOBJECT"}).error, HasSubstr("tOBJECT is the type of no value"));
 }
 
@@ -1039,7 +1043,7 @@ TEST_F(ArborctlTest, CompletionListsValidArguments) {
         {"a file of an option", {"--module", ""}, "files\n"},
         {"free text", {document, "find", ""}, "words\n"},
         {"keys and values of the root", {document, "tree", ""}, "words\nNetwork/\nBlob\nWide\n"},
-        {"a key in any case", {document, "rm", "network/P"}, "words\nnetwork/Proxy/\n"},
+        {"a key in any case", {document, "rm", "network/p"}, "words\nnetwork/Proxy/\n"},
         {"with both separators", {document, "rm", "Network\\Proxy/E"}, "words\nNetwork\\Proxy/Enabled\n"},
         {"relative to --root", {"--root", "Network", document, "get", "P"}, "words\nProxy/\n"},
         {"a root", {document, "--root", "N"}, "words\nNetwork/\n"},
@@ -1047,7 +1051,7 @@ TEST_F(ArborctlTest, CompletionListsValidArguments) {
         {"no document", {Path("none.xml"), "tree", ""}, "words\n"},
         {"a name", {"get", document, "Network/Proxy", ""}, "words\nEnabled\nPort\n"},
         {"a type after the path of a value", {document, "set", "Network/Proxy/Port", "tCO"}, "words\ntCODEPAGE\n"},
-        {"a type after a name", {document, "set", "Network/Proxy", "New", "tDA"}, "words\ntDATA\ntDATETIME\n"},
+        {"a type after a name", {document, "set", "Network/Proxy", "New", "tda"}, "words\ntDATA\ntDATETIME\n"},
         {"after the options' end", {document, "get", "--", "-"}, "words\n"},
         {"a backup", {document, "restore", ""}, "words\nd.xml.bak2\n"},
         {"another document", {document, "cp", "Network", "--to", ""}, "files\n"},
