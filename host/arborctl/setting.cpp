@@ -82,11 +82,7 @@ int Retype(const Session& session, const RetypeRequest& request) {
         const ValueSlot value(key, request.path.value);
         const arbor::Datum before = ValueOrThrow(value.Read(0), where);
         if (before.type == request.type) return;
-        const arbor::Datum after = Convert(value, before, request, valueText);
-        ThrowIfFailed(value.Remove(), where);
-        const ValueSlot created(key, request.path.value);
-        if (created.Type() != 0) throw StoreError(kernel::kAlreadyExists, where + ": several values have this name");
-        ThrowIfFailed(created.Set(after), where);
+        SetExactly(key, request.path.value, Convert(value, before, request, valueText));
     });
 }
 

@@ -1,6 +1,7 @@
 #include "tool_fixture.h"
 
 #include <arborctl/command_table.h>
+#include <arborctl/flat_text.h>
 #include <arborctl/type_texts.h>
 #include <host/system.h>
 #include <host/text.h>
@@ -218,6 +219,12 @@ TEST_F(ArborctlTest, PrintedPathsAreAcceptedByAllCommands) {
             EXPECT_EQ(RunOn("odd.xml", {"get", path, "--as", "tINT"}).output, number + '\n');
             Write("changed.xml", document);
             EXPECT_EQ(RunOn("changed.xml", {"set", path, "tINT", number}, {"--convert"}).exitCode, 0);
+            EXPECT_EQ(RunOn("changed.xml", {"cp", path, "Copy/v"}, {"--convert"}).exitCode, 0);
+            EXPECT_EQ(RunOn("changed.xml", {"get", "Copy/v", "--as", "tINT"}).output, number + '\n');
+            Write("changed.xml", document);
+            const std::string line = "mv " + arborctl::QuoteWord(path) + " Moved/v";
+            EXPECT_EQ(RunOn("changed.xml", {"apply"}, {"--convert"}, line).exitCode, 0);
+            EXPECT_EQ(RunOn("changed.xml", {"get", "Moved/v", "--as", "tINT"}).output, number + '\n');
         }
         EXPECT_GE(distinct.size(), 7U) << found;
     }
@@ -471,6 +478,10 @@ TEST_F(ArborctlTest, RetypeRefusesALoss) {
             EXPECT_EQ(RunOn("d.xml", {"tree", "V"}).output, std::string("V: ") + row.after + '\n');
         }
         Write("d.xml", kDocument);
+    }
+    for (const char* path : {"a", "A#2"}) {   // the numbers of the others would change, or the name of this one
+        Write("n.xml", "<arbor><tINT name='a'>1</tINT><tINT name='A'>2</tINT></arbor>");
+        EXPECT_THAT(RunOn("n.xml", {"retype", path, "tSTRING"}).error, HasSubstr("shares its name"));
     }
 }
 
