@@ -96,6 +96,7 @@ kernel::TypeCode ParseType(std::string_view name) {
     const std::string hint = "\"arborctl types\" lists the types of values";
     if (row == std::end(kernel::kTypeTable)) {
         std::vector<std::string_view> names;
+        names.reserve(std::size(kernel::kTypeTable));
         for (const kernel::ValueTypeRow& each : kernel::kStoredTypes) names.push_back(each.name);
         const std::string suggestion = Suggestion(name, names);
         throw std::invalid_argument(std::string(name) + " isn't a type" +
