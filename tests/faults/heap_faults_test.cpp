@@ -25,13 +25,17 @@ thread_local bool requestFailed = false;
 /// Requests above it fail too, as those of a full memory.
 thread_local std::size_t largestRequest = SIZE_MAX;
 
-void* Take(std::size_t size) {
+bool MustFail(std::size_t size) {
     if (requestsUntilFailure != 0 && --requestsUntilFailure == 0) {
         requestFailed = true;
         if (failsPersistently) requestsUntilFailure = 1;
-        throw std::bad_alloc();
+        return true;
     }
-    void* block = size <= largestRequest ? std::malloc(size != 0 ? size : 1) : nullptr;
+    return size > largestRequest;
+}
+
+void* Take(std::size_t size) {
+    void* block = MustFail(size) ? nullptr : std::malloc(size != 0 ? size : 1);
     if (block == nullptr) throw std::bad_alloc();
     return block;
 }
@@ -50,6 +54,12 @@ void operator delete(void* block) noexcept { GiveBack(block); }
 void operator delete[](void* block) noexcept { GiveBack(block); }
 void operator delete(void* block, std::size_t) noexcept { GiveBack(block); }
 void operator delete[](void* block, std::size_t) noexcept { GiveBack(block); }
+
+// The linker leads the module's calls of `realloc` to the first function, and the second name to the C library.
+extern "C" {
+void* __real_realloc(void* block, std::size_t size);
+void* __wrap_realloc(void* block, std::size_t size) { return MustFail(size) ? nullptr : __real_realloc(block, size); }
+}
 
 namespace test {
 namespace {

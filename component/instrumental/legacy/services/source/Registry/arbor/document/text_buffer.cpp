@@ -3,6 +3,7 @@
 #include "document/text_buffer.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <new>
 
 namespace arbor::module {
@@ -14,9 +15,11 @@ void TextBuffer::Grow(std::size_t count) {
     if (kMaxBytes - size < count) throw std::bad_alloc();
     const std::size_t larger = capacity < kFastGrowthBytes ? capacity * 4 : std::min(capacity, kMaxBytes / 2) * 2 + 1;
     const std::size_t wanted = std::max({kMinBytes, larger, size + count});
-    auto grown = std::make_unique_for_overwrite<char[]>(wanted);
-    if (size != 0) std::memcpy(grown.get(), bytes.get(), size);
-    bytes = std::move(grown);
+    // The C library extends a large block without a copy, so that its bytes don't exist twice.
+    void* const grown = std::realloc(bytes.get(), wanted);
+    if (grown == nullptr) throw std::bad_alloc();
+    static_cast<void>(bytes.release());   // `realloc` has freed it or extended it
+    bytes.reset(static_cast<char*>(grown));
     capacity = wanted;
 }
 

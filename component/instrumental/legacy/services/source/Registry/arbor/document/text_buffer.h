@@ -7,6 +7,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string_view>
@@ -50,9 +51,13 @@ private:
         size = static_cast<std::size_t>(out - bytes.get());
     }
 
+    struct FreeBytes {
+        void operator()(char* block) const { std::free(block); }
+    };
+
     void Grow(std::size_t count);
 
-    std::unique_ptr<char[]> bytes;
+    std::unique_ptr<char[], FreeBytes> bytes;
     std::size_t size = 0;
     std::size_t capacity = 0;
 };
