@@ -19,11 +19,11 @@ namespace {
 
 /// Counts down with each request of the ordinary heap while it is above 0; the one that brings it to 0 fails, and with
 /// `failsPersistently` all behind it.
-thread_local std::size_t requestsUntilFailure = 0;
-thread_local bool failsPersistently = false;
-thread_local bool requestFailed = false;
+std::size_t requestsUntilFailure = 0;
+bool failsPersistently = false;
+bool requestFailed = false;
 /// Requests above it fail too, as those of a full memory.
-thread_local std::size_t largestRequest = SIZE_MAX;
+std::size_t largestRequest = SIZE_MAX;
 
 bool MustFail(std::size_t size) {
     if (requestsUntilFailure != 0 && --requestsUntilFailure == 0) {
