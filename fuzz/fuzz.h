@@ -1,5 +1,5 @@
-/// What every fuzz target stands on: the entry point, a check that also holds in optimised builds, and a way to draw
-/// choices from the input.
+/// Common to all fuzz targets: the entry point, a check that is also compiled into optimised builds, and a reader that
+/// turns the bytes of the input into choices, numbers and texts.
 #pragma once
 
 #include <algorithm>
@@ -12,10 +12,10 @@
 #include <string>
 #include <string_view>
 
-/// One run of the target over one input. Returns 0; what it finds ends the process.
+/// Runs the target once. Returns 0. A failed check ends the process.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-/// Ends the process with the place and the property that doesn't hold.
+/// Ends the process if `property` is false, and prints the source line and the property.
 #define FUZZ_CHECK(property)                                                     \
     do {                                                                         \
         if (!(property)) {                                                       \
@@ -26,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
 namespace fuzz {
 
-/// Choices and texts, taken from the input's start; an input at its end gives zeros and empty texts.
+/// Reads choices, numbers and texts from the start of the input to its end. At the end all are 0 or empty.
 class Input {
 public:
     Input(const std::uint8_t* data, std::size_t size) : at(data), end(data + size) {}
@@ -35,18 +35,19 @@ public:
 
     std::uint8_t Byte() { return at != end ? *at++ : std::uint8_t{0}; }
 
+    /// A number from 0 to `limit` - 1; one byte of the input.
     std::uint32_t Below(std::size_t limit) { return static_cast<std::uint32_t>(Byte() % limit); }
 
-    bool Coin() { return (Byte() & 1) != 0; }
+    bool Bool() { return (Byte() & 1) != 0; }
 
     std::string Bytes(std::size_t count) {
-        const std::size_t taken = std::min(count, static_cast<std::size_t>(end - at));
-        std::string bytes(reinterpret_cast<const char*>(at), taken);
-        at += taken;
+        const std::size_t available = std::min(count, static_cast<std::size_t>(end - at));
+        std::string bytes(reinterpret_cast<const char*>(at), available);
+        at += available;
         return bytes;
     }
 
-    /// Up to `limit` bytes, as many as a byte in front says.
+    /// At most `limit` bytes. One byte of the input, before them, is their number.
     std::string Text(std::size_t limit) { return Bytes(Below(limit + 1)); }
 
     std::string Rest() { return Bytes(static_cast<std::size_t>(end - at)); }
@@ -56,12 +57,12 @@ private:
     const std::uint8_t* end;
 };
 
-/// The text up to its first 0 byte: what a caller with a terminated text can pass.
+/// The text up to its first 0 byte, as a function sees it that takes a terminated text.
 inline std::string Terminated(std::string_view text) { return std::string(text.substr(0, text.find('\0'))); }
 
-/// The bytes in a block of just their number, so that a byte too far is one outside.
+/// A copy in a heap block of exactly the text's size, so that a sanitizer reports an access past its end.
 template <class Char>
-std::unique_ptr<Char[]> Exactly(std::basic_string_view<Char> text) {
+std::unique_ptr<Char[]> CopyToBlock(std::basic_string_view<Char> text) {
     std::unique_ptr<Char[]> block(new Char[text.size()]);
     if (!text.empty()) std::memcpy(block.get(), text.data(), text.size() * sizeof(Char));
     return block;

@@ -40,7 +40,7 @@ void Replay(const std::filesystem::path& file, std::size_t variations) {
         std::printf(" %zu", number);
         static_cast<void>(std::fflush(stdout));
         const std::string varied = number == 0 ? bytes : Vary(bytes, number);
-        const auto input = fuzz::Exactly(std::string_view(varied));
+        const auto input = fuzz::CopyToBlock(std::string_view(varied));
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.get()), varied.size());
     }
     std::printf("\n");

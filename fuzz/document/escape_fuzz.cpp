@@ -1,5 +1,5 @@
-// Escaping against decoding: what goes out escaped comes back as it was; and any bytes decode, by the table of
-// references and no other way.
+// Escapes any text and decodes it again, which must give the same text; and decodes any text as it is. Both must equal
+// the model's escaping and decoding.
 #include "document/xml_entities.h"
 #include "document/xml_reader.h"
 #include "document/xml_writer.h"
@@ -9,7 +9,7 @@
 namespace {
 
 std::string Escape(std::string_view text) {
-    const auto block = fuzz::Exactly(text);
+    const auto block = fuzz::CopyToBlock(text);
     arbor::module::TextBuffer escaped;
     escaped.Append("kept");
     arbor::module::EscapeXml(block.get(), static_cast<std::int32_t>(text.size()), escaped);
@@ -18,25 +18,25 @@ std::string Escape(std::string_view text) {
 }
 
 bool Decode(std::string_view text, std::string& decoded) {
-    const auto block = fuzz::Exactly(text);
+    const auto block = fuzz::CopyToBlock(text);
     decoded = "kept";
-    const bool understood = arbor::module::DecodeEntities(block.get(), static_cast<std::int32_t>(text.size()), decoded);
+    const bool areValid = arbor::module::DecodeEntities(block.get(), static_cast<std::int32_t>(text.size()), decoded);
     FUZZ_CHECK(decoded.starts_with("kept"));
     decoded.erase(0, 4);
-    return understood;
+    return areValid;
 }
 
-/// A 0 byte is the one that has no way back.
-std::string WithZerosSpelled(std::string_view text) {
-    std::string spelled;
+/// The only character that doesn't survive: a 0 byte is escaped as "&#x0;", which isn't decoded.
+std::string WithEscapedZeros(std::string_view text) {
+    std::string result;
     for (const char c : text) {
         if (c == '\0') {
-            spelled += "&#x0;";
+            result += "&#x0;";
         } else {
-            spelled += c;
+            result += c;
         }
     }
-    return spelled;
+    return result;
 }
 
 }   // namespace
@@ -46,21 +46,21 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 
     const std::string escaped = Escape(text);
     FUZZ_CHECK(escaped == model::Escaped(text));
-    std::string back;
-    const bool whole = Decode(escaped, back);
-    FUZZ_CHECK(back == WithZerosSpelled(text));
-    FUZZ_CHECK(whole || text.find('\0') != text.npos);
+    std::string decodedAgain;
+    const bool allDecoded = Decode(escaped, decodedAgain);
+    FUZZ_CHECK(decodedAgain == WithEscapedZeros(text));
+    FUZZ_CHECK(allDecoded || text.find('\0') != text.npos);
 
     std::string decoded;
-    const bool understood = Decode(text, decoded);
+    const bool areValid = Decode(text, decoded);
     bool expected = false;
-    FUZZ_CHECK(decoded == model::DecodeReferences(text, expected) && understood == expected);
+    FUZZ_CHECK(decoded == model::DecodeReferences(text, expected) && areValid == expected);
 
-    // Up to the terminator, without being told where it is.
+    // Length -1: up to the terminator.
     const std::string terminated = fuzz::Terminated(text);
-    arbor::module::TextBuffer untold;
-    arbor::module::EscapeXml(terminated.c_str(), -1, untold);
-    FUZZ_CHECK(untold.View() == Escape(terminated));
+    arbor::module::TextBuffer untilTerminator;
+    arbor::module::EscapeXml(terminated.c_str(), -1, untilTerminator);
+    FUZZ_CHECK(untilTerminator.View() == Escape(terminated));
     std::string measured;
     static_cast<void>(arbor::module::DecodeEntities(terminated.c_str(), -1, measured));
     static_cast<void>(Decode(terminated, decoded));

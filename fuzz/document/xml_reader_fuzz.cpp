@@ -1,5 +1,6 @@
-// The reader's operations in any order over any bytes: it never leaves its input, never goes back, answers with its own
-// codes alone, and a look doesn't move it. The input is a count of operations, the operations, and the text.
+// Calls the operations of the XML reader in any order over any text. The reader must stay inside the text, never move
+// backwards, return only its own codes, and not move when it only looks ahead. The input is the number of operations,
+// the operations, and the text.
 #include "document/xml_reader.h"
 #include "fuzz.h"
 
@@ -10,9 +11,9 @@ namespace {
 
 using namespace arbor::module;
 
-class Walk {
+class ReaderCalls {
 public:
-    explicit Walk(std::string_view text)
+    explicit ReaderCalls(std::string_view text)
         : begin(text.data()),
           end(text.data() + text.size()),
           reader(text.data(), static_cast<std::uint32_t>(text.size()), false) {}
@@ -36,7 +37,7 @@ private:
         std::uint32_t size = 0;
         switch (operation % 13) {
             case 0:
-                Look(literal);
+                CheckLookahead(literal);
                 break;
             case 1:
                 reader.SkipSpace();
@@ -73,18 +74,18 @@ private:
                 Check(reader.ScanUntil(literal, size));
                 break;
             case 10:
-                Check(reader.SkipContent(Chosen(argument), &size));
+                Check(reader.SkipContent(ElementAt(argument), &size));
                 break;
             case 11:
-                Check(reader.CloseElement(Chosen(argument)));
+                Check(reader.CloseElement(ElementAt(argument)));
                 break;
             default:
-                ReadAttributes(Chosen(argument));
+                ReadAttributes(ElementAt(argument));
                 break;
         }
     }
 
-    void Look(const char* literal) {
+    void CheckLookahead(const char* literal) {
         const char* const before = Position();
         const TokenKind kind = reader.PeekKind();
         FUZZ_CHECK(kind >= TokenEnd && kind <= TokenOther && (kind == TokenEnd) == (before == end));
@@ -109,7 +110,7 @@ private:
         FUZZ_CHECK(Position() == before);
     }
 
-    [[nodiscard]] XmlElement Chosen(std::uint8_t argument) const {
+    [[nodiscard]] XmlElement ElementAt(std::uint8_t argument) const {
         return elements.empty() ? XmlElement() : elements[argument % elements.size()];
     }
 
@@ -133,7 +134,8 @@ private:
         FUZZ_CHECK(element.name.data + element.name.length < element.end);
     }
 
-    /// Where text read now would begin.
+    /// The position in the text. The reader has no accessor for it, so a copy of the reader reads the text that
+    /// follows.
     [[nodiscard]] const char* Position() const {
         XmlReader probe = reader;
         ByteSlice rest;
@@ -153,9 +155,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     fuzz::Input input(data, size);
     const std::string operations = input.Text(255);
     const std::string rest = input.Rest();
-    const auto block = fuzz::Exactly(std::string_view(rest));
-    Walk walk({block.get(), rest.size()});
+    const auto block = fuzz::CopyToBlock(std::string_view(rest));
+    ReaderCalls calls({block.get(), rest.size()});
     fuzz::Input choices(reinterpret_cast<const std::uint8_t*>(operations.data()), operations.size());
-    while (!choices.AtEnd()) walk.Step(choices);
+    while (!choices.AtEnd()) calls.Step(choices);
     return 0;
 }

@@ -1,5 +1,5 @@
-// Paths of files as texts: what is normal stays as it is, and parts add up to the whole. The input is the length of the
-// first of two texts, and then both.
+// The functions on file paths: normalising twice gives what normalising once gave, the parts of a path lie inside it,
+// and a joined path consists of its parts. The input is the length of the first of two texts, and then both.
 #include "fuzz.h"
 
 #include <component/ilk/system/file/detail/filesystem_impl.h>
@@ -34,7 +34,7 @@ void CheckNormal(View path) {
     FUZZ_CHECK(twice.view() == once.view());
     if (!IsDrivePath(path)) return;
     FUZZ_CHECK(once.view().substr(0, 2) == path.substr(0, 2) && IsDrivePath(once.view()));
-    // Behind the drive there are whole names and nothing else.
+    // After the drive there are names with one separator between two of them; none is "." or "..".
     const View rest = once.view().substr(3);
     FUZZ_CHECK(rest.find(u'/') == rest.npos && rest.find(u"\\\\") == rest.npos && !rest.ends_with(u'\\'));
     for (std::size_t at = 0; at <= rest.size(); at = std::min(rest.find(u'\\', at), rest.size()) + 1) {
@@ -82,8 +82,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string second = input.Rest();
     const std::u16string folder = Widened(first);
     const std::u16string name = Widened(second);
-    const auto folderBlock = fuzz::Exactly(View(folder));
-    const auto nameBlock = fuzz::Exactly(View(name));
+    const auto folderBlock = fuzz::CopyToBlock(View(folder));
+    const auto nameBlock = fuzz::CopyToBlock(View(name));
     const View folderView(folderBlock.get(), folder.size());
     const View nameView(nameBlock.get(), name.size());
     for (const View path : {folderView, nameView}) {

@@ -1,3 +1,4 @@
+// The model of loading.
 #include "model/document.h"
 
 #include <component/kernel/type_table.h>
@@ -37,10 +38,10 @@ const std::string kName = kAsciiName + kLatinLetters + '\xB7';
 
 bool IsIn(const std::string& set, std::string_view text) { return !text.empty() && set.find(text[0]) != set.npos; }
 bool IsVisible(std::string_view text) { return text.find_first_not_of(kSpaces) != text.npos; }
-std::string Terminated(const std::string& text) { return text.c_str(); }
+std::string UpToTerminator(const std::string& text) { return text.c_str(); }
 
-/// What replaces the reference; the reference itself if nothing does.
-std::string Dereferenced(const std::string& body, bool& understood) {
+/// The text that the reference `body` stands for, or the reference itself if it stands for none.
+std::string ReplaceReference(const std::string& body, bool& areValid) {
     constexpr std::string_view kHexDigits = "0123456789abcdefABCDEF";
     static const std::map<std::string, std::string> kNamed = {
         {"lt", "<"}, {"gt", ">"}, {"amp", "&"}, {"apos", "'"}, {"quot", "\""}};
@@ -51,7 +52,7 @@ std::string Dereferenced(const std::string& body, bool& understood) {
     const std::string digits = body.substr(hexadecimal ? 2 : 1);
     const bool isNumber = digits.find_first_not_of(kHexDigits.substr(0, hexadecimal ? 22 : 10)) == digits.npos;
     if (body[0] != '#' || !isNumber) {
-        understood = understood && body[0] != '#' && body.size() < 5;
+        areValid = areValid && body[0] != '#' && body.size() < 5;
         return reference;
     }
     std::uint32_t number = 0;
@@ -64,8 +65,8 @@ std::string Dereferenced(const std::string& body, bool& understood) {
 }
 
 std::string Decoded(std::string_view text) {
-    bool understood = true;
-    return DecodeReferences(text, understood);
+    bool areValid = true;
+    return DecodeReferences(text, areValid);
 }
 
 /// The text that is left to read.
@@ -207,8 +208,8 @@ private:
 ResultCode AddFromText(Key& key, const std::string& name, TypeCode type, const std::string& text) {
     if (!IsStored(type)) return kOutOfMemory;
     Value value = NewValue(type);
-    const ResultCode code = FromText(value, Terminated(text));
-    if (IsSuccess(code)) key.AddValue(Terminated(name), value);
+    const ResultCode code = FromText(value, UpToTerminator(text));
+    if (IsSuccess(code)) key.AddValue(UpToTerminator(name), value);
     return code;
 }
 
@@ -252,7 +253,7 @@ ResultCode ReadChildren(Reader& reader, Key& key, std::size_t depth) {
         ResultCode code = kDone;
         if (isKey) {
             bool created = false;
-            Key& child = key.OpenPath(Terminated(name->second), created);
+            Key& child = key.OpenPath(UpToTerminator(name->second), created);
             if (element.hasContent) code = ReadChildren(reader, child, depth + 1);
         } else {
             if (!element.hasContent) return kBadDocument;
@@ -267,15 +268,15 @@ ResultCode ReadChildren(Reader& reader, Key& key, std::size_t depth) {
 
 }   // namespace
 
-std::string DecodeReferences(std::string_view text, bool& understood) {
+std::string DecodeReferences(std::string_view text, bool& areValid) {
     std::string decoded;
-    understood = true;
+    areValid = true;
     for (Cursor at{text}; !at.rest.empty();) {
         if (at.rest[0] != '&' || at.rest.find(';') == text.npos) {
             decoded += at.Take(1);
         } else {
             at.Take(1);
-            decoded += Dereferenced(std::string(at.TakeTo(";")), understood);
+            decoded += ReplaceReference(std::string(at.TakeTo(";")), areValid);
             at.Take(1);
         }
     }

@@ -1,3 +1,4 @@
+// The model of an object and its methods.
 #include "model/store.h"
 
 #include <algorithm>
@@ -19,27 +20,29 @@ std::string Folded(std::string_view name) {
     return folded;
 }
 
-/// Where the first component of a path ends: at the first `/`, and at the first `\` only where no `/` follows at all.
-std::size_t Cut(std::string_view path) { return path.find('/') != path.npos ? path.find('/') : path.find('\\'); }
+/// Where the first component of a path ends: at its first `/`; at its first `\` if it has no `/`.
+std::size_t FirstSeparator(std::string_view path) {
+    return path.find('/') != path.npos ? path.find('/') : path.find('\\');
+}
 
-std::string_view Behind(std::string_view path, std::size_t cut) {
-    return cut == path.npos ? std::string_view() : path.substr(cut + 1);
+std::string_view RestAfter(std::string_view path, std::size_t separator) {
+    return separator == path.npos ? std::string_view() : path.substr(separator + 1);
 }
 
 Key* FindPath(Key* key, std::string_view path, Key** parent) {
     if (path.empty()) return key;
-    const std::size_t cut = Cut(path);
-    if (cut == 0) return key;
+    const std::size_t separator = FirstSeparator(path);
+    if (separator == 0) return key;
     if (parent != nullptr) *parent = key;
-    Key* child = key->Find(path.substr(0, cut));
-    return child != nullptr ? FindPath(child, Behind(path, cut), parent) : nullptr;
+    Key* child = key->Find(path.substr(0, separator));
+    return child != nullptr ? FindPath(child, RestAfter(path, separator), parent) : nullptr;
 }
 
 Key* FindRange(Key* key, std::string_view path) {
-    const std::size_t cut = path.find_first_of(kSeparators);
-    if (path.empty() || cut == 0) return key;
-    Key* child = key->Find(path.substr(0, cut));
-    return child != nullptr ? FindRange(child, Behind(path, cut)) : nullptr;
+    const std::size_t separator = path.find_first_of(kSeparators);
+    if (path.empty() || separator == 0) return key;
+    Key* child = key->Find(path.substr(0, separator));
+    return child != nullptr ? FindRange(child, RestAfter(path, separator)) : nullptr;
 }
 
 /// The key above `wanted`; the start is above itself.
@@ -65,14 +68,14 @@ bool PathTo(const Key* key, const Key* target, std::string& path) {
 }
 
 template <class Thing>
-Thing* At(const std::vector<std::unique_ptr<Thing>>& things, std::uint32_t index) {
+Thing* ElementAt(const std::vector<std::unique_ptr<Thing>>& things, std::uint32_t index) {
     return index < things.size() ? things[index].get() : nullptr;
 }
 
 template <class Thing>
-void Erase(std::vector<std::unique_ptr<Thing>>& things, const Thing* doomed) {
+void Erase(std::vector<std::unique_ptr<Thing>>& things, const Thing* removed) {
     things.erase(
-        std::find_if(things.begin(), things.end(), [doomed](const auto& thing) { return thing.get() == doomed; }));
+        std::find_if(things.begin(), things.end(), [removed](const auto& thing) { return thing.get() == removed; }));
 }
 
 Entry* FindEntry(const Key& key, std::string_view name) {
@@ -108,15 +111,15 @@ ResultCode WriteBody(const Key& key, const std::string& indent, std::string& doc
     return kDone;
 }
 
-/// A block of just the size that a caller names is raw bytes, whatever type the caller named.
+/// A binary value of exactly the buffer's size is read or written as it is, whatever type the caller passes.
 TypeCode AlignedType(const Value& value, TypeCode type, std::uint32_t size) {
     return value.type == tBINARY && value.bytes.size() == size ? TypeCode{tBINARY} : type;
 }
 
 }   // namespace
 
-Key Store::nowhere{.name = {}, .handle = kNoKey};
-Key Store::stranger{.name = {}, .handle = 16};
+Key Store::noKey{.name = {}, .handle = kNoKey};
+Key Store::unknownKey{.name = {}, .handle = 16};
 
 Key& Key::AddKey(std::string_view keyName) {
     keys.push_back(std::make_unique<Key>(Key{.name = std::string(keyName)}));
@@ -136,15 +139,15 @@ Key* Key::Find(std::string_view keyName) const {
 
 Key& Key::OpenPath(std::string_view path, bool& created) {
     if (path.find_first_of(kSeparators) == 0 || path.empty()) return *this;
-    const std::size_t cut = Cut(path);
-    const std::string_view component = path.substr(0, cut);
-    Key* child = cut == path.npos ? Find(component) : FindRange(this, component);
+    const std::size_t separator = FirstSeparator(path);
+    const std::string_view component = path.substr(0, separator);
+    Key* child = separator == path.npos ? Find(component) : FindRange(this, component);
     if (child == nullptr) {
         child = &AddKey(component);
         created = true;
     }
     bool ignored = false;
-    return child->OpenPath(Behind(path, cut), ignored);
+    return child->OpenPath(RestAfter(path, separator), ignored);
 }
 
 bool Same(const Key& a, const Key& b) {
@@ -154,9 +157,9 @@ bool Same(const Key& a, const Key& b) {
            std::equal(a.values.begin(), a.values.end(), b.values.begin(), b.values.end(), sameValue);
 }
 
-std::size_t Size(const Key& key) {
+std::size_t EntryCount(const Key& key) {
     std::size_t size = key.values.size();
-    for (const auto& child : key.keys) size += 1 + Size(*child);
+    for (const auto& child : key.keys) size += 1 + EntryCount(*child);
     return size;
 }
 
@@ -190,7 +193,7 @@ void Store::Ready(std::unique_ptr<Key> root) {
 }
 
 Key* Store::Resolve(Key* handle) const {
-    if (top == nullptr || handle == &nowhere) return nullptr;
+    if (top == nullptr || handle == &noKey) return nullptr;
     return handle != nullptr ? handle : current;
 }
 
@@ -200,23 +203,23 @@ ResultCode Store::Refusal(const Key* resolved) const {
 }
 
 Opened Store::OpenKey(Key* parent, const std::string* path, bool create) {
-    Key* home = Resolve(parent);
-    if (home == nullptr) return {kNoKeyThere};
-    if (path == nullptr) return {kDone, home};
+    Key* start = Resolve(parent);
+    if (start == nullptr) return {kNoKeyThere};
+    if (path == nullptr) return {kDone, start};
     if (!create || readOnly) {
-        Key* found = FindPath(home, *path, nullptr);
+        Key* found = FindPath(start, *path, nullptr);
         if (found != nullptr) return {kDone, found};
         return {create ? kReadOnlyObject : kNoSuchEntry};
     }
     bool created = false;
-    Key& opened = home->OpenPath(*path, created);
+    Key& opened = start->OpenPath(*path, created);
     dirty = dirty || created;
     return {created ? kKeyCreated : kDone, &opened};
 }
 
 Opened Store::OpenKeyByIndex(Key* parent, std::uint32_t index) {
-    const Key* home = Resolve(parent);
-    Key* child = home != nullptr ? At(home->keys, index) : nullptr;
+    const Key* start = Resolve(parent);
+    Key* child = start != nullptr ? ElementAt(start->keys, index) : nullptr;
     return {child != nullptr ? kDone : kNoSuchEntry, child};
 }
 
@@ -230,11 +233,11 @@ Opened Store::OpenNextKey(Key* key) {
     return {kDone, (at + 1)->get()};
 }
 
-Answer Store::NameOf(const Key* key, Buffer buffer, bool full) const {
-    if (!full) return Deliver(key->name + '\0', key->name.size() + 1, buffer);
+ReadResult Store::NameOf(const Key* key, Buffer buffer, bool full) const {
+    if (!full) return FillBuffer(key->name + '\0', key->name.size() + 1, buffer);
     std::string path;
     if (!PathTo(current, key, path)) return {.code = kUnspecified, .count = 0};
-    Answer answer{.count = static_cast<std::uint32_t>(path.size())};
+    ReadResult answer{.count = static_cast<std::uint32_t>(path.size())};
     if (!buffer.given) return answer;
     if (buffer.size < path.size() + 1) {
         answer.code = kBufferTooSmall;
@@ -244,47 +247,47 @@ Answer Store::NameOf(const Key* key, Buffer buffer, bool full) const {
     return answer;
 }
 
-Answer Store::GetKeyName(Key* handle, Buffer buffer, bool full) {
+ReadResult Store::GetKeyName(Key* handle, Buffer buffer, bool full) {
     const Key* key = Resolve(handle);
-    return key != nullptr ? NameOf(key, buffer, full) : Answer{.code = kNoKeyThere};
+    return key != nullptr ? NameOf(key, buffer, full) : ReadResult{.code = kNoKeyThere};
 }
 
-Answer Store::GetKeyNameByIndex(Key* parent, std::uint32_t index, Buffer buffer, bool full) {
+ReadResult Store::GetKeyNameByIndex(Key* parent, std::uint32_t index, Buffer buffer, bool full) {
     const Opened child = OpenKeyByIndex(parent, index);
-    return child.key != nullptr ? NameOf(child.key, buffer, full) : Answer{.code = child.code};
+    return child.key != nullptr ? NameOf(child.key, buffer, full) : ReadResult{.code = child.code};
 }
 
-Answer Store::GetRootPoint(Buffer buffer) {
+ReadResult Store::GetRootPoint(Buffer buffer) {
     if (top == nullptr) return {.code = kNotInitialised, .count = 0};
     Key* const root = std::exchange(current, top.get());
-    Answer answer = NameOf(root, buffer, true);
+    ReadResult answer = NameOf(root, buffer, true);
     current = root;
     return answer;
 }
 
-Answer Store::GetKeyCount(Key* handle) {
+ReadResult Store::GetKeyCount(Key* handle) {
     const Key* key = Resolve(handle);
     if (key == nullptr) return {.code = kNoKeyThere, .count = 0};
     return {.count = static_cast<std::uint32_t>(key->keys.size())};
 }
 
-Answer Store::GetValueCount(Key* handle) {
+ReadResult Store::GetValueCount(Key* handle) {
     const Key* key = Resolve(handle);
     if (key == nullptr) return {.code = kNoKeyThere, .count = 0};
     return {.count = static_cast<std::uint32_t>(key->values.size())};
 }
 
-ResultCode Store::Remove(Key& parent, const Key* doomed) {
-    if (ParentOf(doomed, current) != nullptr) current = top.get();
-    parent.keysByName.erase(Folded(doomed->name));
-    Erase(parent.keys, doomed);
+ResultCode Store::Remove(Key& parent, const Key* removed) {
+    if (ParentOf(removed, current) != nullptr) current = top.get();
+    parent.keysByName.erase(Folded(removed->name));
+    Erase(parent.keys, removed);
     dirty = true;
     return kDone;
 }
 
-ResultCode Store::Remove(Key& key, const Entry* doomed) {
-    key.valuesByName.erase(Folded(doomed->name));
-    Erase(key.values, doomed);
+ResultCode Store::Remove(Key& key, const Entry* removed) {
+    key.valuesByName.erase(Folded(removed->name));
+    Erase(key.values, removed);
     dirty = true;
     return kDone;
 }
@@ -293,30 +296,30 @@ ResultCode Store::DeleteKey(Key* handle, const std::string& path) {
     Key* key = Resolve(handle);
     if (const ResultCode code = Refusal(key); IsFailure(code)) return code;
     Key* parent = nullptr;
-    const Key* doomed = FindPath(key, path, &parent);
-    if (doomed == nullptr) return kNoSuchEntry;
-    return parent != nullptr ? Remove(*parent, doomed) : kInvalidArgument;
+    const Key* removed = FindPath(key, path, &parent);
+    if (removed == nullptr) return kNoSuchEntry;
+    return parent != nullptr ? Remove(*parent, removed) : kInvalidArgument;
 }
 
 ResultCode Store::DeleteKeyByInd(Key* handle, std::uint32_t index) {
     Key* key = Resolve(handle);
     if (const ResultCode code = Refusal(key); IsFailure(code)) return code;
-    const Key* doomed = At(key->keys, index);
-    return doomed != nullptr ? Remove(*key, doomed) : kNoSuchEntry;
+    const Key* removed = ElementAt(key->keys, index);
+    return removed != nullptr ? Remove(*key, removed) : kNoSuchEntry;
 }
 
 ResultCode Store::DeleteValue(Key* handle, const std::string& name) {
     Key* key = Resolve(handle);
     if (const ResultCode code = Refusal(key); IsFailure(code)) return code;
-    const Entry* doomed = FindEntry(*key, name);
-    return doomed != nullptr ? Remove(*key, doomed) : kNoSuchEntry;
+    const Entry* removed = FindEntry(*key, name);
+    return removed != nullptr ? Remove(*key, removed) : kNoSuchEntry;
 }
 
 ResultCode Store::DeleteValueByInd(Key* handle, std::uint32_t index) {
     Key* key = Resolve(handle);
     if (const ResultCode code = Refusal(key); IsFailure(code)) return code;
-    const Entry* doomed = At(key->values, index);
-    return doomed != nullptr ? Remove(*key, doomed) : kNoSuchEntry;
+    const Entry* removed = ElementAt(key->values, index);
+    return removed != nullptr ? Remove(*key, removed) : kNoSuchEntry;
 }
 
 ResultCode Store::Clean() {
@@ -346,32 +349,32 @@ ResultCode Store::SetRootStr(const std::string* path) {
     return kDone;
 }
 
-Answer Store::GetValue(Key* handle, const std::string& name, std::optional<TypeCode>& type, Buffer buffer,
-                       std::optional<std::string>& hostText) {
+ReadResult Store::GetValue(Key* handle, const std::string& name, std::optional<TypeCode>& type, Buffer buffer,
+                           std::optional<std::string>& hostText) {
     Key* key = Resolve(handle);
     if (key == nullptr) return {.code = kNoKeyThere};
     const Value* value = FindValue(*key, name);
-    return value != nullptr ? ConvertOnRead(*value, type, buffer, hostText) : Answer{.code = kNoSuchEntry};
+    return value != nullptr ? ConvertOnRead(*value, type, buffer, hostText) : ReadResult{.code = kNoSuchEntry};
 }
 
-Answer Store::GetValueByIndex(Key* handle, std::uint32_t index, std::optional<TypeCode>& type, Buffer buffer,
-                              std::optional<std::string>& hostText) {
+ReadResult Store::GetValueByIndex(Key* handle, std::uint32_t index, std::optional<TypeCode>& type, Buffer buffer,
+                                  std::optional<std::string>& hostText) {
     const Key* key = Resolve(handle);
     if (key == nullptr) return {.code = kNoKeyThere};
-    const Entry* entry = At(key->values, index);
-    return entry != nullptr ? ConvertOnRead(entry->value, type, buffer, hostText) : Answer{.code = kNoSuchEntry};
+    const Entry* entry = ElementAt(key->values, index);
+    return entry != nullptr ? ConvertOnRead(entry->value, type, buffer, hostText) : ReadResult{.code = kNoSuchEntry};
 }
 
-Answer Store::GetValueNameByIndex(Key* handle, std::uint32_t index, Buffer buffer) {
+ReadResult Store::GetValueNameByIndex(Key* handle, std::uint32_t index, Buffer buffer) {
     const Key* key = Resolve(handle);
     if (key == nullptr) return {.code = kNoKeyThere, .count = 0};
-    const Entry* entry = At(key->values, index);
+    const Entry* entry = ElementAt(key->values, index);
     const std::string text = entry != nullptr ? entry->name + '\0' : std::string();
-    return Deliver(text, text.size(), buffer);
+    return FillBuffer(text, text.size(), buffer);
 }
 
-Answer Store::ConvertOnRead(const Value& value, std::optional<TypeCode>& type, Buffer buffer,
-                            std::optional<std::string>& hostText) {
+ReadResult Store::ConvertOnRead(const Value& value, std::optional<TypeCode>& type, Buffer buffer,
+                                std::optional<std::string>& hostText) {
     if (type == TypeCode{0}) type = value.type;
     const TypeCode wanted = AlignedType(value, type.value_or(value.type), buffer.size);
     if (wanted == value.type) return Get(value, buffer);
@@ -440,7 +443,8 @@ ResultCode Store::SetValueByIndex(Key* handle, std::uint32_t index, TypeCode typ
                                   bool create) {
     Key* key = Resolve(handle);
     if (const ResultCode code = Refusal(key); IsFailure(code)) return code;
-    if (Entry* entry = At(key->values, index); entry != nullptr) return ConvertOnWrite(entry->value, type, data, size);
+    if (Entry* entry = ElementAt(key->values, index); entry != nullptr)
+        return ConvertOnWrite(entry->value, type, data, size);
     if (!create) return kNoSuchEntry;
     if (index > key->values.size()) return kInvalidArgument;
     return AddNew(*key, "noname" + std::to_string(index), type, data, size);
@@ -465,13 +469,13 @@ ResultCode Store::CopyKeyByName(const std::string& path, Store& destination) {
 /// matter. Texts were measured before, so that no buffer is too short.
 ResultCode Store::CopyTree(Key* key, Store& destination, Key* destinationKey) {
     const Buffer whole{true, ~std::uint32_t{0}};
-    const Answer values = GetValueCount(key);
+    const ReadResult values = GetValueCount(key);
     if (IsFailure(values.code)) return values.code;
     for (std::uint32_t index = 0; index < *values.count; ++index) {
-        const Answer name = GetValueNameByIndex(key, index, whole);
+        const ReadResult name = GetValueNameByIndex(key, index, whole);
         std::optional<TypeCode> type = 0;
         std::optional<std::string> hostText;
-        const Answer datum = GetValueByIndex(key, index, type, whole, hostText);
+        const ReadResult datum = GetValueByIndex(key, index, type, whole, hostText);
         if (IsFailure(datum.code)) return datum.code;
         const ResultCode code = destination.SetValue(destinationKey, name.bytes.c_str(), *type, datum.bytes.data(),
                                                      static_cast<std::uint32_t>(datum.bytes.size()), true);
@@ -479,7 +483,7 @@ ResultCode Store::CopyTree(Key* key, Store& destination, Key* destinationKey) {
     }
     const std::uint32_t keys = *GetKeyCount(key).count;
     for (std::uint32_t index = 0; index < keys; ++index) {
-        const Answer answer = GetKeyNameByIndex(key, index, whole, false);
+        const ReadResult answer = GetKeyNameByIndex(key, index, whole, false);
         if (IsFailure(answer.code)) return answer.code;
         const std::string name = answer.bytes.c_str();
         const Opened source = OpenKey(key, &name, false);

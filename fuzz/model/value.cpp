@@ -1,3 +1,4 @@
+// The model of values and their conversions.
 #include "model/value.h"
 
 #include <algorithm>
@@ -14,7 +15,7 @@ using namespace kernel;
 
 namespace {
 
-/// How a type keeps its datum.
+/// How a type represents its datum.
 enum class Storage {
     NotStored,
     Nothing,
@@ -80,7 +81,7 @@ const Form& FormOf(TypeCode type) {
     return found != std::end(kForms) ? *found : kNone;
 }
 
-/// A text that prints longer isn't printed.
+/// A number with a longer text can't be converted to text.
 constexpr std::size_t kLongestNumber = 255;
 
 std::uint64_t BitsOf(const Value& value) {
@@ -117,27 +118,27 @@ struct Parsed {
     bool saturated;   // the result is an end of the range, reached or passed
 };
 
-constexpr const char* kBlanks = " \t\n\v\f\r";
+constexpr const char* kWhiteSpace = " \t\n\v\f\r";
 
-/// What `strtoul` and its kin make of a text in `bits` bits.
+/// Reads the text as `strtol`, `strtoul`, `strtoll` or `strtoull` does where the type has `bits` bits.
 Parsed ParseInteger(const char* text, int base, int bits, bool isSigned) {
-    const std::uint64_t most = isSigned ? (std::uint64_t{1} << (bits - 1)) - 1 : ~std::uint64_t{0} >> (64 - bits);
-    const char* at = text + std::strspn(text, kBlanks);
+    const std::uint64_t maximum = isSigned ? (std::uint64_t{1} << (bits - 1)) - 1 : ~std::uint64_t{0} >> (64 - bits);
+    const char* at = text + std::strspn(text, kWhiteSpace);
     const bool negative = *at == '-';
     if (*at == '-' || *at == '+') ++at;
-    if (*at == '-' || *at == '+' || std::strchr(kBlanks, *at) != nullptr) return {0, *text == '\0', false};
+    if (*at == '-' || *at == '+' || std::strchr(kWhiteSpace, *at) != nullptr) return {0, *text == '\0', false};
     char* stop = nullptr;
     errno = 0;
     std::uint64_t magnitude = std::strtoull(at, &stop, base);
     if (stop == at) return {0, *text == '\0', false};
-    const std::uint64_t reach = most + (isSigned && negative ? 1 : 0);
-    const bool beyond = errno == ERANGE || magnitude > reach;
-    if (beyond) magnitude = reach;
-    const bool wraps = negative && (isSigned || !beyond);
+    const std::uint64_t maxMagnitude = maximum + (isSigned && negative ? 1 : 0);
+    const bool isOutOfRange = errno == ERANGE || magnitude > maxMagnitude;
+    if (isOutOfRange) magnitude = maxMagnitude;
+    const bool wraps = negative && (isSigned || !isOutOfRange);
     const std::uint64_t number = wraps ? 0 - magnitude : magnitude;
-    const std::uint64_t kept = isSigned ? number : number & most;
-    const bool saturated = kept == most || (isSigned && kept == ~most);
-    return {kept, *stop == '\0', saturated};
+    const std::uint64_t result = isSigned ? number : number & maximum;
+    const bool saturated = result == maximum || (isSigned && result == ~maximum);
+    return {result, *stop == '\0', saturated};
 }
 
 ResultCode IntegerFromText(Value& value, const Form& form, const char* text) {
@@ -157,8 +158,8 @@ ResultCode IntegerFromText(Value& value, const Form& form, const char* text) {
 }
 
 ResultCode TruthFromText(Value& value, const std::string& text) {
-    const std::size_t first = std::min(text.find_first_not_of(kBlanks), text.size());
-    const std::string word = text.substr(first, text.find_first_of(kBlanks, first) - first);
+    const std::size_t first = std::min(text.find_first_not_of(kWhiteSpace), text.size());
+    const std::string word = text.substr(first, text.find_first_of(kWhiteSpace, first) - first);
     std::uint32_t truth = word == "true" ? 1 : 0;
     if (word != "true" && word != "false") {
         if (text.empty() || text[0] < '0' || text[0] > '9') return kInvalidArgument;
@@ -171,7 +172,7 @@ ResultCode TruthFromText(Value& value, const std::string& text) {
 ResultCode RealFromText(Value& value, const std::string& text) {
     double number = 0;
     const int found = std::sscanf(text.c_str(), "%lf", &number);
-    if (found == EOF && text.find_first_not_of(kBlanks) == std::string::npos) return kInvalidArgument;
+    if (found == EOF && text.find_first_not_of(kWhiteSpace) == std::string::npos) return kInvalidArgument;
     // The C library reads "0x." as 0, although no digit follows, but not "0x".
     static const std::regex kNoDigit("\\s*[-+]?0[xX]\\.(?![0-9a-fA-F])");
     if (std::regex_search(text, kNoDigit, std::regex_constants::match_continuous)) return kDone;
@@ -197,7 +198,7 @@ std::string ToHex(std::string_view bytes) {
     return text;
 }
 
-/// The bytes up to the first 16-bit unit that is 0; one byte alone at the end has a 0 byte beside it.
+/// The bytes up to the first 16-bit unit that is 0. An odd number of bytes gets a 0 byte at the end.
 std::string UpToZeroUnit(std::string bytes) {
     if (bytes.size() % 2 != 0) bytes += '\0';
     for (std::size_t at = 0; at < bytes.size(); at += 2) {
@@ -219,7 +220,7 @@ std::string Utf8Of(std::string_view units) {
     return text;
 }
 
-/// A text with the terminator that goes with it, unless it is empty.
+/// The text with its terminator; without one if it is empty.
 std::string WithEnd(const std::string& text, std::size_t endBytes) {
     return text.empty() ? text : text + std::string(endBytes, '\0');
 }
@@ -233,8 +234,8 @@ std::string Utf8(std::uint32_t unit) {
     return {byte(0xE0 + unit / 4096), byte(0x80 + unit / 64 % 64), byte(0x80 + unit % 64)};
 }
 
-Answer Deliver(std::string_view bytes, std::size_t needed, Buffer buffer) {
-    Answer answer{.count = static_cast<std::uint32_t>(needed)};
+ReadResult FillBuffer(std::string_view bytes, std::size_t needed, Buffer buffer) {
+    ReadResult answer{.count = static_cast<std::uint32_t>(needed)};
     if (!buffer.given) {
         answer.code = buffer.size == 0 ? kDone : kInvalidArgument;
     } else if (buffer.size < needed) {
@@ -251,13 +252,13 @@ bool IsStored(TypeCode type) { return FormOf(type).storage != Storage::NotStored
 
 Value NewValue(TypeCode type) { return {type, std::string(FormOf(type).width, '\0')}; }
 
-Answer Get(const Value& value, Buffer buffer) {
+ReadResult Get(const Value& value, Buffer buffer) {
     const Storage storage = FormOf(value.type).storage;
     if (storage == Storage::Nothing) return {.count = 0};
     std::string bytes = value.bytes;
     if (storage == Storage::Text) bytes = WithEnd(bytes, 1);
     if (storage == Storage::WideText) bytes = WithEnd(bytes, 2);
-    return Deliver(bytes, bytes.size(), buffer);
+    return FillBuffer(bytes, bytes.size(), buffer);
 }
 
 ResultCode Set(Value& value, const char* data, std::uint32_t size) {
@@ -279,7 +280,7 @@ ResultCode Set(Value& value, const char* data, std::uint32_t size) {
     return kDone;
 }
 
-Answer ToText(const Value& value, Buffer buffer) {
+ReadResult ToText(const Value& value, Buffer buffer) {
     const Form& form = FormOf(value.type);
     std::string text;
     switch (form.storage) {
@@ -302,13 +303,13 @@ Answer ToText(const Value& value, Buffer buffer) {
             break;
         case Storage::Block:
             text = ToHex(value.bytes);
-            return Deliver(text, text.size() + 1, buffer);
+            return FillBuffer(text, text.size() + 1, buffer);
         default:
             text = NumberText(value, form);
             break;
     }
     if (form.storage == Storage::Real && text.size() > kLongestNumber) return {.code = kBufferTooSmall, .count = 0};
-    return Deliver(text, text.size(), buffer);
+    return FillBuffer(text, text.size(), buffer);
 }
 
 ResultCode FromText(Value& value, const std::string& text) {
@@ -370,7 +371,7 @@ void SetFromUtf8(Value& value, std::string_view text) {
 }
 
 ResultCode TextOf(const Value& value, std::string& text) {
-    const Answer measured = ToText(value, {false, 0});
+    const ReadResult measured = ToText(value, {false, 0});
     if (IsFailure(measured.code)) return measured.code;
     text = ToText(value, {true, *measured.count}).bytes;
     text = text.substr(0, text.find('\0'));

@@ -1,5 +1,5 @@
-/// The rules of values a second time, as plainly as they can be said: a datum is a type and bytes, numbers are the C
-/// library's. Slow, and without a line in common with the module.
+/// A model of values and their conversions, which the fuzz targets compare with the module: a value is a type and
+/// bytes, and the C library reads and prints its numbers. Slow, and without the module's code.
 #pragma once
 
 #include <component/kernel/result_codes.h>
@@ -32,8 +32,8 @@ struct Buffer {
     std::uint32_t size;
 };
 
-/// What a call answers: `count` only if it is stored, and the bytes that the buffer starts with afterwards.
-struct Answer {
+/// The result of a read: `count` if the read stores one, and the bytes that it writes to the start of the buffer.
+struct ReadResult {
     ResultCode code = kernel::kDone;
     std::optional<std::uint32_t> count{};
     std::string bytes{};
@@ -42,28 +42,28 @@ struct Answer {
 /// One 16-bit unit as UTF-8.
 [[nodiscard]] std::string Utf8(std::uint32_t unit);
 
-/// The contract of all reads, for `bytes` of which a reader may ask for more than it gets.
-[[nodiscard]] Answer Deliver(std::string_view bytes, std::size_t needed, Buffer buffer);
+/// The result of reading `bytes` into `buffer`, as all methods do it, if the read needs a buffer of `needed` bytes.
+[[nodiscard]] ReadResult FillBuffer(std::string_view bytes, std::size_t needed, Buffer buffer);
 
-/// Whether a value of the type can be made.
+/// Whether there are values of the type.
 [[nodiscard]] bool IsStored(TypeCode type);
 
 /// The name of the element that a document has for a value of the type.
 [[nodiscard]] const char* ElementOf(TypeCode type);
 
-/// A value as it comes to life: zero or empty. The type must be one that is stored.
+/// A new value, which is zero or empty. `IsStored(type)` must be true.
 [[nodiscard]] Value NewValue(TypeCode type);
 
-[[nodiscard]] Answer Get(const Value& value, Buffer buffer);
+[[nodiscard]] ReadResult Get(const Value& value, Buffer buffer);
 
-/// A null `data` is no data at all.
+/// `data` may be null.
 ResultCode Set(Value& value, const char* data, std::uint32_t size);
 
-[[nodiscard]] Answer ToText(const Value& value, Buffer buffer);
+[[nodiscard]] ReadResult ToText(const Value& value, Buffer buffer);
 ResultCode FromText(Value& value, const std::string& text);
 void SetFromUtf8(Value& value, std::string_view text);
 
-/// The text form as conversions and documents take it: up to the first 0 byte. Nothing but the code on a failure.
+/// The text form for conversions and documents: `ToText` up to its first 0 byte. On a failure `text` is unchanged.
 [[nodiscard]] ResultCode TextOf(const Value& value, std::string& text);
 
 }   // namespace model

@@ -1,6 +1,7 @@
-// Random calls of the whole interface, on three objects and their models: one ready on a document, one on none, and one
-// never. After each call the codes, counts and buffers must agree, and a save of every object shows whether the call
-// changed it and what its document holds now. The input is a sequence of calls, each followed by its arguments.
+// Random calls of the whole interface on three objects and their models: one loaded from a document, one from an empty
+// document, and one that never becomes ready. After each call the codes, counts and buffers must be those of the model.
+// Then every object is saved, which shows whether the call changed it, and its document must be the model's. The input
+// is a sequence of calls, each followed by its arguments.
 #include "fuzz.h"
 #include "model/document.h"
 #include "model/store.h"
@@ -23,15 +24,15 @@ using kernel::KeyHandle;
 using kernel::Registry;
 using kernel::ResultCode;
 using kernel::TypeCode;
-using model::Answer;
 using model::Buffer;
 using model::Key;
+using model::ReadResult;
 
 constexpr char kUntouched = '\xA5';
 constexpr std::uint32_t kNotStored = 0xDEADBEEF;
 
-/// Trees beyond this aren't copied: copies of copies grow without an end.
-constexpr std::size_t kMostCopied = 400;
+/// Larger trees aren't copied, because copies of copies grow without limit.
+constexpr std::size_t kMaxCopiedEntries = 400;
 
 constexpr const char* kNames[] = {"a",   "A",    "b",      "c",   "noname",   "noname0",  "noname1",       "NoName0",
                                   "a/b", "a\\b", "a\\b/c", "key", "\x80\xFF", "\t<&\">'", "a longer name", ""};
@@ -60,44 +61,44 @@ constexpr const char* kTexts[] = {"![CDATA[",
                                   "4100",
                                   "text"};
 
-/// A foreign document, whose elements repeat under one name and whose values do.
+/// A foreign document with sibling elements and attributes of the same name.
 constexpr char kDocument[] =
     "<a b='1' c='text' B='2'><b c='12'><a><c c='0x1F'/></a></b><B a='![CDATA['><a>far</a></B><c>near</c><b/></a>";
 
 /// An object of the module, its model, and the document that it saves to.
-struct Twin {
-    Twin(host::Kernel& kernel, const std::string& document, bool synchronised)
+struct ObjectPair {
+    ObjectPair(host::Kernel& kernel, const std::string& document, bool synchronised)
         : io(kernel, document), object(kernel), locked(synchronised) {
         FUZZ_CHECK(object.SetIoObject(io.Get()) == kernel::kDone);
         FUZZ_CHECK(object.SetNumber(kernel::PropertySynchronised, synchronised ? 1 : 0) == kernel::kDone);
     }
 
-    /// The root's handle is known from here on.
+    /// Makes the object ready and stores the root's handle in the model.
     void Ready(std::unique_ptr<Key> tree) {
         FUZZ_CHECK(object.Ready() == kernel::kDone);
-        plain.Ready(std::move(tree));
-        FUZZ_CHECK(object.Methods().OpenKey(object.Get(), &plain.top->handle, 0, nullptr, 0) == kernel::kDone);
+        modelStore.Ready(std::move(tree));
+        FUZZ_CHECK(object.Methods().OpenKey(object.Get(), &modelStore.top->handle, 0, nullptr, 0) == kernel::kDone);
     }
 
     host::MemoryIo io;
     host::Object object;
-    model::Store plain;
+    model::Store modelStore;
     const bool locked;
 };
 
-/// A read that the module answers: the caller's count and buffer, the buffer in a block of just its size.
+/// The caller's side of a read: its count and its buffer, in a heap block of exactly the buffer's size.
 class ReadCheck {
 public:
     ReadCheck(Buffer callersBuffer, bool wantsCount)
         : buffer(callersBuffer),
           bytes(buffer.given ? buffer.size : 0, kUntouched),
-          block(fuzz::Exactly(std::string_view(bytes))),
+          block(fuzz::CopyToBlock(std::string_view(bytes))),
           hasCount(wantsCount) {}
 
     std::uint32_t* Count() { return hasCount ? &count : nullptr; }
     char* Data() { return buffer.given ? block.get() : nullptr; }
 
-    void Compare(ResultCode code, const Answer& expected) {
+    void Compare(ResultCode code, const ReadResult& expected) {
         FUZZ_CHECK(code == expected.code);
         if (hasCount) FUZZ_CHECK(count == expected.count.value_or(kNotStored));
         if (!buffer.given) return;
@@ -117,30 +118,30 @@ class Session {
 public:
     Session(host::Kernel& hostKernel, fuzz::Input& input)
         : kernel(hostKernel), in(input), methods(kernel.LastRegistration()->methods), hostText(kernel) {
-        for (std::size_t i = 0; i < twins.size(); ++i) {
-            twins[i] = std::make_unique<Twin>(kernel, i == 0 ? std::string(kDocument) : std::string(), i == 1);
+        for (std::size_t i = 0; i < pairs.size(); ++i) {
+            pairs[i] = std::make_unique<ObjectPair>(kernel, i == 0 ? std::string(kDocument) : std::string(), i == 1);
         }
         auto tree = std::make_unique<Key>();
         FUZZ_CHECK(model::ReadDocument(kDocument, *tree) == kernel::kDone);
-        twins[0]->Ready(std::move(tree));
-        twins[1]->Ready(std::make_unique<Key>());
+        pairs[0]->Ready(std::move(tree));
+        pairs[1]->Ready(std::make_unique<Key>());
     }
 
     void Run() {
         while (!in.AtEnd()) {
             const CallMember call = AnyCall();
-            twin = twins[std::array{0U, 0U, 0U, 1U, 1U, 1U, 1U, 2U}[in.Below(8)]].get();
-            object = twin->object.Get();
-            plain = &twin->plain;
+            pair = pairs[std::array{0U, 0U, 0U, 1U, 1U, 1U, 1U, 2U}[in.Below(8)]].get();
+            object = pair->object.Get();
+            modelStore = &pair->modelStore;
             (this->*call)();
-            for (const auto& each : twins) Settle(*each);
+            for (const auto& each : pairs) CheckSave(*each);
         }
     }
 
 private:
     using CallMember = void (Session::*)();
 
-    /// What stands here more often changes what the others see.
+    /// Calls that change what other calls see are listed more than once.
     CallMember AnyCall() {
         static constexpr CallMember kCalls[] = {
             &Session::OpenKey,
@@ -182,21 +183,21 @@ private:
 
     // Arguments
 
-    /// A key that callers know, the current root, or no key.
+    /// A key whose handle an open method has returned, the current root, or no key.
     Key* KnownKey() {
         const std::uint8_t choice = in.Byte();
         if (choice < 96) return nullptr;
-        if (choice >= 250) return &model::Store::nowhere;
+        if (choice >= 250) return &model::Store::noKey;
         std::vector<Key*> known;
-        if (plain->top != nullptr) Collect(*plain->top, known);
+        if (modelStore->top != nullptr) Collect(*modelStore->top, known);
         return known.empty() ? nullptr : known[choice % known.size()];
     }
 
-    /// For calls that look a handle up: also a key of another object, or an address of nothing.
+    /// For the methods that search the tree for a handle: also a key of another object, or a handle that is no key's.
     Key* AnyKey() {
         const std::uint8_t choice = in.Byte();
         if (choice < 200) return KnownKey();
-        return choice < 230 ? twins[choice % 2]->plain.top.get() : &model::Store::stranger;
+        return choice < 230 ? pairs[choice % 2]->modelStore.top.get() : &model::Store::unknownKey;
     }
 
     static void Collect(Key& key, std::vector<Key*>& known) {
@@ -224,30 +225,32 @@ private:
         return choice != 255 ? choice % 64U : 0x1000U;
     }
 
-    /// Around what the read needs.
-    Buffer BufferFor(const Answer& measured) {
+    /// A buffer of about the size that the read needs.
+    Buffer BufferFor(const ReadResult& measured) {
         const std::uint32_t needed = measured.count.value_or(0);
         const std::uint32_t sizes[] = {0, needed - std::min(needed, 1U), needed, needed + 1, in.Byte()};
         const std::uint32_t size = sizes[in.Below(std::size(sizes))];
         return {in.Byte() < 200, size};
     }
 
-    bool Mostly() { return in.Byte() < 224; }
+    bool Likely() { return in.Byte() < 224; }
 
     // Keys
 
-    /// Takes what an open method told, and sees that a key has one handle for ever and no other key has it.
-    void Learn(const model::Opened& expected, ResultCode code, KeyHandle answer) {
+    /// Compares the result of an open method with the model's. A key must always have the same handle, and no other key
+    /// may have it.
+    void CheckOpened(const model::Opened& expected, ResultCode code, KeyHandle handle) {
         FUZZ_CHECK(code == expected.code);
         if (expected.key == nullptr) {
-            FUZZ_CHECK(answer == kernel::kNoKey);
+            FUZZ_CHECK(handle == kernel::kNoKey);
             return;
         }
         if (expected.key->handle == 0) {
-            for (const auto& each : twins) FUZZ_CHECK(each->plain.top == nullptr || !Has(*each->plain.top, answer));
-            expected.key->handle = answer;
+            for (const auto& each : pairs)
+                FUZZ_CHECK(each->modelStore.top == nullptr || !Has(*each->modelStore.top, handle));
+            expected.key->handle = handle;
         }
-        FUZZ_CHECK(expected.key->handle == answer && answer != 0);
+        FUZZ_CHECK(expected.key->handle == handle && handle != 0);
     }
 
     static bool Has(const Key& key, KeyHandle handle) {
@@ -255,13 +258,13 @@ private:
                                                    [handle](const auto& child) { return Has(*child, handle); });
     }
 
-    /// `open` takes where the answer goes, which may be nowhere.
+    /// `open` calls the method with the address for the handle, which may be null.
     template <class Open>
-    void Opens(const model::Opened& expected, Open open) {
-        KeyHandle answer = kNotStored;
-        if (Mostly()) {
-            const ResultCode code = open(&answer);
-            Learn(expected, code, answer);
+    void CheckOpen(const model::Opened& expected, Open open) {
+        KeyHandle handle = kNotStored;
+        if (Likely()) {
+            const ResultCode code = open(&handle);
+            CheckOpened(expected, code, handle);
         } else {
             FUZZ_CHECK(open(nullptr) == expected.code);
         }
@@ -272,62 +275,62 @@ private:
     void OpenKey() {
         Key* const parent = KnownKey();
         const bool create = in.Byte() < 160;
-        if (!Mostly()) {
-            return Opens(plain->OpenKey(parent, nullptr, create), [&](KeyHandle* answer) {
-                return methods.OpenKey(object, answer, Handle(parent), nullptr, create ? 1 : 0);
+        if (!Likely()) {
+            return CheckOpen(modelStore->OpenKey(parent, nullptr, create), [&](KeyHandle* handle) {
+                return methods.OpenKey(object, handle, Handle(parent), nullptr, create ? 1 : 0);
             });
         }
         const std::string path = Path();
-        Opens(plain->OpenKey(parent, &path, create), [&](KeyHandle* answer) {
-            return methods.OpenKey(object, answer, Handle(parent), path.c_str(), create ? 7 : 0);
+        CheckOpen(modelStore->OpenKey(parent, &path, create), [&](KeyHandle* handle) {
+            return methods.OpenKey(object, handle, Handle(parent), path.c_str(), create ? 7 : 0);
         });
     }
 
     void OpenKeyByIndex() {
         Key* const parent = KnownKey();
         const std::uint32_t index = Index();
-        Opens(plain->OpenKeyByIndex(parent, index),
-              [&](KeyHandle* answer) { return methods.OpenKeyByIndex(object, answer, Handle(parent), index); });
+        CheckOpen(modelStore->OpenKeyByIndex(parent, index),
+                  [&](KeyHandle* handle) { return methods.OpenKeyByIndex(object, handle, Handle(parent), index); });
     }
 
     /// Some steps on end, which may stop in the midst of the siblings.
     void OpenNextKey() {
         Key* key = AnyKey();
         for (std::size_t steps = 1 + in.Below(4); steps > 0; --steps) {
-            const model::Opened next = plain->OpenNextKey(key);
-            Opens(next, [&](KeyHandle* answer) { return methods.OpenNextKey(object, answer, Handle(key)); });
+            const model::Opened next = modelStore->OpenNextKey(key);
+            CheckOpen(next, [&](KeyHandle* handle) { return methods.OpenNextKey(object, handle, Handle(key)); });
             if (next.key == nullptr || next.key->handle == 0) return;
             key = next.key;
         }
     }
 
     void GetKeyName() {
-        const bool full = in.Coin();
+        const bool full = in.Bool();
         Key* const key = full ? AnyKey() : KnownKey();
-        const Buffer buffer = BufferFor(plain->GetKeyName(key, {false, 0}, full));
-        ReadCheck read(buffer, Mostly());
+        const Buffer buffer = BufferFor(modelStore->GetKeyName(key, {false, 0}, full));
+        ReadCheck read(buffer, Likely());
         const ResultCode code =
             methods.GetKeyName(object, read.Count(), Handle(key), read.Data(), buffer.size, full ? 1 : 0);
-        read.Compare(code, plain->GetKeyName(key, buffer, full));
+        read.Compare(code, modelStore->GetKeyName(key, buffer, full));
     }
 
     void GetKeyNameByIndex() {
         Key* const parent = KnownKey();
         const std::uint32_t index = Index();
-        const bool full = in.Coin();
-        const Buffer buffer = BufferFor(plain->GetKeyNameByIndex(parent, index, {false, 0}, full));
-        ReadCheck read(buffer, Mostly());
+        const bool full = in.Bool();
+        const Buffer buffer = BufferFor(modelStore->GetKeyNameByIndex(parent, index, {false, 0}, full));
+        ReadCheck read(buffer, Likely());
         const ResultCode code = methods.GetKeyNameByIndex(object, read.Count(), Handle(parent), index, read.Data(),
                                                           buffer.size, full ? 1 : 0);
-        read.Compare(code, plain->GetKeyNameByIndex(parent, index, buffer, full));
+        read.Compare(code, modelStore->GetKeyNameByIndex(parent, index, buffer, full));
     }
 
     template <class Call, class Expect>
     void Counts(Call call, Expect expect) {
         Key* const key = KnownKey();
-        ReadCheck read({false, 0}, Mostly());
+        ReadCheck read({false, 0}, Likely());
         const ResultCode code = (methods.*call)(object, read.Count(), Handle(key));
-        read.Compare(code, (plain->*expect)(key));
+        read.Compare(code, (modelStore->*expect)(key));
     }
     void GetKeyCount() { Counts(&Registry::GetKeyCount, &model::Store::GetKeyCount); }
     void GetValueCount() { Counts(&Registry::GetValueCount, &model::Store::GetValueCount); }
@@ -341,89 +344,91 @@ private:
         Key* const key = KnownKey();
         const Argument argument = (this->*draw)();
         const ResultCode code = (methods.*call)(object, Handle(key), Passed(argument));
-        FUZZ_CHECK(code == (plain->*expect)(key, argument));
+        FUZZ_CHECK(code == (modelStore->*expect)(key, argument));
     }
     void DeleteKey() { Deletes(&Session::Path, &Registry::DeleteKey, &model::Store::DeleteKey); }
     void DeleteKeyByInd() { Deletes(&Session::Index, &Registry::DeleteKeyByInd, &model::Store::DeleteKeyByInd); }
     void DeleteValue() { Deletes(&Session::Name, &Registry::DeleteValue, &model::Store::DeleteValue); }
     void DeleteValueByInd() { Deletes(&Session::Index, &Registry::DeleteValueByInd, &model::Store::DeleteValueByInd); }
 
-    void Clean() { FUZZ_CHECK(methods.Clean(object) == plain->Clean()); }
+    void Clean() { FUZZ_CHECK(methods.Clean(object) == modelStore->Clean()); }
 
     void SetRootKey() {
         Key* const key = AnyKey();
-        FUZZ_CHECK(methods.SetRootKey(object, Handle(key)) == plain->SetRootKey(key));
+        FUZZ_CHECK(methods.SetRootKey(object, Handle(key)) == modelStore->SetRootKey(key));
     }
 
     void SetRootStr() {
-        if (!Mostly()) {
-            FUZZ_CHECK(methods.SetRootStr(object, nullptr) == plain->SetRootStr(nullptr));
+        if (!Likely()) {
+            FUZZ_CHECK(methods.SetRootStr(object, nullptr) == modelStore->SetRootStr(nullptr));
             return;
         }
         const std::string path = Path();
-        FUZZ_CHECK(methods.SetRootStr(object, path.c_str()) == plain->SetRootStr(&path));
+        FUZZ_CHECK(methods.SetRootStr(object, path.c_str()) == modelStore->SetRootStr(&path));
     }
 
     void GetRootPoint() {
-        const Buffer buffer = BufferFor(plain->GetRootPoint({false, 0}));
+        const Buffer buffer = BufferFor(modelStore->GetRootPoint({false, 0}));
         ReadCheck read(buffer, true);
         const ResultCode code =
-            twin->object.GetProperty(kernel::PropertyRootPoint, read.Count(), read.Data(), buffer.size);
-        read.Compare(code, plain->GetRootPoint(buffer));
+            pair->object.GetProperty(kernel::PropertyRootPoint, read.Count(), read.Data(), buffer.size);
+        read.Compare(code, modelStore->GetRootPoint(buffer));
     }
 
     /// Between two objects, or within one that has no lock to wait for.
-    [[nodiscard]] bool MayCopyTo(const Twin& destination) const {
-        const auto size = [](const Twin& each) { return each.plain.top != nullptr ? Size(*each.plain.top) : 0; };
-        return !(&destination == twin && twin->locked) && size(*twin) + size(destination) <= kMostCopied;
+    [[nodiscard]] bool MayCopyTo(const ObjectPair& destination) const {
+        const auto size = [](const ObjectPair& each) {
+            return each.modelStore.top != nullptr ? EntryCount(*each.modelStore.top) : 0;
+        };
+        return !(&destination == pair && pair->locked) && size(*pair) + size(destination) <= kMaxCopiedEntries;
     }
 
     void CopyKey() {
         Key* const key = KnownKey();
-        Twin& destination = *twins[in.Below(twins.size())];
+        ObjectPair& destination = *pairs[in.Below(pairs.size())];
         if (!MayCopyTo(destination)) return;
-        model::Store* const source = std::exchange(plain, &destination.plain);
+        model::Store* const source = std::exchange(modelStore, &destination.modelStore);
         Key* const target = KnownKey();
-        plain = source;
+        modelStore = source;
         const ResultCode code = methods.CopyKey(object, Handle(key), destination.object.Get(), Handle(target));
-        FUZZ_CHECK(code == plain->CopyKey(key, destination.plain, target));
+        FUZZ_CHECK(code == modelStore->CopyKey(key, destination.modelStore, target));
     }
 
     void CopyKeyByName() {
         const std::string path = Path();
-        Twin& destination = *twins[in.Below(twins.size())];
+        ObjectPair& destination = *pairs[in.Below(pairs.size())];
         if (!MayCopyTo(destination)) return;
         const ResultCode code = methods.CopyKeyByName(object, path.c_str(), destination.object.Get());
-        FUZZ_CHECK(code == plain->CopyKeyByName(path, destination.plain));
+        FUZZ_CHECK(code == modelStore->CopyKeyByName(path, destination.modelStore));
     }
 
     // Values
 
     template <class Argument, class Call, class Expect>
-    void Reads(Argument (Session::*draw)(), Call call, Expect expect) {
+    void CheckRead(Argument (Session::*draw)(), Call call, Expect expect) {
         Key* const key = KnownKey();
         const Argument argument = (this->*draw)();
         const auto read = [&](std::uint32_t* count, TypeCode* type, void* buffer, std::uint32_t size) {
             return (methods.*call)(object, count, Handle(key), Passed(argument), type, buffer, size);
         };
         const auto ask = [&](std::optional<TypeCode>& type, Buffer buffer, std::optional<std::string>& text) {
-            return (plain->*expect)(key, argument, type, buffer, text);
+            return (modelStore->*expect)(key, argument, type, buffer, text);
         };
         std::optional<TypeCode> type = Type();
-        if (!Mostly()) type.reset();
-        if (type.has_value() && !Mostly()) type = 0;
+        if (!Likely()) type.reset();
+        if (type.has_value() && !Likely()) type = 0;
         TypeCode stored = type.value_or(0);
         TypeCode* const typeAddress = type.has_value() ? &stored : nullptr;
         std::optional<TypeCode> measuredType = type;
         std::optional<std::string> text;
         if (type == TypeCode{kernel::tSTRING_OBJ}) {
-            ReadCheck check({false, 0}, Mostly());
+            ReadCheck check({false, 0}, Likely());
             const ResultCode code = read(check.Count(), typeAddress, hostText.Get(), 0);
             check.Compare(code, ask(type, Buffer{true, 0}, text));
             if (text.has_value()) FUZZ_CHECK(Units(hostText) == *text);
         } else {
             const Buffer buffer = BufferFor(ask(measuredType, Buffer{false, 0}, text));
-            ReadCheck check(buffer, Mostly());
+            ReadCheck check(buffer, Likely());
             const ResultCode code = read(check.Count(), typeAddress, check.Data(), buffer.size);
             check.Compare(code, ask(type, buffer, text));
         }
@@ -434,86 +439,87 @@ private:
         return {reinterpret_cast<const char*>(text.View().data()), text.View().size() * sizeof(char16_t)};
     }
 
-    void GetValue() { Reads(&Session::Name, &Registry::GetValue, &model::Store::GetValue); }
-    void GetValueByIndex() { Reads(&Session::Index, &Registry::GetValueByIndex, &model::Store::GetValueByIndex); }
+    void GetValue() { CheckRead(&Session::Name, &Registry::GetValue, &model::Store::GetValue); }
+    void GetValueByIndex() { CheckRead(&Session::Index, &Registry::GetValueByIndex, &model::Store::GetValueByIndex); }
 
     void GetValueNameByIndex() {
         Key* const key = KnownKey();
         const std::uint32_t index = Index();
-        const Buffer buffer = BufferFor(plain->GetValueNameByIndex(key, index, {false, 0}));
-        ReadCheck read(buffer, Mostly());
+        const Buffer buffer = BufferFor(modelStore->GetValueNameByIndex(key, index, {false, 0}));
+        ReadCheck read(buffer, Likely());
         const ResultCode code =
             methods.GetValueNameByIndex(object, read.Count(), Handle(key), index, read.Data(), buffer.size);
-        read.Compare(code, plain->GetValueNameByIndex(key, index, buffer));
+        read.Compare(code, modelStore->GetValueNameByIndex(key, index, buffer));
     }
 
-    /// What a caller writes: bytes in a block of just their number, a string of the host, or nothing at all.
+    /// Writes bytes in a heap block of exactly their size, a string of the host, or null.
     template <class Argument, class Call, class Expected>
-    void Writes(Argument (Session::*draw)(), Call call, Expected expected) {
+    void CheckWrite(Argument (Session::*draw)(), Call call, Expected expected) {
         Key* const key = KnownKey();
         const Argument argument = (this->*draw)();
         const auto write = [&](TypeCode type, const void* data, std::uint32_t size, std::uint32_t create) {
             return (methods.*call)(object, Handle(key), Passed(argument), type, data, size, create);
         };
         const auto expect = [&](TypeCode type, const char* data, std::uint32_t size, bool create) {
-            return (plain->*expected)(key, argument, type, data, size, create);
+            return (modelStore->*expected)(key, argument, type, data, size, create);
         };
         const TypeCode type = Type();
-        const bool given = Mostly();
-        std::string bytes = in.Coin() ? in.Text(20) : Chosen(kTexts);
-        if (in.Coin()) bytes += '\0';
+        const bool given = Likely();
+        std::string bytes = in.Bool() ? in.Text(20) : Chosen(kTexts);
+        if (in.Bool()) bytes += '\0';
         const std::uint32_t create = in.Byte() < 200 ? 1 : 0;
         if (type == kernel::tSTRING_OBJ && given) {
             host::Text text(kernel);
             const std::u16string units(bytes.begin(), bytes.end());
-            if (Mostly()) FUZZ_CHECK(text.Set(units) == kernel::kDone);
+            if (Likely()) FUZZ_CHECK(text.Set(units) == kernel::kDone);
             const std::string data = Units(text);
             const ResultCode code = write(type, text.Get(), 12U, create);
             FUZZ_CHECK(code == expect(type, data.data(), static_cast<std::uint32_t>(data.size()), create != 0));
             return;
         }
-        const auto block = fuzz::Exactly(std::string_view(bytes));
+        const auto block = fuzz::CopyToBlock(std::string_view(bytes));
         const char* const data = given ? block.get() : nullptr;
         const auto size = static_cast<std::uint32_t>(bytes.size());
         FUZZ_CHECK(write(type, data, size, create) == expect(type, data, size, create != 0));
     }
 
-    void SetValue() { Writes(&Session::Name, &Registry::SetValue, &model::Store::SetValue); }
-    void SetValueByIndex() { Writes(&Session::Index, &Registry::SetValueByIndex, &model::Store::SetValueByIndex); }
+    void SetValue() { CheckWrite(&Session::Name, &Registry::SetValue, &model::Store::SetValue); }
+    void SetValueByIndex() { CheckWrite(&Session::Index, &Registry::SetValueByIndex, &model::Store::SetValueByIndex); }
 
     // Objects
 
     void SetReadOnly() {
-        plain->readOnly = in.Byte() < 64;
-        FUZZ_CHECK(twin->object.SetNumber(kernel::PropertyReadOnly, plain->readOnly ? 1 : 0) == kernel::kDone);
+        modelStore->readOnly = in.Byte() < 64;
+        FUZZ_CHECK(pair->object.SetNumber(kernel::PropertyReadOnly, modelStore->readOnly ? 1 : 0) == kernel::kDone);
     }
 
-    /// A save writes if the tree has changed, and then just the tree.
-    static void Settle(Twin& each) {
+    /// A save must write the tree if it has changed, and nothing otherwise.
+    static void CheckSave(ObjectPair& each) {
         const std::uint32_t writes = each.io.WriteCount();
         const ResultCode code = each.object.OwnMethods().Save(each.object.Get(), 1);
         std::string document;
-        const ResultCode expected = each.plain.dirty ? WriteDocument(*each.plain.top, document) : kernel::kDone;
-        const bool written = each.plain.dirty && kernel::IsSuccess(expected);
+        const ResultCode expected =
+            each.modelStore.dirty ? WriteDocument(*each.modelStore.top, document) : kernel::kDone;
+        const bool written = each.modelStore.dirty && kernel::IsSuccess(expected);
         FUZZ_CHECK(code == expected && each.io.WriteCount() == writes + (written ? 1 : 0));
         if (!written) return;
         FUZZ_CHECK(each.io.Content() == document);
-        each.plain.dirty = false;
+        each.modelStore.dirty = false;
     }
 
-    /// The object goes, and another one comes up from its document.
+    /// Replaces the object by a new one that loads its document.
     void SaveAndLoad() {
         const std::uint32_t number = in.Byte();
         const auto* const data = reinterpret_cast<const char*>(&number);
         const ResultCode code = methods.SetValue(object, 0, "saved", kernel::tDWORD, data, sizeof number, 1);
-        FUZZ_CHECK(code == plain->SetValue(nullptr, "saved", kernel::tDWORD, data, sizeof number, true));
-        if (!plain->dirty) return;
-        Settle(*twin);
+        FUZZ_CHECK(code == modelStore->SetValue(nullptr, "saved", kernel::tDWORD, data, sizeof number, true));
+        if (!modelStore->dirty) return;
+        CheckSave(*pair);
         auto tree = std::make_unique<Key>();
-        if (plain->dirty || model::ReadDocument(twin->io.Content(), *tree) != kernel::kDone) return;
-        auto next = std::make_unique<Twin>(kernel, twin->io.Content(), twin->locked);
+        if (modelStore->dirty || model::ReadDocument(pair->io.Content(), *tree) != kernel::kDone) return;
+        auto next = std::make_unique<ObjectPair>(kernel, pair->io.Content(), pair->locked);
         next->Ready(std::move(tree));
-        *std::find_if(twins.begin(), twins.end(), [this](const auto& each) { return each.get() == twin; }) =
+        *std::find_if(pairs.begin(), pairs.end(), [this](const auto& each) { return each.get() == pair; }) =
             std::move(next);
     }
 
@@ -521,10 +527,10 @@ private:
     fuzz::Input& in;
     Registry methods;
     host::Text hostText;
-    std::array<std::unique_ptr<Twin>, 3> twins;
-    Twin* twin = nullptr;   // of the call
+    std::array<std::unique_ptr<ObjectPair>, 3> pairs;
+    ObjectPair* pair = nullptr;   // of the call
     kernel::HostObject* object = nullptr;
-    model::Store* plain = nullptr;
+    model::Store* modelStore = nullptr;
 };
 
 }   // namespace
