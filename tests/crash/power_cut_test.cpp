@@ -35,34 +35,35 @@ std::string NameOf(Path path) {
     return name;
 }
 
-/// What a save does to a disk, and everything that the power can leave of it at one moment or another.
+/// Records what a save does to a disk, and every state that a power cut at any moment can leave.
 class SaveRecord {
 public:
     CrashDisk disk;
     std::set<CrashDisk::State> states;
 
-    /// By what the platform promises: a move for good is one of names alone, and a copy isn't flushed.
-    void Take(const FileEvent& event) {
+    /// Records a call of the platform, with what the platform promises for it: a move changes names only and syncs
+    /// them, and a copy isn't flushed.
+    void Record(const FileEvent& event) {
         const std::string name = NameOf(event.path), target = NameOf(event.target);
-        if (event.call == FileCall::Open) files[event.file] = disk.Make(name), disk.Empty(disk.Make(name));
+        if (event.call == FileCall::Open) files[event.file] = disk.FileNumber(name), disk.Empty(disk.FileNumber(name));
         if (event.call == FileCall::Write) disk.Write(files[event.file], event.bytes);
         if (event.call == FileCall::Flush) disk.Flush(files[event.file]);
-        if (event.call == FileCall::Copy) disk.Write(disk.Make(target), disk.Bytes(name));
+        if (event.call == FileCall::Copy) disk.Write(disk.FileNumber(target), disk.Bytes(name));
         if (event.call == FileCall::Remove) disk.Remove(name);
         if (event.call == FileCall::Move) disk.Rename(name, target);
         disk.AddStates(states);
-        if (event.call == FileCall::Move) disk.SyncNames();
+        if (event.call == FileCall::Move) disk.SyncDirectory();
     }
 
-    /// By what the system is called for.
-    void Take(const SystemEvent& event) {
+    /// Records a system call.
+    void Record(const SystemEvent& event) {
         struct stat status {};
         const bool isFolder = event.file >= 0 && fstat(event.file, &status) == 0 && S_ISDIR(status.st_mode);
-        if (event.call == SystemCall::Open && !isFolder) descriptors[event.file] = disk.Make(NameOf(event.path));
+        if (event.call == SystemCall::Open && !isFolder) descriptors[event.file] = disk.FileNumber(NameOf(event.path));
         if (event.call == SystemCall::Truncate) disk.Empty(descriptors[event.file]);
         if (event.call == SystemCall::Write) disk.Write(descriptors[event.file], event.bytes);
         if (event.call == SystemCall::Sync && !isFolder) disk.Flush(descriptors[event.file]);
-        if (event.call == SystemCall::Sync && isFolder) disk.SyncNames();
+        if (event.call == SystemCall::Sync && isFolder) disk.SyncDirectory();
         if (event.call == SystemCall::Rename) disk.Rename(NameOf(event.path), NameOf(event.target));
         if (event.call == SystemCall::Unlink) disk.Remove(NameOf(event.path));
         disk.AddStates(states);
@@ -73,16 +74,16 @@ private:
     std::map<int, std::size_t> descriptors;
 };
 
-constexpr FileFault kFlushLies{FileCall::Flush, 0, 1, kFromThereOn};
-constexpr SystemFault kNoSystemFault{.nth = kFromThereOn};
-constexpr SystemFault kSyncLies{SystemCall::Sync, 0, 1, kFromThereOn};
+constexpr FileFault kFlushLies{FileCall::Flush, 0, 1, kAllFurtherCalls};
+constexpr SystemFault kNoSystemFault{.nth = kAllFurtherCalls};
+constexpr SystemFault kSyncLies{SystemCall::Sync, 0, 1, kAllFurtherCalls};
 
 struct CutCase {
     const char* label;
     bool bySystem;   // the record is of the system's calls
     FileFault fileFault;
     SystemFault systemFault;
-    bool holds;   // a complete document stands at every moment, and the new one stays once the save is through
+    bool holds;   // a complete document holdsDocument at every moment, and the new one stays once the save is through
 };
 constexpr CutCase kCuts[] = {
     {"a flush before the moves", false, kNoFault, kNoSystemFault, true},
@@ -97,7 +98,7 @@ struct CutSetting {
     const char16_t* name;
     std::uint32_t mode;
     bool hasDocument;
-    bool covers;   // an old document stands aside through the whole save
+    bool covers;   // an old document holdsDocument aside through the whole save
 };
 constexpr CutSetting kSettings[] = {{u"a.xml", 0, true, false}, {u"a.xml", 1, true, true},
                                     {u"a.xml", 2, true, true},  {u"profiles.xml", 0, true, true},
@@ -112,7 +113,7 @@ protected:
         temporary.assign(digits, digits + std::strlen(digits));
     }
 
-    /// What a fresh load finds: 0 for no file, for less than a document and for the old backup.
+    /// The number in the file `name` after a load: 0 if the file is missing, incomplete or the old backup.
     std::uint32_t ValueUnder(const CrashDisk::State& state, const std::string& name) {
         const auto found = state.find(name);
         if (found == state.end()) return 0;
@@ -138,16 +139,16 @@ protected:
         EXPECT_EQ(store.object.Ready(), setting.hasDocument ? kDone : kNoDocument);
         store.SetNumber(0, "v", tDWORD, 2U);
         const FileFaults files(row.fileFault, [&](const FileEvent& event) {
-            if (!row.bySystem) record.Take(event);
+            if (!row.bySystem) record.Record(event);
         });
         const SystemFaults calls(row.systemFault, [&](const SystemEvent& event) {
-            if (row.bySystem) record.Take(event);
+            if (row.bySystem) record.Record(event);
         });
         EXPECT_EQ(store.Save(), kDone);
         return record;
     }
 
-    std::u16string temporary;   // the ending of such a file
+    std::u16string temporary;   // the ending of a temporary file's name
     TemporaryFolder folder;
     host::Kernel kernel;
 };
@@ -158,11 +159,11 @@ TEST_F(PowerCutTest, ACompleteDocumentIsFoundAtEveryCallOfASave) {
             const std::string name = NameOf(std::u16string_view(setting.name));
             SCOPED_TRACE(row.label + (", " + name) + std::to_string(setting.mode));
             const SaveRecord record = RecordSave(setting, row);
-            const auto stands = [&](const CrashDisk::State& state) {
+            const auto holdsDocument = [&](const CrashDisk::State& state) {
                 return ValueUnder(state, name) != 0 || ValueUnder(state, name + ".bak2") != 0 ||
                        ValueUnder(state, name + NameOf(temporary)) != 0;
             };
-            EXPECT_EQ(std::ranges::all_of(record.states, stands), row.holds || setting.covers);
+            EXPECT_EQ(std::ranges::all_of(record.states, holdsDocument), row.holds || setting.covers);
             std::set<CrashDisk::State> after;
             record.disk.AddStates(after);
             EXPECT_EQ(row.holds, std::ranges::all_of(after, [&](const CrashDisk::State& state) {

@@ -29,17 +29,18 @@ TEST(SameThreadIdTest, NoOtherSaverGetsTheTemporaryFileBeforeTheFinalMove) {
     int refused = 0;
     bool isMoved = false;
     {
-        const testing_support::FileFaults calls({.nth = testing_support::kFromThereOn}, [&](const FileEvent& event) {
-            if (temporary.empty()) temporary = event.path;
-            isMoved = isMoved || (event.call == FileCall::Move && event.path == temporary);
-            if (isMoved) return;
-            platform::Handle reservation = platform::kInvalidHandle;
-            EXPECT_EQ(
-                platform::CreateReplacementFile(temporary.c_str(), document.c_str(), document.c_str(), &reservation),
-                platform::kInvalidHandle);
-            EXPECT_EQ(platform::GetLastError(), platform::kErrorSharingViolation);
-            ++refused;
-        });
+        const testing_support::FileFaults calls(
+            {.nth = testing_support::kAllFurtherCalls}, [&](const FileEvent& event) {
+                if (temporary.empty()) temporary = event.path;
+                isMoved = isMoved || (event.call == FileCall::Move && event.path == temporary);
+                if (isMoved) return;
+                platform::Handle reservation = platform::kInvalidHandle;
+                EXPECT_EQ(platform::CreateReplacementFile(temporary.c_str(), document.c_str(), document.c_str(),
+                                                          &reservation),
+                          platform::kInvalidHandle);
+                EXPECT_EQ(platform::GetLastError(), platform::kErrorSharingViolation);
+                ++refused;
+            });
         EXPECT_EQ(store.Save(), kDone);
     }
     EXPECT_TRUE(isMoved);

@@ -92,7 +92,7 @@ TEST_F(ProfileFormatTest, NestingEndsAtItsLimitOnASmallStack) {
         if (!row.foreign) text += "</arbor>";
         NewTree();
         ResultCode code = kUnexpected;
-        testing_support::OnSmallStack([&] { code = Load(text); });
+        testing_support::RunOnSmallStack([&] { code = Load(text); });
         EXPECT_EQ(code, row.code);
     }
 }

@@ -238,7 +238,7 @@ TEST_F(SavingTest, EachStepThatFailsLeavesItsOwnDisk) {
 TEST_F(SavingTest, NoFailedCallLosesADocument) {
     for (const SaveSetting& setting : kSettings) {
         for (const std::uint32_t error : {kDenied, platform::kErrorFileNotFound, platform::kErrorIoDevice}) {
-            for (const int times : {1, testing_support::kFromThereOn}) {
+            for (const int times : {1, testing_support::kAllFurtherCalls}) {
                 int failed = 1;
                 for (int nth = 1; failed > 0; ++nth) {
                     SCOPED_TRACE(testing::Message() << setting.mode << ", error " << error << " of call " << nth);

@@ -304,7 +304,7 @@ TEST_F(HeapFaultsTest, AMillionLevelsAreNoDocumentAndStayATree) {
     folder.Write(u"a.xml", kDocument);
     std::string path = "k";
     for (int level = 1; level < 1'000'000; ++level) path += "/k";
-    testing_support::OnSmallStack([&] {
+    testing_support::RunOnSmallStack([&] {
         Store s(kernel);
         EXPECT_EQ(s.object.SetName(folder.Path(u"a.xml")), kDone);
         EXPECT_EQ(s.object.Ready(), kDone);

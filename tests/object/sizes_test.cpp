@@ -24,7 +24,7 @@ std::string Chain(std::size_t levels) {
 // With 2.6 bytes of stack a level, any recursion along the tree overflows.
 TEST_F(SizesTest, AHundredThousandLevelsTakeNoStack) {
     const std::string path = Chain(100'000);
-    testing_support::OnSmallStack([&] {
+    testing_support::RunOnSmallStack([&] {
         Store& s = MakeStore();
         const KeyHandle deepest = s.Make(path.c_str());
         EXPECT_EQ(s.code, kKeyCreated);
@@ -47,7 +47,7 @@ TEST_F(SizesTest, AHundredThousandLevelsTakeNoStack) {
 TEST_F(SizesTest, ADeepTreeIsCopiedAndSavedOnASmallStack) {
     constexpr std::size_t kLevels = 2048;
     host::MemoryIo io(kernel);
-    testing_support::OnSmallStack([&] {
+    testing_support::RunOnSmallStack([&] {
         Store& s = MakeStore();
         s.Make(Chain(kLevels).c_str());
         Store copy(kernel);

@@ -1,5 +1,5 @@
-/// Calls that fail where a test asks for it, and what is told of those that don't: what the linker puts between a
-/// program and the layer below has in common.
+/// Common to `file_faults` and `system_faults`, whose wrappers stand in for functions of the layer below: which call of
+/// the program fails, and an observer of the calls that succeed.
 #pragma once
 
 #include <climits>
@@ -9,11 +9,12 @@
 
 namespace testing_support {
 
-inline constexpr int kFromThereOn = INT_MAX / 2;
+/// As `times`: all calls from the `nth` on. As `nth`: no call.
+inline constexpr int kAllFurtherCalls = INT_MAX / 2;
 
-/// `times` calls of one kind in turn, the first of them the `nth`, fail with `error` and change nothing; but a read or
-/// a write moves `bytes` first. With error 0 it succeeds all the same: a short one, or a call that only says it was
-/// done. The kind 0 is any.
+/// Of the calls of the kind `call`, or of all calls if that is 0, the `nth` and those after it, `times` in all, fail
+/// with `error` and do nothing; a read or write transfers `bytes` bytes first. With error 0 they report success: a
+/// short read or write, or a call that does nothing.
 template <class Call>
 struct CallFault {
     Call call{};
@@ -23,40 +24,41 @@ struct CallFault {
     std::uint32_t bytes = 0;
 };
 
-/// While it lives, the calls of its thread fail by the order, and the watcher sees those that succeed. One at a time.
+/// While it exists, the calls of its thread fail as `fault` says, and `observer` gets those that succeed. At most one
+/// per thread.
 template <class Call, class Event>
 class CallFaults {
 public:
-    explicit CallFaults(const CallFault<Call>& order = {.nth = kFromThereOn},
-                        std::function<void(const Event&)> watcher = nullptr)
-        : fault(order), watch(std::move(watcher)) {
+    explicit CallFaults(const CallFault<Call>& activeFault = {.nth = kAllFurtherCalls},
+                        std::function<void(const Event&)> callObserver = nullptr)
+        : fault(activeFault), observer(std::move(callObserver)) {
         active = this;
     }
     ~CallFaults() { active = nullptr; }
     CallFaults(const CallFaults&) = delete;
     CallFaults& operator=(const CallFaults&) = delete;
 
-    /// Calls that failed by order.
+    /// How many calls the fault has hit.
     [[nodiscard]] int Failed() const { return failed; }
 
-    /// For the calls themselves: the order if this one is to fail, else null.
-    static const CallFault<Call>* Take(Call call) {
+    /// For the wrappers: counts the call. Returns the fault if it hits this call, otherwise null.
+    static const CallFault<Call>* NextFault(Call call) {
         if (active == nullptr || (active->fault.call != Call{} && active->fault.call != call)) return nullptr;
-        const int place = ++active->seen - active->fault.nth;
-        if (place < 0 || place >= active->fault.times) return nullptr;
+        const int index = ++active->seen - active->fault.nth;
+        if (index < 0 || index >= active->fault.times) return nullptr;
         ++active->failed;
         return &active->fault;
     }
-    /// Gives back whether the call succeeded.
-    static bool Tell(bool succeeded, const Event& event) {
-        if (succeeded && active != nullptr && active->watch) active->watch(event);
+    /// For the wrappers: passes a call that succeeded to the observer. Returns `succeeded`.
+    static bool Notify(bool succeeded, const Event& event) {
+        if (succeeded && active != nullptr && active->observer) active->observer(event);
         return succeeded;
     }
 
 private:
     static inline thread_local CallFaults* active = nullptr;
     const CallFault<Call> fault;
-    const std::function<void(const Event&)> watch;
+    const std::function<void(const Event&)> observer;
     int seen = 0;
     int failed = 0;
 };

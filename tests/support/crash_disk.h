@@ -1,6 +1,6 @@
-/// A record of what a program does to a disk, which tells everything that may be found there after the power went.
-/// Bytes last once their file is flushed: before that all of them may be there, a part or none. Names change in order,
-/// at any time up to the next sync of the names.
+/// A model of a disk that loses power. It records what a program writes and gives every state that the disk can have
+/// after a power cut: bytes that weren't flushed are there in full, in part or not at all; the changes of the directory
+/// since its last sync have happened up to any one of them, in their order.
 #pragma once
 
 #include <map>
@@ -15,32 +15,33 @@ public:
     using Name = std::string;
     using State = std::map<Name, std::string>;
 
-    /// What is there from the start.
+    /// Adds a file that is safe on the disk from the start.
     void Put(const Name& name, const std::string& bytes) {
         files.push_back({bytes, bytes});
-        names.back()[name] = files.size() - 1;
+        directories.back()[name] = files.size() - 1;
     }
-    /// The file of that name, a new one where there is none, for the calls below.
-    std::size_t Make(const Name& name) {
-        if (const auto found = names.back().find(name); found != names.back().end()) return found->second;
+    /// The number of the file with that name, for the calls below. Creates the file if it is missing.
+    std::size_t FileNumber(const Name& name) {
+        if (const auto found = directories.back().find(name); found != directories.back().end()) return found->second;
         files.emplace_back();
-        Change()[name] = files.size() - 1;
+        ChangedDirectory()[name] = files.size() - 1;
         return files.size() - 1;
     }
     void Empty(std::size_t file) { files[file].bytes.clear(); }
     void Write(std::size_t file, std::string_view bytes) { files[file].bytes += bytes; }
     void Flush(std::size_t file) { files[file].flushed = files[file].bytes; }
     void Rename(const Name& from, const Name& to) {
-        Names& changed = Change();
+        Directory& changed = ChangedDirectory();
         changed[to] = changed.at(from);
         changed.erase(from);
     }
-    void Remove(const Name& name) { Change().erase(name); }
-    void SyncNames() { names.erase(names.begin(), names.end() - 1); }
-    [[nodiscard]] const std::string& Bytes(const Name& name) const { return files[names.back().at(name)].bytes; }
+    void Remove(const Name& name) { ChangedDirectory().erase(name); }
+    void SyncDirectory() { directories.erase(directories.begin(), directories.end() - 1); }
+    [[nodiscard]] const std::string& Bytes(const Name& name) const { return files[directories.back().at(name)].bytes; }
 
+    /// Adds every state that a power cut now can leave.
     void AddStates(std::set<State>& states) const {
-        for (const Names& found : names) {
+        for (const Directory& found : directories) {
             for (const Survival survival : {Survival::None, Survival::Half, Survival::All}) {
                 State state;
                 for (const auto& [name, file] : found) state[name] = files[file].After(survival);
@@ -63,15 +64,15 @@ private:
             return survival == Survival::All ? bytes : bytes.substr(0, bytes.size() / 2);
         }
     };
-    using Names = std::map<Name, std::size_t>;
+    using Directory = std::map<Name, std::size_t>;
 
-    Names& Change() {
-        names.push_back(names.back());
-        return names.back();
+    Directory& ChangedDirectory() {
+        directories.push_back(directories.back());
+        return directories.back();
     }
 
     std::vector<File> files;
-    std::vector<Names> names{{}};   // the first is safe, each other one a change behind the one before
+    std::vector<Directory> directories{{}};   // the synced one, and one after each change since
 };
 
 }   // namespace testing_support

@@ -1,3 +1,5 @@
+// The wrappers of the platform's file functions: each fails if the active fault says so, otherwise calls the function
+// and notifies the observer of the test.
 #include "file_faults.h"
 
 #include <component/platform/errors.h>
@@ -24,7 +26,7 @@ thread_local int waits = 0;
 
 /// True if the call must fail; sets the last error.
 bool Fails(FileCall call) {
-    const FileFault* const fault = FileFaults::Take(call);
+    const FileFault* const fault = FileFaults::NextFault(call);
     if (fault == nullptr || fault->error == 0) return false;
     platform::SetLastError(fault->error);
     return true;
@@ -33,17 +35,17 @@ bool Fails(FileCall call) {
 /// Makes a call without a byte count, unless it must fail or only report success.
 template <class Real>
 bool Pass(const FileEvent& event, Real real) {
-    if (const FileFault* const fault = FileFaults::Take(event.call)) {
+    if (const FileFault* const fault = FileFaults::NextFault(event.call)) {
         if (fault->error != 0) platform::SetLastError(fault->error);
         return fault->error == 0;
     }
-    return FileFaults::Tell(real(), event);
+    return FileFaults::Notify(real(), event);
 }
 
-/// Lets a call that takes bytes move all of them, or as many as the order says.
+/// Reads or writes all bytes, or as many as the fault allows.
 template <class Move>
 bool MoveBytes(FileCall call, std::uint32_t size, Move move) {
-    const FileFault* const fault = FileFaults::Take(call);
+    const FileFault* const fault = FileFaults::NextFault(call);
     if (fault == nullptr) return move(size);
     const bool moved = move(std::min(size, fault->bytes));
     if (fault->error != 0) platform::SetLastError(fault->error);
@@ -55,24 +57,24 @@ bool MoveBytes(FileCall call, std::uint32_t size, Move move) {
 using platform::Handle;
 using platform::SecurityAttributes;
 
-/// `open` opens the file.
+/// Opens a file by `open`, unless the call must fail.
 template <class OpenFile>
-Handle PassOpened(const char16_t* path, OpenFile open) {
+Handle OpenOrFail(const char16_t* path, OpenFile open) {
     const Handle file = Fails(FileCall::Open) ? platform::kInvalidHandle : open();
-    FileFaults::Tell(file != platform::kInvalidHandle, {.call = FileCall::Open, .file = file, .path = path});
+    FileFaults::Notify(file != platform::kInvalidHandle, {.call = FileCall::Open, .file = file, .path = path});
     return file;
 }
 
 WRAPPER(Handle, Open, "11CreateFileWEPKDsjjPKNS_18SecurityAttributesEjjPv", const char16_t* path, std::uint32_t access,
         std::uint32_t share, const SecurityAttributes* security, std::uint32_t creation, std::uint32_t flags,
         Handle templateFile) {
-    return PassOpened(path, [&] { return RealOpen(path, access, share, security, creation, flags, templateFile); });
+    return OpenOrFail(path, [&] { return RealOpen(path, access, share, security, creation, flags, templateFile); });
 }
 
 WRAPPER(Handle, Replacement, "21CreateReplacementFileEPKDsS1_S1_PPv", const char16_t* path, const char16_t* original,
         const char16_t* backup, Handle* reservation) {
     *reservation = platform::kInvalidHandle;
-    return PassOpened(path, [&] { return RealReplacement(path, original, backup, reservation); });
+    return OpenOrFail(path, [&] { return RealReplacement(path, original, backup, reservation); });
 }
 
 WRAPPER(bool, Read, "8ReadFileEPvS0_jPj", Handle file, void* buffer, std::uint32_t size, std::uint32_t* done) {
@@ -81,7 +83,7 @@ WRAPPER(bool, Read, "8ReadFileEPvS0_jPj", Handle file, void* buffer, std::uint32
 
 WRAPPER(bool, Write, "9WriteFileEPvPKvjPj", Handle file, const void* buffer, std::uint32_t size, std::uint32_t* done) {
     return MoveBytes(FileCall::Write, size, [&](std::uint32_t count) {
-        return FileFaults::Tell(
+        return FileFaults::Notify(
             RealWrite(file, buffer, count, done),
             {.call = FileCall::Write, .file = file, .bytes{static_cast<const char*>(buffer), count}});
     });
@@ -124,7 +126,7 @@ WRAPPER(bool, Remove, "11DeleteFileWEPKDs", const char16_t* path) {
 }
 
 WRAPPER(void, Sleep, "5SleepEj", std::uint32_t milliseconds) {
-    if (milliseconds != kSkippedMilliseconds) return RealSleep(milliseconds);   // the platform's own are shorter
+    if (milliseconds != kSkippedMilliseconds) return RealSleep(milliseconds);   // a short wait of the platform itself
     ++waits;
 }
 

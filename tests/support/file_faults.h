@@ -1,5 +1,5 @@
-/// The platform's file calls, failing where a test asks for it: the linker puts them between a program that links
-/// `file_faults` and the platform. Long waits take no time there and are counted.
+/// Makes file functions of the platform fail where a test wants it: wrappers to which the linker redirects the calls of
+/// a program that links `file_faults`. In such a program a wait of 200 milliseconds takes no time and is counted.
 #pragma once
 
 #include "call_faults.h"
@@ -37,9 +37,9 @@ struct FileEvent {
 using FileFault = CallFault<FileCall>;
 using FileFaults = CallFaults<FileCall, FileEvent>;
 
-inline constexpr FileFault kNoFault{.nth = kFromThereOn};
+inline constexpr FileFault kNoFault{.nth = kAllFurtherCalls};
 
-/// How many waits of the calling thread were left out since the last call: those of 200 milliseconds.
+/// The number of waits of 200 milliseconds that the calling thread has skipped since the last call.
 [[nodiscard]] int TakeWaits();
 
 }   // namespace testing_support

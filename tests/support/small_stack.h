@@ -1,4 +1,4 @@
-/// Runs work on a thread whose stack is small: what walks a tree must not go by its depth.
+/// Runs a function on a thread with a small stack, to test that the depth of a tree doesn't determine the use of stack.
 #pragma once
 
 #include <pthread.h>
@@ -11,7 +11,7 @@ namespace testing_support {
 
 inline constexpr std::size_t kSmallStackBytes = 256 * 1024;
 
-inline void OnSmallStack(std::function<void()> work, std::size_t stackBytes = kSmallStackBytes) {
+inline void RunOnSmallStack(std::function<void()> work, std::size_t stackBytes = kSmallStackBytes) {
     pthread_attr_t attributes;
     pthread_t thread;
     const auto run = [](void* context) -> void* {

@@ -1,5 +1,5 @@
-/// An object of the module under the stand-in host, for tests that go through the interface: calls in their shortest
-/// form, and a fixture that fails a test which leaves host memory behind.
+/// An object of the module under the stand-in host, for tests of the interface. Its methods have the parameters that
+/// tests need and keep the last code.
 #pragma once
 
 #include <component/kernel/interface.h>
@@ -59,11 +59,11 @@ public:
     /// `code`.
     std::string Bytes(KeyHandle key, const char* name, TypeCode type = 0) {
         std::uint32_t size = 0;
-        TypeCode asked = type;
-        code = methods.GetValue(object.Get(), &size, key, name, &asked, nullptr, 0);
+        TypeCode wanted = type;
+        code = methods.GetValue(object.Get(), &size, key, name, &wanted, nullptr, 0);
         if (IsFailure(code)) return {};
         std::string bytes(size, '\0');
-        code = methods.GetValue(object.Get(), &size, key, name, &asked, bytes.data(), size);
+        code = methods.GetValue(object.Get(), &size, key, name, &wanted, bytes.data(), size);
         if (IsFailure(code)) return {};
         return bytes;
     }

@@ -1,6 +1,5 @@
-/// A fresh folder for one test, gone with all that is in it when the test ends. Paths go out in the form that the
-/// module takes on this system, with a drive; the files themselves are read and written past it, by the standard
-/// library.
+/// A new folder for one test, which is removed with its content when the test ends. `Path` and `Utf8` give paths in the
+/// form that the module takes, with a drive. The functions on files use the standard library, not the module.
 #pragma once
 
 #include <algorithm>
@@ -20,7 +19,7 @@ class TemporaryFolder {
 public:
     TemporaryFolder() : TemporaryFolder(std::filesystem::temp_directory_path()) {}
 
-    /// In `parent` instead of the system's folder for such things.
+    /// In `parent` instead of the system's folder for temporary files.
     explicit TemporaryFolder(const std::filesystem::path& parent) {
         std::random_device random;
         do {
@@ -30,7 +29,7 @@ public:
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder() {
-        std::error_code ignored;   // what a failed test left open stays behind
+        std::error_code ignored;   // a file that a failed test left open can't be removed
         for (std::filesystem::recursive_directory_iterator entry(folder, ignored), end; entry != end;
              entry.increment(ignored)) {
             if (entry->is_regular_file(ignored)) MakeWritable(entry->path());
@@ -59,7 +58,7 @@ public:
         if (!file) throw std::runtime_error("can't write a test's file");
     }
 
-    /// The bytes of a file, or one of the two words below.
+    /// The bytes of a file, `kFolder` for a folder, or `kMissing`.
     [[nodiscard]] std::string Read(std::u16string_view name) const {
         if (std::filesystem::is_directory(Native(name))) return std::string(kFolder);
         std::ifstream file(Native(name), std::ios::binary);

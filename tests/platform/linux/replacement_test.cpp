@@ -22,7 +22,7 @@ using namespace testing_support;
 
 constexpr std::uint32_t kSave =
     platform::kMoveReplaceExisting | platform::kMoveCopyAllowed | platform::kMoveWriteThrough;
-constexpr int kAlways = testing_support::kFromThereOn;
+constexpr int kAlways = testing_support::kAllFurtherCalls;
 constexpr char kList[] = "system.posix_acl_access";
 constexpr char kDefaultList[] = "system.posix_acl_default";
 constexpr uid_t kOtherUser = 4711;
@@ -267,7 +267,7 @@ TEST_F(ReplacementTest, TheNameStaysReservedUntilTheReservationIsClosed) {
 
 TEST_F(ReplacementTest, CopiesAndMovesNeedLittleStack) {
     folder.Write(u"doc", std::string(200'000, 'd'));
-    testing_support::OnSmallStack(
+    testing_support::RunOnSmallStack(
         [this] {
             EXPECT_EQ(Create(), 0U);
             CloseFile();

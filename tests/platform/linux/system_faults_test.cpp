@@ -16,7 +16,7 @@ constexpr std::uint32_t kRead = platform::kGenericRead;
 constexpr std::uint32_t kWrite = platform::kGenericWrite;
 constexpr std::uint32_t kForGood = platform::kMoveReplaceExisting | platform::kMoveWriteThrough;
 constexpr std::uint32_t kSave = kForGood | platform::kMoveCopyAllowed;
-constexpr int kAlways = testing_support::kFromThereOn;
+constexpr int kAlways = testing_support::kAllFurtherCalls;
 
 class SystemFaultsTest : public testing::Test {
 protected:
@@ -94,10 +94,10 @@ constexpr SystemCase kCases[] = {
     {"a read in pieces", &ReadSource, {SystemCall::Read, 0, 1, kAlways, 2}, 0},
     {"a read that a signal breaks", &ReadSource, {SystemCall::Read, EINTR, 1, 2}, 0},
     {"a read that fails", &ReadSource, {SystemCall::Read, EIO}, platform::kErrorIoDevice},
-    {"no marks on this file system", &ReadSource, {SystemCall::MarkQuery, EOPNOTSUPP, 1, kAlways}, 0},
-    {"no lock service for it", &ReadSource, {SystemCall::MarkQuery, ENOLCK, 1, kAlways}, 0},
-    {"marks that are refused", &ReadSource, {SystemCall::Mark, ENOLCK}, platform::kErrorNoSystemResources},
-    {"no turns", &ReadSource, {SystemCall::Turn, ENOLCK, 1, kAlways}, 0},
+    {"a file system without range locks", &ReadSource, {SystemCall::QueryByteLock, EOPNOTSUPP, 1, kAlways}, 0},
+    {"range locks without their lock service", &ReadSource, {SystemCall::QueryByteLock, ENOLCK, 1, kAlways}, 0},
+    {"range locks that are refused", &ReadSource, {SystemCall::ByteLock, ENOLCK}, platform::kErrorNoSystemResources},
+    {"a file system without flock", &ReadSource, {SystemCall::FileLock, ENOLCK, 1, kAlways}, 0},
     {"a lease", &ReadSource, {SystemCall::Open, EWOULDBLOCK}, platform::kErrorSharingViolation},
     {"a write in pieces", &WriteTarget, {SystemCall::Write, 0, 1, kAlways, 2}, 0, "source=new target=newer"},
     {"a write that a signal breaks", &WriteTarget, {SystemCall::Write, EINTR, 1, 2}, 0, "source=new target=newer"},
@@ -111,7 +111,7 @@ constexpr SystemCase kCases[] = {
     {"a copy without progress", &Copy, kNoProgress, platform::kErrorDiskFull},
     {"a copy to a name that is taken meanwhile", &Copy, {SystemCall::Rename, EEXIST}, platform::kErrorFileExists},
     {"a copy by hard link", &Copy, {SystemCall::Rename, ENOSYS}, 0, kCopied},
-    {"a copy without locks", &Copy, {SystemCall::MarkQuery, ENOLCK, 1, kAlways}, 0, kCopied},
+    {"a copy without locks", &Copy, {SystemCall::QueryByteLock, ENOLCK, 1, kAlways}, 0, kCopied},
     {"a copy that isn't on the disk", &Copy, {SystemCall::Sync, EIO}, platform::kErrorIoDevice},
     {"a copy whose name isn't there", &Copy, {SystemCall::Sync, EIO, 2}, platform::kErrorIoDevice},
     {"a move without descriptors", &Move<kSave>, {SystemCall::Open, EMFILE}, platform::kErrorTooManyOpenFiles},
@@ -124,7 +124,7 @@ constexpr SystemCase kCases[] = {
     {"no rename to free names alone", &MoveAside, {SystemCall::Rename, EINVAL}, 0, kAside},
     {"no hard links either", &MoveAside, {SystemCall::Rename, EINVAL, 1, 2}, 0, kAside},
     {"a mount point", &Move<kSave>, {SystemCall::Rename, EBUSY}, platform::kErrorNotSupported},
-    {"a move without locks", &Move<kSave>, {SystemCall::MarkQuery, ENOLCK, 1, kAlways}, 0, kMoved},
+    {"a move without locks", &Move<kSave>, {SystemCall::QueryByteLock, ENOLCK, 1, kAlways}, 0, kMoved},
     {"a name that is taken meanwhile", &MoveAside, {SystemCall::Rename, EEXIST}, platform::kErrorAccessDenied},
     {"another volume", &Move<kSave>, {SystemCall::Rename, EXDEV}, 0, kMoved},
     {"another volume without leave", &Move<kForGood>, {SystemCall::Rename, EXDEV}, platform::kErrorNotSameDevice},

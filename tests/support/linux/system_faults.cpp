@@ -1,3 +1,5 @@
+// The wrappers of the system calls: each fails if the active fault says so, otherwise makes the call and notifies the
+// observer of the test.
 #include "system_faults.h"
 
 #include <fcntl.h>
@@ -16,18 +18,18 @@ namespace {
 /// Returns -1 with the error of the fault, 0 if the fault is an early success, else the result of `call`.
 template <class Call>
 int Pass(const SystemEvent& event, Call call) {
-    if (const SystemFault* const fault = SystemFaults::Take(event.call)) {
+    if (const SystemFault* const fault = SystemFaults::NextFault(event.call)) {
         if (fault->error != 0) errno = static_cast<int>(fault->error);
         return fault->error != 0 ? -1 : 0;
     }
     const int result = call();
-    SystemFaults::Tell(result >= 0, event);
+    SystemFaults::Notify(result >= 0, event);
     return result;
 }
 
 template <class Move>
 ssize_t PassBytes(SystemCall kind, std::size_t size, Move move) {
-    const SystemFault* const fault = SystemFaults::Take(kind);
+    const SystemFault* const fault = SystemFaults::NextFault(kind);
     if (fault == nullptr) return move(size);
     if (fault->error == 0) return move(std::min<std::size_t>(size, fault->bytes));
     errno = static_cast<int>(fault->error);
@@ -44,10 +46,10 @@ ssize_t PassBytes(SystemCall kind, std::size_t size, Move move) {
 extern "C" {
 
 WRAPPER(int, open, const char* path, int flags, mode_t mode) {
-    const SystemFault* const fault = SystemFaults::Take(SystemCall::Open);
+    const SystemFault* const fault = SystemFaults::NextFault(SystemCall::Open);
     if (fault != nullptr) errno = static_cast<int>(fault->error);
     const int file = fault != nullptr ? -1 : __real_open(path, flags, mode);
-    SystemFaults::Tell(file >= 0, {.call = SystemCall::Open, .file = file, .path = path});
+    SystemFaults::Notify(file >= 0, {.call = SystemCall::Open, .file = file, .path = path});
     return file;
 }
 WRAPPER(ssize_t, read, int file, void* buffer, std::size_t size) {
@@ -55,8 +57,8 @@ WRAPPER(ssize_t, read, int file, void* buffer, std::size_t size) {
 }
 WRAPPER(ssize_t, write, int file, const void* buffer, std::size_t size) {
     return PassBytes(SystemCall::Write, size, [&](std::size_t count) {
-        SystemFaults::Tell(true,
-                           {.call = SystemCall::Write, .file = file, .bytes{static_cast<const char*>(buffer), count}});
+        SystemFaults::Notify(
+            true, {.call = SystemCall::Write, .file = file, .bytes{static_cast<const char*>(buffer), count}});
         return __real_write(file, buffer, count);
     });
 }
@@ -77,11 +79,11 @@ WRAPPER(int, fsetxattr, int file, const char* name, const void* value, std::size
 }
 WRAPPER(int, fcntl, int file, int command, void* argument) {
     if (command != F_OFD_SETLK && command != F_OFD_GETLK) return __real_fcntl(file, command, argument);
-    return Pass({.call = command == F_OFD_SETLK ? SystemCall::Mark : SystemCall::MarkQuery},
+    return Pass({.call = command == F_OFD_SETLK ? SystemCall::ByteLock : SystemCall::QueryByteLock},
                 [&] { return __real_fcntl(file, command, argument); });
 }
 WRAPPER(int, flock, int file, int operation) {
-    return Pass({.call = SystemCall::Turn}, [&] { return __real_flock(file, operation); });
+    return Pass({.call = SystemCall::FileLock}, [&] { return __real_flock(file, operation); });
 }
 WRAPPER(int, rename, const char* from, const char* to) {
     return Pass({.call = SystemCall::Rename, .path = from, .target = to}, [&] { return __real_rename(from, to); });

@@ -1,5 +1,6 @@
-/// The system's calls under the platform's Linux half, failing where a test asks for it: the linker puts them between a
-/// program that links `system_faults` and the C library. Such a program never waits for the disk: a sync only says so.
+/// Makes system calls fail where a test wants it: wrappers of the C library's functions that the Linux half of the
+/// platform calls. The linker redirects the calls of a program that links `system_faults` to them. In such a program a
+/// sync does nothing and succeeds, so that no test waits for the disk.
 #pragma once
 
 #include "support/call_faults.h"
@@ -18,10 +19,10 @@ enum class SystemCall {
     Permissions,   // the mode
     Owner,         // or the group
     AccessList,
-    Mark,        // a lock of single bytes, set or removed
-    MarkQuery,   // the question for such a lock
-    Turn,        // a lock of the whole file
-    Rename,      // or a hard link, its substitute
+    ByteLock,        // sets or removes a lock of a byte range
+    QueryByteLock,   // asks who holds one
+    FileLock,        // flock: a lock of the whole file
+    Rename,          // or a hard link, its substitute
     Unlink,
 };
 
