@@ -30,10 +30,9 @@ public:
         putenv(setting.data());   // keeps the pointer
     }
     ~EnvironmentVariable() {
-        setting.resize(setting.find('=') + 1);   // Windows removes a variable by "NAME=", other systems by "NAME"
-        putenv(setting.data());
-        setting.pop_back();
-        putenv(setting.data());
+        // "NAME=" removes it on Windows, elsewhere "NAME". A copy, since the environment still uses `setting`.
+        std::string removal = setting.substr(0, setting.find('=') + (kIsWindows ? 1 : 0));
+        putenv(removal.data());
     }
     EnvironmentVariable(const EnvironmentVariable&) = delete;
     EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
