@@ -246,7 +246,8 @@ TEST_F(ClientTest, WritesAreExactOrFail) {
 
 TEST_F(ClientTest, EveryCallThatTakesAPathSplitsItInTheSameWay) {
     const arbor::Store store(object->Get());
-    for (const char* path : {"a\\b/c", "\\x/y", "a//b", "/a", "a/b/", "p\\q\\r", "s/t", "u\\", "", "v/w\\/z"}) {
+    for (const char* path :
+         {"a\\b/c", "\\x/y", "a//b", "/a", "a/b/", "p\\q\\r", "s/t", "u\\", "", "v/w\\/z", "x\\y//z"}) {
         SCOPED_TRACE(path);
         const auto made = store.Make(path);
         EXPECT_EQ(made.Code(), made ? kernel::kDone : kernel::kInvalidArgument);
@@ -256,6 +257,7 @@ TEST_F(ClientTest, EveryCallThatTakesAPathSplitsItInTheSameWay) {
         EXPECT_EQ(store[path].Set("v", 1).Code(), made.Code());
         EXPECT_EQ(store[path].Get<int>("v").has_value(), made.has_value());
     }
+    EXPECT_FALSE(store.Open("v")) << "created before the path was refused";
     EXPECT_EQ(store.Make(std::string_view("a\0b", 3)).Code(), kernel::kInvalidArgument);
 }
 

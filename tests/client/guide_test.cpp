@@ -230,8 +230,8 @@ TEST_F(GuideTest, ABatchIsAppliedWholeOrNotAtAll) {
     fill(late);
     EXPECT_EQ(late.Remove("a", "old").Save().Code(), kernel::kNoSuchEntry);   // is gone by then: all is undone
     EXPECT_EQ(Dump(store), before);
-    arbor::Batch terminator(store);
-    EXPECT_EQ(terminator.Set("a", "z", std::string("a\0b", 3)).Apply().Code(), kernel::kInvalidArgument);
+    arbor::Batch terminator(store["a"]);
+    EXPECT_EQ(terminator.Set("", "z", std::string("a\0b", 3)).Apply().Code(), kernel::kInvalidArgument);
     EXPECT_EQ(io.WriteCount(), 0U);
 
     arbor::Batch batch(store);
@@ -242,6 +242,12 @@ TEST_F(GuideTest, ABatchIsAppliedWholeOrNotAtAll) {
     EXPECT_EQ(*store["a/b"].Get<int>("n"), 200);
     EXPECT_EQ(*store["p"].Get<Proxy>(), Proxy{});
     EXPECT_FALSE(store["a"].Contains("old") || store["a"].Contains("x") || store.Open("a/b/c"));
+
+    EXPECT_TRUE(arbor::Batch(store["a"]["b"]).Set("", "n", 7).Apply());
+    EXPECT_EQ(*store["a/b"].Get<int>("n"), 7);
+    EXPECT_EQ(arbor::Batch(store["missing"]).Set("", "n", 7).Apply().Code(), kernel::kNoSuchEntry);
+    EXPECT_TRUE(store["a"].CopyTo(store["p"]));
+    EXPECT_TRUE(store["p"].Contains("y"));
 }
 
 }   // namespace

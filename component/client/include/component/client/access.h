@@ -10,8 +10,8 @@
 
 namespace arbor::detail {
 
-/// The bytes of an argument in the binary form of `type`.
-struct View {
+/// A value to write: its type and its bytes.
+struct TypedBytes {
     TypeCode type = 0;
     const void* data = nullptr;
     std::size_t size = 0;
@@ -48,6 +48,8 @@ Result<std::string> ReadConverted(const Slot& slot, TypeCode wanted) {
     }
 }
 
+/// The scalar in the caller's type. Only a `float` is narrower than the type that is read for it: out of its range is
+/// an error.
 template <Scalar T>
 Result<T> FromWire(typename ScalarTraits<T>::Wire wire) {
     if constexpr (std::same_as<T, float>) {
@@ -164,7 +166,7 @@ Result<Datum> ReadDatum(TypeCode wanted, const Slot& slot) {
 
 /// Writes by the store's own conversion: one call.
 template <class Slot>
-inline Status WriteLenient(const Slot& slot, View value) {
+inline Status WriteLenient(const Slot& slot, TypedBytes value) {
     if (value.size > std::numeric_limits<std::uint32_t>::max()) return Status(kernel::kOutOfMemory);
     const void* data = value.data != nullptr ? value.data : "";   // an empty text or blob may have a null address
     return Status(slot.Write(value.type, data, static_cast<std::uint32_t>(value.size), kCreate));
@@ -182,9 +184,9 @@ template <class Slot>
     }
 }
 
-/// Writes exactly: one call for the type of the value, and one that writes. `value` is plain.
+/// Writes exactly: one call for the type of the value, and one that writes. `value` has the plain form.
 template <class Slot>
-inline Status WriteExactly(const Slot& slot, View value) {
+inline Status WriteExactly(const Slot& slot, TypedBytes value) {
     TypeCode own = 0;
     const ResultCode code = slot.Read(nullptr, &own, nullptr, 0);
     if (kernel::IsFailure(code) && code != kernel::kNoSuchEntry) return Status(code);
@@ -192,36 +194,36 @@ inline Status WriteExactly(const Slot& slot, View value) {
     return WriteLenient(slot, value);
 }
 
-/// Returns `use(view)` for the view of `value` as the type that corresponds to it.
+/// Returns `use(typed)`, where `typed` is `value` in the type that corresponds to it.
 template <class T, class Use>
-inline Status WithView(const T& value, Use use) {
+inline Status WithTypedBytes(const T& value, Use use) {
     static_assert(!std::same_as<T, std::nullptr_t>, "the store has no type for this");
     if constexpr (Scalar<T>) {
         const auto wire = static_cast<typename ScalarTraits<T>::Wire>(value);
-        return use(View{ScalarTraits<T>::kType, &wire, sizeof wire});
+        return use(TypedBytes{ScalarTraits<T>::kType, &wire, sizeof wire});
     } else if constexpr (std::same_as<T, Datum>) {
         if (kernel::FindType(value.type) == nullptr) return Status(kernel::kInvalidArgument);
-        return use(View{value.type, value.bytes.data(), value.bytes.size()});
+        return use(TypedBytes{value.type, value.bytes.data(), value.bytes.size()});
     } else if constexpr (std::convertible_to<const T&, std::string_view>) {
         const std::string_view text = value;
-        return use(View{kernel::tSTRING, text.data(), text.size()});
+        return use(TypedBytes{kernel::tSTRING, text.data(), text.size()});
     } else if constexpr (std::convertible_to<const T&, std::u16string_view>) {
         const std::u16string_view text = value;
-        return use(View{kernel::tWSTRING, text.data(), text.size() * sizeof(char16_t)});
+        return use(TypedBytes{kernel::tWSTRING, text.data(), text.size() * sizeof(char16_t)});
     } else if constexpr (kHasWideStrings && std::convertible_to<const T&, std::wstring_view>) {
         const std::wstring_view text = value;
-        return use(View{kernel::tWSTRING, text.data(), text.size() * sizeof(wchar_t)});
+        return use(TypedBytes{kernel::tWSTRING, text.data(), text.size() * sizeof(wchar_t)});
     } else if constexpr (std::convertible_to<const T&, std::span<const std::uint8_t>>) {
         const std::span<const std::uint8_t> blob = value;
-        return use(View{kernel::tBINARY, blob.data(), blob.size()});
+        return use(TypedBytes{kernel::tBINARY, blob.data(), blob.size()});
     } else {
         static_assert(std::convertible_to<const T&, std::span<const std::byte>>, "the store has no type for this");
         const std::span<const std::byte> blob = value;
-        return use(View{kernel::tBINARY, blob.data(), blob.size()});
+        return use(TypedBytes{kernel::tBINARY, blob.data(), blob.size()});
     }
 }
 
-/// The conversions of `Get` and `Set`. `isFixed` is true for a type of fixed size, whose bytes are plain.
+/// The conversions of `Get` and `Set`. `isFixed` is true for a type of fixed size, whose bytes are the plain form.
 struct Exact {
     template <class T, class Slot>
     static Result<T> Read(const Slot& slot) {
@@ -231,13 +233,13 @@ struct Exact {
             return ReadSequence<T>(slot);
     }
     template <bool isFixed, class Slot>
-    static Status Write(const Slot& slot, View view) {
+    static Status Write(const Slot& slot, TypedBytes typed) {
         if constexpr (!isFixed) {
-            std::string_view bytes = view.Bytes();
-            if (!MakePlain(view.type, bytes)) return Status(kernel::kInvalidArgument);
-            view = {view.type, bytes.data(), bytes.size()};
+            std::string_view bytes = typed.Bytes();
+            if (!MakePlain(typed.type, bytes)) return Status(kernel::kInvalidArgument);
+            typed = {typed.type, bytes.data(), bytes.size()};
         }
-        return WriteExactly(slot, view);
+        return WriteExactly(slot, typed);
     }
 };
 
@@ -248,8 +250,8 @@ struct Lenient {
         return ReadLenient<T>(slot);
     }
     template <bool isFixed, class Slot>
-    static Status Write(const Slot& slot, View view) {
-        return WriteLenient(slot, view);
+    static Status Write(const Slot& slot, TypedBytes typed) {
+        return WriteLenient(slot, typed);
     }
 };
 
@@ -277,7 +279,8 @@ inline Status WriteAs(const Slot& slot, const T& value) {
     } else if constexpr (Converted<T>) {
         return WriteAs<Conversion>(slot, Convert<T>::ToStored(value));
     } else {
-        return WithView(value, [&](View view) { return Conversion::template Write<Scalar<T>>(slot, view); });
+        return WithTypedBytes(value,
+                              [&](TypedBytes typed) { return Conversion::template Write<Scalar<T>>(slot, typed); });
     }
 }
 

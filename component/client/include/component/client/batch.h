@@ -30,7 +30,7 @@ namespace arbor {
 /// lock of their own. For one thread at a time.
 class Batch {
 public:
-    /// `start` is the key at which the paths begin. It must stay valid.
+    /// `start` is the key at which the paths begin, or a reference to it. It must exist and stay valid.
     explicit Batch(const Key& start) : top(start) {}
 
     /// Sets a value of the key at `path`, as `Key::Set`. Missing keys are created. A structure is one change for each
@@ -44,13 +44,13 @@ public:
         else if constexpr (detail::Converted<T>)
             return Set(path, name, Convert<T>::ToStored(value));
         else {
-            const Status status = detail::WithView(value, [&](detail::View view) {
-                std::string_view bytes = view.Bytes();
-                if (!detail::MakePlain(view.type, bytes)) return Status(kernel::kInvalidArgument);
-                Collect(Kind::Set, path, name, view.type, bytes);
+            const Status status = detail::WithTypedBytes(value, [&](detail::TypedBytes typed) {
+                std::string_view bytes = typed.Bytes();
+                if (!detail::MakePlain(typed.type, bytes)) return Status(kernel::kInvalidArgument);
+                Collect(Kind::Set, path, name, typed.type, bytes);
                 return Status();
             });
-            if (!status && collected) collected = status;
+            if (!status && firstFailure) firstFailure = status;
             return *this;
         }
     }
@@ -68,7 +68,7 @@ public:
     /// Applies all changes or none. On success the batch is empty, on failure it keeps the changes. Returns the first
     /// refusal.
     Status Apply() {
-        if (!collected) return collected;
+        if (!firstFailure) return firstFailure;
         try {
             for (const Change& change : changes) {
                 if (const Status checked = Check(change); !checked) return checked;
@@ -126,7 +126,7 @@ private:
             MemberCollector collector{*this, Join(path.View(), name.View())};
             detail::Visit(collector, value);
         } catch (const std::bad_alloc&) {
-            collected = Status(kernel::kOutOfMemory);
+            firstFailure = Status(kernel::kOutOfMemory);
         }
         return *this;
     }
@@ -135,7 +135,7 @@ private:
         try {
             changes.push_back({kind, std::string(path.View()), std::string(name.View()), {type, std::string(bytes)}});
         } catch (const std::bad_alloc&) {
-            collected = Status(kernel::kOutOfMemory);
+            firstFailure = Status(kernel::kOutOfMemory);
         }
         return *this;
     }
@@ -159,7 +159,8 @@ private:
         return Status(isExact ? kernel::kDone : kernel::kInvalidArgument);
     }
 
-    /// True if finding each of the names finds its owner.
+    /// False if two of the names are the same for the store, which ignores the case of A to Z: a search for the second
+    /// one would find the first.
     [[nodiscard]] static bool AreUnique(std::vector<std::string>& names) {
         for (std::string& name : names) {
             for (char& c : name) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -232,7 +233,7 @@ private:
         const Result<Key> key = top.Open(change.path);
         if (!key) return key;
         if (const Status checked = CheckRestorable(*key); !checked) return checked;
-        std::vector<Change> restoring;
+        std::vector<Change> restoringChanges;
         std::vector<std::string> paths;   // of the keys that the walk is in
         WalkRange walk = key->Walk();
         for (const WalkStep& step : walk) {
@@ -240,15 +241,16 @@ private:
             if (!name) return Status(name.Code());
             paths.resize(step.depth);
             paths.push_back(step.depth == 0 ? change.path : Join(paths.back(), *name));
-            restoring.push_back({Kind::MakeKey, paths.back(), ""});
+            restoringChanges.push_back({Kind::MakeKey, paths.back(), ""});
             for (const Value& value : step.key.Values()) {
                 Result<Datum> old = value.Read();
                 if (!old) return old;
-                restoring.push_back({Kind::Set, paths.back(), value.Name(), *std::move(old)});
+                restoringChanges.push_back({Kind::Set, paths.back(), value.Name(), *std::move(old)});
             }
         }
         if (!walk.Outcome()) return walk.Outcome();
-        std::move(restoring.rbegin(), restoring.rend(), std::back_inserter(undo));   // undone from the end
+        std::move(restoringChanges.rbegin(), restoringChanges.rend(),
+                  std::back_inserter(undo));   // undone from the end
         return top.RemoveKey(change.path);
     }
 
@@ -285,7 +287,7 @@ private:
     }
 
     Key top;
-    Status collected{};   // the first failure of collecting a change
+    Status firstFailure{};   // of the calls that added changes
     std::vector<Change> changes{};
     std::vector<Change> undo{};
 };

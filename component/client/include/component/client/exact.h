@@ -5,6 +5,8 @@
 /// a `tBOOL` also is "true" or "false". A number converts to the shortest text that is this number. Texts convert
 /// between UTF-8 and UTF-16. A `tCHAR` is a text of one byte. The blobs `tBINARY` and `tPTR` convert only to each
 /// other, `tVOID` and `tWCHAR` to nothing.
+///
+/// The functions take the plain form of a value: its bytes as the interface has them, a text without its terminator.
 #pragma once
 
 #include <component/client/datum.h>

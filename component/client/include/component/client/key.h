@@ -31,8 +31,8 @@ struct Counts {
 class Key {
 public:
     Key() = default;
-    /// The key with that handle; 0 is the current root. Without a `store`, as `Key()`.
-    Key(HostObject* store, KeyHandle key) : address{store, key} {}
+    /// The key with that handle; 0 is the current root. If `object` is null, as `Key()`.
+    Key(HostObject* object, KeyHandle key) : address{object, key} {}
     explicit Key(Status failure) : address{nullptr, kernel::kNoKey, failure.Code()} {}
 
     [[nodiscard]] HostObject* Object() const { return address.object; }
@@ -50,12 +50,14 @@ public:
     Result<Key> Make(Text path) const {
         Result<Key> key = Open(path);
         if (key.Code() != kernel::kNoSuchEntry) return key;
+        std::string_view rest = path.View();
+        if (const std::size_t end = rest.find("//"); end != rest.npos) rest = rest.substr(0, end + 1);
+        const std::size_t lastSlash = rest.rfind('/');
+        if (lastSlash != rest.npos && rest.find('\\') < lastSlash) return Status(kernel::kInvalidArgument);
         key = *this;
-        for (std::string_view rest = path.View(); key && !rest.empty();) {
-            const std::size_t slash = rest.find('/');
-            const std::string_view name = rest.substr(0, slash != rest.npos ? slash : rest.find('\\'));
+        while (key && !rest.empty()) {
+            const std::string_view name = rest.substr(0, rest.find_first_of("/\\"));
             if (name.empty()) break;
-            if (name.find('\\') != name.npos) return Status(kernel::kInvalidArgument);
             key = key->OpenWith(name, detail::kCreate);
             rest.remove_prefix(std::min(name.size() + 1, rest.size()));
         }
@@ -67,7 +69,8 @@ public:
     Result<std::string> Path() const { return ReadName(kFullName); }
 
     /// The key above this one, if that is in the current root; `kernel::kNoSuchEntry` for the current root itself.
-    /// Opens the path; if that leads to another key, because two siblings have one name, it searches the tree.
+    /// Opens the path; if that leads to another key, because two siblings have one name, it searches the tree. Defined
+    /// in `walk.h`.
     Result<Key> Parent() const;
 
     Result<Counts> Count() const {
@@ -169,7 +172,7 @@ public:
 
     [[nodiscard]] ValueRange Values() const { return ValueRange(address); }
     [[nodiscard]] KeyRange Keys() const;
-    /// This key and all keys below it. Declared in `walk.h`.
+    /// This key and all keys below it. Defined in `walk.h`.
     [[nodiscard]] WalkRange Walk() const;
 
     /// Deletes a value.
@@ -177,7 +180,7 @@ public:
     /// Deletes the key at `path` below this one, with all keys and values in it.
     Status RemoveKey(Text path) const {
         const Terminated chars(path);
-        return Status(address.If(chars).Call<&kernel::Registry::DeleteKey>(address.handle, chars.Chars()));
+        return Status(address.UnlessFailed(chars).Call<&kernel::Registry::DeleteKey>(address.handle, chars.Chars()));
     }
     /// Copies the values and subkeys of this key into `target`. With `Synchronised`, `target` must be a key of another
     /// object.
@@ -196,15 +199,15 @@ private:
     static constexpr std::uint32_t kFullName = 1;   // the count excludes it
 
     [[nodiscard]] detail::SlotByName ValueNamed(const Terminated& name) const {
-        return {address.If(name), name.Chars()};
+        return {address.UnlessFailed(name), name.Chars()};
     }
     [[nodiscard]] detail::SlotByIndex ValueIndexed(std::uint32_t index) const { return {address, index}; }
 
     Result<Key> OpenWith(Text path, std::uint32_t create) const {
         KeyHandle opened = kernel::kNoKey;
         const Terminated chars(path);
-        const ResultCode code =
-            address.If(chars).Call<&kernel::Registry::OpenKey>(&opened, address.handle, chars.Chars(), create);
+        const ResultCode code = address.UnlessFailed(chars).Call<&kernel::Registry::OpenKey>(&opened, address.handle,
+                                                                                             chars.Chars(), create);
         if (kernel::IsFailure(code)) return Status(code);
         return Key(address.object, opened);
     }

@@ -18,7 +18,8 @@ class SinglePassBase {};
 
 /// Base class of a range for a single pass, by a range-based `for`, a standard algorithm or a view: it is a
 /// `std::ranges::input_range` of `Element`s. `Range` has `Current`, the element, and `Advance`, which reads the next
-/// one or calls `End`. An iterator refers to the range, which must not be moved then.
+/// one or calls `End`. An iterator refers to the range, which must not be moved then. As that of other such ranges,
+/// `begin` isn't `const`: a `const` range can't be iterated.
 template <class Range, class Element>
 class SinglePass : public SinglePassBase {
 public:
@@ -88,7 +89,8 @@ private:
         std::uint32_t count = 0;
         const ResultCode code = read(&count, first, sizeof first);
         if (code == kernel::kBufferTooSmall) return ReadLongName(read);
-        if (kernel::IsFailure(code) || count == 0) return End(Status(code));   // a name has a terminator
+        if (kernel::IsFailure(code) || count == 0)
+            return End(Status(code));   // 0 bytes, without even a terminator: no such value
         try {
             value.name.assign(first, count - 1);
         } catch (const std::bad_alloc&) {

@@ -3,7 +3,6 @@
 
 #include <component/client/walk.h>
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -24,6 +23,9 @@ public:
         }
         (std::make_index_sequence<paths>());
     }
+
+    /// The key, or one that holds the failure of opening it, for functions that take a `Key`.
+    operator Key() const { return *Open(); }
 
     Result<Key> Open() const {
         return OpenEach([](const Key& key, Text next) { return key.Open(next); });
@@ -103,28 +105,5 @@ private:
 };
 
 inline Reference<1> Key::operator[](Text path) const { return {*this, {path}}; }
-
-inline Result<Key> Key::Parent() const {
-    if (address.object == nullptr) return Status(address.failure);
-    const Key root(address.object, 0);
-    const Result<std::string> full = Path();
-    const Result<std::string> rootName = root.Name();
-    if (!full || !rootName) return Status(full ? rootName.Code() : full.Code());
-    if (root.Open("")->Handle() == Open("")->Handle()) return Status(kernel::kNoSuchEntry);
-
-    std::string_view below = *full;   // names after that of the root, if it has one, with `\` between them
-    if (!rootName->empty()) below.remove_prefix(std::min(rootName->size() + 1, below.size()));
-    const std::size_t last = below.rfind('\\');
-    const Result<Key> likely = root.Open(last != below.npos ? below.substr(0, last) : std::string_view());
-    if (likely && likely->Open(below.substr(last + 1))->Handle() == address.handle) return likely;
-
-    WalkRange walk = root.Walk();
-    for (const WalkStep& step : walk) {
-        for (const Key& child : step.key.Keys()) {
-            if (child.Handle() == address.handle) return step.key;
-        }
-    }
-    return Status(walk.Outcome() ? kernel::kNoSuchEntry : walk.Outcome().Code());
-}
 
 }   // namespace arbor

@@ -31,8 +31,8 @@ struct KeyAddress {
         if (object == nullptr) return failure;
         return (kernel::Registry(object).*method)(object, arguments...);
     }
-    /// This key, or the failure of `text`.
-    [[nodiscard]] KeyAddress If(const Terminated& text) const {
+    /// This key; after a failure of `text`, an address that returns its code from every call.
+    [[nodiscard]] KeyAddress UnlessFailed(const Terminated& text) const {
         return kernel::IsSuccess(text.Code()) ? *this : KeyAddress{nullptr, kernel::kNoKey, text.Code()};
     }
 };

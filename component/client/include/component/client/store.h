@@ -8,14 +8,14 @@ namespace arbor {
 /// An object of the interface. As a `Key` it is the object's current root, also after `SetRoot`.
 class Store : public Key {
 public:
-    explicit Store(HostObject* store) : Key(store, kCurrentRoot) {}
+    explicit Store(HostObject* object) : Key(object, kCurrentRoot) {}
 
     [[nodiscard]] Key Root() const { return *this; }
     /// Sets the current root to the key at `path`. The path starts at the top key; the empty path is the top key. The
     /// object doesn't lock this call: no other thread may use the store at the same time.
     Status SetRoot(Text path) const {
         const Terminated chars(path);
-        return Status(Address().If(chars).Call<&Registry::SetRootStr>(chars.Chars()));
+        return Status(Address().UnlessFailed(chars).Call<&Registry::SetRootStr>(chars.Chars()));
     }
     /// Deletes all keys and values of the current root.
     Status Clean() const { return Status(Address().Call<&Registry::Clean>()); }

@@ -66,15 +66,15 @@ public:
 /// read a `std::optional` where a value may be missing. The elements of `Values`, `Keys` and `Walk` are those of the
 /// client without exceptions: their calls return a `Result`, which has `value()`.
 template <class Target>
-class Basic {
+class ThrowingKey {
 public:
-    explicit Basic(const Target& wrapped) : target(wrapped) {}
+    explicit ThrowingKey(const Target& wrapped) : target(wrapped) {}
 
     [[nodiscard]] const Target& Unchecked() const { return target; }
-    [[nodiscard]] auto operator[](Text path) const { return Basic<decltype(target[path])>(target[path]); }
+    [[nodiscard]] auto operator[](Text path) const { return ThrowingKey<decltype(target[path])>(target[path]); }
 
-    [[nodiscard]] Basic<Key> Open(Text path) const { return Basic<Key>(target[path].Open().value()); }
-    [[nodiscard]] Basic<Key> Make(Text path) const { return Basic<Key>(target[path].Make().value()); }
+    [[nodiscard]] ThrowingKey<Key> Open(Text path) const { return ThrowingKey<Key>(target[path].Open().value()); }
+    [[nodiscard]] ThrowingKey<Key> Make(Text path) const { return ThrowingKey<Key>(target[path].Make().value()); }
 
     template <class T>
     [[nodiscard]] T Get(Text name) const {
@@ -113,18 +113,20 @@ public:
         Check(target.SetAt(index, value));
     }
     void RemoveAt(std::uint32_t index) const { Check(target.RemoveAt(index)); }
-    [[nodiscard]] Basic<Key> KeyAt(std::uint32_t index) const { return Basic<Key>(target.KeyAt(index).value()); }
+    [[nodiscard]] ThrowingKey<Key> KeyAt(std::uint32_t index) const {
+        return ThrowingKey<Key>(target.KeyAt(index).value());
+    }
     void RemoveKeyAt(std::uint32_t index) const { Check(target.RemoveKeyAt(index)); }
     [[nodiscard]] bool Contains(Text name) const { return target.Contains(name); }
     [[nodiscard]] TypeCode Type(Text name) const { return target.Type(name).value(); }
     [[nodiscard]] Counts Count() const { return target.Count().value(); }
     [[nodiscard]] std::string Name() const { return target.Name().value(); }
     [[nodiscard]] std::string Path() const { return target.Path().value(); }
-    [[nodiscard]] Basic<Key> Parent() const { return Basic<Key>(target.Parent().value()); }
+    [[nodiscard]] ThrowingKey<Key> Parent() const { return ThrowingKey<Key>(target.Parent().value()); }
     void Remove(Text name) const { Check(target.Remove(name)); }
     void RemoveKey(Text path) const { Check(target.RemoveKey(path)); }
     template <class Other>
-    void CopyTo(const Basic<Other>& other) const {
+    void CopyTo(const ThrowingKey<Other>& other) const {
         Check(target.CopyTo(other.Unchecked()));
     }
     [[nodiscard]] auto Values() const { return Checked(target.Values()); }
@@ -135,9 +137,9 @@ protected:
     Target target;
 };
 
-class Store : public Basic<arbor::Store> {
+class Store : public ThrowingKey<arbor::Store> {
 public:
-    explicit Store(HostObject* object) : Basic(arbor::Store(object)) {}
+    explicit Store(HostObject* object) : ThrowingKey(arbor::Store(object)) {}
 
     void SetRoot(Text path) const { Check(target.SetRoot(path)); }
     void Clean() const { Check(target.Clean()); }

@@ -3,6 +3,9 @@
 
 #include <component/client/key.h>
 
+#include <algorithm>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace arbor {
@@ -58,5 +61,28 @@ private:
 };
 
 inline WalkRange Key::Walk() const { return WalkRange(*this); }
+
+inline Result<Key> Key::Parent() const {
+    if (address.object == nullptr) return Status(address.failure);
+    const Key root(address.object, 0);
+    const Result<std::string> full = Path();
+    const Result<std::string> rootName = root.Name();
+    if (!full || !rootName) return Status(full ? rootName.Code() : full.Code());
+    if (root.Open("")->Handle() == Open("")->Handle()) return Status(kernel::kNoSuchEntry);
+
+    std::string_view below = *full;   // names after that of the root, if it has one, with `\` between them
+    if (!rootName->empty()) below.remove_prefix(std::min(rootName->size() + 1, below.size()));
+    const std::size_t last = below.rfind('\\');
+    const Result<Key> likely = root.Open(last != below.npos ? below.substr(0, last) : std::string_view());
+    if (likely && likely->Open(below.substr(last + 1))->Handle() == address.handle) return likely;
+
+    WalkRange walk = root.Walk();
+    for (const WalkStep& step : walk) {
+        for (const Key& child : step.key.Keys()) {
+            if (child.Handle() == address.handle) return step.key;
+        }
+    }
+    return Status(walk.Outcome() ? kernel::kNoSuchEntry : walk.Outcome().Code());
+}
 
 }   // namespace arbor
