@@ -26,7 +26,7 @@ bool HasNamesake(const arbor::Key& key, const std::string& name) {
     return count > 1;
 }
 
-/// Encodes a name, so that it isn't taken for that of the first of several siblings.
+/// Encodes a name. One that ends with "#1" gets the form "%x231", because a path name "item#1" is the first "item".
 std::string EncodeFirst(const std::string& name) {
     if (ParseName(name).number != 1) return EncodeName(name);
     const std::size_t mark = name.rfind('#');
@@ -45,9 +45,10 @@ std::optional<Child> FindFirst(const arbor::Key& parent, const std::string& name
 }   // namespace
 
 std::optional<Child> FindChild(const arbor::Key& parent, const PathName& name) {
-    std::optional<Child> child = name.number == 1 ? FindFirst(parent, name.repeated) : std::nullopt;
+    // A key may itself be named "item#2"; it then precedes the second "item". The first "item" precedes a key "item#1".
+    std::optional<Child> child = name.number == 1 ? FindFirst(parent, name.baseName) : std::nullopt;
     if (!child) child = FindFirst(parent, name.name);
-    return child || name.number == 0 ? child : FindNumbered(parent, name.repeated, name.number);
+    return child || name.number == 0 ? child : FindNumbered(parent, name.baseName, name.number);
 }
 
 std::optional<arbor::Key> FindKey(const arbor::Key& top, const Path& path) {
@@ -91,14 +92,15 @@ void RemoveKey(const arbor::Key& top, const Path& path) {
 }
 
 ValueSlot::ValueSlot(const arbor::Key& parent, const PathName& pathName) : key(parent), name(pathName.name) {
+    // As in `FindChild`: a value named "item#2" precedes the second "item", the first "item" a value named "item#1".
     std::uint32_t number = pathName.number;
     if (number == 1) {
-        if (pathName.repeated.empty() || key.Type(pathName.repeated)) name = pathName.repeated;
+        if (pathName.baseName.empty() || key.Type(pathName.baseName)) name = pathName.baseName;
         return;
     }
     if (number == 0 || key.Type(name)) return;
     ForEachValue(key, [&](const arbor::Value& value) {
-        if (IsSameName(value.Name(), pathName.repeated) && number != 0 && --number == 0) byIndex = value;
+        if (IsSameName(value.Name(), pathName.baseName) && number != 0 && --number == 0) byIndex = value;
     });
 }
 
@@ -114,9 +116,9 @@ arbor::Status ValueSlot::Set(const arbor::Datum& datum) const {
 
 arbor::Status ValueSlot::Remove() const { return byIndex ? byIndex->Remove() : key.Remove(name); }
 
-std::string ValueSlot::Text() const { return name.empty() ? "#1" : EncodeName(name); }
+std::string ValueSlot::PrintedName() const { return name.empty() ? "#1" : EncodeName(name); }
 
-bool ValueSlot::IsNumberedWith(const ValueSlot& other) const {
+bool ValueSlot::IsNumberedNamesakeOf(const ValueSlot& other) const {
     return (byIndex || other.byIndex) && key.Object() == other.key.Object() && key.Handle() == other.key.Handle() &&
            IsSameName(StoredName(), other.StoredName());
 }
@@ -139,12 +141,12 @@ void SetExactly(const arbor::Key& key, const PathName& name, const arbor::Datum&
     const ValueSlot slot(key, name);
     const kernel::TypeCode type = slot.Type();
     if (type != 0 && type != datum.type) {
-        if (HasNamesake(key, name.number != 0 ? name.repeated : name.name)) {
-            throw StoreError(kernel::kAlreadyExists, slot.Text() + " shares its name, so its type can't change");
+        if (HasNamesake(key, name.number != 0 ? name.baseName : name.name)) {
+            throw StoreError(kernel::kAlreadyExists, slot.PrintedName() + " shares its name, so its type can't change");
         }
-        ThrowIfFailed(slot.Remove(), slot.Text());   // found by name, so that `slot` remains usable
+        ThrowIfFailed(slot.Remove(), slot.PrintedName());   // found by name, so that `slot` remains usable
     }
-    ThrowIfFailed(slot.Set(datum), slot.Text());
+    ThrowIfFailed(slot.Set(datum), slot.PrintedName());
 }
 
 std::string SiblingNames::Disambiguate(const std::string& name) {

@@ -21,6 +21,7 @@ struct Child {
     std::optional<std::uint32_t> index{};
 };
 
+/// Returns none if there is no such key. `path.h` describes names with "#N".
 [[nodiscard]] std::optional<Child> FindChild(const arbor::Key& parent, const PathName& name);
 
 [[nodiscard]] std::optional<arbor::Key> FindKey(const arbor::Key& top, const Path& path);
@@ -43,10 +44,11 @@ public:
     [[nodiscard]] arbor::Result<arbor::Datum> Read(kernel::TypeCode type) const;
     [[nodiscard]] arbor::Status Set(const arbor::Datum& datum) const;
     [[nodiscard]] arbor::Status Remove() const;
-    /// The encoded name, for messages.
-    [[nodiscard]] std::string Text() const;
-    /// Whether both are values of one key with one name, and at least one isn't the first of that name.
-    [[nodiscard]] bool IsNumberedWith(const ValueSlot& other) const;
+    /// The encoded name as in a path, with its number if it has one.
+    [[nodiscard]] std::string PrintedName() const;
+    /// Whether both are values of one key with the same name, and at least one isn't the first of that name. Then the
+    /// removal of one changes the number of the other.
+    [[nodiscard]] bool IsNumberedNamesakeOf(const ValueSlot& other) const;
 
 private:
     /// The name without a number.

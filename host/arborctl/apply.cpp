@@ -1,5 +1,5 @@
-// Reads a change a line and calls the function of its first word. Lines with one key after the other, as dumps have
-// them, find the key once.
+// Applies one line at a time; its first word selects the function. A run of lines with the same key, as `tree --flat`
+// prints them, looks the key up once.
 
 #include "apply.h"
 
@@ -122,7 +122,7 @@ void Changes::Remove(const Words& operands) {
     last.reset();
     if (operands.size() == 1) return RemoveEntry(root, Path(operands[0]));
     const ValueSlot value(OpenKey(root, Path(operands[0])), ParseName(operands[1]));
-    ThrowIfFailed(value.Remove(), value.Text());
+    ThrowIfFailed(value.Remove(), value.PrintedName());
 }
 
 void Changes::Transfer(Words operands, bool isMove) {

@@ -1,4 +1,4 @@
-/// Applies changes that are given as text, a line each: the command `apply`, and flat text for `edit` and `import`.
+/// Applies changes that are given as text, one on each line, for the commands `apply`, `edit` and `import`.
 ///
 ///     set PATH [VALUE] TYPE TEXT    gives a value this type and text; missing keys are created
 ///     set PATH TEXT                 the same, in the type that the value has, or else as a tSTRING
@@ -40,8 +40,8 @@ enum class LineForms {
 
 struct ApplyOptions {
     LineForms forms = LineForms::All;
-    Path within{};                         // the key of all values, or above them; lines of others are refused
-    const ExactValues* values = nullptr;   // how texts become values; null: each exact text is one
+    Path within{};                         // lines with a key that is neither this one nor below it are refused
+    const ExactValues* values = nullptr;   // converts the texts; if null, every exact text (`exact_text.h`) is accepted
 };
 
 /// Applies the lines of `text` to the tree below `root`. `source` names the text for messages. Throws a `LineError` for

@@ -1,4 +1,5 @@
-// The commands that list, restore and remove what saves have left beside the document: backups, restore and undo.
+// The commands `backups`, `restore` and `undo`, which list, restore and remove the files that saves have left beside
+// the document.
 
 #include "backups.h"
 #include "change.h"
@@ -50,7 +51,7 @@ std::string OtherBackup(const std::filesystem::path& document) {
     return "; \"restore " + PathText(files.back().path.filename()) + "\" restores another one";
 }
 
-/// A save in progress may not yet have opened, or have already closed, its temporary file.
+/// A temporary file that is younger may belong to a save in progress, which doesn't hold it open all the time.
 constexpr std::chrono::minutes kMinAge{1};
 
 bool IsRecent(const std::filesystem::path& file) {
@@ -64,6 +65,29 @@ const char* Clean(const Session& session, const BackupFile& file) {
     return host::RemoveIfUnused(file.path) ? "removed" : "left, since a process holds it";
 }
 
+struct FileState {
+    std::string modified;
+    std::uintmax_t bytes;
+    std::string load;   // whether the file loads
+};
+
+FileState StateOf(const Session& session, const std::filesystem::path& path) {
+    const kernel::ResultCode code = LoadCode(session, path);
+    const std::uintmax_t bytes = std::filesystem::file_size(path);
+    const bool isEmpty = bytes == 0 && kernel::IsSuccess(code);
+    return {ModificationTime(path), bytes, isEmpty ? "empty" : LoadState(code)};
+}
+
+void WriteJson(Json& json, const BackupFile& file, const FileState& state) {
+    json.BeginObject().Member("file", PathText(file.path)).Member("role", file.role);
+    json.Member("modified", state.modified).Member("bytes", state.bytes).Member("state", state.load).EndObject();
+}
+
+void PrintLine(const BackupFile& file, const FileState& state) {
+    std::cout << state.modified << std::setw(12) << state.bytes << "  " << PathText(file.path.filename()) << " ("
+              << file.role << "): " << state.load << '\n';
+}
+
 }   // namespace
 
 int Backups(const Session& session) {
@@ -72,19 +96,8 @@ int Backups(const Session& session) {
     Json json(std::cout);
     if (session.json) json.BeginArray();
     for (const BackupFile& file : files) {
-        const kernel::ResultCode code = LoadCode(session, file.path);
-        const std::uintmax_t size = std::filesystem::file_size(file.path);
-        const std::string state = size == 0 && kernel::IsSuccess(code) ? "empty" : LoadState(code);
-        if (session.json) {
-            json.BeginObject().Member("file", PathText(file.path)).Member("role", file.role);
-            json.Member("modified", ModificationTime(file.path))
-                .Member("bytes", size)
-                .Member("state", state)
-                .EndObject();
-        } else {
-            std::cout << ModificationTime(file.path) << std::setw(12) << size << "  " << PathText(file.path.filename())
-                      << " (" << file.role << "): " << state << '\n';
-        }
+        const FileState state = StateOf(session, file.path);
+        session.json ? WriteJson(json, file, state) : PrintLine(file, state);
     }
     if (session.json) json.EndArray().EndLine();
     return kExitDone;

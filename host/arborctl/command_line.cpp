@@ -1,4 +1,5 @@
-// Options are split off by the CLI11 parser, at any place of the line; the tables give everything a meaning.
+// CLI11 separates the options, which may be anywhere on the line, from the operands. The tables of `command_table.h`
+// then give each option its meaning, which depends on the command.
 
 #include "command_line.h"
 
@@ -32,11 +33,12 @@ struct SplitLine {
 };
 
 void DeclareOptions(CLI::App& app) {
-    app.set_help_flag();   // the table has it
+    app.set_help_flag();   // removes CLI11's own help option; the table has one
     app.allow_extras();
     app.allow_windows_style_options(false);   // a path may begin with "/"
     for (const OptionRow& row : Options()) {
-        if (app.get_option_no_throw(std::string(row.name)) != nullptr) continue;   // it has two rows
+        if (app.get_option_no_throw(std::string(row.name)) != nullptr)
+            continue;   // an option may have a row for each of several commands
         const std::string name = (row.name == kHelpOption ? "-h," : "") + std::string(row.name);
         if (row.IsFlag())
             app.add_flag(name);
@@ -50,7 +52,8 @@ bool IsFlag(std::string_view name) {
     return row != Options().end() && row->IsFlag();
 }
 
-/// The parser would take the next argument for the empty one of "--name=". Throws `std::invalid_argument` for a flag.
+/// Splits "--name=" into "--name" and an empty argument: CLI11 would use the next word as the argument. Throws
+/// `std::invalid_argument` for a flag.
 std::vector<std::string> SplitEmptyArguments(const std::vector<std::string>& arguments) {
     std::vector<std::string> split;
     bool optionsEnded = false;
@@ -108,7 +111,7 @@ SplitLine SplitOptions(const std::vector<std::string>& arguments) {
     return line;
 }
 
-/// Returns the commands that accept an option, which isn't one of all commands.
+/// Returns the commands that accept an option, separated by commas. Not for an option of all commands.
 std::string CommandsWith(std::string_view option) {
     std::string commands;
     for (const OptionRow& row : Options()) {
@@ -118,7 +121,7 @@ std::string CommandsWith(std::string_view option) {
     return commands;
 }
 
-/// Finds the rows of the options, which depend on the command, and converts the arguments.
+/// Converts the arguments of the options by the rows that apply to the command.
 void SetOptions(const SplitLine& line, const CommandRow* command, Arguments& given) {
     for (const auto& [name, argument] : line.options) {
         const OptionRow* row = FindOption(command, name);
@@ -142,8 +145,9 @@ void CheckOperandCount(const CommandRow& command, const std::vector<std::string>
         throw std::invalid_argument(operands[names.names.size()] + " is one argument too many");
 }
 
-/// Returns the work of the command, or none if it is done or only help was requested.
-Work Interpret(SplitLine line, Arguments& given, const CommandRow*& command, int& exitCode) {
+/// Returns the command with its arguments. Returns null, with `exitCode` set, if the line needs no document: the
+/// version, help, or a command of `Family::Tool`, which has been run.
+PreparedCommand Interpret(SplitLine line, Arguments& given, const CommandRow*& command, int& exitCode) {
     const auto isGiven = [&line](std::string_view name) {
         return std::ranges::find(line.options, name, &std::pair<std::string, std::string>::first) != line.options.end();
     };
@@ -151,7 +155,7 @@ Work Interpret(SplitLine line, Arguments& given, const CommandRow*& command, int
         std::cout << "arborctl " ARBOR_VERSION "\n";
         return nullptr;
     }
-    SplitOperands split = Split(std::move(line.operands));
+    ClassifiedOperands split = ClassifyOperands(std::move(line.operands));
     command = split.command;
     if (isGiven(kHelpOption)) {
         exitCode = PrintHelp(command);

@@ -11,7 +11,7 @@ namespace arborctl {
 
 struct CommandLine {
     Arguments given;
-    Work command;
+    PreparedCommand command;
 };
 
 /// Parses the arguments, given without the program's name. If no command is to be run on a document, prints what was

@@ -1,4 +1,4 @@
-// The tables of commands, options and operands, and the conversions of their texts.
+// The tables of commands, options and operands, and the functions that convert their arguments.
 
 #include "command_table.h"
 
@@ -21,8 +21,8 @@ namespace {
 constexpr std::uint32_t kMaxTraceLevel = 0xFFFF'FFFF;
 constexpr std::uint32_t kMaxWaitSeconds = 86'400;
 
-/// Returns an argument for a message.
-std::string Shown(const std::string& text) { return text.empty() ? "\"\"" : text; }
+/// Returns an argument for a message, in which an empty one must be visible.
+std::string QuoteIfEmpty(const std::string& text) { return text.empty() ? "\"\"" : text; }
 
 /// Calls `parse(text)` and puts `text` before the reason of a failure.
 template <class Parse>
@@ -30,7 +30,7 @@ auto ParseOperand(const std::string& text, Parse parse) {
     try {
         return parse(text);
     } catch (const std::invalid_argument& error) {
-        throw std::invalid_argument(Shown(text) + ": " + error.what());
+        throw std::invalid_argument(QuoteIfEmpty(text) + ": " + error.what());
     }
 }
 
@@ -39,7 +39,7 @@ std::uint32_t ParseNumber(const std::string& text, std::uint32_t max) {
     const char* const last = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), last, number);
     if (text.empty() || stop != last || error != std::errc() || number > max)
-        throw std::invalid_argument(Shown(text) + " isn't a number from 0 to " + std::to_string(max));
+        throw std::invalid_argument(QuoteIfEmpty(text) + " isn't a number from 0 to " + std::to_string(max));
     return number;
 }
 
@@ -47,19 +47,19 @@ std::uint32_t ParseNumber(const std::string& text, std::uint32_t max) {
 Creation ParseCreation(const std::string& text) {
     if (text == "true") return Creation::Safe;
     if (text == "force") return Creation::Force;
-    throw std::invalid_argument(Shown(text) + " isn't \"force\", the only argument that it can have");
+    throw std::invalid_argument(QuoteIfEmpty(text) + " isn't \"force\", the only argument that it can have");
 }
 
 Colours ParseColours(const std::string& word) {
     const auto* row = std::ranges::find(kColourRows, std::string_view(word), &ColourRow::word);
-    if (row == std::end(kColourRows)) throw std::invalid_argument(Shown(word) + " is not auto, always or never");
+    if (row == std::end(kColourRows)) throw std::invalid_argument(QuoteIfEmpty(word) + " is not auto, always or never");
     return row->colours;
 }
 
 ImportForm ParseForm(const std::string& word) {
     const auto* row = std::ranges::find(kImportForms, std::string_view(word), &ImportFormRow::word);
     if (row == std::end(kImportForms))
-        throw std::invalid_argument(Shown(word) + " is not native, foreign, json or flat");
+        throw std::invalid_argument(QuoteIfEmpty(word) + " is not native, foreign, json or flat");
     return row->form;
 }
 
@@ -73,7 +73,7 @@ std::string NotACommand(const std::string& word) { return word + " is not a comm
 
 Exactness ExactnessOf(const Arguments& given) { return given.lenient ? Exactness::Lenient : Exactness::Exact; }
 
-Work PrepareTree(const Arguments& given) {
+PreparedCommand PrepareTree(const Arguments& given) {
     const TreeRequest request{.depth = given.depth, .type = given.type, .as = given.as};
     const bool isWhole = request.type == 0 && request.as == 0 && request.depth == TreeRequest().depth;
     if (given.flat && !isWhole)
@@ -81,12 +81,12 @@ Work PrepareTree(const Arguments& given) {
     return [path = given.PathAt(0), request](const Session& session) { return Tree(session, path, request); };
 }
 
-Work PrepareFind(const Arguments& given) {
+PreparedCommand PrepareFind(const Arguments& given) {
     const auto pattern = [&given](const std::optional<std::string>& text, PatternForm form) {
         return text ? std::optional(Pattern(*text, given.regex ? PatternForm::Regex : form)) : std::nullopt;
     };
     const std::optional<std::string> text = given.Has(0) ? std::optional(given.operands[0]) : std::nullopt;
-    const FindRequest request{.anywhere = pattern(text, PatternForm::Part),
+    const FindRequest request{.anywhere = pattern(text, PatternForm::Substring),
                               .name = pattern(given.namePattern, PatternForm::Glob),
                               .text = pattern(given.textPattern, PatternForm::Glob),
                               .type = given.type};
@@ -96,7 +96,7 @@ Work PrepareFind(const Arguments& given) {
 }
 
 /// PATH, PATH VALUE, or several pairs of both.
-Work PrepareGet(const Arguments& given) {
+PreparedCommand PrepareGet(const Arguments& given) {
     GetRequest request{.as = given.as, .fallback = given.fallback, .raw = given.raw};
     const std::size_t count = given.operands.size();
     if (count > 1 && count % 2 != 0) throw std::invalid_argument("VALUE is missing after " + given.operands.back());
@@ -106,7 +106,7 @@ Work PrepareGet(const Arguments& given) {
 }
 
 /// PATH TEXT, PATH TYPE TEXT, or PATH VALUE TYPE TEXT; without TEXT if a file has it.
-Work PrepareSet(const Arguments& given) {
+PreparedCommand PrepareSet(const Arguments& given) {
     SetRequest request{.file = given.textFile, .exactness = ExactnessOf(given)};
     const std::size_t count = given.operands.size() + (request.file ? 1 : 0);
     if (count < 2) throw std::invalid_argument("TEXT is missing, or --from FILE");
@@ -118,19 +118,19 @@ Work PrepareSet(const Arguments& given) {
 }
 
 /// PATH TYPE, or PATH VALUE TYPE.
-Work PrepareRetype(const Arguments& given) {
+PreparedCommand PrepareRetype(const Arguments& given) {
     const RetypeRequest request{.path = given.Has(2) ? given.ValueAt(0) : given.ValuePathAt(0),
                                 .type = ParseType(given.operands.back()),
                                 .force = given.force};
     return [request](const Session& session) { return Retype(session, request); };
 }
 
-Work PrepareRemoval(const Arguments& given) {
+PreparedCommand PrepareRemove(const Arguments& given) {
     if (given.Has(1)) return [value = given.ValueAt(0)](const Session& session) { return RemoveValue(session, value); };
     return [path = given.PathAt(0)](const Session& session) { return Remove(session, path); };
 }
 
-Work PrepareTransfer(const Arguments& given, bool isMove) {
+PreparedCommand PrepareTransfer(const Arguments& given, bool isMove) {
     if (!given.Has(1) && !given.otherDocument)
         throw std::invalid_argument("TARGET is required, or another document by --to");
     return [transfer = Transfer{.source = given.PathAt(0),
@@ -150,7 +150,7 @@ constexpr CommandRow kCommands[] = {
      "settings.xml find --name 'P*' --type tDWORD", PrepareFind},
     {"export", Family::Reading, "[PATH]", "Write a subtree as a document, or as JSON",
      "settings.xml export Network/Proxy",
-     [](const Arguments& given) -> Work {
+     [](const Arguments& given) -> PreparedCommand {
          return [path = given.PathAt(0)](const Session& session) { return Export(session, path); };
      }},
     {"set", Family::Changing, "PATH [[VALUE] TYPE] [TEXT]", "Create or change a value; missing keys are created",
@@ -158,7 +158,7 @@ constexpr CommandRow kCommands[] = {
     {"retype", Family::Changing, "PATH [VALUE] TYPE", "Change the type of a value",
      "settings.xml retype Network/Proxy/Port tSTRING", PrepareRetype},
     {"rm", Family::Changing, "PATH [VALUE]", "Remove a value, or a key and its subtree",
-     "settings.xml rm Network/Proxy/Port", PrepareRemoval},
+     "settings.xml rm Network/Proxy/Port", PrepareRemove},
     {"mv", Family::Changing, "PATH [TARGET]", "Move or rename a value, or a key and its subtree",
      "settings.xml mv Network/Proxy Network/Gateway",
      [](const Arguments& given) { return PrepareTransfer(given, true); }},
@@ -167,42 +167,42 @@ constexpr CommandRow kCommands[] = {
      [](const Arguments& given) { return PrepareTransfer(given, false); }},
     {"apply", Family::Changing, "[FILE]", "Apply the changes in a file, a line each, or none of them",
      "settings.xml apply changes.txt",
-     [](const Arguments& given) -> Work {
+     [](const Arguments& given) -> PreparedCommand {
          return [file = PathFromArgument(given.Has(0) ? given.operands[0] : "-"),
                  exactness = ExactnessOf(given)](const Session& session) { return Apply(session, file, exactness); };
      }},
     {"edit", Family::Changing, "[PATH]", "Change a subtree in $VISUAL or $EDITOR, as flat text",
      "settings.xml edit Network/Proxy",
-     [](const Arguments& given) -> Work {
+     [](const Arguments& given) -> PreparedCommand {
          return [path = given.PathAt(0)](const Session& session) { return Edit(session, path); };
      }},
     {"import", Family::Changing, "FILE [PATH]", "Copy an XML document, or JSON, into this one or into a key of it",
      "--create settings.xml import foreign.xml",
-     [](const Arguments& given) -> Work {
+     [](const Arguments& given) -> PreparedCommand {
          return [file = given.DocumentAt(0), path = given.PathAt(1), from = given.from, exactness = ExactnessOf(given)](
                     const Session& session) { return Import(session, file, path, from, exactness); };
      }},
     {"check", Family::Files, "", "Report why and where the document can't be loaded, or what a save drops or changes",
-     "settings.xml check", [](const Arguments&) -> Work { return Check; }, nullptr, kernel::TraceWarning},
+     "settings.xml check", [](const Arguments&) -> PreparedCommand { return Check; }, nullptr, kernel::TraceWarning},
     {"diff", Family::Files, "OTHER-DOCUMENT", "Show in which keys and values another document differs",
      "settings.xml diff settings.xml.bak2",
-     [](const Arguments& given) -> Work {
+     [](const Arguments& given) -> PreparedCommand {
          return [other = given.DocumentAt(0)](const Session& session) { return Diff(session, other); };
      }},
     {"report", Family::Files, "", "Write the document as one HTML page, with its differences from another one",
      "settings.xml report --against settings.xml.bak2 >page.html",
-     [](const Arguments& given) -> Work {
+     [](const Arguments& given) -> PreparedCommand {
          return [other = given.against](const Session& session) { return Report(session, other); };
      }},
     {"backups", Family::Files, "", "List the document and its backups, and whether each loads", "settings.xml backups",
-     [](const Arguments& given) -> Work { return given.clean ? CleanBackups : Backups; }},
+     [](const Arguments& given) -> PreparedCommand { return given.clean ? CleanBackups : Backups; }},
     {"restore", Family::Files, "BACKUP", "Replace the document by a backup; a copy of the former document is kept",
      "settings.xml restore .bak2",
-     [](const Arguments& given) -> Work {
+     [](const Arguments& given) -> PreparedCommand {
          return [backup = given.operands[0]](const Session& session) { return RestoreBackup(session, backup); };
      }},
     {"undo", Family::Files, "", "Swap the document and the one before its last save", "settings.xml undo",
-     [](const Arguments&) -> Work { return Undo; }},
+     [](const Arguments&) -> PreparedCommand { return Undo; }},
     {"types", Family::Tool, "[TYPE]", "Show the types of values: width, texts and an example", "types tDWORD", nullptr,
      [](const Arguments& given) { return PrintTypes(given.Has(0) ? given.operands[0] : "", given.json); }},
     {"help", Family::Tool, "[COMMAND]", "Show the commands, or the operands and options of one", "help set", nullptr,
@@ -371,8 +371,8 @@ std::string_view OperandHelp(const CommandRow& command, std::string_view operand
     return row != std::end(kOperands) ? row->help : "";
 }
 
-SplitOperands Split(std::vector<std::string> all) {
-    SplitOperands result;
+ClassifiedOperands ClassifyOperands(std::vector<std::string> all) {
+    ClassifiedOperands result;
     const auto commandAt = [&all](std::size_t index) { return index < all.size() ? FindCommand(all[index]) : nullptr; };
     const auto isTool = [](const CommandRow* row) { return row != nullptr && row->family == Family::Tool; };
     std::size_t used = std::min<std::size_t>(all.size(), 2);

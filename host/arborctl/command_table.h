@@ -66,8 +66,8 @@ struct Arguments {
     [[nodiscard]] std::filesystem::path DocumentAt(std::size_t index) const;
 };
 
-/// Runs a command whose arguments are complete. Returns the exit code.
-using Work = std::function<int(const Session&)>;
+/// A command with its arguments. A call runs it and returns the exit code.
+using PreparedCommand = std::function<int(const Session&)>;
 
 enum class Family {
     Reading,
@@ -97,7 +97,7 @@ struct CommandRow {
     std::string_view help;       // one line
     std::string_view example;    // without the program's name
     /// Converts the operands. Throws `std::invalid_argument` if they have a wrong syntax. Null in `Family::Tool`.
-    Work (*prepare)(const Arguments& given);
+    PreparedCommand (*prepare)(const Arguments& given);
     /// Runs a command of `Family::Tool`, which needs no module. Null in other families. Throws as `prepare`.
     int (*run)(const Arguments& given) = nullptr;
     std::uint32_t minTraceLevel = 0;   // the command reports these trace lines always
@@ -146,8 +146,8 @@ struct OperandNames {
 /// Whether a list of names separated by spaces has `name`.
 [[nodiscard]] bool ListHas(std::string_view list, std::string_view name);
 
-/// The operands of a whole command line by their meaning.
-struct SplitOperands {
+/// The operands of a whole command line, by their meaning.
+struct ClassifiedOperands {
     std::string document{};                // "" if it isn't given
     const CommandRow* command = nullptr;   // null if it isn't given
     std::vector<std::string> operands{};   // those of the command
@@ -155,7 +155,7 @@ struct SplitOperands {
 
 /// Finds the document and the command, which may come in either order, in the operands of a command line. Throws
 /// `std::invalid_argument` if the second operand isn't a command.
-[[nodiscard]] SplitOperands Split(std::vector<std::string> all);
+[[nodiscard]] ClassifiedOperands ClassifyOperands(std::vector<std::string> all);
 
 /// Returns the file that an argument names, or the target if it is a symbolic link. Throws `std::invalid_argument` for
 /// a path that the module can't open.

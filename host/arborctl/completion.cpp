@@ -198,7 +198,7 @@ public:
 
     /// Returns the candidates for `word` as the next argument. Throws `std::invalid_argument` for a wrong line.
     [[nodiscard]] Result Complete(const std::string& word) {
-        SplitOperands split = Split(words);
+        ClassifiedOperands split = ClassifyOperands(words);
         command = split.command;
         given["DOCUMENT"] = split.document;
         if (pending != nullptr) return From(pending->name, word);

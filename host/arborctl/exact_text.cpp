@@ -65,7 +65,7 @@ Bytes IntegerFrom(std::string_view text, std::size_t width) {
     return fits ? Bytes(std::move(bytes)) : std::nullopt;
 }
 
-constexpr std::string_view kNanBits = "nan(";   // followed by the bits and ")"
+constexpr std::string_view kNanPrefix = "nan(";   // followed by 16 hexadecimal digits and ")"
 
 std::optional<double> ParseDouble(std::string_view text) {
     double number = 0;
@@ -81,14 +81,14 @@ std::string DoubleText(const std::string& bytes) {
     std::string shortest(text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr);
     const std::optional<double> parsed = ParseDouble(shortest);
     if (parsed && BytesOf(*parsed, sizeof number) == bytes) return shortest;
-    std::string bits(kNanBits);
+    std::string bits(kNanPrefix);
     for (std::size_t i = bytes.size(); i-- > 0;) AppendHex(bits, bytes[i]);
     return bits + ')';
 }
 
 Bytes DoubleFrom(std::string_view text) {
-    if (text.starts_with(kNanBits) && text.ends_with(')')) {
-        const std::string_view digits = text.substr(kNanBits.size(), text.size() - kNanBits.size() - 1);
+    if (text.starts_with(kNanPrefix) && text.ends_with(')')) {
+        const std::string_view digits = text.substr(kNanPrefix.size(), text.size() - kNanPrefix.size() - 1);
         std::uint64_t bits = 0;
         const char* const last = digits.data() + digits.size();
         if (digits.size() != 16 || std::from_chars(digits.data(), last, bits, 16).ptr != last) return std::nullopt;

@@ -1,4 +1,4 @@
-// Compares a value with the one that its text in the document gives.
+// Refuses a value if the text that a save writes for it gives another value.
 
 #include "exactness.h"
 
@@ -11,8 +11,8 @@
 namespace arborctl {
 namespace {
 
-/// Returns a text for a message, shortened.
-std::string Shown(const std::string& text) {
+/// Returns the text in quotes for a message, cut off after 60 bytes.
+std::string QuotedExcerpt(const std::string& text) {
     constexpr std::size_t kMaxBytes = 60;
     return text.size() <= kMaxBytes ? Quote(text) : Quote(text.substr(0, kMaxBytes)) + "...";
 }
@@ -69,7 +69,7 @@ void ExactValues::ThrowIfNotKept(const arbor::Datum& datum, const std::string& w
         throw StoreError(error.Code(), where + ": " + TypeName(datum) + ' ' + ToExactText(datum) + " can't be saved");
     }
     if (exactness == Exactness::Lenient || IsSame(valueText.Parse(datum.type, kept), datum)) return;
-    Refuse(where + ": " + ShownValue(datum) + " would be saved as " + Shown(kept));
+    Refuse(where + ": " + TypeAndExcerpt(datum) + " would be saved as " + QuotedExcerpt(kept));
 }
 
 void ExactValues::ThrowIfNotKept(const arbor::Key& top, const std::string& path) const {
@@ -88,13 +88,14 @@ void ExactValues::Refuse(const std::string& reason) const {
 }
 
 void ExactValues::RefuseText(kernel::TypeCode type, const std::string& text, const std::string& where) const {
-    std::string reason = where + ": " + Shown(text) + " isn't a " + std::string(kernel::FindType(type)->name) + " (";
+    std::string reason =
+        where + ": " + QuotedExcerpt(text) + " isn't a " + std::string(kernel::FindType(type)->name) + " (";
     reason.append(TextsOf(type).text).append(")");
     try {
         const std::string stored = valueText.Format(valueText.Parse(type, text));
-        reason.append(", and would be stored as ").append(Shown(stored)).append("; ").append(hint);
+        reason.append(", and would be stored as ").append(QuotedExcerpt(stored)).append("; ").append(hint);
     } catch (const StoreError&) {
-    }   // the store refuses it too
+    }   // without --lenient or with it, the store refuses the text
     throw StoreError(kernel::kInvalidArgument, reason);
 }
 
@@ -104,7 +105,9 @@ kernel::TypeCode StoredType(const ValueSlot& value, kernel::TypeCode type) {
     return type != 0 ? type : kernel::tSTRING;
 }
 
-std::string ShownValue(const arbor::Datum& datum) { return TypeName(datum) + ' ' + Shown(ToExactText(datum)); }
+std::string TypeAndExcerpt(const arbor::Datum& datum) {
+    return TypeName(datum) + ' ' + QuotedExcerpt(ToExactText(datum));
+}
 
 arbor::Datum ReadAs(const ValueSlot& value, kernel::TypeCode own, kernel::TypeCode type, const std::string& where) {
     arbor::Result<arbor::Datum> read = value.Read(type);
@@ -121,7 +124,7 @@ void StoreText(const ValueSlot& value, kernel::TypeCode type, const std::string&
                Exactness exactness, const std::string& where) {
     const kernel::TypeCode own = value.Type();
     const bool isConverted = exactness == Exactness::Lenient && type != 0 && own != kernel::tWSTRING;
-    // Anything but a tWSTRING would be copied into one byte by byte.
+    // The store converts no data that it writes to a tWSTRING: it stores the bytes of another type as UTF-16.
     const kernel::TypeCode target = isConverted ? type : StoredType(value, type);
     ThrowIfFailed(value.Set(ExactValues(valueText, exactness).Parse(target, text, where)), where);
 }

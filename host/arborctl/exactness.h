@@ -1,4 +1,4 @@
-/// Converts texts to values so that the next load of the document gives back what the text says. The store's own
+/// Converts texts to values, and refuses those that a save and a load of the document would change. The store's own
 /// conversions also accept texts that aren't of the type, such as "abc" as the tDOUBLE 0, and the document keeps less
 /// of some values than memory does, such as six digits of a tDOUBLE.
 #pragma once
@@ -18,7 +18,7 @@ enum class Exactness {
 
 class ExactValues {
 public:
-    /// `texts` must outlive this. `onRefusal` ends a message: how the user gets such a value stored all the same.
+    /// `texts` must outlive this. `onRefusal` ends each message: the option with which such a value is stored.
     ExactValues(const ValueText& texts, Exactness mode, std::string_view onRefusal = "--lenient stores that")
         : valueText(texts), exactness(mode), hint(onRefusal) {}
 
@@ -45,8 +45,8 @@ private:
 /// The type that a value has after it is set: its own type if it exists, else `type`, or tSTRING if that is 0.
 [[nodiscard]] kernel::TypeCode StoredType(const ValueSlot& value, kernel::TypeCode type);
 
-/// Returns the type and the text of a value for a message, shortened.
-[[nodiscard]] std::string ShownValue(const arbor::Datum& datum);
+/// Returns the type and the text of a value for a message. The text is cut off after 60 bytes.
+[[nodiscard]] std::string TypeAndExcerpt(const arbor::Datum& datum);
 
 /// Returns the value converted to `type`, or in its type `own` if that is 0. Throws a `StoreError` that names the
 /// types.

@@ -1,4 +1,4 @@
-// The command find.
+// The command `find`.
 
 #include "finding.h"
 
@@ -15,25 +15,27 @@
 namespace arborctl {
 namespace {
 
-bool Holds(const std::optional<Pattern>& pattern, const std::string& text) {
+/// True also without a pattern.
+bool MatchesIfSet(const std::optional<Pattern>& pattern, const std::string& text) {
     return !pattern || pattern->Matches(text);
 }
 
-bool IsWanted(const FindRequest& request, const std::string& keyName) {
-    return request.type == 0 && !request.text && Holds(request.name, keyName) && Holds(request.anywhere, keyName);
+bool KeyMatches(const FindRequest& request, const std::string& keyName) {
+    return request.type == 0 && !request.text && MatchesIfSet(request.name, keyName) &&
+           MatchesIfSet(request.anywhere, keyName);
 }
 
-/// Throws a `StoreError` if the text decides and the value has none.
-bool IsWanted(const FindRequest& request, const std::string& name, const arbor::Datum& datum,
-              const ValueText& valueText) {
-    if ((request.type != 0 && datum.type != request.type) || !Holds(request.name, name)) return false;
+/// Throws a `StoreError` if the result depends on the text and the value has none.
+bool ValueMatches(const FindRequest& request, const std::string& name, const arbor::Datum& datum,
+                  const ValueText& valueText) {
+    if ((request.type != 0 && datum.type != request.type) || !MatchesIfSet(request.name, name)) return false;
     const bool nameSuffices = !request.anywhere || request.anywhere->Matches(name);
     if (nameSuffices && !request.text) return true;
     const std::string text = valueText.Format(datum);
-    return (nameSuffices || request.anywhere->Matches(text)) && Holds(request.text, text);
+    return (nameSuffices || request.anywhere->Matches(text)) && MatchesIfSet(request.text, text);
 }
 
-/// Prints what is found, in the form that the session asks for.
+/// Prints the keys and values that match: as JSON, as flat text or as lines for people.
 class FoundEntries {
 public:
     FoundEntries(const Session& owner, const ValueText& texts) : session(owner), valueText(texts), json(std::cout) {
@@ -83,11 +85,11 @@ int Find(const Session& session, const FindRequest& request) {
         stage.CountKey();
         paths.Enter(key, depth);
         const std::string& path = paths.Path();
-        if (depth > 0 && IsWanted(request, NameOf(key))) found.PrintKey(path);
+        if (depth > 0 && KeyMatches(request, NameOf(key))) found.PrintKey(path);
         ForEachNamedValue(key, [&](const std::string& name, const arbor::Value& value) {
             const arbor::Datum datum = Read(value);
             omitted.Try(JoinPath(path, name), [&] {
-                if (IsWanted(request, value.Name(), datum, valueText)) found.PrintValue(path, name, datum);
+                if (ValueMatches(request, value.Name(), datum, valueText)) found.PrintValue(path, name, datum);
             });
         });
     });

@@ -1,4 +1,4 @@
-/// What the commands `find` and `tree` are asked for.
+/// The parameters of the commands `find` and `tree`.
 #pragma once
 
 #include "pattern.h"

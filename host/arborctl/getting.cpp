@@ -1,4 +1,4 @@
-// The command get: reads all values first, so that a missing one leaves no partial output.
+// The command `get`. It reads all values first, so that a missing one leaves no partial output.
 
 #include "getting.h"
 

@@ -1,4 +1,4 @@
-/// What the command `get` is asked for.
+/// The parameters of the command `get`.
 #pragma once
 
 #include "path.h"

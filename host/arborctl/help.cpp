@@ -1,4 +1,4 @@
-// Lays out the tables as text: two columns, the second one wrapped.
+// Prints each table in two columns, the second one wrapped.
 
 #include "help.h"
 
@@ -11,29 +11,28 @@ namespace {
 constexpr std::size_t kColumns = 79;
 constexpr std::size_t kIndent = 2;
 
-/// One row of a table with two columns.
-struct Line {
+struct TableRow {
     std::string label;
     std::string text;
 };
 
-void PrintTable(std::string_view heading, const std::vector<Line>& lines) {
-    if (lines.empty()) return;
+void PrintTable(std::string_view heading, const std::vector<TableRow>& rows) {
+    if (rows.empty()) return;
     std::size_t width = 0;
-    for (const Line& line : lines) width = std::max(width, line.label.size());
+    for (const TableRow& row : rows) width = std::max(width, row.label.size());
     std::cout << '\n' << heading << ":\n";
-    for (const Line& line : lines) {
-        std::cout << std::string(kIndent, ' ') << line.label << std::string(width - line.label.size() + 2, ' ');
-        PrintWrapped(line.text, kIndent + width + 2);
+    for (const TableRow& row : rows) {
+        std::cout << std::string(kIndent, ' ') << row.label << std::string(width - row.label.size() + 2, ' ');
+        PrintWrapped(row.text, kIndent + width + 2);
     }
 }
 
-std::vector<Line> CommandLines(Family family) {
-    std::vector<Line> lines;
+std::vector<TableRow> CommandRows(Family family) {
+    std::vector<TableRow> rows;
     for (const CommandRow& row : Commands()) {
-        if (row.family == family) lines.push_back({std::string(row.name), std::string(row.help)});
+        if (row.family == family) rows.push_back({std::string(row.name), std::string(row.help)});
     }
-    return lines;
+    return rows;
 }
 
 std::string Label(const OptionRow& option) {
@@ -44,39 +43,39 @@ std::string Label(const OptionRow& option) {
 }
 
 /// The options of `command` alone, or those of all commands if it is null.
-std::vector<Line> OptionLines(const CommandRow* command) {
-    std::vector<Line> lines;
+std::vector<TableRow> OptionRows(const CommandRow* command) {
+    std::vector<TableRow> rows;
     for (const OptionRow& row : Options()) {
         const bool isShown = command != nullptr ? ListHas(row.commands, command->name) : row.commands.empty();
-        if (isShown) lines.push_back({Label(row), std::string(row.help)});
+        if (isShown) rows.push_back({Label(row), std::string(row.help)});
     }
-    return lines;
+    return rows;
 }
 
-std::vector<Line> OperandLines(const CommandRow& command) {
-    std::vector<Line> lines;
+std::vector<TableRow> OperandRows(const CommandRow& command) {
+    std::vector<TableRow> rows;
     for (const std::string_view name : OperandsOf(command).names) {
-        const bool isRepeated = std::ranges::find(lines, name, &Line::label) != lines.end();
-        if (!isRepeated) lines.push_back({std::string(name), std::string(OperandHelp(command, name))});
+        const bool isRepeated = std::ranges::find(rows, name, &TableRow::label) != rows.end();
+        if (!isRepeated) rows.push_back({std::string(name), std::string(OperandHelp(command, name))});
     }
-    return lines;
+    return rows;
 }
 
 /// The exit codes of `command`, or of all commands if it is null.
 void PrintExitCodes(const CommandRow* command) {
-    std::vector<Line> lines;
+    std::vector<TableRow> rows;
     for (const ExitCodeRow& row : kExitCodes) {
         const bool isOfTool = command != nullptr && command->family == Family::Tool;
         if (isOfTool && row.code == kExitNotLoaded) continue;
         if (row.command.empty()) {
-            lines.push_back({std::to_string(row.code), std::string(row.meaning)});
+            rows.push_back({std::to_string(row.code), std::string(row.meaning)});
         } else if (command == nullptr) {
-            lines.back().text.append("; ").append(row.command).append(": ").append(row.meaning);
+            rows.back().text.append("; ").append(row.command).append(": ").append(row.meaning);
         } else if (command->name == row.command) {
-            lines.back().text.append("; ").append(row.meaning);
+            rows.back().text.append("; ").append(row.meaning);
         }
     }
-    PrintTable("Exit codes", lines);
+    PrintTable("Exit codes", rows);
 }
 
 void PrintToolHelp() {
@@ -85,8 +84,8 @@ void PrintToolHelp() {
                  "       arborctl [OPTION...] COMMAND DOCUMENT [ARGUMENT...]\n\n"
                  "Options can be given anywhere; after \"--\" every word is an argument.\n"
                  "\"arborctl help COMMAND\" shows its arguments, options and an example.\n";
-    for (const FamilyRow& row : kFamilies) PrintTable(row.heading, CommandLines(row.family));
-    PrintTable("Options", OptionLines(nullptr));
+    for (const FamilyRow& row : kFamilies) PrintTable(row.heading, CommandRows(row.family));
+    PrintTable("Options", OptionRows(nullptr));
     PrintExitCodes(nullptr);
 }
 
@@ -97,8 +96,8 @@ void PrintCommandHelp(const CommandRow& command) {
     PrintWrapped(command.help, 0);
     std::cout << '\n';
     PrintWrapped(usage, 0);
-    PrintTable("Arguments", OperandLines(command));
-    PrintTable("Options, besides those that \"arborctl --help\" lists", OptionLines(&command));
+    PrintTable("Arguments", OperandRows(command));
+    PrintTable("Options, besides those that \"arborctl --help\" lists", OptionRows(&command));
     std::cout << "\nExample:\n  arborctl " << command.example << '\n';
     PrintExitCodes(&command);
 }

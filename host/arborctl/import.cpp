@@ -1,4 +1,4 @@
-// The command `import`: reads the whole input before it locks and loads the document, so that input that is refused
+// The command `import`. It reads the whole input before it locks and loads the document, so that a refused input
 // changes nothing.
 
 #include "import.h"
@@ -15,12 +15,13 @@
 namespace arborctl {
 namespace {
 
-ImportForm FormOf(std::string_view content) {
+/// Detects the form of an input by its first characters.
+ImportForm DetectForm(std::string_view content) {
     const std::string_view text = WithoutByteOrderMark(content);
     const std::size_t start = text.find_first_not_of(" \t\r\n");
     if (start != text.npos && text[start] == '{') return ImportForm::Json;
-    constexpr std::string_view kUtf16("\0\xFE\xFF", 3);   // such XML is loaded, and refused, as XML
-    const bool isUtf16 = text.substr(0, 2).find_first_of(kUtf16) != text.npos;
+    constexpr std::string_view kUtf16Bytes("\0\xFE\xFF", 3);   // the load of UTF-16 then reports what is wrong
+    const bool isUtf16 = text.substr(0, 2).find_first_of(kUtf16Bytes) != text.npos;
     if (start != text.npos && text[start] != '<' && !isUtf16) return ImportForm::Flat;
     return IsForeign(text) ? ImportForm::Foreign : ImportForm::Native;
 }
@@ -76,7 +77,7 @@ int Import(const Session& session, const std::filesystem::path& file, const Path
     const ValueText valueText(session.kernel);
     const ExactValues values(valueText, exactness);
     Input input = ReadInput(file, session.settings.wait);
-    const ImportForm form = wanted == ImportForm::Any ? FormOf(input.content) : wanted;
+    const ImportForm form = wanted == ImportForm::Any ? DetectForm(input.content) : wanted;
     if (form == ImportForm::Json) {
         const std::deque<TreeEntry> entries = ReadJson(session, input, values);
         input.content = {};

@@ -1,4 +1,4 @@
-/// The forms that `import` reads.
+/// The forms of input that the command `import` reads.
 #pragma once
 
 #include <string_view>

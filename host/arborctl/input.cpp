@@ -1,5 +1,3 @@
-// Reads whole inputs.
-
 #include "input.h"
 
 #include "document.h"

@@ -1,4 +1,4 @@
-/// What a command reads from a file or from standard input.
+/// Reads the whole of a file or of standard input.
 #pragma once
 
 #include <chrono>

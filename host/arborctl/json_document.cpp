@@ -22,14 +22,14 @@ namespace {
 
 using nlohmann::json;
 
-/// Why an event is refused, without its location.
+/// The reason why an event is refused, without its location.
 class JsonFault : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// The bytes of a text, for the parser. Publishes its position, which the parser's events don't have.
-class TrackedBytes {
+/// Iterates over a text and stores the address of the byte read last. The parser's events don't have a position.
+class PositionReportingIterator {
 public:
     using iterator_category = std::input_iterator_tag;
     using value_type = char;
@@ -37,19 +37,19 @@ public:
     using pointer = const char*;
     using reference = const char&;
 
-    TrackedBytes(const char* start, const char** shared) : position(start), published(shared) {}
+    PositionReportingIterator(const char* start, const char** lastRead) : position(start), last(lastRead) {}
 
     reference operator*() const { return *position; }
-    TrackedBytes& operator++() {
-        *published = position++;
+    PositionReportingIterator& operator++() {
+        *last = position++;
         return *this;
     }
-    bool operator==(const TrackedBytes& other) const { return position == other.position; }
-    bool operator!=(const TrackedBytes& other) const { return position != other.position; }
+    bool operator==(const PositionReportingIterator& other) const { return position == other.position; }
+    bool operator!=(const PositionReportingIterator& other) const { return position != other.position; }
 
 private:
     const char* position;
-    const char** published;   // the byte that was read last
+    const char** last;
 };
 
 /// An open object or array.
@@ -159,7 +159,8 @@ private:
     static std::string Quoted(const std::string& text) { return '"' + text + '"'; }
 
     void EnterKey() {
-        if (++depth > kMaxPathNames) throw JsonFault("keys are nested deeper than 2048 levels");
+        if (++depth > kMaxPathNames)
+            throw JsonFault("keys are nested deeper than " + std::to_string(kMaxPathNames) + " levels");
         levels.push_back({Level::Key, "", entries.size()});
         entries.push_back({depth});
     }
@@ -263,8 +264,8 @@ std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::stri
         return file + Suffix(LocationCounter(content).At(offset)) + ": ";
     };
     try {
-        static_cast<void>(json::sax_parse(TrackedBytes(content.data(), &last),
-                                          TrackedBytes(content.data() + content.size(), &last), &reader));
+        static_cast<void>(json::sax_parse(PositionReportingIterator(content.data(), &last),
+                                          PositionReportingIterator(content.data() + content.size(), &last), &reader));
         return reader.TakeEntries();
     } catch (const JsonFault& fault) {
         const std::string path = reader.Path();

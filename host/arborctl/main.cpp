@@ -1,4 +1,4 @@
-// The start of the program: streams, arguments and terminals of the system.
+// Prepares the standard streams and passes the program's arguments to `RunTool`.
 
 #include "tool.h"
 

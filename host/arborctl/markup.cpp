@@ -1,4 +1,4 @@
-// The tokenizer, the attribute reader and the decoder of references.
+// Splits the text into tokens, reads the attributes of a tag and decodes references.
 
 #include "markup.h"
 

@@ -58,10 +58,9 @@ void RemoveTarget(const arbor::Key& root, const Path& path) {
     ThrowIfFailed(arbor::Status(kernel::Registry(root.Object()).Clean(root.Object())), path.Text());
 }
 
-/// A removal changes the numbers of the siblings with the same name ("item#2"), so that `target` may be another key's
-/// path after it.
-void ThrowIfRenumbered(bool isSameTarget, const Path& target) {
-    if (isSameTarget) return;
+/// For a removal that changes the numbers of siblings with the same name ("item#2"), after which the path `target`
+/// would be that of another one.
+[[noreturn]] void ThrowRenumbered(const Path& target) {
     throw StoreError(kernel::kAlreadyExists,
                      target.Text() +
                          ": the removal renumbers siblings with the same name, and the path would be that of "
@@ -74,14 +73,14 @@ void TransferValue(const arbor::Key& from, const arbor::Key& to, const Transfer&
         throw StoreError(kernel::kInvalidArgument, target.Text() + " is a key, and a value needs a path of its own");
     const arbor::Datum datum = ValueOrThrow(source.Read(0), transfer.source.Text());
     const std::optional<ValueSlot> taken = FindValue(to, target);
-    ThrowIfRenumbered(!(transfer.isMove && taken && taken->IsNumberedWith(source)), target);
+    if (transfer.isMove && taken && taken->IsNumberedNamesakeOf(source)) ThrowRenumbered(target);
     if (transfer.isMove) RemoveEntry(from, transfer.source);
     const std::optional<ValueSlot> existing = FindValue(to, target);
     if (existing && !transfer.replacesTarget) ThrowExists(target, "a " + TypeName(existing->Type()));
     SetExactly(MakeKey(to, target.Parent()), target.Names().back(), datum);
 }
 
-/// Throws a `StoreError` if something else than the source is at the target and may not be replaced.
+/// Throws a `StoreError` if the target is a value, or a key that may not be replaced.
 void ThrowIfTaken(const arbor::Key& to, const Transfer& transfer, const std::optional<arbor::Key>& target) {
     if (FindValue(to, transfer.target))
         throw StoreError(kernel::kInvalidArgument,
@@ -91,32 +90,41 @@ void ThrowIfTaken(const arbor::Key& to, const Transfer& transfer, const std::opt
     if (!transfer.target.IsRoot() || counts.keys + counts.values != 0) ThrowExists(transfer.target, Describe(counts));
 }
 
-void TransferKey(host::Kernel& kernel, const arbor::Key& from, const arbor::Key& to, const Transfer& transfer) {
-    const arbor::Key source = OpenKey(from, transfer.source);
-    const std::optional<arbor::Key> target = FindKey(to, transfer.target);
-    const bool isRenamed = transfer.isMove && target && IsSameKey(*target, source);
-    if (!isRenamed && LeadsThrough(to, transfer.target, source))
-        throw StoreError(kernel::kInvalidArgument, transfer.source.Text() + " can't be copied or moved into itself");
-    const Document copy(kernel);
-    CopyDisambiguated(source, copy.Root());
-    if (!isRenamed) ThrowIfTaken(to, transfer, target);
-    const Path above = transfer.target.IsRoot() ? transfer.target : transfer.target.Parent();
-    const arbor::Key parent = MakeKey(to, above);
+/// Removes the source of a move and a target that is to be replaced, and returns the empty key at the target's path,
+/// with the keys above it.
+arbor::Key MakeTarget(const arbor::Key& from, const arbor::Key& to, const Transfer& transfer,
+                      const std::optional<arbor::Key>& replaced) {
+    const Path parentPath = transfer.target.IsRoot() ? transfer.target : transfer.target.Parent();
+    const arbor::Key parent = MakeKey(to, parentPath);
     if (transfer.isMove) RemoveKey(from, transfer.source);
-    if (target && !isRenamed) {
-        ThrowIfRenumbered(IsSameKey(FindKey(to, transfer.target), *target), transfer.target);
+    if (replaced) {
+        if (!IsSameKey(FindKey(to, transfer.target), *replaced)) ThrowRenumbered(transfer.target);
         RemoveTarget(to, transfer.target);
     }
     const bool isFree = transfer.target.IsRoot() || !FindKey(to, transfer.target);
-    ThrowIfRenumbered(isFree && IsSameKey(FindKey(to, above), parent), transfer.target);
-    CopyDisambiguated(copy.Root(), MakeKey(to, transfer.target));
+    if (!isFree || !IsSameKey(FindKey(to, parentPath), parent)) ThrowRenumbered(transfer.target);
+    return MakeKey(to, transfer.target);
+}
+
+void TransferKey(host::Kernel& kernel, const arbor::Key& from, const arbor::Key& to, const Transfer& transfer) {
+    const arbor::Key source = OpenKey(from, transfer.source);
+    std::optional<arbor::Key> target = FindKey(to, transfer.target);
+    // As in a move that only changes the case of letters: the removal of the source removes the target.
+    const bool isOntoItself = transfer.isMove && target && IsSameKey(*target, source);
+    if (isOntoItself) target.reset();
+    if (!isOntoItself && LeadsThrough(to, transfer.target, source))
+        throw StoreError(kernel::kInvalidArgument, transfer.source.Text() + " can't be copied or moved into itself");
+    const Document copy(kernel);
+    CopyDisambiguated(source, copy.Root());
+    if (!isOntoItself) ThrowIfTaken(to, transfer, target);
+    CopyDisambiguated(copy.Root(), MakeTarget(from, to, transfer, target));
 }
 
 }   // namespace
 
 void RemoveEntry(const arbor::Key& root, const Path& path) {
     const std::optional<ValueSlot> value = FindValue(root, path);
-    value ? ThrowIfFailed(value->Remove(), value->Text()) : RemoveKey(root, path);
+    value ? ThrowIfFailed(value->Remove(), value->PrintedName()) : RemoveKey(root, path);
 }
 
 void CopyOrMove(host::Kernel& kernel, const arbor::Key& from, const arbor::Key& to, const Transfer& transfer) {

@@ -1,5 +1,5 @@
-/// Removes, copies and moves keys and values by their paths. After a failure the tree may have part of the change; the
-/// caller drops it.
+/// Removes, copies and moves keys and values by their paths. After a failure the tree may have part of the change, so
+/// the caller must not save it.
 #pragma once
 
 #include "document.h"

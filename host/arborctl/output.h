@@ -1,4 +1,4 @@
-/// What the commands that print share: colours, and values without text.
+/// Output shared by the commands: colours, and the report of values that can't be printed.
 #pragma once
 
 #include "commands.h"
@@ -22,7 +22,7 @@ inline constexpr Palette kColours = {"\033[1;34m", "\033[36m", "\033[2m", "\033[
 
 [[nodiscard]] inline Palette PaletteOf(const Session& session) { return session.colours ? kColours : Palette{}; }
 
-/// Reports values that have no text, and so are left out of the output, on standard error.
+/// Reports on standard error the values that are left out of the output because they have no text.
 class OmittedValues {
 public:
     /// Calls `print()`. If it throws a `StoreError`, reports that the value at `path` has no text, or another reason.

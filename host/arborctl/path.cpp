@@ -1,4 +1,4 @@
-// Parsing of paths, and the encoding of names.
+// Parses paths, and encodes and decodes the names in them.
 
 #include "path.h"
 
@@ -46,7 +46,7 @@ PathName ParseName(std::string_view text) {
     const char* const last = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data() + mark + 1, last, name.number);
     if (stop != last || error != std::errc()) name.number = 0;
-    if (name.number != 0) name.repeated = DecodeName(text.substr(0, mark));
+    if (name.number != 0) name.baseName = DecodeName(text.substr(0, mark));
     return name;
 }
 

@@ -24,9 +24,9 @@ inline constexpr std::size_t kMaxPathNames = 2048;
 
 /// One name of a path.
 struct PathName {
-    std::string name{};         // decoded, with a "#N" at its end
-    std::string repeated{};     // decoded, without the "#N"
-    std::uint32_t number = 0;   // N, counted from 1; 0 for a name without "#N"
+    std::string name{};         // the whole name, decoded; a "#N" at its end is part of it
+    std::string baseName{};     // the name before a final "#N", decoded; empty if `number` is 0
+    std::uint32_t number = 0;   // the N of a final "#N", counted from 1; 0 if there is none
 };
 
 /// Parses one name, which may be empty. Separators have no meaning in it. Throws `std::invalid_argument` for a name
@@ -65,7 +65,7 @@ struct ValuePath {
     [[nodiscard]] std::string Text() const;
 };
 
-/// Takes the last name as that of a value. Throws `std::invalid_argument` if `path.IsOfKey()`.
+/// Splits a path into that of a key and the name of a value. Throws `std::invalid_argument` if `path.IsOfKey()`.
 [[nodiscard]] ValuePath ToValuePath(const Path& path);
 
 /// Encodes a name for a path.

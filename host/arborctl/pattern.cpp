@@ -1,6 +1,6 @@
-// Globs are compared without recursion, and regular expressions by an executor whose stack doesn't grow with the text
-// and whose time grows in proportion to it: an expression for the whole text replaces the search from each character
-// on.
+// Globs are matched without recursion. Regular expressions use libstdc++'s breadth-first executor (`__polynomial`),
+// whose stack doesn't grow with the text. `std::regex_search` would start it again at each character, in quadratic
+// time; instead the expression gets "any text" on both sides and is matched once against the whole text.
 
 #include "pattern.h"
 
@@ -23,7 +23,7 @@ bool IsRegex(const std::string& text) {
     }
 }
 
-/// Returns the position after the longest part from the start that is a regular expression, counted from 1.
+/// Returns the position, counted from 1, of the first character after the longest prefix that is a regular expression.
 std::size_t FaultPosition(const std::string& text) {
     std::size_t length = text.size();
     while (length > 0 && !IsRegex(text.substr(0, length))) --length;
@@ -78,7 +78,7 @@ bool Pattern::Matches(const std::string& text) const {
             return MatchesGlob(lower, ToLower(text));
         case PatternForm::Regex:
             return std::regex_match(text, *regex);
-        case PatternForm::Part:
+        case PatternForm::Substring:
             break;
     }
     return ToLower(text).find(lower) != std::string::npos;

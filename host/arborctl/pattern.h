@@ -1,4 +1,4 @@
-/// Tests texts against what the user searches for. ASCII letters match in any case.
+/// Matches texts against a pattern of the command `find`. ASCII letters match in any case.
 #pragma once
 
 #include <optional>
@@ -8,9 +8,9 @@
 namespace arborctl {
 
 enum class PatternForm {
-    Part,    // a part of the text
-    Glob,    // the whole text; "*" is any text, "?" any character
-    Regex,   // a match anywhere in the text, in the syntax of ECMAScript
+    Substring,   // found anywhere in the text
+    Glob,        // the whole text; "*" is any text, "?" any character
+    Regex,       // a match anywhere in the text, in the syntax of ECMAScript
 };
 
 class Pattern {

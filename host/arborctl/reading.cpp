@@ -1,4 +1,4 @@
-// The commands that print documents: tree and export.
+// The commands `tree` and `export`.
 
 #include "addressing.h"
 #include "commands.h"
@@ -55,29 +55,37 @@ private:
 };
 
 template <class Printer>
+int PrintOneValue(const Document& document, const Path& path, const TreeRequest& request, Printer& printer) {
+    const ValueSlot value = OpenValue(document.Root(), path);
+    const arbor::Datum datum = ReadAs(value, value.Type(), request.as, path.Text());
+    OmittedValues omitted;
+    omitted.Try(path.Text(), [&] { printer.PrintValue(value.PrintedName(), datum, 0); });
+    printer.EndLine();
+    return omitted.ExitCode(kExitDone);
+}
+
+/// Prints the values of `key` that `request` includes.
+template <class Printer>
+void PrintValues(const arbor::Key& key, const std::string& path, std::size_t depth, const TreeRequest& request,
+                 Printer& printer, OmittedValues& omitted) {
+    const std::string reason =
+        request.as == 0 ? "has no text" : "can't be converted to " + std::string(kernel::FindType(request.as)->name);
+    ForEachNamedValue(key, [&](const std::string& name, const arbor::Value& value) {
+        if (request.type != 0 && value.Type() != request.type) return;
+        omitted.Try(
+            JoinPath(path, name), [&] { printer.PrintValue(name, ValueOrThrow(value.Read(request.as), name), depth); },
+            reason);
+    });
+}
+
+template <class Printer>
 int PrintTree(const Session& session, const Path& path, const TreeRequest& request, Printer printer) {
     const Document document = session.Load();
     const std::optional<arbor::Key> top = FindKey(document.Root(), path);
-    const std::string reason =
-        request.as == 0 ? "has no text" : "can't be converted to " + std::string(kernel::FindType(request.as)->name);
+    if (!top) return PrintOneValue(document, path, request, printer);
     OmittedValues omitted;
-    if (!top) {
-        const ValueSlot value = OpenValue(document.Root(), path);
-        const arbor::Datum datum = ReadAs(value, value.Type(), request.as, path.Text());
-        omitted.Try(path.Text(), [&] { printer.PrintValue(value.Text(), datum, 0); });
-        printer.EndLine();
-        return omitted.ExitCode(kExitDone);
-    }
     Progress::Stage stage = session.progress.Begin("reading", session.settings.document);
     PrintedPaths paths(Prefix(path));
-    const auto printValues = [&](const arbor::Key& key, std::size_t depth) {
-        ForEachNamedValue(key, [&](const std::string& name, const arbor::Value& value) {
-            if (request.type != 0 && value.Type() != request.type) return;
-            omitted.Try(
-                JoinPath(paths.Path(), name),
-                [&] { printer.PrintValue(name, ValueOrThrow(value.Read(request.as), name), depth); }, reason);
-        });
-    };
     std::size_t open = 0;   // keys that are entered and not left
     Walk(
         *top,
@@ -86,7 +94,7 @@ int PrintTree(const Session& session, const Path& path, const TreeRequest& reque
             if (depth > request.depth) return;
             stage.CountKey();
             printer.EnterKey(paths.Enter(key, depth), depth);
-            if (depth < request.depth) printValues(key, depth);
+            if (depth < request.depth) PrintValues(key, paths.Path(), depth, request, printer, omitted);
             printer.EndValues();
         },
         [&] {
@@ -104,12 +112,26 @@ int PrintFlatTree(const Session& session, const Path& path) {
         PrintFlat(*top, Prefix(path), print, [&stage] { stage.CountKey(); });
     } else {
         const ValueSlot value = OpenValue(document.Root(), path);
-        print(FlatValue(Prefix(path.Parent()), value.Text(), ValueOrThrow(value.Read(0), value.Text())));
+        print(FlatValue(Prefix(path.Parent()), value.PrintedName(), ValueOrThrow(value.Read(0), value.PrintedName())));
     }
     return kExitDone;
 }
 
-/// Removes the values without a text from an export of `path`, and reports them.
+/// Copies the key at `path` or, if there is none, the value into `exported`. Returns the path of what is the root of
+/// `exported`.
+Path CopyForExport(const Document& document, const Path& path, const Document& exported) {
+    if (const std::optional<arbor::Key> key = FindKey(document.Root(), path)) {
+        CopyDisambiguated(*key, exported.Root());
+        return path;
+    }
+    const ValueSlot value = OpenValue(document.Root(), path);
+    const ValueSlot copy(exported.Root(), path.Names().back());
+    ThrowIfFailed(copy.Set(ValueOrThrow(value.Read(0), value.PrintedName())), copy.PrintedName());
+    return path.Parent();
+}
+
+/// Removes the values without a text from an export whose root has the path `path`, and reports
+/// them.
 void RemoveTextless(const Document& exported, const std::string& path, const ValueText& valueText,
                     OmittedValues& omitted) {
     PrintedPaths paths(path);
@@ -137,7 +159,7 @@ int ExportJson(const Session& session, const Path& path) {
     const ValueSlot value = OpenValue(document.Root(), path);
     JsonDocumentWriter writer(std::cout);
     writer.EnterKey("");
-    writer.WriteValue(value.Text(), ValueOrThrow(value.Read(0), value.Text()));
+    writer.WriteValue(value.PrintedName(), ValueOrThrow(value.Read(0), value.PrintedName()));
     writer.EndValues();
     writer.LeaveKey();
     writer.EndLine();
@@ -158,20 +180,12 @@ int Export(const Session& session, const Path& path) {
     const Document document = session.Load();
     host::MemoryIo io(session.kernel);
     const Document exported(session.kernel, io);
-    const std::optional<arbor::Key> key = FindKey(document.Root(), path);
-    if (key) {
-        CopyDisambiguated(*key, exported.Root());
-    } else {
-        const ValueSlot value = OpenValue(document.Root(), path);
-        const ValueSlot copy(exported.Root(), path.Names().back());
-        ThrowIfFailed(copy.Set(ValueOrThrow(value.Read(0), value.Text())), copy.Text());
-    }
+    const Path top = CopyForExport(document, path, exported);
     OmittedValues omitted;
     try {
         exported.SaveUnconditionally();
     } catch (const StoreError& error) {
         if (error.Code() != kernel::kBufferTooSmall) throw;
-        const Path top = key ? path : path.Parent();
         RemoveTextless(exported, Prefix(top), ValueText(session.kernel), omitted);
         exported.SaveUnconditionally();
     }

@@ -3,27 +3,27 @@
 (() => {
     const kShownMatches = 1000;
     const kTypingPauseMs = 150;
-    const kSelectors = {name: 'b', type: 'i', text: 'span, pre'};   // of the parts of a value
-    const kPartsOfKeys = ['all', 'name'];
+    const kSelectors = {name: 'b', type: 'i', text: 'span, pre'};   // the elements of each part of a value
+    const kPartsThatKeysHave = ['all', 'name'];
     const page = document.body;
     const tree = page.querySelector('main');
     const tools = page.querySelector('.tools');
     const input = tools.querySelector('input[type=search]');
     const where = tools.querySelector('select');
     const found = tools.querySelector('.found');
-    const texts = {};   // by part: what a search compares, made for the first search in it
+    const texts = {};   // for each part, the text of each item in lower case; filled by the first search in that part
     let items = null;   // the list items of all keys and values
-    let marked = [];    // those with a class of the last search
+    let marked = [];    // the items that got a class in the last search
     let opened = [];    // the keys that the last search opened
 
     function textOf(item, part) {
-        if (item.classList.contains('k')) return kPartsOfKeys.includes(part) ? item.querySelector('b').textContent : '';
+        if (item.classList.contains('k')) return kPartsThatKeysHave.includes(part) ? item.querySelector('b').textContent : '';
         if (part === 'all') return item.textContent;
         return Array.from(item.querySelectorAll(kSelectors[part]), (element) => element.textContent).join('\n');
     }
 
-    /// Returns the keys and values in whose part of the page `wanted` is.
-    function find(part, wanted) {
+    /// Returns the list items of the keys and values with `wanted` in the given part: name, type, text or all of them.
+    function findMatches(part, wanted) {
         items ??= Array.from(tree.querySelectorAll('li'));
         texts[part] ??= items.map((item) => textOf(item, part).toLowerCase());
         return items.filter((item, index) => texts[part][index].includes(wanted));
@@ -40,12 +40,12 @@
         opened.push(details);
     }
 
-    /// Shows the item and the keys that it is in.
+    /// Marks the item as found and its ancestors as shown, and opens the ancestors.
     function reveal(item) {
         mark(item, 'hit');
         let key = item.parentElement.closest('li');
-        while (key && !key.classList.contains('way')) {
-            mark(key, 'way');
+        while (key && !key.classList.contains('ancestor')) {
+            mark(key, 'ancestor');
             openKey(key.querySelector('details'));
             key = key.parentElement.closest('li');
         }
@@ -53,7 +53,7 @@
 
     function clear() {
         page.classList.remove('searching');
-        for (const item of marked) item.classList.remove('hit', 'way');
+        for (const item of marked) item.classList.remove('hit', 'ancestor');
         for (const details of opened) details.open = false;
         marked = [];
         opened = [];
@@ -64,7 +64,7 @@
         clear();
         const wanted = input.value.toLowerCase();
         if (wanted === '') return;
-        const matches = find(where.value, wanted);
+        const matches = findMatches(where.value, wanted);
         matches.slice(0, kShownMatches).forEach(reveal);
         page.classList.add('searching');
         const shown = matches.length > kShownMatches ? `, the first ${kShownMatches} shown` : '';

@@ -1,4 +1,4 @@
-// The commands that change one value: set and retype.
+// The commands `set` and `retype`.
 
 #include "setting.h"
 
@@ -12,7 +12,7 @@
 namespace arborctl {
 namespace {
 
-/// Text files end with a line end, which is no part of a number.
+/// Removes the line end with which a text file ends; it isn't part of a number.
 std::string WithoutLineEnd(std::string text) {
     for (const char end : {'\n', '\r'}) {
         if (text.ends_with(end)) text.pop_back();
@@ -47,7 +47,7 @@ arbor::Datum Convert(const ValueSlot& value, const arbor::Datum& before, const R
     const ExactValues exactValues(valueText, request.force ? Exactness::Lenient : Exactness::Exact,
                                   "--force does that");
     if (auto exact = ConvertExactly(before, request.type, exactValues, where)) return *std::move(exact);
-    const std::string what = where + ": " + ShownValue(before);
+    const std::string what = where + ": " + TypeAndExcerpt(before);
     const std::string target(kernel::FindType(request.type)->name);
     const arbor::Result<arbor::Datum> converted = value.Read(request.type);
     if (!converted)
@@ -55,7 +55,7 @@ arbor::Datum Convert(const ValueSlot& value, const arbor::Datum& before, const R
                          what + " can't become a " + target + " (" + std::string(TextsOf(request.type).text) + ')');
     if (request.force) return *converted;
     throw StoreError(kernel::kInvalidArgument,
-                     what + " would become " + ShownValue(*converted) + "; --force does that");
+                     what + " would become " + TypeAndExcerpt(*converted) + "; --force does that");
 }
 
 }   // namespace

@@ -1,4 +1,4 @@
-/// What the commands that change one value are asked to do.
+/// The parameters of the commands that change one value: `set` and `retype`.
 #pragma once
 
 #include "exactness.h"

@@ -1,4 +1,4 @@
-/// How the texts of each value type look, and the type names of the command line.
+/// Describes the texts of each value type, and parses type names of the command line.
 #pragma once
 
 #include <component/kernel/type_table.h>

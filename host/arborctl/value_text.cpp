@@ -1,4 +1,4 @@
-// Conversions of blobs and texts, and the scratch tree for all other types.
+// Blobs and texts are converted here. A value of any other type is stored in the scratch tree and read back converted.
 
 #include "value_text.h"
 

@@ -1,4 +1,4 @@
-// The commands that change documents.
+// The commands `rm`, `mv` and `cp`, also from one document to another.
 
 #include "commands.h"
 
