@@ -40,7 +40,7 @@ std::int64_t SignedOf(const std::string& bytes) {
     return static_cast<std::int64_t>(NumberOf<std::uint64_t>(bytes) << unused) >> unused;
 }
 
-/// Parses all of `text` as a number; "0x" precedes hexadecimal digits, after the sign.
+/// Parses all of `text` as a number of type `T`; "0x" precedes hexadecimal digits, after the sign.
 template <class T>
 std::optional<T> ParseInteger(std::string_view text) {
     const bool isNegative = text.starts_with('-');
@@ -129,21 +129,10 @@ std::string WideTextOf(const std::string& bytes) {
     return text;
 }
 
-/// Removes one character from `text`, or one surrogate in the form of three bytes.
-char32_t ReadWideCharacter(std::string_view& text) {
-    constexpr char kSurrogateLead = '\xED';
-    if (text.size() >= 3 && text[0] == kSurrogateLead && (text[1] & 0xE0) == 0xA0 && (text[2] & 0xC0) == 0x80) {
-        const char32_t surrogate = 0xD000U | (text[1] & 0x3FU) << 6 | (text[2] & 0x3FU);
-        text.remove_prefix(3);
-        return surrogate;
-    }
-    return platform::ReadUtf8(text, platform::Malformed::Reject);
-}
-
 Bytes WideFrom(std::string_view text) {
     std::u16string units;
     while (!text.empty()) {
-        const char32_t character = ReadWideCharacter(text);
+        const char32_t character = platform::ReadGeneralizedUtf8(text, platform::Malformed::Reject);
         if (character == platform::kNoCodePoint) return std::nullopt;
         char16_t written[2];
         units.append(written, platform::WriteUtf16(character, written));

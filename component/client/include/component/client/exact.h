@@ -117,22 +117,11 @@ struct Content {
     return bytes.size() % sizeof(char16_t) == 0;
 }
 
-/// Removes a surrogate in the form of three bytes and returns it; `kNoCodePoint` if `text` begins with anything else.
-[[nodiscard]] inline char32_t ReadSurrogate(std::string_view& text) {
-    const auto at = [text](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
-    const bool isSurrogate = text.size() >= 3 && at(0) == 0xED && (at(1) & 0xE0) == 0xA0 && (at(2) & 0xC0) == 0x80;
-    if (!isSurrogate) return platform::kNoCodePoint;
-    const char32_t surrogate = 0xD000U | (at(1) & 0x3FU) << 6 | (at(2) & 0x3FU);
-    text.remove_prefix(3);
-    return surrogate;
-}
-
 /// Appends UTF-16 as bytes. Accepts surrogates too, because a document holds a character above U+FFFF of a wide text as
 /// two of them.
 [[nodiscard]] inline bool ToUtf16(std::string_view text, std::string& bytes) {
     while (!text.empty()) {
-        char32_t codePoint = ReadSurrogate(text);
-        if (codePoint == platform::kNoCodePoint) codePoint = platform::ReadUtf8(text, platform::Malformed::Reject);
+        const char32_t codePoint = platform::ReadGeneralizedUtf8(text, platform::Malformed::Reject);
         if (codePoint == platform::kNoCodePoint) return false;
         char16_t written[2];
         const std::size_t units = static_cast<std::size_t>(platform::WriteUtf16(codePoint, written) - written);

@@ -73,6 +73,17 @@ enum class Malformed {
     return ReadMalformed(first, policy);
 }
 
+/// As `ReadUtf8`, but also reads a surrogate in the form of three bytes: generalized UTF-8, in which 16-bit text that
+/// isn't valid UTF-16 can be written.
+[[nodiscard]] constexpr char32_t ReadGeneralizedUtf8(std::string_view& text, Malformed policy) {
+    const auto at = [text](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
+    const bool isSurrogate = text.size() >= 3 && at(0) == 0xED && (at(1) & 0xE0) == 0xA0 && (at(2) & 0xC0) == 0x80;
+    if (!isSurrogate) return ReadUtf8(text, policy);
+    const char32_t surrogate = 0xD000U | (at(1) & 0x3FU) << 6 | (at(2) & 0x3FU);
+    text.remove_prefix(3);
+    return surrogate;
+}
+
 /// Return the number of units that `WriteUtf16` and `WriteUtf8` write: at most 2 and at most 4.
 [[nodiscard]] constexpr std::uint32_t Utf16Length(char32_t codePoint) {
     return codePoint < kFirstSupplementary ? 1 : 2;
