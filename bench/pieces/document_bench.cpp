@@ -7,6 +7,7 @@
 #include <benchmark/benchmark.h>
 
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -61,7 +62,7 @@ void BM_ReaderWalk(benchmark::State& state) {
         arbor::module::XmlReader reader(document.data(), static_cast<std::uint32_t>(document.size()), false);
         arbor::module::XmlElement root;
         arbor::module::XmlElement element;
-        arbor::module::XmlAttributeList attributes;
+        std::vector<arbor::module::XmlAttribute> attributes;
         std::string text;
         std::int64_t seen = 0;
         if (reader.NextStartTag(root, 0, nullptr) != 0) state.SkipWithError("no root");

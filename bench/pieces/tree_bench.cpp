@@ -34,7 +34,7 @@ protected:
     void Fill() {
         const std::uint32_t number = 1;
         for (const std::string& name : names) {
-            tree->top->OpenPath(name, false, nullptr);
+            tree->top->OpenPath(name, nullptr);
             if (kernel::IsFailure(tree->top->AddValue(name.c_str(), kernel::tDWORD, &number, sizeof number))) {
                 std::abort();
             }

@@ -48,7 +48,8 @@ constexpr char kExample[] =
     "    <tSTRING name=\"Title\">written from a tWSTRING</tSTRING>\r\n"
     "</arbor>\r\n";
 constexpr std::string_view kForeign =
-    "<a b='1' c = \"&quot;&#x9;\"><?p q?><d>t&lt;<!-- c --><![CDATA[x]]y]]></d><e/><f g='h' >\n</f >tail<i/></a>";
+    "<a b='1' c = \"&quot;&#x9;\"><?p q?><d>t&lt;<!-- c --><![CDATA[x]]y]]></d><e/><j> t&amp;</j><k>u</k><f g='h' "
+    ">\n</f >tail<i/></a>";
 
 TEST_F(ProfileFormatTest, ASavedDocumentLoadsAndSavesUnchanged) {
     ASSERT_EQ(Load(kExample), kDone);

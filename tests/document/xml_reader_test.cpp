@@ -57,25 +57,28 @@ TEST(XmlReaderTest, SimpleElementsAreReadInOneStepAfterAnyWhitespace) {
         input.append(kIndents[std::size(kIndents) - 1]);   // the same whitespace, but the input ends after it
         const std::vector<char> exact(input.begin(), input.end());
         XmlReader reader = ReaderOf({exact.data(), exact.size()});
-        XmlSimpleElement element;
+        XmlSimpleTag tag;
+        RawText raw;
         for (const std::string_view indent : kIndents) {
-            EXPECT_TRUE(reader.TryReadSimpleElement(" name=\"", element)) << name << indent;
-            EXPECT_EQ(element.attributeValue.View(), name);
-            EXPECT_EQ(element.text.View(), text);
-            EXPECT_EQ(element.hasReferences, name.empty());
+            EXPECT_TRUE(reader.PeekSimpleTag(" name=\"", tag)) << name << indent;
+            EXPECT_EQ(tag.attributeValue.View(), name);
+            EXPECT_TRUE(reader.TryReadSimpleText(tag.element, raw)) << name << indent;
+            EXPECT_EQ(raw.bytes.View(), text);
+            EXPECT_EQ(raw.isPlain, !name.empty());
         }
-        EXPECT_FALSE(reader.TryReadSimpleElement(" name=\"", element));
+        EXPECT_FALSE(reader.PeekSimpleTag(" name=\"", tag));
     }
     for (const std::string_view other : {"<a>x</a>", "<a name=\"n\"/>", "<a name=\"n\">x</b>"}) {
         XmlReader reader = ReaderOf(other);
-        XmlSimpleElement element;
-        EXPECT_FALSE(reader.TryReadSimpleElement(" name=\"", element)) << other;
+        XmlSimpleTag tag;
+        RawText raw;
+        EXPECT_FALSE(reader.PeekSimpleTag(" name=\"", tag) && reader.TryReadSimpleText(tag.element, raw)) << other;
         EXPECT_TRUE(IsBefore(reader, other)) << other;
     }
 }
 
 TEST(XmlReaderTest, AttributesOfNoElementAreNone) {
-    XmlAttributeList attributes;
+    std::vector<XmlAttribute> attributes;
     EXPECT_EQ(XmlReader::ReadAttributes(XmlElement(), attributes), XmlDone);
     std::string none = "old";
     EXPECT_EQ(XmlReader::ReadAttribute(XmlElement(), "b", none), XmlNotFound);

@@ -26,7 +26,7 @@ protected:
 };
 
 TEST_F(KeyTest, GetPathAppendsToText) {
-    const Key* b = Root().OpenPath("a/b", false, nullptr);
+    const Key* b = Root().OpenPath("a/b", nullptr);
     char text[8] = "???????";
     std::uint32_t length = 1;   // after other text each name has a separator, the empty one too
     EXPECT_EQ(Root().GetPath(b, text, 7, length, '/'), kDone);
@@ -36,7 +36,7 @@ TEST_F(KeyTest, GetPathAppendsToText) {
 }
 
 TEST_F(KeyTest, RemoveChildIgnoresNoKeyAndNoHost) {
-    Root().OpenPath("a", false, nullptr);
+    Root().OpenPath("a", nullptr);
     Root().RemoveChild(nullptr, false);
     EXPECT_EQ(Root().ChildCount(), 1U);
     Key orphan(nullptr, "a"), child(nullptr, "b");   // without a host nothing was allocated, and nothing is freed

@@ -28,7 +28,7 @@ constexpr TokenDelimiters kTokenDelimiters[] = {
 };
 
 bool IsWhitespace(const ByteSlice& text) {
-    const char* const last = text.data + text.length;
+    const char* const last = EndOf(text);
     return SkipWhitespace(text.data, last) == last;
 }
 
@@ -38,12 +38,14 @@ constexpr std::uint32_t kSkipFlags = RequireStartTag;
 
 }   // namespace
 
-XmlAttribute& XmlAttributeList::Add() {
-    if (count == slots.size()) slots.emplace_back();
-    XmlAttribute& attribute = slots[count++];
-    attribute.name.clear();
-    attribute.value.clear();
-    return attribute;
+void RawText::SkipSpace() { bytes = SliceOf(SkipWhitespace(bytes.data, EndOf(bytes)), EndOf(bytes)); }
+
+void RawText::AppendDecoded(std::string& output) const {
+    if (isPlain) {
+        output.append(bytes.View());
+    } else {
+        DecodeEntities(bytes.data, static_cast<std::int32_t>(bytes.length), output);
+    }
 }
 
 XmlReader::XmlReader(const char* start, std::uint32_t sizeBytes, bool skipByteOrderMark)
@@ -122,26 +124,26 @@ std::int32_t XmlReader::ReadEndTag(ByteSlice& name) {
     return XmlDone;
 }
 
-bool XmlReader::ReadRawText(ByteSlice& text) {
-    const char* const first = position;
-    position = FindByte(position, end, '<');
-    text = SliceOf(first, position);
-    return !IsWhitespace(text);
+bool XmlReader::ReadRawText(RawText& text) {
+    text = FindTextEnd(position, end, '<');
+    position = EndOf(text.bytes);
+    return !IsWhitespace(text.bytes);
 }
 
 bool XmlReader::ReadText(std::string& text, bool allowCData) {
     text.clear();
     bool found = false;
     for (;;) {
-        ByteSlice run;
+        RawText run;
         if (ReadRawText(run)) found = true;
-        DecodeEntities(run.data, static_cast<std::int32_t>(run.length), text);
+        run.AppendDecoded(text);
         if (!allowCData || IsAtEndTag()) return found;
         const TokenKind kind = PeekKind();
         if (kind == TokenCData) {
-            static_cast<void>(ReadToken(kind, run));   // an unterminated section is empty and moves to the end
-            if (!IsWhitespace(run)) found = true;
-            text.append(run.View());
+            ByteSlice section;
+            static_cast<void>(ReadToken(kind, section));   // an unterminated section is empty and moves to the end
+            if (!IsWhitespace(section)) found = true;
+            text.append(section.View());
         } else if ((kind != TokenComment && kind != TokenInstruction) || SkipToken(kind) < 0) {
             return found;
         }
@@ -251,10 +253,10 @@ namespace {
 class AttributeScanner {
 public:
     explicit AttributeScanner(const XmlElement& element)
-        : at(element.name.data + element.name.length), last(element.end != element.start ? element.end - 1 : at) {}
+        : at(EndOf(element.name)), last(element.end != element.start ? element.end - 1 : at) {}
 
     /// Returns 0, `XmlNotFound` after the last attribute, or `XmlMalformed`.
-    std::int32_t Next(std::string_view& name, std::string_view& value) {
+    std::int32_t Next(XmlAttribute& attribute) {
         if (at >= last) return XmlNotFound;
         const char* const before = at;
         at = SkipWhitespace(at, last);
@@ -262,16 +264,15 @@ public:
         if (at == before) return XmlMalformed;
         const char* const nameStart = at;
         while (IsAsciiNameChar(*at)) ++at;
-        name = {nameStart, static_cast<std::size_t>(at - nameStart)};
+        attribute.name = SliceOf(nameStart, at).View();
         at = SkipWhitespace(at, last);
         if (*at != '=') return XmlMalformed;
         at = SkipWhitespace(at + 1, last);
         const char quote = *at;
         if (quote != '\'' && quote != '"') return XmlMalformed;
-        const char* const valueStart = at + 1;
-        at = FindByte(valueStart, last, quote);
+        attribute.value = FindTextEnd(at + 1, last, quote);
+        at = EndOf(attribute.value.bytes);
         if (at == last) return XmlMalformed;
-        value = {valueStart, static_cast<std::size_t>(at - valueStart)};
         ++at;
         return XmlDone;
     }
@@ -281,54 +282,37 @@ private:
     const char* last;   // the `>`, which ends every run of white space or name bytes
 };
 
-/// Returns the value if the start tag has only this attribute, written as a save writes it; else a null view.
-std::string_view SoleAttribute(const XmlElement& element, std::string_view wanted) {
-    const char* const last = element.end - 1;
-    const char* const nameEnd = element.name.data + element.name.length;
-    const char* const value = SkipLiteral(SkipText(SkipLiteral(nameEnd, last, " "), last, wanted), last, "=\"");
-    if (value == nullptr) return {};
-    const char* const quote = FindByte(value, last, '"');
-    return quote + 1 == last ? std::string_view(value, static_cast<std::size_t>(quote - value)) : std::string_view();
-}
-
 }   // namespace
 
-std::int32_t XmlReader::ReadAttributes(const XmlElement& element, XmlAttributeList& attributes) {
-    attributes.Clear();
+std::int32_t XmlReader::ReadAttributes(const XmlElement& element, std::vector<XmlAttribute>& attributes) {
+    attributes.clear();
     AttributeScanner scanner(element);
-    std::string_view name;
-    std::string_view value;
-    std::int32_t code = scanner.Next(name, value);
-    for (; code == XmlDone; code = scanner.Next(name, value)) {
-        try {
-            XmlAttribute& attribute = attributes.Add();
-            attribute.name.assign(name);
-            DecodeEntities(value.data(), static_cast<std::int32_t>(value.size()), attribute.value);
-        } catch (const std::bad_alloc&) {
-            return XmlOutOfMemory;
-        }
+    XmlAttribute attribute;
+    std::int32_t code = scanner.Next(attribute);
+    try {
+        for (; code == XmlDone; code = scanner.Next(attribute)) attributes.push_back(attribute);
+    } catch (const std::bad_alloc&) {
+        return XmlOutOfMemory;
     }
     return code == XmlNotFound ? XmlDone : code;
 }
 
 std::int32_t XmlReader::ReadAttribute(const XmlElement& element, std::string_view wanted, std::string& value) {
     value.clear();
-    std::string_view raw = element.end != element.start ? SoleAttribute(element, wanted) : std::string_view();
-    std::int32_t code = XmlNotFound;
-    if (raw.data() == nullptr) {
-        AttributeScanner scanner(element);
-        std::string_view name;
-        std::string_view next;
-        for (code = scanner.Next(name, next); code == XmlDone; code = scanner.Next(name, next)) {
-            if (raw.data() == nullptr && name == wanted) raw = next;
+    AttributeScanner scanner(element);
+    XmlAttribute attribute;
+    bool found = false;
+    std::int32_t code = scanner.Next(attribute);
+    for (; code == XmlDone; code = scanner.Next(attribute)) {
+        if (found || attribute.name != wanted) continue;
+        found = true;
+        try {
+            attribute.value.AppendDecoded(value);
+        } catch (const std::bad_alloc&) {
+            return XmlOutOfMemory;
         }
     }
-    try {
-        DecodeEntities(raw.data(), static_cast<std::int32_t>(raw.size()), value);
-    } catch (const std::bad_alloc&) {
-        return XmlOutOfMemory;
-    }
-    return code == XmlNotFound && raw.data() != nullptr ? XmlDone : code;
+    return code == XmlNotFound && found ? XmlDone : code;
 }
 
 }   // namespace arbor::module

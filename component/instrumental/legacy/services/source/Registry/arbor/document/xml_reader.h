@@ -66,36 +66,28 @@ struct XmlElement {
     [[nodiscard]] bool NameIs(std::string_view text) const { return name.View() == text; }
 };
 
-/// An element with one attribute and plain text, as slices of the input.
-struct XmlSimpleElement {
-    ByteSlice name;
-    ByteSlice attributeValue;     // holds no reference and no 0 byte
-    ByteSlice text;               // not decoded yet
-    bool hasReferences = false;   // of the text: false if decoding it would change nothing
+/// A text of the input, not decoded yet.
+struct RawText {
+    ByteSlice bytes;
+    bool isPlain = true;   // holds no reference, which decoding might change, and no 0 byte, which ends a text
+
+    /// Removes the white space at the start.
+    void SkipSpace();
+
+    /// Appends the decoded text. Throws std::bad_alloc or std::length_error.
+    void AppendDecoded(std::string& output) const;
 };
 
-/// An attribute, decoded; doesn't refer to the input.
+/// An attribute as slices of the input.
 struct XmlAttribute {
-    std::string name;
-    std::string value;
+    std::string_view name;   // ASCII, without references
+    RawText value;
 };
 
-/// The attributes of one element in document order, duplicates included. A cleared list keeps the memory of its strings
-/// for the next element.
-class XmlAttributeList {
-public:
-    [[nodiscard]] const XmlAttribute* begin() const { return slots.data(); }
-    [[nodiscard]] const XmlAttribute* end() const { return slots.data() + count; }
-    [[nodiscard]] std::size_t Size() const { return count; }
-
-    void Clear() { count = 0; }
-
-    /// Appends an empty attribute. Throws std::bad_alloc; the list is then unchanged.
-    XmlAttribute& Add();
-
-private:
-    std::vector<XmlAttribute> slots;
-    std::size_t count = 0;
+/// A start tag with one attribute.
+struct XmlSimpleTag {
+    XmlElement element;
+    ByteSlice attributeValue;   // holds no reference and no 0 byte
 };
 
 /// A failure leaves the position at the fault. Slices are valid as long as the input is.
@@ -119,17 +111,24 @@ public:
     /// is used only with `RequireName`.
     std::int32_t NextStartTag(XmlElement& element, std::uint32_t flags, const char* expected);
 
-    /// Skips white space and reads a whole element if it has the layout that a save writes: `opening` (a space, the
-    /// attribute's name, `="`) after the element's name, a value without references, `">`, text without markup, and the
-    /// end tag, without further white space. Returns false for any other element, with only the white space consumed.
-    /// The result is what the general operations would give, except that the element's name isn't checked.
-    bool TryReadSimpleElement(std::string_view opening, XmlSimpleElement& element);
+    /// Skips white space, and returns whether a start tag follows that has the layout that a save writes: `opening` (a
+    /// space, the attribute's name, `="`) after the element's name, a value without references, and `">`. Consumes only
+    /// the white space. The result is what the general operations would give, except that the element's name isn't
+    /// checked.
+    bool PeekSimpleTag(std::string_view opening, XmlSimpleTag& tag);
+
+    /// Moves past a start tag that `PeekSimpleTag` has found.
+    void SkipTag(const XmlElement& element) { position = element.end; }
+
+    /// Reads the rest of `element`, whose start tag was read last, if that is text without markup and the end tag in
+    /// its shortest form. Else consumes nothing and returns false.
+    bool TryReadSimpleText(const XmlElement& element, RawText& text);
 
     /// Skips white space and reads an end tag. Returns 0, `XmlBadStructure` if there is none, or `XmlMalformed`.
     std::int32_t ReadEndTag(ByteSlice& name);
 
     /// Reads the bytes up to the next `<` or the end. Returns whether they hold more than white space.
-    bool ReadRawText(ByteSlice& text);
+    bool ReadRawText(RawText& text);
 
     /// Reads and decodes text up to the next `<`. With `allowCData` it goes on after comments, instructions and CDATA
     /// sections and joins the text; sections are not decoded. Returns whether it read more than white space. Throws
@@ -155,10 +154,12 @@ public:
     /// Skips the rest of the element and its end tag. Does nothing if the element has no content.
     std::int32_t CloseElement(const XmlElement& element);
 
-    /// Reads the attributes from the bytes of the start tag. Returns 0, `XmlMalformed` or `XmlOutOfMemory`.
-    static std::int32_t ReadAttributes(const XmlElement& element, XmlAttributeList& attributes);
+    /// Reads the attributes from the bytes of the start tag, in document order, duplicates included. Returns 0,
+    /// `XmlMalformed` or `XmlOutOfMemory`.
+    static std::int32_t ReadAttributes(const XmlElement& element, std::vector<XmlAttribute>& attributes);
 
-    /// Reads the first attribute of that name and checks all of them as above. Returns `XmlNotFound` if there is none.
+    /// Reads and decodes the first attribute of that name and checks all of them as above. Returns `XmlNotFound` if
+    /// there is none.
     static std::int32_t ReadAttribute(const XmlElement& element, std::string_view wanted, std::string& value);
 
 private:
@@ -168,7 +169,7 @@ private:
 
     const char* position;
     const char* end;
-    ByteSlice indent;   // the white space before the latest simple element
+    ByteSlice indent;   // the white space before the latest simple tag
 };
 
 }   // namespace arbor::module

@@ -61,6 +61,8 @@ inline constexpr std::array<std::uint8_t, 256> kCharacterClasses = [] {
     return {first, static_cast<std::uint32_t>(last - first)};
 }
 
+[[nodiscard]] inline const char* EndOf(const ByteSlice& slice) { return slice.data + slice.length; }
+
 [[nodiscard]] inline bool HasWord(const char* at, const char* last) {
     return static_cast<std::size_t>(last - at) >= sizeof(Word);
 }
@@ -102,6 +104,13 @@ template <class... Bytes>
 template <char... wanted>
 [[nodiscard]] const char* FindAnyOf(const char* at, const char* last) {
     return FindByte(at, last, wanted...);
+}
+
+/// Returns the text that ends before the next `terminator` or at `last`.
+[[nodiscard]] inline RawText FindTextEnd(const char* first, const char* last, char terminator) {
+    const char* const mark = FindByte(first, last, terminator, '&', '\0');
+    if (mark == last || *mark == terminator) return {SliceOf(first, mark), true};
+    return {SliceOf(first, FindByte(mark, last, terminator)), false};
 }
 
 /// Returns the byte after `text`, or null if `text` isn't at `at`. A null `at` gives null, so that calls can be nested.

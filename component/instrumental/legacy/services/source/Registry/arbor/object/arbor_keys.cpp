@@ -37,7 +37,7 @@ ResultCode Arbor::OpenKeyLocked(Key*& opened, Key* parent, const char* path, boo
         return create ? kReadOnlyObject : kNoSuchEntry;
     }
     std::uint32_t created = 0;
-    opened = parent->OpenPath(path, false, &created);
+    opened = parent->OpenPath(path, &created);
     if (opened == nullptr) return kOutOfMemory;
     if (created == 0) return kDone;   // `created` is set only if the path's first key was added, not one below it
     MarkDirty();

@@ -85,7 +85,7 @@ Key* Key::AddChild(std::string_view childName, std::uint32_t hash) {
     return child.release();   // the list owns it now
 }
 
-Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created) {
+Key* Key::OpenPath(std::string_view path, std::uint32_t* created) {
     if (owner == nullptr) return nullptr;
     Key* key = this;
     Key* firstAdded = nullptr;   // all keys that are added later lie below it
@@ -97,9 +97,7 @@ Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created
         const HashedName hashed = MakeHashedName(component);
         // A component before a `/` may contain `\`. If the keys on the path with `\` as separator all exist, the
         // component refers to the last of them. Otherwise one key is added whose name is the whole component.
-        // With `alwaysNew` no search is needed at any component: below a new key there are no keys.
-        Key* child = nullptr;
-        if (!alwaysNew) child = isLast ? key->FindChild(hashed) : key->FindPathRange(component, nullptr);
+        Key* child = isLast ? key->FindChild(hashed) : key->FindPathRange(component, nullptr);
         if (child == nullptr) {
             child = key->AddChild(component, hashed.hash);
             if (child == nullptr) {
@@ -119,6 +117,10 @@ Key* Key::OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created
 
 // If an earlier child has the same name, the index refers to that child, and its record must stay.
 void Key::UndoAddChild(Key* child) { RemoveChild(child, !IsIndexed(*child)); }
+
+Key* Key::AddKey(const HashedName& childName) {
+    return owner != nullptr ? AddChild(childName.name.View(), childName.hash) : nullptr;
+}
 
 bool Key::IsIndexed(const Key& child) const { return FindChild(MakeHashedName(child.name.View())) == &child; }
 
@@ -305,9 +307,8 @@ ResultCode Key::AddValueAt(std::uint32_t index, TypeCode code, const void* data,
     return AddValue(indexedName, code, data, size);
 }
 
-ResultCode Key::AddValueFromText(std::string_view valueName, TypeCode code, const char* text) {
-    // Hashed before `AddEntry` allocates, so that the processor overlaps the multiplications with the allocations.
-    return AddEntry(MakeHashedName(valueName), code, [=](Value& value) { return value.FromText(text); });
+ResultCode Key::AddValueFromText(const HashedName& valueName, TypeCode code, const char* text) {
+    return AddEntry(valueName, code, [=](Value& value) { return value.FromText(text); });
 }
 
 Value* Key::ValueAt(std::uint32_t index) const {

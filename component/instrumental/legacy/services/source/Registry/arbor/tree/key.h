@@ -68,10 +68,12 @@ public:
     // Keys
 
     /// Opens the key at `path`; keys that are missing are added. An empty path, and one that begins with a separator,
-    /// is this key. `alwaysNew` adds the first key of the path even if its name exists. `*created` is set to 1 if the
-    /// first key was added, and isn't written otherwise. Returns null if the host or the heap has no memory; the tree
-    /// is unchanged then.
-    Key* OpenPath(std::string_view path, bool alwaysNew, std::uint32_t* created);
+    /// is this key. `*created` is set to 1 if the first key of the path was added, and isn't written otherwise. Returns
+    /// null if the host or the heap has no memory; the tree is unchanged then.
+    Key* OpenPath(std::string_view path, std::uint32_t* created);
+
+    /// Appends a child, even if one of that name exists. The name isn't taken as a path. Returns null as `OpenPath`.
+    Key* AddKey(const HashedName& childName);
 
     /// Returns the key at `path`, or null. `*parent` is set to the last key in which a name was looked up; an empty
     /// path leaves it unwritten.
@@ -133,7 +135,7 @@ public:
     ResultCode AddValueAt(std::uint32_t index, TypeCode code, const void* data, std::uint32_t size);
 
     /// As `AddValue`, with the value in its text form, as documents contain it.
-    ResultCode AddValueFromText(std::string_view valueName, TypeCode code, const char* text);
+    ResultCode AddValueFromText(const HashedName& valueName, TypeCode code, const char* text);
 
     /// Return the value, or its name, at that position; null at or above `ValueCount`.
     [[nodiscard]] Value* ValueAt(std::uint32_t index) const;

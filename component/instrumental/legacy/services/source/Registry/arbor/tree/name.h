@@ -75,7 +75,7 @@ inline constexpr std::array<std::uint32_t, 256> kOneByteHashes = [] {
 }
 
 /// Returns the name with its hash, for a lookup. The result points to the text of `name`.
-[[nodiscard]] inline HashedName MakeHashedName(std::string_view name) {
+[[nodiscard]] constexpr HashedName MakeHashedName(std::string_view name) {
     return {{name.data(), static_cast<std::uint32_t>(name.size())}, NameHash(name)};
 }
 
