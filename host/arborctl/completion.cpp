@@ -1,5 +1,5 @@
-// Parses the line again, argument by argument: CLI11 can't parse an incomplete line. The options and operands come from
-// the tables that the parser uses.
+// Parses the line argument by argument, since CLI11 can't parse an incomplete one. The options and operands come from
+// the same tables as in `command_line.cpp`.
 
 #include "completion.h"
 
@@ -19,7 +19,8 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// The arguments before the word, by the names of their options and operands. The command has the name `kCommand`.
+/// The arguments before the word to complete, by the names of their options and operands. The command is stored under
+/// `kCommand`.
 using GivenArguments = std::map<std::string, std::string, std::less<>>;
 constexpr const char* kCommand = "COMMAND";
 
@@ -56,7 +57,7 @@ Words ValuesIn(const arbor::Key& parent, const std::string& path) {
     return words;
 }
 
-/// Returns `word` up to its last separator, inclusive.
+/// Returns `word` up to and including its last separator.
 std::string ParentPath(const std::string& word) { return word.substr(0, word.find_last_of("/\\") + 1); }
 
 /// Candidates for the key of --root.
@@ -67,7 +68,7 @@ Words Roots(const GivenArguments& given, const std::string& word) {
     });
 }
 
-/// The keys and values of the key before the last separator.
+/// Candidates for PATH: the keys and values in the key whose path ends at the last separator of `word`.
 Words Paths(const GivenArguments& given, const std::string& word) {
     return CompleteFromDocument(given, ValueOf(given, "--root"), [&word](const Document& document) {
         const std::string path = ParentPath(word);
@@ -78,7 +79,7 @@ Words Paths(const GivenArguments& given, const std::string& word) {
     });
 }
 
-/// An argument VALUE is a single name, in which separators aren't escaped.
+/// VALUE is a single name, in which separators aren't escaped.
 std::string UnescapeSeparators(std::string name) {
     for (const auto& [escape, separator] : {std::pair("%x2F", "/"), std::pair("%x5C", "\\")}) {
         for (std::size_t at = 0; (at = name.find(escape, at)) != std::string::npos;) name.replace(at, 4, separator);
@@ -106,7 +107,7 @@ bool IsNameOmitted(const GivenArguments& given) {
     return ValueOf(given, kCommand) == "set" && !Path(ValueOf(given, "PATH")).IsOfKey();
 }
 
-/// Types in the position of VALUE, if that is omitted.
+/// Candidates for the argument after PATH if VALUE is omitted: types.
 Words TypesInsteadOfName(const GivenArguments& given, const std::string&) {
     return IsNameOmitted(given) ? AllTypes() : Words{};
 }
@@ -201,18 +202,18 @@ public:
         ClassifiedOperands split = ClassifyOperands(words);
         command = split.command;
         given["DOCUMENT"] = split.document;
-        if (pending != nullptr) return From(pending->name, word);
+        if (pending != nullptr) return CandidatesFor(pending->name, word);
         if (IsOption(word)) return CompleteOption(word);
         if (command == nullptr) {
-            Result result = words.empty() ? From("DOCUMENT", word) : Result{};
+            Result result = words.empty() ? CandidatesFor("DOCUMENT", word) : Result{};
             std::ranges::move(CommandNames(given, word), std::back_inserter(result.words));
             return result;
         }
-        if (command->family != Family::Tool && split.document.empty()) return From("DOCUMENT", word);
+        if (command->family != Family::Tool && split.document.empty()) return CandidatesFor("DOCUMENT", word);
         given[kCommand] = command->name;
         const OperandNames names = OperandsOf(*command);
         for (std::size_t i = 0; i < split.operands.size(); ++i) given[std::string(names.At(i))] = split.operands[i];
-        return From(names.At(split.operands.size()), word);
+        return CandidatesFor(names.At(split.operands.size()), word);
     }
 
 private:
@@ -245,12 +246,12 @@ private:
     [[nodiscard]] Result CompleteOption(const std::string& word) const {
         const std::size_t end = word.find('=') + 1;
         if (end == 0) return {OptionNames()};
-        Result result = From(word.substr(0, end - 1), word.substr(end));
+        Result result = CandidatesFor(word.substr(0, end - 1), word.substr(end));
         for (std::string& value : result.words) value.insert(0, word, 0, end);
         return result;
     }
 
-    [[nodiscard]] Result From(std::string_view name, const std::string& word) const {
+    [[nodiscard]] Result CandidatesFor(std::string_view name, const std::string& word) const {
         Result result;
         for (const CandidateSource& source : kCandidateSources) {
             const bool isForCommand = source.command.empty() || (command != nullptr && source.command == command->name);

@@ -1,4 +1,4 @@
-// Finds near names by the optimal string alignment distance.
+// Finds similar names by the optimal string alignment distance.
 
 #include "suggestion.h"
 

@@ -11,7 +11,7 @@ namespace arborctl {
 /// Returns `text` in quotes, cut off after 40 bytes.
 [[nodiscard]] std::string Excerpt(const std::string& text);
 
-/// Runs the store's own conversions on one scratch value of each type.
+/// Stores the text in a value of a scratch tree and compares what the store reads back; one value for each type.
 class TextCheck {
 public:
     explicit TextCheck(host::Kernel& kernel) : scratch(kernel) {}

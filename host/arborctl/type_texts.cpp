@@ -1,4 +1,4 @@
-// The table of texts, and the command that prints it.
+// The descriptions of the texts of each type, and the command `types`, which prints them.
 
 #include "type_texts.h"
 

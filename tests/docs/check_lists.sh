@@ -1,5 +1,5 @@
 #!/bin/sh
-# Checks that the documents list what the code has: trace lines, commands and options, acts of ./dev, names of tests.
+# Checks that the documents list what the code has: trace lines, commands and options, commands of ./dev, names of tests.
 # Needs arborctl on the PATH and the test programs beside it.
 set -u
 cd "$(dirname "$0")/../.." || exit
@@ -53,11 +53,11 @@ diff "$folder/listed" "$folder/present" || {
     failed=1
 }
 
-# The acts of ./dev and the tests that the documents name exist.
+# The commands of ./dev and the tests that the documents name exist.
 set -- README.md CONTRIBUTING.md DEVELOPERS.md docs/*.md
-acts=$(grep -ohE '\./dev [a-z]+' "$@" | sed 's/.* //' | sort -u)
-for act in $acts; do
-    mentions dev "    $act)" "act"
+dev_commands=$(grep -ohE '\./dev [a-z]+' "$@" | sed 's/.* //' | sort -u)
+for command in $dev_commands; do
+    mentions dev "    $command)" "command"
 done
 build=$(dirname "$(command -v arborctl)")
 grep -ohE '\./dev test [a-z]+ [A-Z][A-Za-z0-9_.*]*' "$@" | sed 's/.* \(.*\)/_test *\1*/' >"$folder/filters"
