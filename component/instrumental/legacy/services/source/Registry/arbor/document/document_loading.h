@@ -1,5 +1,5 @@
-/// Loading: the bytes of a document, from its file, into a tree. The object's members call these; no lock is needed,
-/// since a load runs alone.
+/// Reads a document's file into memory and adds its keys and values to a tree. `object/arbor_loading.cpp` calls these.
+/// No lock is needed, since a load runs alone.
 #pragma once
 
 #include "document/document_text.h"

@@ -1,6 +1,6 @@
-/// Saving: a document's file is never written in place. A temporary file in its directory gets the new text and is
-/// flushed, the backups are made, and one final move replaces the document. After a failure at any step a complete
-/// document is on the disk under one of the names.
+/// Saves a document. Its file is never written in place: the new text is written to a temporary file in the same
+/// directory and flushed, the backups are made, and one final move replaces the document. After a failure at any step a
+/// complete document is on the disk under one of the names.
 #pragma once
 
 #include "document/document_text.h"
@@ -13,7 +13,7 @@ namespace arbor::module {
 
 class TextBuffer;
 
-/// Any other number, such as the default 0, asks for no backup.
+/// Any other number, such as the default 0, means no backup.
 enum BackupModes : std::uint8_t {
     BackupRotate = 1,            // each save moves the old document to `.bak2`
     BackupFirstThenRotate = 2,   // one save first copies its new text to `.bak`; then as `BackupRotate`

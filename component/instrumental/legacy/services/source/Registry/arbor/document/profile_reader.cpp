@@ -1,4 +1,4 @@
-// Reading a document: each element becomes a key or a value of the tree as it is read.
+// Reads the text of a document: adds each element to the tree as a key or a value as soon as it is read.
 //
 // Both formats have a fast path for the usual elements. In a document of the store, keys and values in the layout of a
 // save are read without a list of attributes. In a foreign document, an element with text and no markup is read to its

@@ -118,6 +118,7 @@ private:
     // other save's and may have replaced it, so the state becomes 1 and the next save stores the tree again. State 0
     // means that the stored document has every change.
     [[nodiscard]] bool IsDirty() const;
+    /// Called after each change, inside the lock. A change is in memory only, until `Save` stores the tree.
     void MarkDirty();
     void ClearDirty();
     /// Called after a serialisation, inside the lock: no change can come in between.

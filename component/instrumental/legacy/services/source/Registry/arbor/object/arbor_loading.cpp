@@ -1,4 +1,5 @@
-// Loading of the object's document. No lock: the host lets callers use the interface only after a load.
+// Loads the object's document from its file or its `IoObject`. `Arbor::Ready` calls this and returns the code. No lock:
+// the host lets callers use the interface only after a load.
 
 #include "document/document_loading.h"
 #include "object/arbor.h"

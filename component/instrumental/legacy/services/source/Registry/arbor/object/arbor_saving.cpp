@@ -1,4 +1,4 @@
-// Saving of the object's tree. `Dirty` decides whether there is anything to save.
+// Saves the object's tree if `Dirty` is set: to its file, by `ReplaceDocument`, or to its `IoObject`.
 
 #include "document/document_saving.h"
 #include "document/profile_format.h"
