@@ -7,12 +7,16 @@
 namespace arborctl {
 
 ChangedDocument::ChangedDocument(const Session& givenSession, const DocumentSettings& given)
-    : session(givenSession), settings(given), document(session.kernel, settings, session.progress, Purpose()) {}
+    : session(givenSession),
+      settings(given),
+      document(session.kernel, settings, session.progress, Purpose()),
+      before(session.dryRun
+                 ? Pack(document.Root(), PackedNames::Printed, session.progress.Begin("reading", settings.document))
+                 : PackedTree()) {}
 
 void ChangedDocument::Finish() const {
     if (!session.dryRun) return document.Save();
     document.ThrowIfNotConvertible();
-    const Document before(session.kernel, settings, session.progress, Access::Trial);
     static_cast<void>(PrintDifference(session, before.Root(), document.Root()));
 }
 
@@ -28,7 +32,11 @@ void PrintFileChanges(const Session& session, const std::filesystem::path& befor
         const DocumentSettings settings{.document = file, .create = Creation::Force, .wait = session.settings.wait};
         return Document(session.kernel, settings, session.progress, Access::Trial);
     };
-    static_cast<void>(PrintDifference(session, load(before).Root(), load(after).Root()));
+    const PackedTree former = [&] {
+        const Document document = load(before);
+        return Pack(document.Root(), PackedNames::Printed, session.progress.Begin("reading", before));
+    }();
+    static_cast<void>(PrintDifference(session, former.Root(), load(after).Root()));
 }
 
 }   // namespace arborctl

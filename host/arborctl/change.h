@@ -16,7 +16,7 @@ public:
 
     [[nodiscard]] arbor::Store Root() const { return document.Root(); }
 
-    /// Saves the document. With --dry-run prints the difference between its file and its tree instead.
+    /// Saves the document. With --dry-run prints what has changed since the load instead.
     void Finish() const;
 
 private:
@@ -25,6 +25,7 @@ private:
     const Session& session;
     const DocumentSettings settings;
     const Document document;
+    const PackedTree before;   // with --dry-run, the tree as it was loaded
 };
 
 /// Loads the document that the command line names, calls `work(root)` and saves it, or prints the difference. Returns

@@ -9,6 +9,7 @@
 #include "getting.h"
 #include "import.h"
 #include "moving.h"
+#include "packed_tree.h"
 #include "setting.h"
 
 namespace arborctl {
@@ -24,6 +25,11 @@ struct Session {
 
     /// Loads the document that the command line names.
     [[nodiscard]] Document Load() const { return Document(kernel, settings, progress); }
+    /// Loads it and returns its tree with printed names.
+    [[nodiscard]] PackedTree LoadPrinted() const {
+        const Document document = Load();
+        return Pack(document.Root(), PackedNames::Printed, progress.Begin("reading", settings.document));
+    }
     /// Loads another document, which the command compares with this one.
     [[nodiscard]] Document LoadOther(const std::filesystem::path& other) const {
         DocumentSettings others = settings;

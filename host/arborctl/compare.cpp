@@ -5,59 +5,90 @@
 #include "addressing.h"
 
 #include <algorithm>
-#include <map>
+#include <unordered_map>
 
 namespace arborctl {
 namespace {
 
 /// The keys or values of one tree's key, in order, with their printed names.
 template <class Item>
-struct Side {
-    std::vector<std::pair<std::string, Item>> items{};
-    std::map<std::string, std::size_t> indexes{};   // into `items`, by name in lower case
+class NamedItems {
+public:
+    using Items = std::vector<std::pair<std::string, Item>>;
 
-    void Add(std::string name, Item item) {
-        indexes.emplace(ToLower(name), items.size());
-        items.emplace_back(std::move(name), std::move(item));
-    }
+    void Add(std::string name, Item item) { items.emplace_back(std::move(name), std::move(item)); }
 
-    [[nodiscard]] std::optional<Item> Find(const std::string& name) const {
+    /// Returns the index of a name, or the number of items if it is missing. `likely` is the index to try first.
+    [[nodiscard]] std::size_t IndexOf(const std::string& name, std::size_t likely) {
+        if (likely < items.size() && items[likely].first == name) return likely;
+        for (; indexed < items.size(); ++indexed) indexes.emplace(ToLower(items[indexed].first), indexed);
         const auto index = indexes.find(ToLower(name));
-        if (index == indexes.end()) return std::nullopt;
-        return items[index->second].second;
+        return index != indexes.end() ? index->second : items.size();
     }
+
+    Items items{};
+
+private:
+    std::unordered_map<std::string, std::size_t> indexes{};   // by name in lower case
+    std::size_t indexed = 0;                                  // items that `indexes` has
 };
 
-using Values = Side<arbor::Datum>;
-using Keys = Side<arbor::Key>;
-
-Values ValuesOf(const std::optional<arbor::Key>& key) {
-    Values values;
-    if (!key) return values;
-    ForEachNamedValue(*key, [&](const std::string& name, const arbor::Value& value) { values.Add(name, Read(value)); });
+NamedItems<arbor::Datum> ValuesOf(const std::optional<PackedKey>& key) {
+    NamedItems<arbor::Datum> values;
+    if (key) {
+        key->ForEachValue(
+            [&](std::string_view name, arbor::Datum datum) { values.Add(std::string(name), std::move(datum)); });
+    }
     return values;
 }
 
-Keys KeysOf(const std::optional<arbor::Key>& key) {
-    Keys keys;
-    if (!key) return keys;
-    ForEachNamedKey(*key, [&](const std::string& name, const arbor::Key& child) { keys.Add(name, child); });
+NamedItems<arbor::Datum> ValuesOf(const std::optional<arbor::Key>& key) {
+    NamedItems<arbor::Datum> values;
+    if (key) {
+        ForEachNamedValue(*key,
+                          [&](const std::string& name, const arbor::Value& value) { values.Add(name, Read(value)); });
+    }
+    return values;
+}
+
+NamedItems<PackedKey> KeysOf(const std::optional<PackedKey>& key) {
+    NamedItems<PackedKey> keys;
+    if (key) key->ForEachKey([&](const PackedKey& child) { keys.Add(std::string(child.Name()), child); });
     return keys;
 }
 
-/// Calls `work(name, before, after)` for each name of either side; names that only `after` has come last.
-template <class Item, class Work>
-void ForEachNamePair(const Side<Item>& before, const Side<Item>& after, Work work) {
-    for (const auto& [name, item] : before.items) work(name, std::optional<Item>(item), after.Find(name));
-    for (const auto& [name, item] : after.items) {
-        if (!before.Find(name)) work(name, std::optional<Item>(), std::optional<Item>(item));
+NamedItems<arbor::Key> KeysOf(const std::optional<arbor::Key>& key) {
+    NamedItems<arbor::Key> keys;
+    if (key) ForEachNamedKey(*key, [&](const std::string& name, const arbor::Key& child) { keys.Add(name, child); });
+    return keys;
+}
+
+/// Calls `work(name, before, after)` for each name of either side; names that only `after` has come last. The names of
+/// one side differ in lower case.
+template <class Before, class After, class Work>
+void ForEachNamePair(NamedItems<Before> before, NamedItems<After> after, Work work) {
+    std::vector<bool> isMatched(after.items.size());
+    std::size_t next = 0;   // most trees have their names in the same order
+    for (auto& [name, item] : before.items) {
+        const std::size_t index = after.IndexOf(name, next);
+        std::optional<After> other;
+        if (index < after.items.size()) {
+            isMatched[index] = true;
+            next = index + 1;
+            other = std::move(after.items[index].second);
+        }
+        work(name, std::optional<Before>(std::move(item)), other);
+    }
+    for (std::size_t i = 0; i < isMatched.size(); ++i) {
+        auto& [name, item] = after.items[i];
+        if (!isMatched[i]) work(name, std::optional<Before>(), std::optional<After>(std::move(item)));
     }
 }
 
 /// A key in both trees or in one of them.
 struct KeyPair {
     std::string name;
-    std::optional<arbor::Key> before;
+    std::optional<PackedKey> before;
     std::optional<arbor::Key> after;
 };
 
@@ -72,23 +103,23 @@ std::vector<KeyPair> SubkeysReversed(const KeyPair& parent) {
     return subkeys;
 }
 
-/// Collects the changes, with the path of the key that is visited.
-class ChangeCollector : public PairVisitor {
+/// Reports the changes, with the path of the key that is visited.
+class ChangeReporter : public PairVisitor {
 public:
-    [[nodiscard]] std::vector<Change> TakeChanges() { return std::move(changes); }
+    explicit ChangeReporter(const std::function<void(Change change)>& callback) : onChange(callback) {}
 
     void EnterKey(const std::string& name, bool isInBefore, bool isInAfter) override {
         paths.push_back(paths.empty() ? "" : JoinPath(paths.back(), name));
-        if (!isInBefore || !isInAfter) changes.push_back({.path = paths.back(), .keyAdded = !isInBefore});
+        if (!isInBefore || !isInAfter) onChange({.path = paths.back(), .keyAdded = !isInBefore});
     }
     void VisitValue(const std::string& name, const std::optional<arbor::Datum>& before,
                     const std::optional<arbor::Datum>& after) override {
-        if (!IsSame(before, after)) changes.push_back({paths.back(), name, before, after});
+        if (!IsSame(before, after)) onChange({paths.back(), name, before, after});
     }
     void LeaveKey() override { paths.pop_back(); }
 
 private:
-    std::vector<Change> changes{};
+    const std::function<void(Change change)>& onChange;
     std::vector<std::string> paths{};   // of the keys that were entered and not left
 };
 
@@ -108,9 +139,9 @@ bool IsSame(const std::optional<arbor::Datum>& before, const std::optional<arbor
     return before && after && before->type == after->type && before->bytes == after->bytes;
 }
 
-void WalkPairs(const arbor::Key& before, const arbor::Key& after, PairVisitor& visitor) {
-    std::vector<std::vector<KeyPair>>
-        levels;   // the keys of each open key that are still to be entered, last one first
+void WalkPairs(const PackedKey& before, const arbor::Key& after, PairVisitor& visitor) {
+    // The subkeys of each open key that are still to be entered, the next one last.
+    std::vector<std::vector<KeyPair>> levels;
     const auto enter = [&](const KeyPair& pair) {
         visitor.EnterKey(pair.name, pair.before.has_value(), pair.after.has_value());
         ForEachNamePair(
@@ -131,10 +162,9 @@ void WalkPairs(const arbor::Key& before, const arbor::Key& after, PairVisitor& v
     }
 }
 
-std::vector<Change> Compare(const arbor::Key& before, const arbor::Key& after) {
-    ChangeCollector collector;
-    WalkPairs(before, after, collector);
-    return collector.TakeChanges();
+void Compare(const PackedKey& before, const arbor::Key& after, const std::function<void(Change change)>& onChange) {
+    ChangeReporter reporter(onChange);
+    WalkPairs(before, after, reporter);
 }
 
 std::vector<std::string> FormatLines(const ValueText& valueText, const Change& change) {

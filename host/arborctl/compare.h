@@ -2,8 +2,10 @@
 #pragma once
 
 #include "json.h"
+#include "packed_tree.h"
 #include "value_text.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,9 +25,9 @@ public:
     virtual void LeaveKey() = 0;
 };
 
-/// Visits two trees at once, depth first. What only `after` has comes last in its key. If siblings share a name, the
-/// second of one tree is paired with the second of the other. Not recursive.
-void WalkPairs(const arbor::Key& before, const arbor::Key& after, PairVisitor& visitor);
+/// Visits two trees at once, depth first. `before` has printed names. What only `after` has comes last in its key. If
+/// siblings share a name, the second of one tree is paired with the second of the other. Not recursive.
+void WalkPairs(const PackedKey& before, const arbor::Key& after, PairVisitor& visitor);
 
 /// Whether both are present, with the same type and data.
 [[nodiscard]] bool IsSame(const std::optional<arbor::Datum>& before, const std::optional<arbor::Datum>& after);
@@ -39,8 +41,8 @@ struct Change {
     bool keyAdded = false;                  // of a key: only the second tree has it
 };
 
-/// Returns the changes in the order of `WalkPairs`.
-[[nodiscard]] std::vector<Change> Compare(const arbor::Key& before, const arbor::Key& after);
+/// Calls `onChange` for each change in the order of `WalkPairs`.
+void Compare(const PackedKey& before, const arbor::Key& after, const std::function<void(Change change)>& onChange);
 
 /// Returns a line that begins with "-" for the state before, a line with "+" for the state after, or both.
 [[nodiscard]] std::vector<std::string> FormatLines(const ValueText& valueText, const Change& change);

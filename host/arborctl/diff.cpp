@@ -3,30 +3,11 @@
 #include "diff.h"
 
 #include "flat_text.h"
-#include "output.h"
 
-#include <algorithm>
+#include <iostream>
 
 namespace arborctl {
 namespace {
-
-void PrintJson(const std::vector<Change>& changes) {
-    Json json(std::cout);
-    json.BeginArray();
-    for (const Change& change : changes) WriteJson(json, change);
-    json.EndArray().EndLine();
-}
-
-void PrintLines(const std::vector<Change>& changes, const ValueText& valueText, const Palette& palette) {
-    OmittedValues omitted;
-    for (const Change& change : changes) {
-        omitted.Try(JoinPath(change.path, change.value.value_or("")), [&] {
-            for (const std::string& line : FormatLines(valueText, change)) {
-                std::cout << (line.front() == '-' ? palette.removed : palette.added) << line << palette.plain << '\n';
-            }
-        });
-    }
-}
 
 /// Returns the line that removes a value or a key.
 std::string Removal(const Change& change) {
@@ -36,48 +17,67 @@ std::string Removal(const Change& change) {
 
 }   // namespace
 
+void FlatChanges::Add(const Change& change) {
+    const bool isKey = !change.value;
+    if (!removed.empty() && (change.path + '/').starts_with(removed)) return;
+    if (change.after) {
+        print(FlatValue(change.path, *change.value, *change.after));
+    } else if (isKey && change.keyAdded) {
+        print(FlatKey(change.path));
+    } else {
+        removals.push_back(Removal(change));
+        if (isKey) removed = change.path + '/';
+    }
+}
+
 /// Removals come last and in reverse order, so that "item#2" is still the second "item" in each line.
-std::vector<std::string> FlatLines(const std::vector<Change>& changes) {
-    std::vector<std::string> lines;
-    std::vector<std::string> removals;
-    std::string removed;   // the key removed last, with a separator: a line removes all below it
-    for (const Change& change : changes) {
-        const bool isKey = !change.value;
-        if (!removed.empty() && (change.path + '/').starts_with(removed)) continue;
-        if (change.after) {
-            lines.push_back(FlatValue(change.path, *change.value, *change.after));
-        } else if (isKey && change.keyAdded) {
-            lines.push_back(FlatKey(change.path));
-        } else {
-            removals.push_back(Removal(change));
-            if (isKey) removed = change.path + '/';
-        }
-    }
-    lines.insert(lines.end(), removals.rbegin(), removals.rend());
-    return lines;
+void FlatChanges::End() {
+    for (; !removals.empty(); removals.pop_back()) print(removals.back());
 }
 
-void PrintChanges(const Session& session, const std::vector<Change>& changes) {
-    if (session.flat) {
-        for (const std::string& line : FlatLines(changes)) std::cout << line << '\n';
-        return;
-    }
-    if (session.json) return PrintJson(changes);
-    PrintLines(changes, ValueText(session.kernel), PaletteOf(session));
+ChangePrinter::ChangePrinter(const Session& owner, Progress::Stage shown)
+    : session(owner),
+      stage(std::move(shown)),
+      flat([](const std::string& line) { std::cout << line << '\n'; }),
+      json(std::cout),
+      valueText(session.kernel),
+      palette(PaletteOf(session)) {}
+
+void ChangePrinter::Add(const Change& change) {
+    BeginOutput();
+    isEmpty = false;
+    if (session.flat) return flat.Add(change);
+    session.json ? WriteJson(json, change) : PrintLines(change);
 }
 
-bool PrintDifference(const Session& session, const arbor::Key& before, const arbor::Key& after) {
-    std::vector<Change> changes;
-    {
-        const Progress::Stage stage = session.progress.Begin("comparing", session.settings.document);
-        changes = Compare(before, after);
-    }
-    PrintChanges(session, changes);
-    return !changes.empty();
+void ChangePrinter::BeginOutput() {
+    if (!isEmpty) return;
+    stage.BeginOutput();
+    if (session.json) json.BeginArray();
+}
+
+void ChangePrinter::PrintLines(const Change& change) {
+    omitted.Try(JoinPath(change.path, change.value.value_or("")), [&] {
+        for (const std::string& line : FormatLines(valueText, change))
+            std::cout << (line.front() == '-' ? palette.removed : palette.added) << line << palette.plain << '\n';
+    });
+}
+
+void ChangePrinter::End() {
+    BeginOutput();
+    if (session.flat) return flat.End();
+    if (session.json) json.EndArray().EndLine();
+}
+
+bool PrintDifference(const Session& session, const PackedKey& before, const arbor::Key& after) {
+    ChangePrinter printer(session, session.progress.Begin("comparing", session.settings.document));
+    Compare(before, after, [&printer](const Change& change) { printer.Add(change); });
+    printer.End();
+    return !printer.IsEmpty();
 }
 
 int Diff(const Session& session, const std::filesystem::path& other) {
-    const Document before = session.Load();
+    const PackedTree before = session.LoadPrinted();
     const Document after = session.LoadOther(other);
     return PrintDifference(session, before.Root(), after.Root()) ? kExitRefused : kExitDone;
 }

@@ -12,6 +12,7 @@
 #include <host/system.h>
 #include <host/text.h>
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 
@@ -91,7 +92,7 @@ std::string PathText(const std::filesystem::path& path) {
     return host::Printable({reinterpret_cast<const char*>(text.data()), text.size()});
 }
 
-std::string ReadFile(const std::filesystem::path& path, std::chrono::seconds wait) {
+std::string ReadFile(const std::filesystem::path& path, std::chrono::seconds wait, std::uintmax_t maxBytes) {
     std::ifstream stream;
     RetryFor(wait, [&] {
         stream.open(path, std::ios::binary);
@@ -102,7 +103,7 @@ std::string ReadFile(const std::filesystem::path& path, std::chrono::seconds wai
         throw std::runtime_error(PathText(path) + " can't be read");
     if (!std::filesystem::is_regular_file(path, unknown))   // a pipe has no size
         return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-    std::string content(static_cast<std::size_t>(std::filesystem::file_size(path)), '\0');
+    std::string content(static_cast<std::size_t>(std::min(std::filesystem::file_size(path), maxBytes)), '\0');
     stream.read(content.data(), static_cast<std::streamsize>(content.size()));
     if (!stream) throw std::runtime_error(PathText(path) + " can't be read");
     return content;
@@ -172,8 +173,16 @@ kernel::ResultCode Document::TryLoad(host::Kernel& kernel, const DocumentSetting
     return object->Ready();
 }
 
+/// Reads the whole file only if its start has no root element.
+bool Document::IsFileForeign() const {
+    constexpr std::uintmax_t kStartBytes = 64 * 1024;
+    const DocumentForm form = FormOfRoot(WithoutByteOrderMark(ReadFile(file, wait, kStartBytes)));
+    if (form != DocumentForm::Unknown) return form == DocumentForm::Foreign;
+    return IsForeign(WithoutByteOrderMark(ReadFile(file, wait)));
+}
+
 void Document::ThrowIfNotConvertible() const {
-    if (!isConversionAllowed && IsForeign(WithoutByteOrderMark(ReadFile(file, wait)))) {
+    if (!isConversionAllowed && IsFileForeign()) {
         throw std::runtime_error(
             PathText(file) +
             " is a foreign document: a change saves it as a native one, without its comments, processing "

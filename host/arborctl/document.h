@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -91,8 +92,10 @@ enum class Access {
 /// Returns `path` for a message, with unprintable bytes escaped.
 [[nodiscard]] std::string PathText(const std::filesystem::path& path);
 
-/// Returns the content of a file. Retries for `wait` if it can't be opened. Throws `std::runtime_error` on failure.
-[[nodiscard]] std::string ReadFile(const std::filesystem::path& path, std::chrono::seconds wait);
+/// Returns the content of a file; of a regular one at most `maxBytes`. Retries for `wait` if it can't be opened. Throws
+/// `std::runtime_error` on failure.
+[[nodiscard]] std::string ReadFile(const std::filesystem::path& path, std::chrono::seconds wait,
+                                   std::uintmax_t maxBytes = std::numeric_limits<std::uintmax_t>::max());
 
 /// Returns "loads", or "doesn't load" with the text of `code`.
 [[nodiscard]] std::string LoadState(kernel::ResultCode code);
@@ -122,6 +125,7 @@ public:
     void SaveUnconditionally() const;
 
 private:
+    [[nodiscard]] bool IsFileForeign() const;
     void LoadEmpty(host::Kernel& kernel);
     [[nodiscard]] kernel::ResultCode TryLoad(host::Kernel& kernel, const DocumentSettings& settings);
 

@@ -348,13 +348,14 @@ ScanResult ScanDocument(host::Kernel& kernel, std::string_view document, const F
     return Scan(kernel, document, sink).Run();
 }
 
-bool IsForeign(std::string_view document) {
+DocumentForm FormOfRoot(std::string_view document) {
     try {
         MarkupReader reader(document);
         Tag root;
-        return reader.NextStartTag(root) == Token::StartTag && root.name != kRootName;
+        if (reader.NextStartTag(root) != Token::StartTag) return DocumentForm::Unknown;
+        return root.name == kRootName ? DocumentForm::Native : DocumentForm::Foreign;
     } catch (const MarkupFault&) {
-        return false;
+        return DocumentForm::Unknown;
     }
 }
 

@@ -41,8 +41,16 @@ using FindingSink = std::function<void(const Finding& finding)>;
 /// the offsets. Stops at the first fault. Not recursive; needs memory for the names of the open elements' children.
 ScanResult ScanDocument(host::Kernel& kernel, std::string_view document, const FindingSink& sink);
 
-/// True if the root element can be read and isn't "arbor".
-[[nodiscard]] bool IsForeign(std::string_view document);
+/// By the root element: "arbor" or another one. Unknown if no start tag can be read.
+enum class DocumentForm {
+    Unknown,
+    Native,
+    Foreign,
+};
+
+/// `document` may be the first part of one.
+[[nodiscard]] DocumentForm FormOfRoot(std::string_view document);
+[[nodiscard]] inline bool IsForeign(std::string_view document) { return FormOfRoot(document) == DocumentForm::Foreign; }
 
 /// Returns `content` without a UTF-8 byte order mark.
 [[nodiscard]] std::string_view WithoutByteOrderMark(std::string_view content);

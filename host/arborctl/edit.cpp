@@ -1,5 +1,6 @@
-// The command `edit`. The text is applied to an empty tree; what that tree differs in from the document is applied to
-// the document. The document isn't locked while the editor runs: it is compared with what it was before the save.
+// The command `edit`. The edited text makes a tree of its own; the differences between that tree and the document are
+// then applied to the document. The document isn't locked while the editor runs, so before the save it is compared with
+// what it was at the start.
 
 #include "addressing.h"
 #include "apply.h"
@@ -79,12 +80,12 @@ public:
             throw std::runtime_error("the editor " + command + " isn't found; VISUAL or EDITOR can name another one");
         std::string reason =
             "the editor " + command + " ended with code " + std::to_string(exitCode) + "; nothing is saved";
-        if (isChanged) reason += Keep();
+        if (isChanged) reason += KeepFile();
         throw std::runtime_error(reason);
     }
 
-    /// Keeps the file. Returns the end of a message that names it.
-    std::string Keep() {
+    /// Keeps the file after the end of the program. Returns a text for the end of an error message that names it.
+    std::string KeepFile() {
         isKept = true;
         return "; the edited text is in " + PathText(file);
     }
@@ -104,8 +105,9 @@ struct Refusal {
 };
 
 /// Returns `text` without the message that an earlier round put at its top.
-std::string WithoutMessage(const std::string& text) {
-    return text.starts_with(kRefused) ? text.substr(std::min(text.find('\n'), text.size() - 1) + 1) : text;
+std::string WithoutMessage(std::string text) {
+    if (text.starts_with(kRefused)) text.erase(0, std::min(text.find('\n'), text.size() - 1) + 1);
+    return text;
 }
 
 bool HasLines(std::string_view text) {
@@ -124,51 +126,60 @@ std::string Header(const Path& path) {
            "# Nothing is saved if the text is empty or unchanged.\n";
 }
 
-/// The content of the document's file; empty if it is missing.
-std::string ContentOf(const DocumentSettings& settings) {
-    return std::filesystem::exists(settings.document) ? ReadFile(settings.document, settings.wait) : "";
-}
-
 /// Edits a subtree of a document.
-class Editing {
+class EditSession {
 public:
-    Editing(const Session& givenSession, const Path& top)
-        : session(givenSession),
-          path(top),
-          content(ContentOf(session.settings)),
-          document(session.kernel, session.settings, session.progress, Access::Trial),
-          key(OpenKey(document.Root(), path)),
-          file(session.settings.document) {}
+    EditSession(const Session& givenSession, const Path& top) : session(givenSession), path(top) {}
 
     int Run() {
-        std::string original = Header(path);
-        PrintFlat(
-            key, path.IsRoot() ? "" : path.Text(), [&original](const std::string& line) { original += line + '\n'; },
-            [] {});
-        const std::vector<Change> changes = EditUntilAccepted(original);
-        PrintChanges(session, changes);
+        ReadDocument();
+        file.emplace(session.settings.document);
+        const std::vector<Change> changes = EditUntilAccepted(Text());
+        ChangePrinter printer(session);
+        for (const Change& change : changes) printer.Add(change);
+        printer.End();
         if (session.dryRun || changes.empty()) return kExitDone;
         try {
             Save(changes);
         } catch (const std::exception&) {
-            std::cerr << "arborctl: nothing is saved" << file.Keep() << '\n';
+            std::cerr << "arborctl: nothing is saved" << file->KeepFile() << '\n';
             throw;
         }
         return kExitDone;
     }
 
 private:
+    void ReadDocument() {
+        const Document document(session.kernel, session.settings, session.progress, Access::Trial);
+        const arbor::Key key = OpenKey(document.Root(), path);
+        if (!path.IsRoot()) subtree = Pack(key, PackedNames::Printed);
+        tree =
+            Pack(document.Root(), PackedNames::Printed, session.progress.Begin("reading", session.settings.document));
+    }
+
+    [[nodiscard]] const PackedTree& Before() const { return path.IsRoot() ? tree : subtree; }
+
+    /// Returns the text that the editor gets first.
+    [[nodiscard]] std::string Text() const {
+        const Progress::Stage stage = session.progress.Begin("writing the text of", session.settings.document);
+        std::error_code missing;
+        const std::uintmax_t fileBytes = std::filesystem::file_size(session.settings.document, missing);
+        std::string text = Header(path);
+        // Flat text is about as long as the document. Growing the string would need a copy of it.
+        if (!missing) text.reserve(static_cast<std::size_t>(fileBytes) / 4 * 5);
+        PrintFlat(Before(), path.IsRoot() ? "" : path.Text(),
+                  [&text](const std::string& line) { text.append(line).append("\n"); });
+        return text;
+    }
+
     /// Opens the editor until its text is accepted. Throws `std::runtime_error` if the text is empty, or if a refused
     /// text wasn't changed.
-    std::vector<Change> EditUntilAccepted(const std::string& original) {
-        std::string text = original;
+    std::vector<Change> EditUntilAccepted(std::string text) {
+        const bool hadLines = HasLines(text);
         for (std::optional<Refusal> refusal;;) {
-            const std::string edited = EditOnce(text, refusal);
-            if (!HasLines(edited) && HasLines(original))
+            Edit(text, refusal);
+            if (!HasLines(text) && hadLines)
                 throw std::runtime_error("the edited text is empty; nothing is saved; \"rm\" removes a key");
-            if (refusal && edited == text)
-                throw std::runtime_error(refusal->reason + "; nothing is saved" + file.Keep());
-            text = edited;
             try {
                 return ChangesTo(text);
             } catch (const LineError& error) {
@@ -180,18 +191,27 @@ private:
         }
     }
 
+    /// Replaces `text` by what the editor makes of it. Throws `std::runtime_error` if it was refused and is unchanged.
+    void Edit(std::string& text, const std::optional<Refusal>& refusal) {
+        std::string edited = EditOnce(text, refusal);
+        if (refusal && edited == text)
+            throw std::runtime_error(refusal->reason + "; nothing is saved" + file->KeepFile());
+        text.swap(edited);
+    }
+
     /// Returns what the editor makes of `text`.
     std::string EditOnce(const std::string& text, const std::optional<Refusal>& refusal) {
-        file.Edit(refusal ? std::string(kRefused) + refusal->reason + '\n' + text : text, refusal ? refusal->line : 1);
-        return WithoutMessage(file.Read());
+        file->Edit(refusal ? std::string(kRefused) + refusal->reason + '\n' + text : text, refusal ? refusal->line : 1);
+        return WithoutMessage(file->Read());
     }
 
     /// Returns the difference between the subtree and the text.
     std::vector<Change> ChangesTo(const std::string& text) {
-        const Document tree(session.kernel);
-        const arbor::Key top = MakeKey(tree.Root(), path);
-        ApplyText(session.kernel, tree.Root(), text, "the edited text", {.forms = LineForms::Flat, .within = path});
-        std::vector<Change> changes = Compare(key, top);
+        const Document edited(session.kernel);
+        const arbor::Key top = MakeKey(edited.Root(), path);
+        ApplyText(session.kernel, edited.Root(), text, "the edited text", {.forms = LineForms::Flat, .within = path});
+        std::vector<Change> changes;
+        Compare(Before().Root(), top, [&changes](Change change) { changes.push_back(std::move(change)); });
         const ValueText valueText(session.kernel);
         const ExactValues values(valueText, Exactness::Exact, "\"apply --lenient\" stores that");
         for (Change& change : changes) {
@@ -201,29 +221,38 @@ private:
         return changes;
     }
 
-    void Save(const std::vector<Change>& changes) const {
+    void Save(const std::vector<Change>& changes) {
         const ChangedDocument current(session, session.settings);
-        if (ContentOf(session.settings) != content)
-            throw std::runtime_error(PathText(session.settings.document) + " changed meanwhile");
+        ThrowIfChanged(current.Root());
         std::string lines;
-        for (const std::string& line : FlatLines(changes)) lines += line + '\n';
+        FlatChanges flat([&lines](const std::string& line) { lines += line + '\n'; });
+        for (const Change& change : changes) flat.Add(change);
+        flat.End();
         ApplyText(session.kernel, current.Root(), lines, "the edited text");
         current.Finish();
     }
 
+    /// Throws `std::runtime_error` if the document isn't as it was before the edit. Frees the tree that it was.
+    void ThrowIfChanged(const arbor::Key& root) {
+        const Progress::Stage stage = session.progress.Begin("comparing", session.settings.document);
+        Compare(tree.Root(), root, [this](const Change&) {
+            throw std::runtime_error(PathText(session.settings.document) + " changed meanwhile");
+        });
+        tree = {};
+    }
+
     const Session& session;
     const Path path;
-    const std::string content;   // read before the document, so that a change in between is found
-    const Document document;
-    const arbor::Key key;
-    EditedFile file;
+    PackedTree tree{};      // of the document before the edit
+    PackedTree subtree{};   // of the key that is edited, unless that is the root
+    std::optional<EditedFile> file{};
 };
 
 }   // namespace
 
 int Edit(const Session& session, const Path& path) {
     if (session.settings.readOnly) throw StoreError(kernel::kReadOnlyObject, "editing " + path.Text());
-    return Editing(session, path).Run();
+    return EditSession(session, path).Run();
 }
 
 }   // namespace arborctl

@@ -126,6 +126,35 @@ private:
 
 bool IsChangeWord(std::string_view word) { return std::ranges::find(kChangeWords, word) != std::end(kChangeWords); }
 
+/// Prints a tree in the order of a depth-first walk, the values of a key before its keys.
+class FlatTree {
+public:
+    FlatTree(std::string path, const std::function<void(const std::string&)>& printLine)
+        : top(std::move(path)), print(printLine) {}
+
+    void EnterKey(const std::string& name, std::size_t depth) {
+        if (depth < paths.size()) EndKey();   // else the key is a child of the last one, which isn't empty then
+        paths.resize(depth);
+        paths.push_back(depth == 0 ? top : JoinPath(paths.back(), name));
+        isEmpty = true;
+    }
+    void AddValue(const std::string& name, const arbor::Datum& datum) {
+        isEmpty = false;
+        print(FlatValue(paths.back(), name, datum));
+    }
+    void End() { EndKey(); }
+
+private:
+    void EndKey() {
+        if (isEmpty && !paths.back().empty()) print(FlatKey(paths.back()));
+    }
+
+    std::string top;
+    const std::function<void(const std::string&)>& print;
+    std::vector<std::string> paths{};   // of the key entered last and those above it
+    bool isEmpty = false;               // the key entered last
+};
+
 /// Returns the word of a path at the start of a line.
 std::string PathWord(const std::string& path) {
     return QuoteWord(path.empty() || IsChangeWord(path) ? '/' + path : path);
@@ -165,17 +194,24 @@ std::string FlatKey(const std::string& path) { return QuoteWord(path + '/'); }
 
 void PrintFlat(const arbor::Key& top, const std::string& path, const std::function<void(const std::string&)>& print,
                const std::function<void()>& onKey) {
-    PrintedPaths paths(path);
+    FlatTree lines(path, print);
+    PrintedPaths paths;
     Walk(top, [&](const arbor::Key& key, std::size_t depth) {
         onKey();
-        paths.Enter(key, depth);
-        bool isEmpty = key.Keys().AtEnd();
-        ForEachNamedValue(key, [&](const std::string& name, const arbor::Value& value) {
-            isEmpty = false;
-            print(FlatValue(paths.Path(), name, Read(value)));
-        });
-        if (isEmpty && !paths.Path().empty()) print(FlatKey(paths.Path()));
+        lines.EnterKey(paths.Enter(key, depth), depth);
+        ForEachNamedValue(
+            key, [&](const std::string& name, const arbor::Value& value) { lines.AddValue(name, Read(value)); });
     });
+    lines.End();
+}
+
+void PrintFlat(const PackedTree& tree, const std::string& path, const std::function<void(const std::string&)>& print) {
+    FlatTree lines(path, print);
+    tree.ForEach([&](std::string_view name, std::size_t depth) { lines.EnterKey(std::string(name), depth); },
+                 [&](std::string_view name, const arbor::Datum& datum, std::size_t) {
+                     lines.AddValue(std::string(name), datum);
+                 });
+    lines.End();
 }
 
 }   // namespace arborctl

@@ -11,7 +11,7 @@
 /// written with a separator before it.
 #pragma once
 
-#include "document.h"
+#include "packed_tree.h"
 
 #include <functional>
 #include <string>
@@ -38,5 +38,7 @@ inline constexpr std::string_view kChangeWords[] = {"set", "rm", "mv", "cp"};
 /// `path` is the printed path of `top`. Calls `onKey()` for each key.
 void PrintFlat(const arbor::Key& top, const std::string& path, const std::function<void(const std::string&)>& print,
                const std::function<void()>& onKey);
+/// The same for a packed tree with printed names.
+void PrintFlat(const PackedTree& tree, const std::string& path, const std::function<void(const std::string&)>& print);
 
 }   // namespace arborctl

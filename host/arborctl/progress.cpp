@@ -13,13 +13,14 @@ constexpr std::size_t kKeysPerUpdate = 1 << 14;
 
 }   // namespace
 
-Progress::Stage::Stage(std::ostream& terminal, std::string line)
-    : out(&terminal), text(std::move(line)), width(text.size()) {
+Progress::Stage::Stage(const Progress& progress, std::string line)
+    : out(progress.out), sharesTerminal(progress.sharesTerminal), text(std::move(line)), width(text.size()) {
     *out << text << std::flush;
 }
 
-Progress::Stage::~Stage() {
+void Progress::Stage::Erase() {
     if (out != nullptr) *out << '\r' << std::string(width, ' ') << '\r' << std::flush;
+    out = nullptr;
 }
 
 void Progress::Stage::CountKey() {
@@ -33,7 +34,7 @@ Progress::Stage Progress::Begin(std::string_view work, const std::filesystem::pa
     std::error_code missing;
     const std::uintmax_t size = out != nullptr ? std::filesystem::file_size(document, missing) : 0;
     if (missing || size < kLarge) return {};
-    return {*out, std::string(work) + ' ' + PathText(document) + ", " + std::to_string(size / kMegabyte) + " MB ..."};
+    return {*this, std::string(work) + ' ' + PathText(document) + ", " + std::to_string(size / kMegabyte) + " MB ..."};
 }
 
 }   // namespace arborctl

@@ -294,7 +294,7 @@ private:
     std::vector<std::string> paths{};
 };
 
-void WriteDifferences(const arbor::Key& before, const arbor::Key& after, Page& page, Progress::Stage stage) {
+void WriteDifferences(const PackedKey& before, const arbor::Key& after, Page& page, Progress::Stage stage) {
     DifferenceFinder finder(stage);
     WalkPairs(before, after, finder);
     DifferencePrinter printer(page, finder.TakeResult());
@@ -307,17 +307,18 @@ std::string FileName(const std::filesystem::path& path) { return PathText(path.f
 
 int Report(const Session& session, const std::filesystem::path& other) {
     const std::filesystem::path& file = session.settings.document;
-    const Document document = session.Load();
     Page page(std::cout);
     if (other.empty()) {
+        const Document document = session.Load();
         std::error_code unknown;
         page.Begin(FileName(file), "");
         WriteTree(document.Root(), page, std::filesystem::file_size(file, unknown) <= kMaxOpenFileBytes,
                   session.progress.Begin("reading", file));
     } else {
-        const Document compared = session.LoadOther(other);
+        const PackedTree before = session.LoadPrinted();
+        const Document after = session.LoadOther(other);
         page.Begin(FileName(file), FileName(other));
-        WriteDifferences(document.Root(), compared.Root(), page, session.progress.Begin("comparing", file));
+        WriteDifferences(before.Root(), after.Root(), page, session.progress.Begin("comparing", file));
     }
     page.End();
     return kExitDone;

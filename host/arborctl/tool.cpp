@@ -34,7 +34,7 @@ int RunCommand(const CommandLine& line, Terminals terminals) {
     host::Kernel kernel({.traceLevel = given.traceLevel,
                          .traceSink = PrintTraceLine,
                          .blocks = given.leaks ? host::BlockTracking::Each : host::BlockTracking::Count});
-    Progress progress(terminals.error ? &std::cerr : nullptr);
+    Progress progress(terminals.error ? &std::cerr : nullptr, terminals.output);
     int exitCode = kExitRefused;
     try {
         static_cast<void>(
