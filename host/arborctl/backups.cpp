@@ -56,13 +56,13 @@ const Ending* FindEnding(const NativeName& file, const NativeName& document) {
     return row == std::end(kEndings) ? nullptr : row;
 }
 
-std::filesystem::path FolderOf(const std::filesystem::path& path) {
+std::filesystem::path ParentDirectory(const std::filesystem::path& path) {
     return std::filesystem::absolute(path).parent_path();
 }
 
 bool IsSameEntry(const std::filesystem::path& a, const std::filesystem::path& b) {
     std::error_code ignored;   // a missing directory is a different one
-    return a.filename() == b.filename() && std::filesystem::equivalent(FolderOf(a), FolderOf(b), ignored);
+    return a.filename() == b.filename() && std::filesystem::equivalent(ParentDirectory(a), ParentDirectory(b), ignored);
 }
 
 std::filesystem::path WithEnding(std::filesystem::path document, std::string_view ending) { return document += ending; }
@@ -95,27 +95,27 @@ void CopyDurably(const std::filesystem::path& from, const std::filesystem::path&
         std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing, error);
     });
     host::FlushToDisk(to);
-    host::FlushToDisk(FolderOf(to));   // the name is on the disk before a move replaces the other one
+    host::FlushToDisk(ParentDirectory(to));   // the name is on the disk before a move replaces the other one
 }
 
 void Move(const std::filesystem::path& from, const std::filesystem::path& to, std::chrono::milliseconds wait) {
     RetryWhileInUse(wait, from, to, [&](std::error_code& error) { std::filesystem::rename(from, to, error); });
-    host::FlushToDisk(FolderOf(to));
+    host::FlushToDisk(ParentDirectory(to));
 }
 
 /// Gives a file a second name, which keeps its owner and permissions, or copies it where that isn't possible.
 void LinkOrCopy(const std::filesystem::path& from, const std::filesystem::path& to, std::chrono::milliseconds wait) {
     std::error_code unsupported;
     std::filesystem::create_hard_link(from, to, unsupported);
-    unsupported ? CopyDurably(from, to, wait) : host::FlushToDisk(FolderOf(to));
+    unsupported ? CopyDurably(from, to, wait) : host::FlushToDisk(ParentDirectory(to));
 }
 
 }   // namespace
 
 std::vector<BackupFile> FindBackups(const std::filesystem::path& document) {
     std::vector<BackupFile> files;
-    if (!std::filesystem::exists(FolderOf(document))) return files;
-    for (const auto& entry : std::filesystem::directory_iterator(FolderOf(document))) {
+    if (!std::filesystem::exists(ParentDirectory(document))) return files;
+    for (const auto& entry : std::filesystem::directory_iterator(ParentDirectory(document))) {
         const Ending* ending = FindEnding(entry.path().filename().native(), document.filename().native());
         if (ending != nullptr && entry.is_regular_file()) {
             files.push_back({document.parent_path() / entry.path().filename(), ending->role, ending->isTemporary,

@@ -12,8 +12,8 @@ namespace arborctl {
 struct BackupFile {
     std::filesystem::path path;
     const char* role;
-    bool isTemporary;     // of a save or a restore that didn't end
-    bool isOverwritten;   // the saves of a new document would replace or remove it
+    bool isTemporary;     // left by a save or a restore that failed or was killed
+    bool isOverwritten;   // if the document is created anew, its saves replace or remove this file
 };
 
 /// Returns the document, if it exists, and its backups, sorted by name.
@@ -35,7 +35,7 @@ std::filesystem::path Restore(const std::filesystem::path& document, const std::
 [[nodiscard]] std::filesystem::path SecondBackup(const std::filesystem::path& document);
 
 /// Swaps the document and a backup, both of which exist. The document exists at every moment; after a crash in between
-/// it is in a file that a restore of it would have made. Waits and throws as `Restore`.
+/// the former document is in a file with the ending ".before-restore". Waits and throws as `Restore`.
 void SwapWithBackup(const std::filesystem::path& document, const std::filesystem::path& backup,
                     std::chrono::milliseconds wait);
 

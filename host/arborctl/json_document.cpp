@@ -55,10 +55,10 @@ private:
 /// An open object or array.
 struct Level {
     enum Kind {
-        Key,
-        Values,
-        Keys,
-        Value
+        Key,      // an object
+        Values,   // the array of a key's values
+        Keys,     // the array of a key's subkeys
+        Value     // an object
     } kind;
     std::string member{};                // the name read last in an object
     std::size_t entry = 0;               // of a key: its index in the entries; the root has none
