@@ -169,7 +169,7 @@ void ApplyText(host::Kernel& kernel, const arbor::Key& root, std::string_view te
 int Apply(const Session& session, const std::filesystem::path& file, Exactness exactness) {
     const Input input = ReadInput(file, session.settings.wait);
     const ValueText valueText(session.kernel);
-    const ExactValues values(valueText, exactness);
+    const ExactConverter values(valueText, exactness);
     return ChangeDocument(session, [&](const arbor::Key& root) {
         ApplyText(session.kernel, root, input.content, input.Name(), {.values = &values});
     });

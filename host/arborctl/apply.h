@@ -40,8 +40,9 @@ enum class LineForms {
 
 struct ApplyOptions {
     LineForms forms = LineForms::All;
-    Path within{};                         // lines with a key that is neither this one nor below it are refused
-    const ExactValues* values = nullptr;   // converts the texts; if null, every exact text (`exact_text.h`) is accepted
+    Path within{};   // lines with a key that is neither this one nor below it are refused
+    const ExactConverter* values =
+        nullptr;   // converts the texts; if null, every exact text (`exact_text.h`) is accepted
 };
 
 /// Applies the lines of `text` to the tree below `root`. `source` names the text for messages. Throws a `LineError` for

@@ -78,7 +78,7 @@ FileState StateOf(const Session& session, const std::filesystem::path& path) {
     return {ModificationTime(path), bytes, isEmpty ? "empty" : LoadState(code)};
 }
 
-void WriteJson(Json& json, const BackupFile& file, const FileState& state) {
+void WriteJson(JsonWriter& json, const BackupFile& file, const FileState& state) {
     json.BeginObject().Member("file", PathText(file.path)).Member("role", file.role);
     json.Member("modified", state.modified).Member("bytes", state.bytes).Member("state", state.load).EndObject();
 }
@@ -93,7 +93,7 @@ void PrintLine(const BackupFile& file, const FileState& state) {
 int Backups(const Session& session) {
     const std::vector<BackupFile> files = FindBackups(session.settings.document);
     if (files.empty()) throw LoadError(kernel::kNoDocument, PathText(session.settings.document));
-    Json json(std::cout);
+    JsonWriter json(std::cout);
     if (session.json) json.BeginArray();
     for (const BackupFile& file : files) {
         const FileState state = StateOf(session, file.path);

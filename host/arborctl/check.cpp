@@ -98,7 +98,7 @@ private:
         json.Member("code", static_cast<std::uint32_t>(code)).Member("state", LoadState(code));
     }
 
-    Json json;
+    JsonWriter json;
 };
 
 template <class Output>

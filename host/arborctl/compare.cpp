@@ -129,7 +129,7 @@ std::string FormatLine(const ValueText& valueText, const Change& change, const s
     return JoinPath(change.path, *change.value) + ": " + valueText.FormatLine(*datum);
 }
 
-void WriteJson(Json& json, const char* name, const std::optional<arbor::Datum>& datum) {
+void WriteJson(JsonWriter& json, const char* name, const std::optional<arbor::Datum>& datum) {
     if (datum) json.Name(name).BeginObject().TypeAndValue(*datum).EndObject();
 }
 
@@ -175,7 +175,7 @@ std::vector<std::string> FormatLines(const ValueText& valueText, const Change& c
     return lines;
 }
 
-void WriteJson(Json& json, const Change& change) {
+void WriteJson(JsonWriter& json, const Change& change) {
     const bool changed = change.before && change.after;
     json.BeginObject();
     json.Member("change", changed ? "changed" : change.after || change.keyAdded ? "added" : "removed");

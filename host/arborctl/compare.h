@@ -46,6 +46,6 @@ void Compare(const PackedKey& before, const arbor::Key& after, const std::functi
 
 /// Returns a line that begins with "-" for the state before, a line with "+" for the state after, or both.
 [[nodiscard]] std::vector<std::string> FormatLines(const ValueText& valueText, const Change& change);
-void WriteJson(Json& json, const Change& change);
+void WriteJson(JsonWriter& json, const Change& change);
 
 }   // namespace arborctl

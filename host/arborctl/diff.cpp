@@ -57,7 +57,7 @@ void ChangePrinter::BeginOutput() {
 }
 
 void ChangePrinter::PrintLines(const Change& change) {
-    omitted.Try(JoinPath(change.path, change.value.value_or("")), [&] {
+    omitted.CallOrReport(JoinPath(change.path, change.value.value_or("")), [&] {
         for (const std::string& line : FormatLines(valueText, change))
             std::cout << (line.front() == '-' ? palette.removed : palette.added) << line << palette.plain << '\n';
     });

@@ -43,7 +43,7 @@ private:
     const Session& session;
     Progress::Stage stage;
     FlatChanges flat;
-    Json json;
+    JsonWriter json;
     ValueText valueText;
     Palette palette;
     OmittedValues omitted{};

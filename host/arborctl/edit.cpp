@@ -213,7 +213,7 @@ private:
         std::vector<Change> changes;
         Compare(Before().Root(), top, [&changes](Change change) { changes.push_back(std::move(change)); });
         const ValueText valueText(session.kernel);
-        const ExactValues values(valueText, Exactness::Exact, "\"apply --lenient\" stores that");
+        const ExactConverter values(valueText, Exactness::Exact, "\"apply --lenient\" stores that");
         for (Change& change : changes) {
             if (change.after) values.ThrowIfNotKept(*change.after, JoinPath(change.path, *change.value));
             if (!path.IsRoot()) change.path = change.path.empty() ? path.Text() : JoinPath(path.Text(), change.path);

@@ -45,7 +45,7 @@ bool IsAlwaysKept(kernel::TypeCode type) {
     }
 }
 
-arbor::Datum ExactValues::Parse(kernel::TypeCode type, const std::string& text, const std::string& where) const {
+arbor::Datum ExactConverter::Parse(kernel::TypeCode type, const std::string& text, const std::string& where) const {
     std::optional<arbor::Datum> exact = FromExactText(type, text);
     if (exact) {
         ThrowIfNotKept(*exact, where);
@@ -55,7 +55,7 @@ arbor::Datum ExactValues::Parse(kernel::TypeCode type, const std::string& text, 
     return valueText.Parse(type, text);
 }
 
-void ExactValues::ThrowIfNotKept(const arbor::Datum& datum, const std::string& where) const {
+void ExactConverter::ThrowIfNotKept(const arbor::Datum& datum, const std::string& where) const {
     if (IsAlwaysKept(datum.type)) return;
     if (datum.type == kernel::tWSTRING) {
         if (exactness == Exactness::Exact && HasSurrogates(datum.bytes))
@@ -72,7 +72,7 @@ void ExactValues::ThrowIfNotKept(const arbor::Datum& datum, const std::string& w
     Refuse(where + ": " + TypeAndExcerpt(datum) + " would be saved as " + QuotedExcerpt(kept));
 }
 
-void ExactValues::ThrowIfNotKept(const arbor::Key& top, const std::string& path) const {
+void ExactConverter::ThrowIfNotKept(const arbor::Key& top, const std::string& path) const {
     PrintedPaths paths(path);
     Walk(top, [&](const arbor::Key& key, std::size_t depth) {
         paths.Enter(key, depth);
@@ -83,11 +83,11 @@ void ExactValues::ThrowIfNotKept(const arbor::Key& top, const std::string& path)
     });
 }
 
-void ExactValues::Refuse(const std::string& reason) const {
+void ExactConverter::Refuse(const std::string& reason) const {
     throw StoreError(kernel::kInvalidArgument, reason + "; " + std::string(hint));
 }
 
-void ExactValues::RefuseText(kernel::TypeCode type, const std::string& text, const std::string& where) const {
+void ExactConverter::RefuseText(kernel::TypeCode type, const std::string& text, const std::string& where) const {
     std::string reason =
         where + ": " + QuotedExcerpt(text) + " isn't a " + std::string(kernel::FindType(type)->name) + " (";
     reason.append(TextsOf(type).text).append(")");
@@ -126,7 +126,7 @@ void StoreText(const ValueSlot& value, kernel::TypeCode type, const std::string&
     const bool isConverted = exactness == Exactness::Lenient && type != 0 && own != kernel::tWSTRING;
     // The store converts no data that it writes to a tWSTRING: it stores the bytes of another type as UTF-16.
     const kernel::TypeCode target = isConverted ? type : StoredType(value, type);
-    ThrowIfFailed(value.Set(ExactValues(valueText, exactness).Parse(target, text, where)), where);
+    ThrowIfFailed(value.Set(ExactConverter(valueText, exactness).Parse(target, text, where)), where);
 }
 
 }   // namespace arborctl

@@ -16,10 +16,11 @@ enum class Exactness {
 /// Whether the document keeps every value of the type in every bit.
 [[nodiscard]] bool IsAlwaysKept(kernel::TypeCode type);
 
-class ExactValues {
+/// Converts texts and checks values by one `Exactness`.
+class ExactConverter {
 public:
     /// `texts` must outlive this. `onRefusal` ends each message: the option with which such a value is stored.
-    ExactValues(const ValueText& texts, Exactness mode, std::string_view onRefusal = "--lenient stores that")
+    ExactConverter(const ValueText& texts, Exactness mode, std::string_view onRefusal = "--lenient stores that")
         : valueText(texts), exactness(mode), hint(onRefusal) {}
 
     /// Returns the value of `type` with this text. Throws a `StoreError` if the type has none or, unless lenient, if a

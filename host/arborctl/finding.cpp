@@ -68,7 +68,7 @@ public:
 private:
     const Session& session;
     const ValueText& valueText;
-    Json json;
+    JsonWriter json;
     bool isEmpty = true;
 };
 
@@ -88,7 +88,7 @@ int Find(const Session& session, const FindRequest& request) {
         if (depth > 0 && KeyMatches(request, NameOf(key))) found.PrintKey(path);
         ForEachNamedValue(key, [&](const std::string& name, const arbor::Value& value) {
             const arbor::Datum datum = Read(value);
-            omitted.Try(JoinPath(path, name), [&] {
+            omitted.CallOrReport(JoinPath(path, name), [&] {
                 if (ValueMatches(request, value.Name(), datum, valueText)) found.PrintValue(path, name, datum);
             });
         });

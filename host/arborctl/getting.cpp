@@ -34,7 +34,7 @@ std::string RawBytes(const arbor::Datum& datum, const ValueText& valueText) {
     return IsText(datum.type) ? ToExactText(datum) : valueText.Format(datum);
 }
 
-void PrintJson(Json& json, const std::optional<arbor::Datum>& datum, const GetRequest& request) {
+void PrintJson(JsonWriter& json, const std::optional<arbor::Datum>& datum, const GetRequest& request) {
     json.BeginObject();
     if (datum)
         json.TypeAndValue(*datum);
@@ -50,7 +50,7 @@ int Get(const Session& session, const GetRequest& request) {
     std::vector<std::optional<arbor::Datum>> read;
     for (const ValuePath& path : request.values) read.push_back(ReadOne(document, path, request));
     if (session.json) {
-        Json json(std::cout);
+        JsonWriter json(std::cout);
         if (read.size() > 1) json.BeginArray();
         for (const auto& datum : read) PrintJson(json, datum, request);
         if (read.size() > 1) json.EndArray();
@@ -60,7 +60,7 @@ int Get(const Session& session, const GetRequest& request) {
     const ValueText valueText(session.kernel);
     OmittedValues omitted;
     for (std::size_t i = 0; i < read.size(); ++i) {
-        omitted.Try(request.values[i].Text(), [&] {
+        omitted.CallOrReport(request.values[i].Text(), [&] {
             const std::optional<arbor::Datum>& datum = read[i];
             if (!datum)
                 std::cout << *request.fallback;

@@ -65,7 +65,7 @@ int AddToDocument(const Session& session, const Input& input, const Path& path,
     });
 }
 
-std::deque<TreeEntry> ReadJson(const Session& session, const Input& input, const ExactValues& values) {
+std::deque<TreeEntry> ReadJson(const Session& session, const Input& input, const ExactConverter& values) {
     const Progress::Stage stage = session.progress.Begin("reading", input.file);
     return ReadJsonDocument(input.content, input.Name(), &values);
 }
@@ -75,7 +75,7 @@ std::deque<TreeEntry> ReadJson(const Session& session, const Input& input, const
 int Import(const Session& session, const std::filesystem::path& file, const Path& path, ImportForm wanted,
            Exactness exactness) {
     const ValueText valueText(session.kernel);
-    const ExactValues values(valueText, exactness);
+    const ExactConverter values(valueText, exactness);
     Input input = ReadInput(file, session.settings.wait);
     const ImportForm form = wanted == ImportForm::Any ? DetectForm(input.content) : wanted;
     if (form == ImportForm::Json) {

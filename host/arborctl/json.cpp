@@ -34,32 +34,32 @@ std::string EscapeControls(std::string_view json) {
 
 }   // namespace
 
-Json& Json::Name(std::string_view name) {
+JsonWriter& JsonWriter::Name(std::string_view name) {
     String(name);
     out << ':';
     isFirst = true;
     return *this;
 }
 
-Json& Json::String(std::string_view text) {
+JsonWriter& JsonWriter::String(std::string_view text) {
     WriteSeparator();
     out << EscapeControls(nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
     return *this;
 }
 
-Json& Json::Number(std::uint64_t number) {
+JsonWriter& JsonWriter::Number(std::uint64_t number) {
     WriteSeparator();
     out << number;
     return *this;
 }
 
-Json& Json::Null() {
+JsonWriter& JsonWriter::Null() {
     WriteSeparator();
     out << "null";
     return *this;
 }
 
-Json& Json::TypeAndValue(const arbor::Datum& datum) {
+JsonWriter& JsonWriter::TypeAndValue(const arbor::Datum& datum) {
     Member("type", kernel::FindType(datum.type)->name);
     const std::string text = ToExactText(datum);
     if (IsNumber(datum.type)) return Name("value").WriteNumber(datum.type, text);
@@ -67,7 +67,7 @@ Json& Json::TypeAndValue(const arbor::Datum& datum) {
     return Member("bytes", ToExactText({kernel::tBINARY, text}));
 }
 
-Json& Json::WriteNumber(kernel::TypeCode type, const std::string& text) {
+JsonWriter& JsonWriter::WriteNumber(kernel::TypeCode type, const std::string& text) {
     constexpr std::string_view kIntegerBytes = "-0123456789";
     const bool isInteger = text.find_first_not_of(kIntegerBytes) == text.npos;
     if (type == kernel::tDOUBLE && text.find_first_of("fn") != text.npos) return String(text);   // "inf", "nan"
@@ -80,20 +80,20 @@ Json& Json::WriteNumber(kernel::TypeCode type, const std::string& text) {
     return *this;
 }
 
-Json& Json::Open(char bracket) {
+JsonWriter& JsonWriter::Open(char bracket) {
     WriteSeparator();
     out << bracket;
     isFirst = true;
     return *this;
 }
 
-Json& Json::Close(char bracket) {
+JsonWriter& JsonWriter::Close(char bracket) {
     out << bracket;
     isFirst = false;
     return *this;
 }
 
-void Json::WriteSeparator() {
+void JsonWriter::WriteSeparator() {
     if (!isFirst) out << ',';
     isFirst = false;
 }

@@ -14,38 +14,39 @@ namespace arborctl {
     return kernel::FindType(type)->width != 0 && type != kernel::tCHAR && type != kernel::tWCHAR;
 }
 
-/// Calls must nest as JSON does: a name before each member of an object, an end for each begin.
-class Json {
+/// A function writes one piece. Calls must nest as JSON does: a name before each member of an object, an end for each
+/// begin.
+class JsonWriter {
 public:
-    explicit Json(std::ostream& target) : out(target) {}
+    explicit JsonWriter(std::ostream& target) : out(target) {}
 
-    Json& BeginObject() { return Open('{'); }
-    Json& EndObject() { return Close('}'); }
-    Json& BeginArray() { return Open('['); }
-    Json& EndArray() { return Close(']'); }
+    JsonWriter& BeginObject() { return Open('{'); }
+    JsonWriter& EndObject() { return Close('}'); }
+    JsonWriter& BeginArray() { return Open('['); }
+    JsonWriter& EndArray() { return Close(']'); }
 
     /// Writes the name of the object's next member.
-    Json& Name(std::string_view name);
+    JsonWriter& Name(std::string_view name);
     /// Writes a string. Bytes that aren't valid UTF-8 become U+FFFD.
-    Json& String(std::string_view text);
-    Json& Number(std::uint64_t number);
-    Json& Null();
+    JsonWriter& String(std::string_view text);
+    JsonWriter& Number(std::uint64_t number);
+    JsonWriter& Null();
 
     /// Writes a name and its value.
-    Json& Member(std::string_view name, std::string_view text) { return Name(name).String(text); }
-    Json& Member(std::string_view name, std::uint64_t number) { return Name(name).Number(number); }
+    JsonWriter& Member(std::string_view name, std::string_view text) { return Name(name).String(text); }
+    JsonWriter& Member(std::string_view name, std::uint64_t number) { return Name(name).Number(number); }
 
     /// Writes the members "type" and "value": the exact text of the value (`exact_text.h`), for a number as a number,
     /// for a tBOOL of 0 or 1 as a truth value. A text that isn't UTF-8 has "bytes" instead, in hexadecimal.
-    Json& TypeAndValue(const arbor::Datum& datum);
+    JsonWriter& TypeAndValue(const arbor::Datum& datum);
 
     /// Ends the line after the outermost end.
     void EndLine() { out << '\n'; }
 
 private:
-    Json& WriteNumber(kernel::TypeCode type, const std::string& text);
-    Json& Open(char bracket);
-    Json& Close(char bracket);
+    JsonWriter& WriteNumber(kernel::TypeCode type, const std::string& text);
+    JsonWriter& Open(char bracket);
+    JsonWriter& Close(char bracket);
     void WriteSeparator();
 
     std::ostream& out;

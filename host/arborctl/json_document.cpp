@@ -69,7 +69,7 @@ struct Level {
 class EntryReader : public json::json_sax_t {
 public:
     /// `values` may be null.
-    explicit EntryReader(const ExactValues* values) : exactValues(values) {}
+    explicit EntryReader(const ExactConverter* values) : exactValues(values) {}
 
     [[nodiscard]] std::deque<TreeEntry> TakeEntries() { return std::move(entries); }
 
@@ -230,7 +230,7 @@ private:
             throw JsonFault("the name of a key holds a separator: " + EncodeName(*level.name));
     }
 
-    const ExactValues* exactValues;
+    const ExactConverter* exactValues;
     std::deque<TreeEntry> entries;
     std::vector<Level> levels;
     std::size_t depth = 0;               // of the innermost open key; the root has 0
@@ -256,7 +256,8 @@ void WriteJsonDocument(std::ostream& target, const arbor::Key& top, const std::f
     writer.EndLine();
 }
 
-std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file, const ExactValues* values) {
+std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file,
+                                       const ExactConverter* values) {
     EntryReader reader(values);
     const char* last = content.data();
     const auto where = [&] {

@@ -26,7 +26,7 @@ public:
     void EndLine() { json.EndLine(); }
 
 private:
-    Json json;
+    JsonWriter json;
 };
 
 /// Writes the keys and values below `top`, each with its own name, which may repeat or be empty. Calls `onKey()` for
@@ -44,7 +44,7 @@ struct TreeEntry {
 /// its text begins with `file` and the line and column. If `values` isn't null, a value that a save changes is refused
 /// too.
 [[nodiscard]] std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file,
-                                                     const ExactValues* values = nullptr);
+                                                     const ExactConverter* values = nullptr);
 
 /// Adds the entries below `top`; repeated names get numbers.
 void AddEntries(const std::deque<TreeEntry>& entries, const arbor::Key& top);

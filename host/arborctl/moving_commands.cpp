@@ -32,7 +32,7 @@ DocumentSettings TargetSettings(const Session& session, const std::filesystem::p
 /// of its values.
 void RequireKept(const Session& session, const arbor::Key& root, const Path& path, Exactness exactness) {
     const ValueText valueText(session.kernel);
-    const ExactValues values(valueText, exactness);
+    const ExactConverter values(valueText, exactness);
     const std::string where = path.IsRoot() ? "" : path.Text();
     if (const std::optional<ValueSlot> value = FindValue(root, path))
         values.ThrowIfNotKept(ValueOrThrow(value->Read(0), where), where);

@@ -27,7 +27,7 @@ class OmittedValues {
 public:
     /// Calls `print()`. If it throws a `StoreError`, reports that the value at `path` has no text, or another reason.
     template <class Print>
-    void Try(const std::string& path, Print print, const std::string& reason = "has no text") {
+    void CallOrReport(const std::string& path, Print print, const std::string& reason = "has no text") {
         try {
             print();
         } catch (const StoreError& error) {

@@ -59,7 +59,7 @@ int PrintOneValue(const Document& document, const Path& path, const TreeRequest&
     const ValueSlot value = OpenValue(document.Root(), path);
     const arbor::Datum datum = ReadAs(value, value.Type(), request.as, path.Text());
     OmittedValues omitted;
-    omitted.Try(path.Text(), [&] { printer.PrintValue(value.PrintedName(), datum, 0); });
+    omitted.CallOrReport(path.Text(), [&] { printer.PrintValue(value.PrintedName(), datum, 0); });
     printer.EndLine();
     return omitted.ExitCode(kExitDone);
 }
@@ -72,7 +72,7 @@ void PrintValues(const arbor::Key& key, const std::string& path, std::size_t dep
         request.as == 0 ? "has no text" : "can't be converted to " + std::string(kernel::FindType(request.as)->name);
     ForEachNamedValue(key, [&](const std::string& name, const arbor::Value& value) {
         if (request.type != 0 && value.Type() != request.type) return;
-        omitted.Try(
+        omitted.CallOrReport(
             JoinPath(path, name), [&] { printer.PrintValue(name, ValueOrThrow(value.Read(request.as), name), depth); },
             reason);
     });
@@ -139,7 +139,7 @@ void RemoveTextless(const Document& exported, const std::string& path, const Val
         paths.Enter(key, depth);
         std::vector<std::string> textless;
         ForEachValue(key, [&](const arbor::Value& value) {
-            omitted.Try(JoinPath(paths.Path(), EncodeName(value.Name())), [&] {
+            omitted.CallOrReport(JoinPath(paths.Path(), EncodeName(value.Name())), [&] {
                 textless.push_back(value.Name());
                 static_cast<void>(valueText.Format(Read(value)));   // throws if the value has no text
                 textless.pop_back();

@@ -31,7 +31,7 @@ void StoreContent(const ValueSlot& value, const SetRequest& request, const std::
 
 /// Returns the value of `type` with the same text, or none.
 std::optional<arbor::Datum> ConvertExactly(const arbor::Datum& before, kernel::TypeCode type,
-                                           const ExactValues& exactValues, const std::string& where) {
+                                           const ExactConverter& exactValues, const std::string& where) {
     const std::string text = ToExactText(before);
     std::optional<arbor::Datum> after = FromExactText(type, text);
     if (!after || ToExactText(*after) != text) return std::nullopt;
@@ -44,8 +44,8 @@ std::optional<arbor::Datum> ConvertExactly(const arbor::Datum& before, kernel::T
 arbor::Datum Convert(const ValueSlot& value, const arbor::Datum& before, const RetypeRequest& request,
                      const ValueText& valueText) {
     const std::string where = request.path.Text();
-    const ExactValues exactValues(valueText, request.force ? Exactness::Lenient : Exactness::Exact,
-                                  "--force does that");
+    const ExactConverter exactValues(valueText, request.force ? Exactness::Lenient : Exactness::Exact,
+                                     "--force does that");
     if (auto exact = ConvertExactly(before, request.type, exactValues, where)) return *std::move(exact);
     const std::string what = where + ": " + TypeAndExcerpt(before);
     const std::string target(kernel::FindType(request.type)->name);

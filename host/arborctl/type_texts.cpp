@@ -72,7 +72,7 @@ void PrintRow(std::string_view name, std::string_view code, std::string_view byt
 
 /// Prints one type, or all if `only` is 0.
 int PrintJson(kernel::TypeCode only) {
-    Json json(std::cout);
+    JsonWriter json(std::cout);
     json.BeginArray();
     for (const kernel::ValueTypeRow& row : kernel::kStoredTypes) {
         if (only != 0 && row.type != only) continue;
