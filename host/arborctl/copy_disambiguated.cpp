@@ -38,4 +38,15 @@ void CopyDisambiguated(const arbor::Key& from, const arbor::Key& to) {
     });
 }
 
+void CopyDisambiguated(const PackedTree& from, const arbor::Key& to) {
+    DisambiguatingTarget target(to);
+    from.ForEach(
+        [&](std::string_view name, std::size_t depth) {
+            if (depth > 0) target.EnterKey(std::string(name), depth);
+        },
+        [&](std::string_view name, const arbor::Datum& datum, std::size_t depth) {
+            target.SetValue(std::string(name), datum, depth);
+        });
+}
+
 }   // namespace arborctl

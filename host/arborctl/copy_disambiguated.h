@@ -2,7 +2,7 @@
 /// again.
 #pragma once
 
-#include "document.h"
+#include "packed_tree.h"
 
 #include <set>
 #include <string>
@@ -42,5 +42,7 @@ private:
 
 /// Copies the keys and values below `from` into `to`.
 void CopyDisambiguated(const arbor::Key& from, const arbor::Key& to);
+/// The same from a packed tree with the store's own names.
+void CopyDisambiguated(const PackedTree& from, const arbor::Key& to);
 
 }   // namespace arborctl

@@ -14,6 +14,7 @@
 #include <fstream>
 #include <iostream>
 #include <random>
+#include <utility>
 
 namespace arborctl {
 namespace {
@@ -238,7 +239,7 @@ private:
         Compare(tree.Root(), root, [this](const Change&) {
             throw std::runtime_error(PathText(session.settings.document) + " changed meanwhile");
         });
-        tree = {};
+        static_cast<void>(std::exchange(tree, {}));   // an assignment would keep its memory
     }
 
     const Session& session;

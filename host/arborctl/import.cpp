@@ -12,6 +12,8 @@
 #include "json_document.h"
 #include "text_location.h"
 
+#include <utility>
+
 namespace arborctl {
 namespace {
 
@@ -52,8 +54,27 @@ Document LoadXml(const Session& session, const Input& input, host::MemoryIo& io)
         const DocumentSettings settings{.document = input.file, .wait = session.settings.wait};
         return Document(session.kernel, settings, session.progress);
     } catch (const LoadError& error) {
-        ThrowWithLocation(session, error, input.IsFile() ? input.content : io.Content(), input.Name());
+        const std::string content = input.IsFile() ? ReadFile(input.file, session.settings.wait) : io.Content();
+        ThrowWithLocation(session, error, content, input.Name());
     }
+}
+
+/// Frees `input`, so that its content doesn't take memory beside the tree.
+PackedTree ReadXml(const Session& session, Input& input, ImportForm wanted, const ExactConverter& values) {
+    RequireXmlForm(input, wanted);
+    host::MemoryIo io(session.kernel, input.IsFile() ? "" : std::move(input.content));
+    input.Free();
+    const Document source = LoadXml(session, input, io);
+    values.ThrowIfNotKept(source.Root(), "");
+    return Pack(source.Root(), PackedNames::Own, session.progress.Begin("reading", input.file));
+}
+
+/// Frees `input`, as `ReadXml`.
+PackedTree ReadJson(const Session& session, Input& input, const ExactConverter& values) {
+    const Progress::Stage stage = session.progress.Begin("reading", input.file);
+    PackedTree tree = ReadJsonDocument(input.content, input.Name(), &values);
+    input.Free();
+    return tree;
 }
 
 /// Changes the document by `add(key)` with the key at `path`, which is created if it is missing.
@@ -65,11 +86,6 @@ int AddToDocument(const Session& session, const Input& input, const Path& path,
     });
 }
 
-std::deque<TreeEntry> ReadJson(const Session& session, const Input& input, const ExactConverter& values) {
-    const Progress::Stage stage = session.progress.Begin("reading", input.file);
-    return ReadJsonDocument(input.content, input.Name(), &values);
-}
-
 }   // namespace
 
 int Import(const Session& session, const std::filesystem::path& file, const Path& path, ImportForm wanted,
@@ -78,21 +94,18 @@ int Import(const Session& session, const std::filesystem::path& file, const Path
     const ExactConverter values(valueText, exactness);
     Input input = ReadInput(file, session.settings.wait);
     const ImportForm form = wanted == ImportForm::Any ? DetectForm(input.content) : wanted;
-    if (form == ImportForm::Json) {
-        const std::deque<TreeEntry> entries = ReadJson(session, input, values);
-        input.content = {};
-        return AddToDocument(session, input, path, [&](const arbor::Key& key) { AddEntries(entries, key); });
-    }
     if (form == ImportForm::Flat) {
         return AddToDocument(session, input, path, [&](const arbor::Key& key) {
             ApplyText(session.kernel, key, input.content, input.Name(), {.forms = LineForms::Flat, .values = &values});
+            input.Free();   // before the save, which takes memory
         });
     }
-    RequireXmlForm(input, wanted);
-    host::MemoryIo io(session.kernel, input.IsFile() ? "" : std::move(input.content));
-    const Document source = LoadXml(session, input, io);
-    values.ThrowIfNotKept(source.Root(), "");
-    return AddToDocument(session, input, path, [&](const arbor::Key& key) { CopyDisambiguated(source.Root(), key); });
+    PackedTree tree =
+        form == ImportForm::Json ? ReadJson(session, input, values) : ReadXml(session, input, wanted, values);
+    return AddToDocument(session, input, path, [&](const arbor::Key& key) {
+        CopyDisambiguated(tree, key);
+        static_cast<void>(std::exchange(tree, {}));   // as above
+    });
 }
 
 }   // namespace arborctl

@@ -14,6 +14,9 @@ struct Input {
     [[nodiscard]] bool IsFile() const { return !file.empty(); }
     /// The input's name, for messages.
     [[nodiscard]] std::string Name() const;
+
+    /// Frees the content. An assignment of an empty string would keep the memory.
+    void Free() { std::string().swap(content); }
 };
 
 /// Reads a file, or standard input for "-". Retries for `wait` if the file can't be opened. Throws a `LoadError` if it

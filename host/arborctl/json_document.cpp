@@ -3,7 +3,6 @@
 
 #include "json_document.h"
 
-#include "copy_disambiguated.h"
 #include "exact_text.h"
 #include "path.h"
 #include "text_check.h"
@@ -61,17 +60,16 @@ struct Level {
         Value     // an object
     } kind;
     std::string member{};                // the name read last in an object
-    std::size_t entry = 0;               // of a key: its index in the entries; the root has none
     std::optional<std::string> name{};   // of a key or value
 };
 
-/// Converts the parser's events to entries.
-class EntryReader : public json::json_sax_t {
+/// Converts the parser's events to a packed tree.
+class TreeReader : public json::json_sax_t {
 public:
     /// `values` may be null.
-    explicit EntryReader(const ExactConverter* values) : exactValues(values) {}
+    explicit TreeReader(const ExactConverter* values) : exactValues(values) {}
 
-    [[nodiscard]] std::deque<TreeEntry> TakeEntries() { return std::move(entries); }
+    [[nodiscard]] PackedTree TakeTree() { return std::move(tree); }
 
     /// The path of the innermost named key or value.
     [[nodiscard]] std::string Path() const {
@@ -93,6 +91,7 @@ public:
     bool start_object(std::size_t) override {
         if (levels.empty()) {
             levels.push_back({Level::Key});
+            tree.EnterKey();
         } else if (levels.back().kind == Level::Values) {
             levels.push_back({Level::Value});
             type.reset();
@@ -130,11 +129,7 @@ public:
     bool end_object() override {
         const Level& level = levels.back();
         if (level.kind == Level::Value) AddValue();
-        if (level.kind == Level::Key && levels.size() > 1) {
-            if (!level.name) throw JsonFault("a key has no \"name\"");
-            entries[level.entry].name = *level.name;
-            --depth;
-        }
+        if (level.kind == Level::Key) LeaveKey(level);
         levels.pop_back();
         return true;
     }
@@ -161,8 +156,17 @@ private:
     void EnterKey() {
         if (++depth > kMaxPathNames)
             throw JsonFault("keys are nested deeper than " + std::to_string(kMaxPathNames) + " levels");
-        levels.push_back({Level::Key, "", entries.size()});
-        entries.push_back({depth});
+        levels.push_back({Level::Key});
+        tree.EnterKey();
+    }
+
+    void LeaveKey(const Level& level) {
+        if (levels.size() > 1) {   // the root's name isn't used
+            if (!level.name) throw JsonFault("a key has no \"name\"");
+            tree.NameKey(*level.name);
+            --depth;
+        }
+        tree.LeaveKey();
     }
 
     void AddValue() {
@@ -176,7 +180,7 @@ private:
         std::optional<arbor::Datum> datum = FromExactText(row->type, text);
         if (!datum) throw JsonFault(Excerpt(text) + " isn't a " + *type);
         if (exactValues != nullptr && !IsAlwaysKept(row->type)) exactValues->ThrowIfNotKept(*datum, Path());
-        entries.push_back({depth, *level.name, *std::move(datum)});
+        tree.AddValue(*level.name, *datum);
     }
 
     /// Returns the exact text of the member "value".
@@ -231,7 +235,7 @@ private:
     }
 
     const ExactConverter* exactValues;
-    std::deque<TreeEntry> entries;
+    PackedTree tree{};
     std::vector<Level> levels;
     std::size_t depth = 0;               // of the innermost open key; the root has 0
     std::optional<std::string> type{};   // of the open value, as the next two
@@ -256,9 +260,8 @@ void WriteJsonDocument(std::ostream& target, const arbor::Key& top, const std::f
     writer.EndLine();
 }
 
-std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file,
-                                       const ExactConverter* values) {
-    EntryReader reader(values);
+PackedTree ReadJsonDocument(std::string_view content, const std::string& file, const ExactConverter* values) {
+    TreeReader reader(values);
     const char* last = content.data();
     const auto where = [&] {
         const auto offset = static_cast<std::size_t>(last - content.data());
@@ -267,23 +270,12 @@ std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::stri
     try {
         static_cast<void>(json::sax_parse(PositionReportingIterator(content.data(), &last),
                                           PositionReportingIterator(content.data() + content.size(), &last), &reader));
-        return reader.TakeEntries();
+        return reader.TakeTree();
     } catch (const JsonFault& fault) {
         const std::string path = reader.Path();
         throw std::runtime_error(where() + (path.empty() ? "" : path + ": ") + fault.what());
     } catch (const StoreError& error) {   // names the path
         throw std::runtime_error(where() + error.what());
-    }
-}
-
-void AddEntries(const std::deque<TreeEntry>& entries, const arbor::Key& top) {
-    DisambiguatingTarget target(top);
-    for (const TreeEntry& entry : entries) {
-        if (entry.datum.type == 0) {
-            target.EnterKey(entry.name, entry.depth);
-        } else {
-            target.SetValue(entry.name, entry.datum, entry.depth);
-        }
     }
 }
 

@@ -3,8 +3,8 @@
 
 #include "exactness.h"
 #include "json.h"
+#include "packed_tree.h"
 
-#include <deque>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -33,20 +33,10 @@ private:
 /// each key.
 void WriteJsonDocument(std::ostream& target, const arbor::Key& top, const std::function<void()>& onKey);
 
-/// A key or value of a document that was read, with its decoded name.
-struct TreeEntry {
-    std::size_t depth = 0;   // of a key: from 1 on; of a value: that of its key, 0 for the root
-    std::string name{};
-    arbor::Datum datum{};   // of a key: type 0
-};
-
-/// Reads a JSON document. A key precedes its values and keys. Throws `std::runtime_error` for what the schema refuses;
-/// its text begins with `file` and the line and column. If `values` isn't null, a value that a save changes is refused
-/// too.
-[[nodiscard]] std::deque<TreeEntry> ReadJsonDocument(std::string_view content, const std::string& file,
-                                                     const ExactConverter* values = nullptr);
-
-/// Adds the entries below `top`; repeated names get numbers.
-void AddEntries(const std::deque<TreeEntry>& entries, const arbor::Key& top);
+/// Reads a JSON document as a tree with decoded names, which may repeat. Throws `std::runtime_error` for what the
+/// schema refuses; its text begins with `file` and the line and column. If `values` isn't null, a value that a save
+/// changes is refused too.
+[[nodiscard]] PackedTree ReadJsonDocument(std::string_view content, const std::string& file,
+                                          const ExactConverter* values = nullptr);
 
 }   // namespace arborctl

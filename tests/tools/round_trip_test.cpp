@@ -120,7 +120,7 @@ TEST(RoundTripTest, AThousandTreesComeBackFromJsonAndFlatTextUnchanged) {
         std::ostringstream json;
         arborctl::WriteJsonDocument(json, original.Root(), [] {});
         const arborctl::Document copy(kernel);
-        arborctl::AddEntries(arborctl::ReadJsonDocument(json.str(), "random"), copy.Root());
+        arborctl::CopyDisambiguated(arborctl::ReadJsonDocument(json.str(), "random"), copy.Root());
         ASSERT_EQ(EntriesOf(copy.Root()), EntriesOf(original.Root())) << json.str();
         std::string flat;
         arborctl::PrintFlat(
